@@ -1,0 +1,52 @@
+#pragma once
+
+#include "dsp/signal/Signals.h"
+
+#include <map>
+#include <memory>
+#include <utility>
+
+namespace orvo::audio
+{
+
+/// Forward discrete Fourier transform of real signals, unscaled: bin k of N points is the sum of
+/// x[n] exp(-2 pi i k n / N), for k = 0 .. N/2. N must be a power of two.
+///
+/// Plans are kept for every size that was asked for, so that a caller who alternates between sizes
+/// pays for planning only once. Planning takes milliseconds and a process-wide lock: ask for the
+/// sizes with allocate() before audio runs. One thread at a time.
+class FourierTransform
+{
+public:
+    FourierTransform();
+    ~FourierTransform();
+
+    FourierTransform(const FourierTransform&) = delete;
+    FourierTransform& operator=(const FourierTransform&) = delete;
+
+    /// Makes ready for `size` points (the power of two below, if it is none), real or complex
+    /// input. Returns 0, or a negative status when there can be no such plan. Not for the audio
+    /// thread.
+    int allocate(int size, bool real);
+
+    /// Transforms every channel of `input` into the same channel of `output`, which must have the
+    /// input's channels and at least N/2 + 1 bins. Allocates first when the size is a new one.
+    void forwardReal(const Signal32& input, ComplexSignal32& output);
+
+    /// The same into a new signal of N/2 + 1 bins.
+    ComplexSignal32 forwardReal(const Signal32& input);
+
+private:
+    class Plan;
+    using Key = std::pair<int, bool>;
+
+    bool selectKnownPlan(Key key);
+
+    std::map<Key, std::unique_ptr<Plan>> plans;
+    const Plan* current = nullptr;
+    bool isReal = false;
+    int size = 0;
+    int order = 0;
+};
+
+} // namespace orvo::audio

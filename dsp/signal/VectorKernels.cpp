@@ -1,0 +1,341 @@
+#include "dsp/signal/VectorKernels.h"
+
+#include <cmath>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "dsp/signal/VectorKernels.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+
+namespace orvo::vo::HWY_NAMESPACE
+{
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Floats = hn::ScalableTag<float>;
+using Doubles = hn::ScalableTag<double>;
+using HalfFloats = hn::Rebind<float, Doubles>;
+
+/// Runs `vectorStep` on whole vectors and `scalarStep` on the samples left over.
+template <typename Tag, typename VectorStep, typename ScalarStep>
+HWY_INLINE void forAll(Tag tag, std::size_t n, const VectorStep& vectorStep,
+                       const ScalarStep& scalarStep)
+{
+    const std::size_t lanes = hn::Lanes(tag);
+    std::size_t i = 0;
+    for (; i + lanes <= n; i += lanes)
+        vectorStep(i);
+    for (; i < n; ++i)
+        scalarStep(i);
+}
+
+void addKernel(const float* a, const float* b, float* dst, std::size_t n)
+{
+    const Floats d;
+    forAll(
+        d, n,
+        [=](std::size_t i)
+        { hn::StoreU(hn::Add(hn::LoadU(d, a + i), hn::LoadU(d, b + i)), d, dst + i); },
+        [=](std::size_t i) { dst[i] = a[i] + b[i]; });
+}
+
+void subtractKernel(const float* a, const float* b, float* dst, std::size_t n)
+{
+    const Floats d;
+    forAll(
+        d, n,
+        [=](std::size_t i)
+        { hn::StoreU(hn::Sub(hn::LoadU(d, b + i), hn::LoadU(d, a + i)), d, dst + i); },
+        [=](std::size_t i) { dst[i] = b[i] - a[i]; });
+}
+
+void multiplyKernel(const float* a, const float* b, float* dst, std::size_t n)
+{
+    const Floats d;
+    forAll(
+        d, n,
+        [=](std::size_t i)
+        { hn::StoreU(hn::Mul(hn::LoadU(d, a + i), hn::LoadU(d, b + i)), d, dst + i); },
+        [=](std::size_t i) { dst[i] = a[i] * b[i]; });
+}
+
+void constantMultiplyKernel(const float* src, float c, float* dst, std::size_t n)
+{
+    const Floats d;
+    const auto factor = hn::Set(d, c);
+    forAll(
+        d, n,
+        [=](std::size_t i) { hn::StoreU(hn::Mul(hn::LoadU(d, src + i), factor), d, dst + i); },
+        [=](std::size_t i) { dst[i] = src[i] * c; });
+}
+
+void upperBoundKernel(const float* src, float* dst, float bound, std::size_t n)
+{
+    const Floats d;
+    const auto limit = hn::Set(d, bound);
+    forAll(
+        d, n,
+        [=](std::size_t i)
+        {
+            const auto x = hn::LoadU(d, src + i);
+            hn::StoreU(hn::IfThenElse(hn::Gt(x, limit), limit, x), d, dst + i);
+        },
+        [=](std::size_t i) { dst[i] = src[i] > bound ? bound : src[i]; });
+}
+
+void lowerBoundKernel(const float* src, float* dst, float bound, std::size_t n)
+{
+    const Floats d;
+    const auto limit = hn::Set(d, bound);
+    forAll(
+        d, n,
+        [=](std::size_t i)
+        {
+            const auto x = hn::LoadU(d, src + i);
+            hn::StoreU(hn::IfThenElse(hn::Lt(x, limit), limit, x), d, dst + i);
+        },
+        [=](std::size_t i) { dst[i] = src[i] < bound ? bound : src[i]; });
+}
+
+void convert32To64Kernel(const float* src, double* dst, std::size_t n)
+{
+    const Doubles d;
+    const HalfFloats f;
+    forAll(
+        d, n,
+        [=](std::size_t i) { hn::StoreU(hn::PromoteTo(d, hn::LoadU(f, src + i)), d, dst + i); },
+        [=](std::size_t i) { dst[i] = static_cast<double>(src[i]); });
+}
+
+void convert64To32Kernel(const double* src, float* dst, std::size_t n)
+{
+    const Doubles d;
+    const HalfFloats f;
+    forAll(
+        d, n,
+        [=](std::size_t i) { hn::StoreU(hn::DemoteTo(f, hn::LoadU(d, src + i)), f, dst + i); },
+        [=](std::size_t i) { dst[i] = static_cast<float>(src[i]); });
+}
+
+/// In double, so that neither large nor small components leave the range when they are squared.
+void calcMagnitudesKernel(const float* interleaved, float* dst, std::size_t n)
+{
+    const Floats d;
+    const Doubles wide;
+    const HalfFloats half;
+    const auto magnitude = [=](auto re, auto im)
+    {
+        const auto x = hn::PromoteTo(wide, re);
+        const auto y = hn::PromoteTo(wide, im);
+        return hn::DemoteTo(half, hn::Sqrt(hn::MulAdd(x, x, hn::Mul(y, y))));
+    };
+    HWY_ALIGN float re[hn::MaxLanes(Floats())];
+    HWY_ALIGN float im[hn::MaxLanes(Floats())];
+    const std::size_t step = hn::Lanes(wide);
+    forAll(
+        d, n,
+        [&](std::size_t i)
+        {
+            hn::Vec<Floats> real;
+            hn::Vec<Floats> imaginary;
+            hn::LoadInterleaved2(d, interleaved + 2 * i, real, imaginary);
+            hn::Store(real, d, re);
+            hn::Store(imaginary, d, im);
+            for (std::size_t k = 0; k < hn::Lanes(d); k += step)
+                hn::StoreU(magnitude(hn::LoadU(half, re + k), hn::LoadU(half, im + k)), half,
+                           dst + i + k);
+        },
+        [=](std::size_t i)
+        {
+            const double x = static_cast<double>(interleaved[2 * i]);
+            const double y = static_cast<double>(interleaved[2 * i + 1]);
+            dst[i] = static_cast<float>(std::sqrt(x * x + y * y));
+        });
+}
+
+bool isWithinKernel(const float* src, float limit, std::size_t n)
+{
+    const Floats d;
+    const auto bound = hn::Set(d, limit);
+    auto allWithin = hn::Le(hn::Zero(d), bound);
+    bool restWithin = true;
+    // A comparison with not-a-number is false, so one test covers it and the infinities.
+    forAll(
+        d, n,
+        [&](std::size_t i)
+        { allWithin = hn::And(allWithin, hn::Le(hn::Abs(hn::LoadU(d, src + i)), bound)); },
+        [&](std::size_t i) { restWithin = restWithin && std::fabs(src[i]) <= limit; });
+    return restWithin && hn::AllTrue(d, allWithin);
+}
+
+void limitToFiniteKernel(const float* src, float* dst, float limit, std::size_t n)
+{
+    const Floats d;
+    const auto upper = hn::Set(d, limit);
+    const auto lower = hn::Set(d, -limit);
+    forAll(
+        d, n,
+        [=](std::size_t i)
+        {
+            const auto x = hn::LoadU(d, src + i);
+            const auto limited = hn::Max(lower, hn::Min(upper, x));
+            hn::StoreU(hn::IfThenElseZero(hn::IsFinite(x), limited), d, dst + i);
+        },
+        [=](std::size_t i)
+        {
+            const float limited = src[i] > limit ? limit : src[i] < -limit ? -limit : src[i];
+            dst[i] = std::isfinite(src[i]) ? limited : 0.0F;
+        });
+}
+
+/// Lane r runs the recursion over samples r, r + K, r + 2K, ... at K times the frequency; the lanes
+/// are then turned to the phase of the first sample and added.
+std::complex<double> calcGoertzelKernel(const float* src, std::size_t n, double radiansPerSample)
+{
+    constexpr std::size_t numVectors = 4;
+    const Doubles d;
+    const HalfFloats f;
+    const std::size_t lanes = hn::Lanes(d);
+    const std::size_t stride = numVectors * lanes;
+    const double radiansPerStep = radiansPerSample * static_cast<double>(stride);
+    const auto coefficient = hn::Set(d, 2.0 * std::cos(radiansPerStep));
+    const std::size_t numSteps = n / stride;
+
+    const auto zero = hn::Zero(d);
+    auto a1 = zero, b1 = zero, c1 = zero, e1 = zero;
+    auto a2 = zero, b2 = zero, c2 = zero, e2 = zero;
+    const auto advance = [&](const float* x, auto& w1, auto& w2)
+    {
+        const auto w0 = hn::MulAdd(coefficient, w1, hn::Sub(hn::PromoteTo(d, hn::LoadU(f, x)), w2));
+        w2 = w1;
+        w1 = w0;
+    };
+    for (const float* x = src; x != src + numSteps * stride; x += stride)
+    {
+        advance(x, a1, a2);
+        advance(x + lanes, b1, b2);
+        advance(x + 2 * lanes, c1, c2);
+        advance(x + 3 * lanes, e1, e2);
+    }
+
+    constexpr std::size_t maxStride = numVectors * hn::MaxLanes(Doubles());
+    HWY_ALIGN double w1[maxStride];
+    HWY_ALIGN double w2[maxStride];
+    hn::Store(a1, d, w1), hn::Store(b1, d, w1 + lanes);
+    hn::Store(c1, d, w1 + 2 * lanes), hn::Store(e1, d, w1 + 3 * lanes);
+    hn::Store(a2, d, w2), hn::Store(b2, d, w2 + lanes);
+    hn::Store(c2, d, w2 + 2 * lanes), hn::Store(e2, d, w2 + 3 * lanes);
+
+    std::complex<double> sum = 0.0;
+    const std::complex<double> oneStepBack = std::polar(1.0, -radiansPerStep);
+    const double stepsToStart = static_cast<double>(numSteps) - 1.0;
+    for (std::size_t lane = 0; numSteps > 0 && lane < stride; ++lane)
+    {
+        const double turn =
+            -(radiansPerStep * stepsToStart + radiansPerSample * static_cast<double>(lane));
+        sum += (w1[lane] - oneStepBack * w2[lane]) * std::polar(1.0, turn);
+    }
+    for (std::size_t k = numSteps * stride; k < n; ++k)
+        sum += static_cast<double>(src[k]) *
+               std::polar(1.0, -radiansPerSample * static_cast<double>(k));
+    return sum;
+}
+
+} // namespace orvo::vo::HWY_NAMESPACE
+
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace orvo::vo
+{
+
+HWY_EXPORT(addKernel);
+HWY_EXPORT(subtractKernel);
+HWY_EXPORT(multiplyKernel);
+HWY_EXPORT(constantMultiplyKernel);
+HWY_EXPORT(upperBoundKernel);
+HWY_EXPORT(lowerBoundKernel);
+HWY_EXPORT(convert32To64Kernel);
+HWY_EXPORT(convert64To32Kernel);
+HWY_EXPORT(calcMagnitudesKernel);
+HWY_EXPORT(isWithinKernel);
+HWY_EXPORT(limitToFiniteKernel);
+HWY_EXPORT(calcGoertzelKernel);
+
+const char* chooseInstructionSet()
+{
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+    const std::int64_t supported = hwy::SupportedTargets() & HWY_TARGETS;
+    return hwy::TargetName(supported & -supported);
+}
+
+namespace kernels
+{
+
+void add(const float* a, const float* b, float* dst, std::size_t n)
+{
+    HWY_DYNAMIC_DISPATCH(addKernel)(a, b, dst, n);
+}
+
+void subtract(const float* a, const float* b, float* dst, std::size_t n)
+{
+    HWY_DYNAMIC_DISPATCH(subtractKernel)(a, b, dst, n);
+}
+
+void multiply(const float* a, const float* b, float* dst, std::size_t n)
+{
+    HWY_DYNAMIC_DISPATCH(multiplyKernel)(a, b, dst, n);
+}
+
+void constantMultiply(const float* src, float c, float* dst, std::size_t n)
+{
+    HWY_DYNAMIC_DISPATCH(constantMultiplyKernel)(src, c, dst, n);
+}
+
+void upperBound(const float* src, float* dst, float bound, std::size_t n)
+{
+    HWY_DYNAMIC_DISPATCH(upperBoundKernel)(src, dst, bound, n);
+}
+
+void lowerBound(const float* src, float* dst, float bound, std::size_t n)
+{
+    HWY_DYNAMIC_DISPATCH(lowerBoundKernel)(src, dst, bound, n);
+}
+
+void convert32To64(const float* src, double* dst, std::size_t n)
+{
+    HWY_DYNAMIC_DISPATCH(convert32To64Kernel)(src, dst, n);
+}
+
+void convert64To32(const double* src, float* dst, std::size_t n)
+{
+    HWY_DYNAMIC_DISPATCH(convert64To32Kernel)(src, dst, n);
+}
+
+void calcMagnitudes(const float* interleaved, float* dst, std::size_t n)
+{
+    HWY_DYNAMIC_DISPATCH(calcMagnitudesKernel)(interleaved, dst, n);
+}
+
+bool isWithin(const float* src, float limit, std::size_t n)
+{
+    return HWY_DYNAMIC_DISPATCH(isWithinKernel)(src, limit, n);
+}
+
+void limitToFinite(const float* src, float* dst, float limit, std::size_t n)
+{
+    HWY_DYNAMIC_DISPATCH(limitToFiniteKernel)(src, dst, limit, n);
+}
+
+std::complex<double> calcGoertzel(const float* src, std::size_t n, double radiansPerSample)
+{
+    return HWY_DYNAMIC_DISPATCH(calcGoertzelKernel)(src, n, radiansPerSample);
+}
+
+} // namespace kernels
+} // namespace orvo::vo
+
+#endif

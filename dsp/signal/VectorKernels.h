@@ -1,0 +1,31 @@
+#pragma once
+
+#include <complex>
+#include <cstddef>
+
+/// The loops behind the vector operations, compiled once per instruction set; each call runs the
+/// best one for the processor. No checks here.
+namespace orvo::vo
+{
+
+/// Settles which instruction set the kernels use, once; returns its name.
+const char* chooseInstructionSet();
+
+namespace kernels
+{
+
+void add(const float* a, const float* b, float* dst, std::size_t n);
+void subtract(const float* a, const float* b, float* dst, std::size_t n);
+void multiply(const float* a, const float* b, float* dst, std::size_t n);
+void constantMultiply(const float* src, float c, float* dst, std::size_t n);
+void upperBound(const float* src, float* dst, float bound, std::size_t n);
+void lowerBound(const float* src, float* dst, float bound, std::size_t n);
+void convert32To64(const float* src, double* dst, std::size_t n);
+void convert64To32(const double* src, float* dst, std::size_t n);
+void calcMagnitudes(const float* interleaved, float* dst, std::size_t n);
+bool isWithin(const float* src, float limit, std::size_t n);
+void limitToFinite(const float* src, float* dst, float limit, std::size_t n);
+std::complex<double> calcGoertzel(const float* src, std::size_t n, double radiansPerSample);
+
+} // namespace kernels
+} // namespace orvo::vo
