@@ -1,0 +1,37 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <span>
+
+namespace orvo::audio::kernels
+{
+
+/// Stages that share a block: consecutive notches of a cascade, one lane each.
+inline constexpr std::size_t stagesPerBlock = 16;
+
+/// Consecutive stages of a notch cascade. Every stage runs a band-pass with the normalised taps b0,
+/// 0, -b0 and a1, a2 over the output of the stage before it and subtracts the result. A stage of
+/// zeros passes its input on.
+struct alignas(64) NotchBlock
+{
+    using Lanes = std::array<double, stagesPerBlock>;
+
+    Lanes b0{};
+    Lanes a1{};
+    Lanes a2{};
+
+    /// State of the band-pass in transposed direct form II.
+    Lanes s1{};
+    Lanes s2{};
+
+    /// How many of the stages are used, from the first; the others must be zeros.
+    std::size_t numStages = 0;
+};
+
+/// Runs `samples` through all blocks, one after the other, in place. Signals between stages and the
+/// band-passes' outputs are rounded to single precision. Compiled once per instruction set; checks
+/// nothing and allocates nothing.
+void runNotches(std::span<NotchBlock> blocks, std::span<float> samples);
+
+} // namespace orvo::audio::kernels

@@ -1,0 +1,332 @@
+#include "dsp/hum/TrackerKernels.h"
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "dsp/hum/TrackerKernels.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+
+namespace orvo::audio::kernels::HWY_NAMESPACE
+{
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Floats = hn::ScalableTag<float>;
+using Doubles = hn::ScalableTag<double>;
+using HalfFloats = hn::Rebind<float, Doubles>;
+using FloatVector = hn::Vec<Floats>;
+using DoubleVector = hn::Vec<Doubles>;
+
+constexpr std::size_t doubleLanes = hn::MaxLanes(Doubles());
+constexpr std::size_t floatLanes = hn::MaxLanes(Floats());
+constexpr std::size_t vectorsPerBlock = lanesPerBlock / doubleLanes;
+
+/// Blocks run together, so that the processor has other work while one recursion waits for itself.
+/// With narrow vectors one block is several vectors already, and more would not fit the registers.
+constexpr std::size_t blocksTogether = vectorsPerBlock == 1 ? 3 : 1;
+
+/// The lanes of `numBlocks` blocks as vectors in registers.
+template <std::size_t numBlocks>
+class Recursion
+{
+public:
+    static constexpr std::size_t numVectors = numBlocks * vectorsPerBlock;
+
+    explicit HWY_INLINE Recursion(TrackerBlock* firstBlock)
+        : blocks(firstBlock)
+    {
+        for (std::size_t v = 0; v < numVectors; ++v)
+        {
+            b0[v] = load(&TrackerBlock::b0, v);
+            a1[v] = load(&TrackerBlock::a1, v);
+            a2[v] = load(&TrackerBlock::a2, v);
+            s1[v] = load(&TrackerBlock::s1, v);
+            s2[v] = load(&TrackerBlock::s2, v);
+            coefficient[v] = load(&TrackerBlock::coefficient, v);
+            w1[v] = hn::Zero(d);
+            w2[v] = hn::Zero(d);
+        }
+    }
+
+    HWY_INLINE void isolate(double sample)
+    {
+        const DoubleVector x = hn::Set(d, sample);
+        for (std::size_t v = 0; v < numVectors; ++v)
+            static_cast<void>(bandPass(x, v));
+    }
+
+    HWY_INLINE void isolateAndTransform(double sample)
+    {
+        const DoubleVector x = hn::Set(d, sample);
+        for (std::size_t v = 0; v < numVectors; ++v)
+            transform(roundToFloat(bandPass(x, v)), v);
+    }
+
+    /// As above, but lanes whose transform has ended by sample `n` get zeros.
+    HWY_INLINE void isolateAndTransformMasked(double sample, std::size_t n)
+    {
+        const DoubleVector x = hn::Set(d, sample);
+        const DoubleVector now = hn::Set(d, static_cast<double>(n));
+        for (std::size_t v = 0; v < numVectors; ++v)
+        {
+            const auto isCovered = hn::Lt(now, load(&TrackerBlock::transformLength, v));
+            transform(hn::IfThenElseZero(isCovered, roundToFloat(bandPass(x, v))), v);
+        }
+    }
+
+    HWY_INLINE void store() const
+    {
+        for (std::size_t v = 0; v < numVectors; ++v)
+        {
+            store(s1[v], &TrackerBlock::s1, v);
+            store(s2[v], &TrackerBlock::s2, v);
+            store(w1[v], &TrackerBlock::w1, v);
+            store(w2[v], &TrackerBlock::w2, v);
+        }
+    }
+
+private:
+    using Member = TrackerBlock::Lanes TrackerBlock::*;
+
+    HWY_INLINE double* address(Member member, std::size_t v) const
+    {
+        return (blocks[v / vectorsPerBlock].*member).data() + v % vectorsPerBlock * doubleLanes;
+    }
+
+    HWY_INLINE DoubleVector load(Member member, std::size_t v) const
+    {
+        return hn::Load(d, address(member, v));
+    }
+
+    HWY_INLINE void store(DoubleVector value, Member member, std::size_t v) const
+    {
+        hn::Store(value, d, address(member, v));
+    }
+
+    HWY_INLINE DoubleVector bandPass(DoubleVector x, std::size_t v)
+    {
+        const DoubleVector scaled = hn::Mul(b0[v], x);
+        const DoubleVector y = hn::Add(scaled, s1[v]);
+        s1[v] = hn::NegMulAdd(a1[v], y, s2[v]);
+        s2[v] = hn::NegMulSub(a2[v], y, scaled);
+        return y;
+    }
+
+    HWY_INLINE DoubleVector roundToFloat(DoubleVector y) const
+    {
+        return hn::PromoteTo(d, hn::DemoteTo(HalfFloats(), y));
+    }
+
+    HWY_INLINE void transform(DoubleVector y, std::size_t v)
+    {
+        const DoubleVector w0 = hn::MulAdd(coefficient[v], w1[v], hn::Sub(y, w2[v]));
+        w2[v] = w1[v];
+        w1[v] = w0;
+    }
+
+    const Doubles d{};
+    TrackerBlock* const blocks;
+    DoubleVector b0[numVectors];
+    DoubleVector a1[numVectors];
+    DoubleVector a2[numVectors];
+    DoubleVector s1[numVectors];
+    DoubleVector s2[numVectors];
+    DoubleVector coefficient[numVectors];
+    DoubleVector w1[numVectors];
+    DoubleVector w2[numVectors];
+};
+
+/// Samples that all transforms of the blocks cover.
+HWY_INLINE std::size_t commonLength(const TrackerBlock* blocks, std::size_t numBlocks,
+                                    std::size_t numSamples)
+{
+    double shortest = static_cast<double>(numSamples);
+    for (std::size_t block = 0; block < numBlocks; ++block)
+        for (const double length : blocks[block].transformLength)
+            shortest = std::min(shortest, length);
+    return static_cast<std::size_t>(shortest);
+}
+
+template <std::size_t numBlocks>
+void transformTogether(TrackerBlock* blocks, const double* input, std::size_t numSamples)
+{
+    const std::size_t numCommon = commonLength(blocks, numBlocks, numSamples);
+    Recursion<numBlocks> recursion(blocks);
+    for (std::size_t n = 0; n < numCommon; ++n)
+        recursion.isolateAndTransform(input[n]);
+    for (std::size_t n = numCommon; n < numSamples; ++n)
+        recursion.isolateAndTransformMasked(input[n], n);
+    recursion.store();
+}
+
+template <std::size_t numBlocks>
+void isolateTogether(TrackerBlock* blocks, const double* input, std::size_t numSamples)
+{
+    Recursion<numBlocks> recursion(blocks);
+    for (std::size_t n = 0; n < numSamples; ++n)
+        recursion.isolate(input[n]);
+    recursion.store();
+}
+
+void isolateAndTransformKernel(TrackerBlock* blocks, std::size_t numBlocks, const double* input,
+                               std::size_t numSamples)
+{
+    std::size_t block = 0;
+    for (; block + blocksTogether <= numBlocks; block += blocksTogether)
+        transformTogether<blocksTogether>(blocks + block, input, numSamples);
+    for (; block < numBlocks; ++block)
+        transformTogether<1>(blocks + block, input, numSamples);
+}
+
+void isolateKernel(TrackerBlock* blocks, std::size_t numBlocks, const double* input,
+                   std::size_t numSamples)
+{
+    std::size_t block = 0;
+    for (; block + blocksTogether <= numBlocks; block += blocksTogether)
+        isolateTogether<blocksTogether>(blocks + block, input, numSamples);
+    for (; block < numBlocks; ++block)
+        isolateTogether<1>(blocks + block, input, numSamples);
+}
+
+/// A cosine with one vector of samples per step: cos(n + k) = 2 cos(k) cos(n) - cos(n - k), in
+/// double, where the rounding of a whole frame stays far below single precision.
+class CosineRecurrence
+{
+public:
+    HWY_INLINE void start(double startPhase, double phaseStep)
+    {
+        // One vector before the first sample up to the end of the first vector.
+        HWY_ALIGN double values[2 * floatLanes];
+        std::complex<double> z =
+            std::polar(1.0, startPhase - phaseStep * static_cast<double>(floatLanes));
+        const std::complex<double> turn = std::polar(1.0, phaseStep);
+        for (double& value : values)
+        {
+            value = z.real();
+            z = {z.real() * turn.real() - z.imag() * turn.imag(),
+                 z.real() * turn.imag() + z.imag() * turn.real()};
+        }
+        const Doubles d;
+        previousLow = hn::Load(d, values);
+        previousHigh = hn::Load(d, values + doubleLanes);
+        low = hn::Load(d, values + floatLanes);
+        high = hn::Load(d, values + floatLanes + doubleLanes);
+        factor = hn::Set(d, 2.0 * std::cos(phaseStep * static_cast<double>(floatLanes)));
+    }
+
+    /// The present vector of samples, rounded to float; moves on to the next.
+    HWY_INLINE FloatVector next()
+    {
+        const HalfFloats half;
+        const FloatVector result =
+            hn::Combine(Floats(), hn::DemoteTo(half, high), hn::DemoteTo(half, low));
+        advance(previousLow, low);
+        advance(previousHigh, high);
+        return result;
+    }
+
+private:
+    HWY_INLINE void advance(DoubleVector& previous, DoubleVector& current) const
+    {
+        const DoubleVector following = hn::MulSub(factor, current, previous);
+        previous = current;
+        current = following;
+    }
+
+    DoubleVector previousLow;
+    DoubleVector previousHigh;
+    DoubleVector low;
+    DoubleVector high;
+    DoubleVector factor;
+};
+
+template <std::size_t count>
+void subtractTogether(const SinusoidalSynthesis::Oscillation* oscillations, const float* crossfade,
+                      float* output, std::size_t numSamples)
+{
+    const Floats d;
+    CosineRecurrence cosines[count];
+    FloatVector startAmplitude[count];
+    FloatVector amplitudeChange[count];
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        cosines[i].start(oscillations[i].startPhase, oscillations[i].phaseStep);
+        startAmplitude[i] = hn::Set(d, oscillations[i].startAmplitude);
+        amplitudeChange[i] = hn::Set(d, oscillations[i].amplitudeChange);
+    }
+    const auto subtractAll = [&](FloatVector samples, FloatVector fade)
+    {
+        for (std::size_t i = 0; i < count; ++i)
+        {
+            const FloatVector envelope = hn::MulAdd(amplitudeChange[i], fade, startAmplitude[i]);
+            samples = hn::Sub(samples, hn::Mul(cosines[i].next(), envelope));
+        }
+        return samples;
+    };
+    std::size_t n = 0;
+    for (; n + floatLanes <= numSamples; n += floatLanes)
+        hn::StoreU(subtractAll(hn::LoadU(d, output + n), hn::LoadU(d, crossfade + n)), d,
+                   output + n);
+    if (n < numSamples)
+    {
+        HWY_ALIGN float samples[floatLanes] = {};
+        HWY_ALIGN float fade[floatLanes] = {};
+        std::copy(output + n, output + numSamples, samples);
+        std::copy(crossfade + n, crossfade + numSamples, fade);
+        hn::Store(subtractAll(hn::Load(d, samples), hn::Load(d, fade)), d, samples);
+        std::copy_n(samples, numSamples - n, output + n);
+    }
+}
+
+void subtractOscillationsKernel(const SinusoidalSynthesis::Oscillation* oscillations,
+                                std::size_t count, const float* crossfade, float* output,
+                                std::size_t numSamples)
+{
+    constexpr std::size_t together = 4;
+    std::size_t i = 0;
+    for (; i + together <= count; i += together)
+        subtractTogether<together>(oscillations + i, crossfade, output, numSamples);
+    for (; i < count; ++i)
+        subtractTogether<1>(oscillations + i, crossfade, output, numSamples);
+}
+
+} // namespace orvo::audio::kernels::HWY_NAMESPACE
+
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace orvo::audio::kernels
+{
+
+HWY_EXPORT(isolateAndTransformKernel);
+HWY_EXPORT(isolateKernel);
+HWY_EXPORT(subtractOscillationsKernel);
+
+void isolateAndTransform(std::span<TrackerBlock> blocks, const double* input,
+                         std::size_t numSamples)
+{
+    HWY_DYNAMIC_DISPATCH(isolateAndTransformKernel)
+    (blocks.data(), blocks.size(), input, numSamples);
+}
+
+void isolate(std::span<TrackerBlock> blocks, const double* input, std::size_t numSamples)
+{
+    HWY_DYNAMIC_DISPATCH(isolateKernel)(blocks.data(), blocks.size(), input, numSamples);
+}
+
+void subtractOscillations(std::span<const SinusoidalSynthesis::Oscillation> oscillations,
+                          const float* crossfade, float* output, std::size_t numSamples)
+{
+    HWY_DYNAMIC_DISPATCH(subtractOscillationsKernel)
+    (oscillations.data(), oscillations.size(), crossfade, output, numSamples);
+}
+
+} // namespace orvo::audio::kernels
+
+#endif
