@@ -1,0 +1,214 @@
+#include "dsp/hum/NotchCascade.h"
+#include "dsp/hum/SteadyState.h"
+#include "dsp/hum/TrackerBank.h"
+#include "tests/support/InstructionSets.h"
+#include "tests/support/TestSignals.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+using namespace testing_support;
+using orvo::audio::HarmonicSelection;
+using orvo::audio::IirCoefficients;
+using orvo::audio::IirFilter64;
+using orvo::audio::NotchCascade;
+using orvo::audio::SinusoidalSynthesis;
+using orvo::audio::TrackerBank;
+
+namespace
+{
+
+constexpr double sampleRate = 48000.0;
+
+// The kernels fuse products and sums, sum in other orders and prime in closed form. All of that is
+// far below single precision, so what remains is the rounding of a few samples to the other
+// neighbour.
+constexpr float rounding = 1.2e-7F;
+
+/// Subtracts what each tracker makes by itself.
+class PlainBank
+{
+public:
+    PlainBank(int numChannels, double rate)
+        : trackers(HarmonicSelection::maximum)
+    {
+        for (SinusoidalSynthesis& tracker : trackers)
+            tracker.setFormat(numChannels, rate);
+    }
+
+    Signal32 clean(const Signal32& frame, float fundamental, HarmonicSelection selection)
+    {
+        Signal32 output = frame;
+        for (int index = 0; index < selection.count; ++index)
+            output =
+                difference(output, trackers[static_cast<std::size_t>(index)].generateSignal(
+                                       frame, fundamental, selection.getHarmonicNumber(index)));
+        return output;
+    }
+
+    bool isPresent(int index) const
+    {
+        return trackers[static_cast<std::size_t>(index)].isSinusoidalPresent();
+    }
+
+private:
+    std::vector<SinusoidalSynthesis> trackers;
+};
+
+/// The cascade by its definition, stage after stage.
+class PlainCascade
+{
+public:
+    PlainCascade()
+        : filters(HarmonicSelection::maximum)
+    {
+    }
+
+    Signal32 clean(const Signal32& frame, float fundamental, HarmonicSelection selection)
+    {
+        Signal32 output = frame;
+        for (int index = 0; index < selection.count; ++index)
+        {
+            const float frequency = selection.getFrequency(index, fundamental);
+            if (!(static_cast<float>(0.49 * sampleRate) > frequency))
+                continue;
+            IirFilter64& filter = filters[static_cast<std::size_t>(index)];
+            filter.setFilter(
+                frame.getNumChannels(),
+                IirCoefficients::createBandPass(static_cast<double>(frequency), 25.0, sampleRate));
+            output = difference(output, filter.process(output.toSignal64()).toSignal32());
+        }
+        return output;
+    }
+
+private:
+    std::vector<IirFilter64> filters;
+};
+
+/// A fundamental that wanders, as a tracked one does.
+float wandering(int frame)
+{
+    return 50.0F + 0.07F * static_cast<float>(frame % 5);
+}
+
+} // namespace
+
+TEST(TrackerBank, doesWhatItsTrackersDoOneByOne)
+{
+    struct Case
+    {
+        int frameLength;
+        int numChannels;
+        HarmonicSelection selection;
+    };
+
+    const Signal32 program = mix(makeHum({.numHarmonics = 40}, sampleRate, 0.6, 3),
+                                 makeNoise(-50.0, sampleRate, 0.6, 3));
+    forEachInstructionSet(
+        [&](const char* instructionSet)
+        {
+            for (const Case& c :
+                 {Case{2048, 2, {20, false}}, Case{2048, 1, {1, false}}, Case{1024, 3, {96, true}},
+                  Case{333, 1, {33, false}}, Case{5, 1, {7, false}}})
+            {
+                TrackerBank bank;
+                bank.setFormat(c.numChannels, sampleRate, c.frameLength);
+                PlainBank plain(c.numChannels, sampleRate);
+                for (int frame = 0; frame < 10; ++frame)
+                {
+                    Signal32 input(c.numChannels, c.frameLength);
+                    for (int channel = 0; channel < c.numChannels; ++channel)
+                        orvo::vo::copy(program.getReadChannelPtr(channel) + frame * c.frameLength,
+                                       input.getWriteChannelPtr(channel), c.frameLength);
+                    // New harmonics join in the middle and have to be primed beside old ones.
+                    const HarmonicSelection selection(
+                        frame < 4 ? c.selection.count / 2 : c.selection.count, c.selection.onlyOdd);
+                    Signal32 output = input;
+                    bank.subtractHarmonics(input, output, wandering(frame), selection);
+                    const Signal32 expected = plain.clean(input, wandering(frame), selection);
+                    ASSERT_LT(peakOf(difference(output, expected)), rounding)
+                        << instructionSet << ", " << c.frameLength << " samples, frame " << frame;
+                    for (int index = 0; index < selection.count; ++index)
+                        ASSERT_EQ(bank.getTracker(index).isSinusoidalPresent(),
+                                  plain.isPresent(index))
+                            << instructionSet << ", frame " << frame << ", index " << index;
+                }
+            }
+        });
+}
+
+TEST(NotchCascade, doesWhatItsStagesDoOneAfterTheOther)
+{
+    const Signal32 program = mix(makeHum({.numHarmonics = 40}, sampleRate, 0.5, 2),
+                                 makeNoise(-30.0, sampleRate, 0.5, 2));
+    forEachInstructionSet(
+        [&](const char* instructionSet)
+        {
+            for (const int count : {1, 2, 7, 8, 16, 17, 40, 96})
+            {
+                NotchCascade cascade;
+                cascade.setFormat(2, sampleRate);
+                PlainCascade plain;
+                int position = 0;
+                for (const int length : {2048, 1, 3, 15, 16, 17, 64, 2048, 500, 2048})
+                {
+                    const float fundamental = wandering(length);
+                    const HarmonicSelection selection(count, count == 40);
+                    const Signal32 input = cut(program, position, length);
+                    Signal32 output = input;
+                    cascade.process(output, fundamental, selection);
+                    // Every one of the stages may round to the other neighbour.
+                    ASSERT_LT(
+                        peakOf(difference(output, plain.clean(input, fundamental, selection))),
+                        6.0e-7F)
+                        << instructionSet << ", " << count << " stages, " << length << " samples";
+                    position += length;
+                }
+            }
+        });
+}
+
+TEST(NotchCascade, cutsItsHarmonicAndLittleElse)
+{
+    const auto remainder = [](double frequency)
+    {
+        NotchCascade cascade;
+        cascade.setFormat(1, sampleRate);
+        Signal32 tone = makeTone(frequency, 1.0, sampleRate, 3.0);
+        cascade.process(tone, 50.0F, {1, false});
+        return peakOf(cut(tone, 2 * 48000, 48000));
+    };
+    EXPECT_LT(remainder(50.0), 1e-5F);
+    EXPECT_GT(remainder(55.0), 0.9F);
+}
+
+TEST(NotchCascade, leavesHarmonicsNearHalfTheSampleRateAlone)
+{
+    const Signal32 noise = makeNoise(-20.0, 44100.0, 0.1);
+    const auto outputOf = [&](int count)
+    {
+        NotchCascade cascade;
+        cascade.setFormat(1, 44100.0);
+        Signal32 samples = noise;
+        cascade.process(samples, 500.0F, {count, false});
+        return samples;
+    };
+    EXPECT_FALSE(areIdentical(outputOf(42), outputOf(43))); // 21500 Hz
+    EXPECT_TRUE(areIdentical(outputOf(43), outputOf(44)));  // 22000 Hz
+}
+
+TEST(SteadyState, equalsTheRepeatedPasses)
+{
+    IirFilter64 filter;
+    filter.setFilter(1, IirCoefficients::createBandPass(100.0, 10.0, sampleRate));
+    const auto taps = filter.getNormalisedTaps();
+    const auto period = cut(makeHum({}, sampleRate, 1.0), 0, 960).toSignal64();
+    filter.process(period);
+    const std::array<double, 2> once{filter.getDelayLine(0)[0], filter.getDelayLine(0)[1]};
+    for (int pass = 1; pass < 25; ++pass)
+        filter.process(period);
+    const auto closed = orvo::audio::repeatPasses(once, taps[4], taps[5], 960, 25);
+    EXPECT_NEAR(closed[0], filter.getDelayLine(0)[0], 1e-12);
+    EXPECT_NEAR(closed[1], filter.getDelayLine(0)[1], 1e-12);
+}

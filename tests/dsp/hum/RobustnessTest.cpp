@@ -1,0 +1,170 @@
+#include "tests/support/EngineRun.h"
+#include "tests/support/TestSignals.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cmath>
+#include <limits>
+#include <thread>
+
+using namespace testing_support;
+using orvo::audio::Kalimmer;
+
+namespace
+{
+
+constexpr double sampleRate = 48000.0;
+constexpr float infinity = std::numeric_limits<float>::infinity();
+constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
+
+Signal32 withBurst(const Signal32& program, float value, int start, int count)
+{
+    Signal32 result = program;
+    for (int channel = 0; channel < result.getNumChannels(); ++channel)
+        std::fill_n(result.getWriteChannelPtr(channel) + start, count, value);
+    return result;
+}
+
+} // namespace
+
+TEST(Robustness, recoversFromSamplesThatAreNoAudio)
+{
+    const Signal32 program = makeHum({}, sampleRate, 6.0, 2);
+    for (const bool aggressive : {false, true})
+        for (const float value : {notANumber, infinity, -infinity, 3.0e38F, 1.0e30F, -1.0e7F})
+        {
+            const EngineSettings settings{.aggressive = aggressive};
+            Kalimmer engine;
+            apply(settings, engine);
+            engine.setFormat(makeFormat(2, sampleRate), makeFormat(2, sampleRate));
+            const Signal32 output =
+                run(engine, withBurst(program, value, 48000, 10), std::array{512});
+            ASSERT_TRUE(isFinite(output)) << value;
+            ASSERT_TRUE(isFinite(engine.getInputMagnitudes()));
+            // A narrow filter rings down from a burst of a million in about two seconds.
+            const Signal32 undisturbed = run(settings, program, sampleRate);
+            const int count = output.getNumSamples() - 5 * 48000;
+            EXPECT_LT(peakOf(difference(cut(output, 5 * 48000, count),
+                                        cut(undisturbed, 5 * 48000, count))),
+                      0.02F)
+                << value << (aggressive ? " aggressive" : " normal");
+        }
+}
+
+TEST(Robustness, countsNotANumberAsSilence)
+{
+    const Signal32 program = makeHum({}, sampleRate, 2.0);
+    for (const bool aggressive : {false, true})
+        EXPECT_TRUE(areIdentical(
+            run({.aggressive = aggressive}, withBurst(program, notANumber, 48000, 10), sampleRate),
+            run({.aggressive = aggressive}, withBurst(program, 0.0F, 48000, 10), sampleRate)));
+}
+
+TEST(Robustness, usesTheDefaultWhereAParameterIsNoNumber)
+{
+    const Signal32 program = makeHum({}, sampleRate, 2.0);
+    Kalimmer engine;
+    apply({}, engine);
+    engine.setFormat(makeFormat(1, sampleRate), makeFormat(1, sampleRate));
+    engine.setParameterValue(Kalimmer::FundamentalFrequency, notANumber, false);
+    engine.setParameterValue(Kalimmer::Adaptivity, notANumber, false);
+    engine.reset();
+    EXPECT_TRUE(areIdentical(run(engine, program, std::array{512}), run({}, program, sampleRate)));
+}
+
+TEST(Robustness, survivesEverySampleRate)
+{
+    const Signal32 program = makeHum({.numHarmonics = 3}, sampleRate, 0.5, 1);
+    for (const bool aggressive : {false, true})
+        for (const double rate : {0.0, -48000.0, 1.0, 25.0, 26.0, 100.0, 1000.0, 8000.0, 11025.0,
+                                  37800.0, 384000.0, 1.0e9, 1.0e300, HUGE_VAL})
+        {
+            const Signal32 output =
+                run({.harmonics = 96, .aggressive = aggressive}, program, rate, 441);
+            EXPECT_TRUE(isFinite(output)) << rate;
+        }
+    Kalimmer engine;
+    EXPECT_FALSE(engine.setFormat(makeFormat(1, std::nan("")), makeFormat(1, std::nan(""))));
+}
+
+TEST(Robustness, survivesAFundamentalTrackedBelowOnePeriodPerFrame)
+{
+    // A tone that glides down takes the tracking with it, as far as 17 Hz; fresh trackers that
+    // start there have to prime with a period that is longer than their frame.
+    const Signal32 glide =
+        makeHum({.startFrequency = 40.0, .endFrequency = 15.0, .numHarmonics = 1}, sampleRate, 4.0);
+    Kalimmer engine;
+    apply({.fundamental = 40.0F, .adaptivity = 80.0F, .harmonics = 1}, engine);
+    engine.setFormat(makeFormat(1, sampleRate), makeFormat(1, sampleRate));
+    run(engine, glide, std::array{512});
+    ASSERT_LT(engine.getCurrentFundamental(), sampleRate / 2048.0);
+    ASSERT_GT(engine.getCurrentFundamental(), 0.0F);
+    engine.setParameterValue(Kalimmer::NumberOfHarmonics, 96.0F, false);
+    EXPECT_TRUE(isFinite(run(engine, makeNoise(-20.0, sampleRate, 1.0), std::array{512})));
+}
+
+TEST(Robustness, changesSettingsWhilePlaying)
+{
+    const Signal32 program = makeHum({}, sampleRate, 4.0, 2);
+    Kalimmer engine;
+    engine.setFormat(makeFormat(2, sampleRate), makeFormat(2, sampleRate));
+    std::uint32_t random = 1;
+    for (int position = 0; position + 300 <= program.getNumSamples(); position += 300)
+    {
+        random = random * 1664525U + 1013904223U;
+        const auto id = static_cast<int>(random >> 24U) % 7;
+        const float share = static_cast<float>((random >> 8U) & 0xFFFFU) / 65535.0F;
+        float min = 0.0F;
+        float max = 0.0F;
+        engine.getParameterRange(id, min, max);
+        engine.setParameterValue(id, min + share * (max - min), false);
+        ASSERT_TRUE(isFinite(engine.process(cut(program, position, 300), random % 7 == 0)));
+    }
+}
+
+TEST(Robustness, isReadAndSetFromOtherThreadsWhileAudioRuns)
+{
+    const Signal32 program = makeHum({}, sampleRate, 3.0, 2);
+    Kalimmer engine;
+    engine.setFormat(makeFormat(2, sampleRate), makeFormat(2, sampleRate));
+    std::atomic<bool> isRunning{true};
+    float sum = 0.0F;
+    std::thread editor(
+        [&]
+        {
+            while (isRunning)
+            {
+                const Signal32 magnitudes = engine.getInputMagnitudes();
+                for (int bin = 0; bin < magnitudes.getNumSamples(); bin += 64)
+                    sum += magnitudes.getReadChannelPtr(0)[bin];
+                for (const auto& harmonic : engine.getDetectionStatus())
+                    sum += harmonic.present ? harmonic.frequency : 0.0F;
+                sum += engine.getCurrentFundamental();
+                sum += static_cast<float>(engine.getProcessingInfo().processingLatency);
+            }
+        });
+    std::thread automation(
+        [&]
+        {
+            for (int step = 0; isRunning; ++step)
+            {
+                engine.setParameterValue(Kalimmer::NumberOfHarmonics, static_cast<float>(step % 97),
+                                         true);
+                engine.setParameterValue(Kalimmer::OnlyOddHarmonics, static_cast<float>(step % 2),
+                                         true);
+                engine.setParameterValue(Kalimmer::AggressiveMode, static_cast<float>(step / 8 % 2),
+                                         true);
+                engine.resetParameterValue(Kalimmer::FundamentalFrequency, true);
+                std::this_thread::yield();
+            }
+        });
+    for (int position = 0; position + 64 <= program.getNumSamples(); position += 64)
+        engine.process(cut(program, position, 64), false);
+    isRunning = false;
+    editor.join();
+    automation.join();
+    EXPECT_TRUE(std::isfinite(sum));
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "dsp/signal/Signals.h"
+
+/// Signals that the engine's tests listen to. Levels are in dBFS; the amplitude of a tone at 0 dB
+/// is 1.
+namespace testing_support
+{
+
+using orvo::audio::Signal32;
+
+/// A hum like that of bad earthing: harmonic h has 1 / h of the fundamental's amplitude and a phase
+/// of its own. The fundamental glides from `startFrequency` to `endFrequency` (Hz).
+struct Hum
+{
+    double startFrequency = 50.0;
+    double endFrequency = 50.0;
+    int numHarmonics = 20;
+    double levelDb = -26.0;
+};
+
+/// The hum in all channels, each with phases of its own.
+Signal32 makeHum(const Hum& hum, double sampleRate, double seconds, int numChannels = 1);
+
+/// A sine of constant frequency (Hz).
+Signal32 makeTone(double frequency, double amplitude, double sampleRate, double seconds,
+                  int numChannels = 1);
+
+/// White noise of the given power, different in each channel and the same in each run.
+Signal32 makeNoise(double levelDb, double sampleRate, double seconds, int numChannels = 1);
+
+/// Something like speech: a gliding pitch through moving formants, in syllables with pauses and
+/// hissed consonants, with a mean power of `levelDb`.
+Signal32 makeVoice(double levelDb, double sampleRate, double seconds);
+
+/// The sum of two signals of one shape.
+Signal32 mix(const Signal32& a, const Signal32& b);
+
+/// `count` samples from `start` on.
+Signal32 cut(const Signal32& signal, int start, int count);
+
+/// a - b over the length of the shorter.
+Signal32 difference(const Signal32& a, const Signal32& b);
+
+/// The largest absolute sample of all channels.
+float peakOf(const Signal32& signal);
+
+/// Whether shapes and all bits of the samples are the same.
+bool areIdentical(const Signal32& a, const Signal32& b);
+
+bool isFinite(const Signal32& signal);
+
+} // namespace testing_support
