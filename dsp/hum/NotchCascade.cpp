@@ -28,7 +28,7 @@ void NotchCascade::setFormat(int newNumChannels, double newSampleRate)
     // Any frequency will do: each frame tunes the filters, here they get their memory.
     const auto section = IirCoefficients::designBandPass(0.125, notchQ, 1.0);
     for (IirFilter64& filter : filters)
-        filter.setFilter(numChannels, section);
+        filter.setSection(numChannels, section);
     reset();
 }
 
@@ -63,8 +63,8 @@ void NotchCascade::gatherStages(float fundamental, HarmonicSelection selection)
         if (!(limit > frequency && frequency > 0.0F))
             continue;
         IirFilter64& filter = filters[static_cast<std::size_t>(index)];
-        filter.setFilter(numChannels, IirCoefficients::designBandPass(
-                                          static_cast<double>(frequency), notchQ, sampleRate));
+        filter.setSection(numChannels, IirCoefficients::designBandPass(
+                                           static_cast<double>(frequency), notchQ, sampleRate));
         stages.push_back(&filter);
     }
 }

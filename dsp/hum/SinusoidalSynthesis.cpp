@@ -46,6 +46,8 @@ bool SinusoidalSynthesis::setFormat(int newNumChannels, double newSampleRate)
 {
     numChannels = newNumChannels;
     sampleRate = newSampleRate;
+    // Any frequency will do: each frame tunes the band-pass, here it gets its memory.
+    bandPass.setSection(numChannels, IirCoefficients::designBandPass(0.125, isolationQ, 1.0));
     reset();
     return true;
 }
@@ -115,8 +117,8 @@ bool SinusoidalSynthesis::canTrack(float frequency) const
 
 void SinusoidalSynthesis::tune(float frequency)
 {
-    bandPass.setFilter(numChannels, IirCoefficients::designBandPass(static_cast<double>(frequency),
-                                                                    isolationQ, sampleRate));
+    bandPass.setSection(numChannels, IirCoefficients::designBandPass(static_cast<double>(frequency),
+                                                                     isolationQ, sampleRate));
 }
 
 int SinusoidalSynthesis::getPrimingPeriod(float fundamental, int frameLength) const

@@ -17,7 +17,7 @@ void IirFilter64::setFilter(int newNumChannels, const IirCoefficients& coefficie
     setTaps(newNumChannels, coefficients.getB(), coefficients.getA());
 }
 
-void IirFilter64::setFilter(int newNumChannels, const SecondOrderSection& section)
+void IirFilter64::setSection(int newNumChannels, const SecondOrderSection& section)
 {
     setTaps(newNumChannels, section.b, section.a);
 }

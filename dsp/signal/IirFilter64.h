@@ -25,7 +25,7 @@ public:
     void setFilter(int newNumChannels, const IirCoefficients& coefficients);
 
     /// The same for a second-order section; without heap access while order and channels stay.
-    void setFilter(int newNumChannels, const SecondOrderSection& section);
+    void setSection(int newNumChannels, const SecondOrderSection& section);
 
     /// Brings all channels to rest; the coefficients stay.
     void reset();

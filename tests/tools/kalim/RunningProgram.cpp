@@ -1,0 +1,86 @@
+#include "tests/tools/kalim/RunningProgram.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <spawn.h>
+#include <stdexcept>
+#include <thread>
+
+extern char**
+    environ; // NOLINT(readability-redundant-declaration): no header declares it everywhere
+
+namespace kalim::program::test
+{
+namespace
+{
+
+using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+
+std::string contentsOf(std::FILE* file)
+{
+    std::rewind(file);
+    std::string text;
+    char buffer[4096];
+    while (const std::size_t count = std::fread(buffer, 1, sizeof(buffer), file))
+        text.append(buffer, count);
+    return text;
+}
+
+pid_t start(const std::vector<std::string>& arguments, int outputDescriptor, int errorDescriptor)
+{
+    std::vector<std::string> words{KALIM_PROGRAM};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> pointers;
+    for (std::string& word : words)
+        pointers.push_back(word.data());
+    pointers.push_back(nullptr);
+
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, outputDescriptor, STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, errorDescriptor, STDERR_FILENO);
+    pid_t process = 0;
+    const int status =
+        posix_spawn(&process, KALIM_PROGRAM, &actions, nullptr, pointers.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    if (status != 0)
+        throw std::runtime_error("the program cannot be started");
+    return process;
+}
+
+} // namespace
+
+RunResult runKalim(const std::vector<std::string>& arguments)
+{
+    const File output(std::tmpfile(), std::fclose);
+    const File errors(std::tmpfile(), std::fclose);
+    const pid_t process = start(arguments, fileno(output.get()), fileno(errors.get()));
+    int status = 0;
+    waitpid(process, &status, 0);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contentsOf(output.get()),
+            contentsOf(errors.get())};
+}
+
+bool runAndKill(const std::vector<std::string>& arguments, int signalNumber, int milliseconds)
+{
+    const File silent(std::tmpfile(), std::fclose);
+    const pid_t process = start(arguments, fileno(silent.get()), fileno(silent.get()));
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+    kill(process, signalNumber);
+    int status = 0;
+    waitpid(process, &status, 0);
+    return WIFSIGNALED(status);
+}
+
+std::string exampleRecording()
+{
+    return std::string(KALIM_EXAMPLES) + "/guit_em9.flac";
+}
+
+} // namespace kalim::program::test

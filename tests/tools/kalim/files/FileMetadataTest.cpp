@@ -1,0 +1,245 @@
+#include "tools/kalim/files/FileMetadata.h"
+
+#include "tests/tools/kalim/files/AudioFiles.h"
+#include "tests/tools/kalim/files/ScratchFolder.h"
+#include "tools/kalim/files/ChunkedFile.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace kalim::program
+{
+namespace
+{
+
+using namespace std::string_literals;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+constexpr int wav = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+constexpr int rf64 = SF_FORMAT_RF64 | SF_FORMAT_PCM_16;
+constexpr int w64 = SF_FORMAT_W64 | SF_FORMAT_PCM_16;
+constexpr int aiff = SF_FORMAT_AIFF | SF_FORMAT_PCM_16;
+constexpr int caf = SF_FORMAT_CAF | SF_FORMAT_PCM_16;
+constexpr int flac = SF_FORMAT_FLAC | SF_FORMAT_PCM_16;
+
+void setBlock(SNDFILE* file, const char* id, const std::string& text)
+{
+    SF_CHUNK_INFO info{};
+    std::strncpy(info.id, id, sizeof info.id - 1);
+    info.id_size = 4;
+    auto copy = text;
+    info.datalen = static_cast<unsigned>(copy.size());
+    info.data = copy.data();
+    sf_set_chunk(file, &info);
+}
+
+void setStrings(SNDFILE* file)
+{
+    sf_set_string(file, SF_STR_TITLE, "Night train");
+    sf_set_string(file, SF_STR_ARTIST, "Jürgen");
+}
+
+void setCue(SNDFILE* file)
+{
+    SF_CUES cues{};
+    cues.cue_count = 1;
+    cues.cue_points[0].indx = 7;
+    cues.cue_points[0].position = 2;
+    cues.cue_points[0].sample_offset = 2;
+    std::memcpy(&cues.cue_points[0].fcc_chunk, "data", 4);
+    std::strcpy(cues.cue_points[0].name, "Verse");
+    sf_command(file, SFC_SET_CUE, &cues, sizeof cues);
+}
+
+void setBroadcast(SNDFILE* file)
+{
+    SF_BROADCAST_INFO info{};
+    std::strcpy(info.description, "Evening news");
+    info.time_reference_low = 48000;
+    const std::string history = "A=ANALOGUE,M=mono,T=tape\r\n";
+    history.copy(info.coding_history, history.size());
+    info.coding_history_size = static_cast<std::uint32_t>(history.size());
+    sf_command(file, SFC_SET_BROADCAST_INFO, &info, sizeof info);
+}
+
+/// What a recorder of the broadcast kind leaves behind.
+void describeFully(SNDFILE* file)
+{
+    setStrings(file);
+    setCue(file);
+    setBroadcast(file);
+    setBlock(file, "iXML", "<BWFXML></BWFXML> ");
+    setBlock(file, "chna", "tracks");
+    setBlock(file, "LIST", "adtllabl\x0c\0\0\0\x07\0\0\0Refrain\0"s);
+}
+
+class FileMetadataTest : public test::ScratchFolder
+{
+protected:
+    std::vector<std::string> copied(int from, int to,
+                                    const std::function<void(SNDFILE*)>& describe) const
+    {
+        test::writeLibraryFile(path("in"), from, {0, 65536, 0, 65536, 0}, 1, describe);
+        std::filesystem::remove(path("out"));
+        auto warnings = test::copyAudio(path("in"), path("out"), to);
+        EXPECT_EQ(test::readAll(path("out")), test::readAll(path("in")));
+        return warnings;
+    }
+
+    std::vector<RawChunk> chunksOf(const std::string& name) const
+    {
+        const FileDescriptor file(open(path(name).c_str(), O_RDONLY));
+        return ChunkedFile::open(file.get()).value().descriptions();
+    }
+
+    std::string chunkText(const std::string& name, const std::string& id) const
+    {
+        const auto chunks = chunksOf(name);
+        const auto found = std::ranges::find(chunks, id, &RawChunk::id);
+        if (found == chunks.end())
+            return "";
+        return {reinterpret_cast<const char*>(found->data.data()), found->data.size()};
+    }
+
+    std::string titleOf(const std::string& name) const
+    {
+        const AudioFileReader reader(path(name));
+        const char* title = sf_get_string(reader.handle(), SF_STR_TITLE);
+        return title == nullptr ? "" : title;
+    }
+};
+
+} // namespace
+
+TEST_F(FileMetadataTest, EveryBlockOfABroadcastFileStaysWithinTheFamily)
+{
+    for (const int target : {wav, SF_FORMAT_WAVEX | SF_FORMAT_PCM_16, rf64})
+    {
+        EXPECT_THAT(copied(wav, target, describeFully), IsEmpty());
+        auto before = chunksOf("in");
+        auto after = chunksOf("out");
+        std::erase_if(before, [](const RawChunk& chunk) { return chunk.id == "bext"; });
+        std::erase_if(after, [](const RawChunk& chunk) { return chunk.id == "bext"; });
+        EXPECT_EQ(before, after);
+    }
+    EXPECT_EQ(titleOf("in"), "Night train");
+    EXPECT_EQ(copied(wav, w64, describeFully).size(), chunksOf("in").size());
+}
+
+TEST_F(FileMetadataTest, TheBroadcastHistoryGainsExactlyOneLine)
+{
+    copied(wav, wav, setBroadcast);
+    const auto before = chunkText("in", "bext");
+    const auto after = chunkText("out", "bext");
+    EXPECT_EQ(after.substr(0, 602), before.substr(0, 602));
+    const auto history = std::string(after.substr(602).c_str());
+    EXPECT_THAT(history, EndsWith("A=PCM,F=48000,W=16,M=mono,T=Kalim test\r\n"));
+    EXPECT_EQ(std::ranges::count(history, '\n'), std::ranges::count(before.substr(602), '\n') + 1);
+    // Players look for it in front of the samples.
+    EXPECT_TRUE(chunksOf("out").front().precedesAudio);
+}
+
+TEST_F(FileMetadataTest, BlocksOfAnySizeAndParityGoOverByteForByte)
+{
+    for (const std::size_t size : {0U, 1U, 2U, 3U, 5U, 6U, 40000U})
+    {
+        const auto text = std::string(size, 'x');
+        test::writeLibraryFile(path("plain"), wav, {0, 65536, 0});
+        FileDescriptor file(open(path("plain").c_str(), O_RDWR));
+        std::vector<std::byte> large(300001, std::byte{7});
+        const RawChunk small{"iXML", std::vector<std::byte>(size, std::byte{'x'})};
+        ASSERT_TRUE(ChunkedFile::open(file.get())->append({small, {"axml", large}}));
+
+        std::filesystem::remove(path("out"));
+        EXPECT_THAT(test::copyAudio(path("plain"), path("out"), wav), IsEmpty());
+        EXPECT_EQ(chunkText("out", "iXML"), text);
+        EXPECT_EQ(chunkText("out", "axml").size(), large.size());
+    }
+}
+
+TEST_F(FileMetadataTest, FrontBlocksOfAnySizeLeaveTheFileWhole)
+{
+    for (std::size_t size = 600; size < 612; ++size)
+    {
+        const auto describe = [&](SNDFILE* file)
+        { setBlock(file, "iXML", std::string(size, 'x')); };
+        EXPECT_THAT(copied(wav, wav, describe), IsEmpty()) << size;
+        EXPECT_TRUE(chunksOf("out").front().precedesAudio);
+    }
+}
+
+TEST_F(FileMetadataTest, KeepsWhatAiffAndCafSayWithinTheirKind)
+{
+    const auto describe = [](SNDFILE* file)
+    {
+        setStrings(file);
+        setCue(file);
+        setBlock(file, "abcd", "something of its own");
+    };
+    EXPECT_THAT(copied(aiff, aiff, describe), IsEmpty());
+    EXPECT_EQ(titleOf("out"), "Night train");
+    EXPECT_EQ(chunkText("out", "MARK"), chunkText("in", "MARK"));
+    EXPECT_THAT(copied(caf, caf, describe), IsEmpty());
+    EXPECT_EQ(titleOf("out"), "Night train");
+    EXPECT_EQ(chunkText("out", "abcd"), chunkText("in", "abcd"));
+}
+
+TEST_F(FileMetadataTest, TranslatesBetweenKindsAndNamesWhatIsLost)
+{
+    EXPECT_THAT(copied(aiff, wav, setCue), IsEmpty());
+    EXPECT_THAT(chunkText("out", "LIST"), HasSubstr("Verse"));
+    EXPECT_THAT(copied(wav, aiff, setStrings), IsEmpty());
+    EXPECT_EQ(titleOf("out"), "Night train");
+
+    const auto losses = copied(wav, flac, describeFully);
+    EXPECT_EQ(titleOf("out"), "Night train");
+    EXPECT_THAT(losses, ElementsAre(HasSubstr("(bext)"), HasSubstr("'iXML'"), HasSubstr("'chna'"),
+                                    "not kept in the FLAC file: 1 cue points"));
+    EXPECT_THAT(copied(flac, SF_FORMAT_AU | SF_FORMAT_PCM_16, setStrings),
+                Contains(HasSubstr("Night train")));
+}
+
+TEST_F(FileMetadataTest, KeepsLoudspeakerPositions)
+{
+    std::vector<int> map{SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT,     SF_CHANNEL_MAP_CENTER,
+                         SF_CHANNEL_MAP_LFE,  SF_CHANNEL_MAP_SIDE_LEFT, SF_CHANNEL_MAP_SIDE_RIGHT};
+    const int wavex = SF_FORMAT_WAVEX | SF_FORMAT_PCM_16;
+    const auto describe = [&](SNDFILE* file)
+    {
+        sf_command(file, SFC_SET_CHANNEL_MAP_INFO, map.data(),
+                   static_cast<int>(map.size() * sizeof(int)));
+    };
+    test::writeLibraryFile(path("in"), wavex, std::vector<int>(60), 6, describe);
+    EXPECT_THAT(test::copyAudio(path("in"), path("a"), wavex), IsEmpty());
+    EXPECT_THAT(test::copyAudio(path("in"), path("b"), rf64), IsEmpty());
+    EXPECT_THAT(test::copyAudio(path("in"), path("c"), w64),
+                ElementsAre(HasSubstr("loudspeaker positions")));
+}
+
+TEST_F(FileMetadataTest, WarnsOfFlacBlocksThatAreLost)
+{
+    test::writeLibraryFile(path("plain"), flac, {0, 65536, 0}, 1, setStrings);
+    auto bytes = contentsOf(path("plain"));
+    // Behind the marker and the first block, whose length is fixed.
+    constexpr std::size_t secondBlock = 4 + 4 + 34;
+    const auto picture = "\x06\0\0\x20"s + std::string(32, '\0');
+    const auto application = "\x02\0\0\x04"
+                             "abcd"s;
+    const auto comments = "\x04\0\0\x15\0\0\0\0\x01\0\0\0\x09\0\0\0MOOD=calm"s;
+    bytes.insert(secondBlock, picture + application + comments);
+    EXPECT_THAT(test::copyAudio(writeText("in", bytes), path("out"), flac),
+                ElementsAre("not kept in the FLAC file: 1 picture",
+                            "not kept in the FLAC file: 1 application block",
+                            "not kept in the FLAC file: the tags MOOD"));
+}
+
+} // namespace kalim::program

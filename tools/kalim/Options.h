@@ -1,0 +1,41 @@
+#pragma once
+
+#include "tools/kalim/HumSettings.h"
+#include "tools/kalim/TimeRange.h"
+#include "tools/kalim/files/OutputFormat.h"
+
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+
+namespace kalim::program
+{
+
+/// The command line was wrong; what() is the one line to show.
+class UsageError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Everything that the command line says.
+struct Options
+{
+    std::filesystem::path input;
+    std::filesystem::path output;
+    HumSettings settings;
+    int blockSize = 512;
+    FormatRequest format;
+    std::optional<TimeRange> measured;
+    std::optional<std::filesystem::path> trace;
+    std::optional<std::filesystem::path> plot;
+    bool overwrites = false;
+    bool isQuiet = false;
+    bool reportsJson = false;
+};
+
+/// Reads the command line. Returns nothing when it asked for help or the version, which are then on
+/// standard output. Throws UsageError.
+std::optional<Options> parseOptions(int argc, const char* const* argv);
+
+} // namespace kalim::program

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "tools/kalim/files/ChunkLayout.h"
+#include "tools/kalim/files/RawChunk.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kalim::program
+{
+
+/// Where a chunk lies in a file, in bytes.
+struct ChunkPlace
+{
+    std::string id;
+    std::int64_t start;
+    std::int64_t dataStart;
+    std::int64_t dataSize;
+};
+
+/// Reads and adds the description chunks of an open WAV, RF64, W64, AIFF or CAF file. Works on the
+/// bytes, because what goes through the audio library changes its size and is limited to some ten
+/// kilobytes.
+class ChunkedFile
+{
+public:
+    /// Chunks above this many bytes are left alone.
+    static constexpr std::int64_t largestChunk = std::int64_t{1} << 26;
+
+    /// The file as a list of chunks, nothing if it is none; the descriptor is not owned.
+    static std::optional<ChunkedFile> open(int descriptor);
+
+    ChunkFamily family() const { return layout.family; }
+
+    /// All chunks in the order of the file, up to damage or the end.
+    std::vector<ChunkPlace> places() const;
+
+    /// Bytes of the samples, nothing if there is no such chunk.
+    std::optional<std::int64_t> audioBytes() const;
+
+    /// The chunks that describe the recording: neither samples and their format, which the writer
+    /// of samples makes, nor fillers, nor caches and checksums of the samples, which are wrong once
+    /// these change.
+    std::vector<RawChunk> descriptions() const;
+
+    /// A filler of the size that takes exactly these chunks later, see fill().
+    /// @returns the data bytes of the filler, a multiple of 4
+    static std::size_t fillerSize(const ChunkLayout& layout, const std::vector<RawChunk>& chunks);
+
+    /// Identifier of the filler.
+    static constexpr auto fillerId = "JUNK";
+
+    /// Replaces the filler by the chunks; false if there is no filler of their size.
+    bool fill(const std::vector<RawChunk>& chunks) const;
+
+    /// Adds chunks at the end; false for W64, and if the file would outgrow its sizes.
+    bool append(const std::vector<RawChunk>& chunks) const;
+
+private:
+    ChunkedFile(int descriptor, const ChunkLayout& layout);
+
+    std::optional<ChunkPlace> placeAt(std::int64_t offset, std::int64_t largeDataSize) const;
+    std::int64_t largeDataSize() const;
+    std::int64_t fileSize() const;
+    std::vector<std::byte> readBytes(std::int64_t offset, std::int64_t count) const;
+    void writeBytes(std::int64_t offset, std::span<const std::byte> bytes) const;
+    void stateTotalSize(std::int64_t size) const;
+
+    int descriptor;
+    ChunkLayout layout;
+};
+
+} // namespace kalim::program

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <sndfile.h>
+
+#include <cstdint>
+
+namespace kalim::program
+{
+
+/// Lets the audio library write to an open file, and remembers the first failure: an encoder that
+/// writes its last block while it is closed tells nobody that the disk was full.
+class DescriptorSink
+{
+public:
+    /// @param descriptor open for reading and writing; not owned
+    explicit DescriptorSink(int descriptor);
+
+    /// Functions for the library, to be called with this object.
+    static SF_VIRTUAL_IO functions();
+
+    /// Number of the first error of the system, 0 when all went well.
+    int errorNumber() const { return firstError; }
+
+private:
+    std::int64_t write(const char* data, std::int64_t count);
+    void note(int error);
+
+    int descriptor;
+    int firstError = 0;
+};
+
+} // namespace kalim::program

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "tools/kalim/files/FileDescriptor.h"
+#include "tools/kalim/files/TemporaryFileRegistry.h"
+
+#include <filesystem>
+#include <optional>
+
+namespace kalim::program
+{
+
+/// What to do about a file that already has the output's name.
+enum class Existing
+{
+    keep,
+    replace
+};
+
+/// A file that appears under its name only when it is complete: it is written beside it under a
+/// hidden name, and the destructor removes what was not committed.
+class OutputFile
+{
+public:
+    /// Creates the hidden file, with the permissions that the umask leaves.
+    /// @param target final name; a symbolic link to a file stays one, the file is replaced
+    /// @throws FileError when the target exists and is to be kept, is a folder or no regular file,
+    /// or when its folder is missing or cannot be written
+    OutputFile(const std::filesystem::path& target, Existing existing);
+    ~OutputFile();
+
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    const std::filesystem::path& target() const { return targetPath; }
+
+    const std::filesystem::path& temporaryPath() const { return hiddenPath; }
+
+    /// Open for reading and writing; the output file closes it.
+    int descriptor() const { return file.get(); }
+
+    /// Puts the file safely on the disk and then under its name in one step.
+    /// @throws FileError when the disk fails, or when meanwhile somebody made a file of that name
+    /// that is to be kept
+    void commit();
+
+private:
+    void create();
+    void moveToTarget() const;
+
+    std::filesystem::path targetPath;
+    std::filesystem::path finalPath;
+    std::filesystem::path hiddenPath;
+    Existing existing;
+    std::optional<TemporaryFileRegistry::Entry> registration;
+    FileDescriptor file;
+};
+
+/// Whether both names lead to one and the same existing file, through links or not.
+bool isSameFile(const std::filesystem::path& a, const std::filesystem::path& b);
+
+} // namespace kalim::program

@@ -1,0 +1,69 @@
+#include "tools/kalim/Cleaning.h"
+#include "tools/kalim/Options.h"
+#include "tools/kalim/files/FileError.h"
+#include "tools/kalim/files/TemporaryFileRegistry.h"
+
+#include <fmt/format.h>
+
+#include <signal.h>
+
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <string>
+
+namespace
+{
+
+constexpr int couldNotProcess = 1;
+constexpr int wrongUsage = 2;
+
+void say(const std::string& message)
+{
+    fmt::print(stderr, "kalim: {}\n", message);
+}
+
+/// Throws what went wrong.
+void runProgram(int argc, char** argv)
+{
+    using namespace kalim::program;
+    const auto options = parseOptions(argc, argv);
+    if (!options)
+        return;
+    const Report report = clean(*options);
+    if (!options->isQuiet)
+        for (const std::string& warning : report.warnings)
+            say(fmt::format("{}: warning: {}", report.output, warning));
+    if (options->reportsJson)
+        fmt::print("{}", report.toJson());
+    else if (!options->isQuiet)
+        fmt::print("{}", report.toText());
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    kalim::program::TemporaryFileRegistry::installSignalHandlers();
+    // A file that reaches the allowed size is reported like a full disk.
+    signal(SIGXFSZ, SIG_IGN);
+    try
+    {
+        runProgram(argc, argv);
+        return 0;
+    }
+    catch (const kalim::program::UsageError& error)
+    {
+        say(error.what());
+        return wrongUsage;
+    }
+    catch (const std::bad_alloc&)
+    {
+        say("not enough memory");
+    }
+    catch (const std::exception& error)
+    {
+        say(error.what());
+    }
+    return couldNotProcess;
+}

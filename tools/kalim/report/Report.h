@@ -1,0 +1,59 @@
+#pragma once
+
+#include "tools/kalim/HumSettings.h"
+#include "tools/kalim/TimeRange.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kalim::program
+{
+
+/// Levels at one harmonic over the measured part, in dBFS.
+struct HarmonicLevels
+{
+    int number = 0;
+    double frequency = 0.0;
+    double before = 0.0;
+    double after = 0.0;
+};
+
+/// What was done to a recording.
+struct Report
+{
+    std::string input;
+    std::string output;
+    std::string inputFormat;
+    std::string outputFormat;
+    int sampleRate = 0;
+    int channels = 0;
+    std::int64_t samples = 0;
+    HumSettings settings;
+
+    /// Recording time divided by the time to read, process and write it.
+    double timesRealTime = 0.0;
+
+    float fundamentalAtStart = 0.0F;
+    float fundamentalAtEnd = 0.0F;
+    float lowestFundamental = 0.0F;
+    float highestFundamental = 0.0F;
+
+    std::optional<TimeRange> measured;
+    std::vector<HarmonicLevels> harmonics;
+
+    std::int64_t nonFiniteSamples = 0;
+    std::int64_t clippedSamples = 0;
+    std::vector<std::string> warnings;
+
+    double getSeconds() const;
+
+    /// For people: a few lines and a table.
+    std::string toText() const;
+
+    /// For programs: one JSON object. Levels are null where there was silence.
+    std::string toJson() const;
+};
+
+} // namespace kalim::program

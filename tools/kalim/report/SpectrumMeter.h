@@ -1,0 +1,53 @@
+#pragma once
+
+#include "dsp/signal/FourierTransform.h"
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace kalim::program
+{
+
+/// Averages the power spectrum of a recording as it streams by, over overlapping Hann-windowed
+/// segments of some seconds and over all channels.
+/// (P. D. Welch, "The Use of Fast Fourier Transform for the Estimation of Power Spectra", 1967.)
+/// Levels are in dBFS, with 0 for a sine of full scale.
+class SpectrumMeter
+{
+public:
+    /// The lowest level that is told apart from silence.
+    static constexpr double floorDb = -200.0;
+
+    /// `numSamples` per channel will come at most; fewer than a segment make the segments shorter.
+    SpectrumMeter(int channels, int sampleRate, std::int64_t numSamples);
+
+    /// Takes the next interleaved samples.
+    void add(std::span<const float> interleaved);
+
+    /// Takes the samples since the last full segment, filled up with silence. Call once, at the
+    /// end.
+    void finish();
+
+    /// Hz between bins.
+    double getBinSpacing() const { return binSpacing; }
+
+    /// Level of every bin as that of a sine in its centre.
+    std::vector<double> getLevels() const;
+
+private:
+    void measureSegment();
+
+    std::size_t numChannels;
+    int segmentLength;
+    int transformLength;
+    double binSpacing;
+    orvo::audio::FourierTransform transform;
+    orvo::audio::Signal32 window;
+    orvo::audio::Signal32 segment;
+    std::vector<double> power;
+    std::int64_t numSegments = 0;
+    int filled = 0;
+};
+
+} // namespace kalim::program

@@ -1,0 +1,68 @@
+#include "tools/kalim/report/TraceFile.h"
+
+#include "tools/kalim/files/FileError.h"
+
+#include <fmt/format.h>
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cmath>
+#include <iterator>
+#include <string_view>
+
+namespace kalim::program
+{
+namespace
+{
+
+constexpr std::size_t writeThreshold = 1U << 16U;
+
+/// The multiples of the fundamental that are present, between spaces.
+std::string presentNumbers(const orvo::audio::Kalimmer& remover)
+{
+    const float fundamental = remover.getCurrentFundamental();
+    std::string numbers;
+    for (const orvo::audio::HarmonicStatus& harmonic : remover.getDetectionStatus())
+        if (harmonic.present)
+            fmt::format_to(std::back_inserter(numbers), "{}{}", numbers.empty() ? "" : " ",
+                           std::lround(harmonic.frequency / fundamental));
+    return numbers;
+}
+
+} // namespace
+
+TraceFile::TraceFile(const std::filesystem::path& path, Existing existing)
+    : file(path, existing)
+    , text("time_s,fundamental_hz,harmonics_present\n")
+{
+}
+
+void TraceFile::add(double seconds, const orvo::audio::Kalimmer& remover)
+{
+    fmt::format_to(std::back_inserter(text), "{:.6f},{:.5f},{}\n", seconds,
+                   remover.getCurrentFundamental(), presentNumbers(remover));
+    if (text.size() >= writeThreshold)
+        write();
+}
+
+void TraceFile::commit()
+{
+    write();
+    file.commit();
+}
+
+void TraceFile::write()
+{
+    std::string_view rest = text;
+    while (!rest.empty())
+    {
+        const ssize_t written = ::write(file.descriptor(), rest.data(), rest.size());
+        if (written < 0 && errno != EINTR)
+            throw FileError(file.target(), errno);
+        rest.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
+    }
+    text.clear();
+}
+
+} // namespace kalim::program

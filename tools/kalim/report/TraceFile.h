@@ -1,0 +1,34 @@
+#pragma once
+
+#include "dsp/hum/Kalimmer.h"
+#include "tools/kalim/files/OutputFile.h"
+
+#include <filesystem>
+#include <string>
+
+namespace kalim::program
+{
+
+/// The course of the tracking as a table of comma-separated values: a row per analysis with the
+/// time in seconds, the tracked fundamental in Hz and the numbers of the harmonics present, between
+/// spaces.
+class TraceFile
+{
+public:
+    /// Throws FileError, as OutputFile does.
+    TraceFile(const std::filesystem::path& path, Existing existing);
+
+    /// Writes a row. Throws FileError.
+    void add(double seconds, const orvo::audio::Kalimmer& remover);
+
+    /// Puts the file under its name. Throws FileError.
+    void commit();
+
+private:
+    void write();
+
+    OutputFile file;
+    std::string text;
+};
+
+} // namespace kalim::program
