@@ -2,12 +2,14 @@
 
 #include "dsp/hum/HarmonicSelection.h"
 #include "tools/kalim/StreamRemover.h"
+#include "tools/kalim/Stretch.h"
 #include "tools/kalim/Version.h"
 #include "tools/kalim/files/AudioFileReader.h"
 #include "tools/kalim/files/AudioFileWriter.h"
 #include "tools/kalim/files/FileError.h"
 #include "tools/kalim/files/FileMetadata.h"
 #include "tools/kalim/files/OutputFile.h"
+#include "tools/kalim/report/HarmonicLevels.h"
 #include "tools/kalim/report/ProgressBar.h"
 #include "tools/kalim/report/SpectrumMeter.h"
 #include "tools/kalim/report/SpectrumPlot.h"
@@ -31,11 +33,6 @@ namespace
 
 using orvo::audio::Kalimmer;
 
-/// The strongest line this close to a harmonic is taken for it, in Hz; for each harmonic a little
-/// more, since an error of the tracking counts once per harmonic.
-constexpr double fixedReach = 1.0;
-constexpr double reachPerHarmonic = 0.1;
-
 /// About how many samples of all channels are read at once.
 constexpr int readSize = 1 << 16;
 
@@ -55,38 +52,17 @@ void requireDistinct(const Options& options)
     }
 }
 
-/// The measured part of the recording, in samples per channel.
-class Stretch
+Stretch findStretch(const Options& options, const AudioFileReader& reader)
 {
-public:
-    Stretch(const std::optional<TimeRange>& range, std::int64_t length, int sampleRate)
-        : first(range ? std::llround(range->start * sampleRate) : 0)
-        , last(range ? std::llround(range->end * sampleRate) : length)
+    try
     {
-        if (last > length)
-            throw UsageError(fmt::format("--measure: the recording is only {:.3f} s long",
-                                         static_cast<double>(length) / sampleRate));
+        return {options.measured, reader.frames(), reader.sampleRate()};
     }
-
-    std::int64_t getLength() const { return last - first; }
-
-    bool contains(std::int64_t position) const { return first <= position && position < last; }
-
-    /// What of a piece that starts at `position` lies within.
-    std::span<const float> cut(std::span<const float> interleaved, std::int64_t position,
-                               int channels) const
+    catch (const std::invalid_argument& error)
     {
-        const std::int64_t count = static_cast<std::int64_t>(interleaved.size()) / channels;
-        const std::int64_t from = std::clamp<std::int64_t>(first - position, 0, count);
-        const std::int64_t to = std::clamp<std::int64_t>(last - position, from, count);
-        return interleaved.subspan(static_cast<std::size_t>(from * channels),
-                                   static_cast<std::size_t>((to - from) * channels));
+        throw UsageError(fmt::format("--measure: {}", error.what()));
     }
-
-private:
-    std::int64_t first;
-    std::int64_t last;
-};
+}
 
 /// One run over one recording.
 class Cleaner
@@ -100,7 +76,7 @@ public:
         , target(chooseOutputFormat(reader.format(),
                                     {reader.frames(), reader.channels(), reader.sampleRate()},
                                     given.output, given.format))
-        , stretch(given.measured, reader.frames(), reader.sampleRate())
+        , stretch(findStretch(given, reader))
         , output(given.output, existing)
         , writer(output, target.format, reader.channels(), reader.sampleRate())
         , before(reader.channels(), reader.sampleRate(), stretch.getLength())
@@ -132,7 +108,7 @@ public:
         Report report = describe();
         report.timesRealTime = report.getSeconds() / std::max(taken.count(), 1e-9);
         report.warnings = target.warnings;
-        const std::vector<std::string> losses = metadata.lossesIn(output.temporaryPath());
+        const std::vector<std::string> losses = findLosses();
         report.warnings.insert(report.warnings.end(), losses.begin(), losses.end());
         if (picture)
             drawSpectrumPlot(*picture, describePicture(report));
@@ -167,6 +143,22 @@ private:
         remover.finish(write);
     }
 
+    /// Reads the finished file back, which also shows that others can read it.
+    std::vector<std::string> findLosses() const
+    {
+        try
+        {
+            return metadata.lossesIn(output.temporaryPath());
+        }
+        catch (const FileError&)
+        {
+            throw FileError(options.output,
+                            reader.frames() == 0
+                                ? target.format.containerName() + " cannot hold an empty recording"
+                                : "what was written cannot be read back");
+        }
+    }
+
     void take(std::span<const float> cleaned)
     {
         after.add(stretch.cut(cleaned, writer.framesWritten(), reader.channels()));
@@ -184,6 +176,9 @@ private:
 
     Report describe() const
     {
+        const orvo::audio::HarmonicSelection selection(
+            static_cast<int>(options.settings.get(Kalimmer::NumberOfHarmonics)),
+            options.settings.isOn(Kalimmer::OnlyOddHarmonics));
         Report report;
         report.input = printable(options.input);
         report.output = printable(options.output);
@@ -198,45 +193,11 @@ private:
         report.lowestFundamental = tracking.getLowest();
         report.highestFundamental = tracking.getHighest();
         report.measured = options.measured;
-        report.harmonics = measureHarmonics();
+        report.harmonics = measureHarmonics(before, after, selection,
+                                            static_cast<double>(measuredTracking.getMean()));
         report.nonFiniteSamples = remover.getNumNonFinite();
         report.clippedSamples = writer.clippedSamples();
         return report;
-    }
-
-    /// Levels before and after at the very frequencies at which the hum's lines stood out before.
-    std::vector<HarmonicLevels> measureHarmonics() const
-    {
-        const orvo::audio::HarmonicSelection selection(
-            static_cast<int>(options.settings.get(Kalimmer::NumberOfHarmonics)),
-            options.settings.isOn(Kalimmer::OnlyOddHarmonics));
-        const std::vector<double> levelsBefore = before.getLevels();
-        const std::vector<double> levelsAfter = after.getLevels();
-        std::vector<HarmonicLevels> harmonics;
-        for (int index = 0; index < selection.count; ++index)
-        {
-            const int number = selection.getHarmonicNumber(index);
-            const double frequency = number * static_cast<double>(measuredTracking.getMean());
-            const double reach = fixedReach + reachPerHarmonic * number;
-            if (frequency + reach > reader.sampleRate() / 2.0)
-                break;
-            const std::size_t bin =
-                findStrongest(levelsBefore, frequency - reach, frequency + reach);
-            harmonics.push_back({number, static_cast<double>(bin) * before.getBinSpacing(),
-                                 levelsBefore[bin], levelsAfter[bin]});
-        }
-        return harmonics;
-    }
-
-    /// The bin of the highest level between two frequencies in Hz.
-    std::size_t findStrongest(const std::vector<double>& levels, double from, double to) const
-    {
-        const double last = static_cast<double>(levels.size()) - 1.0;
-        const double low = std::clamp(std::floor(from / before.getBinSpacing()), 0.0, last);
-        const double high = std::clamp(std::ceil(to / before.getBinSpacing()), low, last);
-        const auto first = levels.begin() + static_cast<std::ptrdiff_t>(low);
-        const auto end = levels.begin() + static_cast<std::ptrdiff_t>(high) + 1;
-        return static_cast<std::size_t>(std::max_element(first, end) - levels.begin());
     }
 
     SpectrumPlotData describePicture(const Report& report) const

@@ -2,6 +2,7 @@
 
 #include "tools/kalim/HumSettings.h"
 #include "tools/kalim/TimeRange.h"
+#include "tools/kalim/report/HarmonicLevels.h"
 
 #include <cstdint>
 #include <optional>
@@ -10,15 +11,6 @@
 
 namespace kalim::program
 {
-
-/// Levels at one harmonic over the measured part, in dBFS.
-struct HarmonicLevels
-{
-    int number = 0;
-    double frequency = 0.0;
-    double before = 0.0;
-    double after = 0.0;
-};
 
 /// What was done to a recording.
 struct Report
