@@ -159,6 +159,17 @@ void OutputFile::create()
         fchmod(file.get(), replaced->st_mode & 0777U);
 }
 
+void OutputFile::write(std::span<const std::byte> bytes)
+{
+    while (!bytes.empty())
+    {
+        const ssize_t written = ::write(file.get(), bytes.data(), bytes.size());
+        if (written < 0 && errno != EINTR)
+            throw FileError(targetPath, errno);
+        bytes = bytes.subspan(written > 0 ? static_cast<std::size_t>(written) : 0);
+    }
+}
+
 void OutputFile::commit()
 {
     if (fsync(file.get()) != 0 && errno != EINVAL)

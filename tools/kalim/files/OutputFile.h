@@ -3,8 +3,10 @@
 #include "tools/kalim/files/FileDescriptor.h"
 #include "tools/kalim/files/TemporaryFileRegistry.h"
 
+#include <cstddef>
 #include <filesystem>
 #include <optional>
+#include <span>
 
 namespace kalim::program
 {
@@ -37,6 +39,9 @@ public:
 
     /// Open for reading and writing; the output file closes it.
     int descriptor() const { return file.get(); }
+
+    /// Appends bytes. Throws FileError when the disk is full or fails.
+    void write(std::span<const std::byte> bytes);
 
     /// Puts the file safely on the disk and then under its name in one step.
     /// @throws FileError when the disk fails, or when meanwhile somebody made a file of that name

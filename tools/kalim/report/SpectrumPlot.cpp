@@ -5,15 +5,11 @@
 
 #include <fmt/format.h>
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <cmath>
 #include <limits>
 #include <numbers>
-#include <span>
 #include <string>
 
 namespace kalim::program
@@ -320,17 +316,6 @@ private:
     std::vector<PlotHarmonic> harmonics;
 };
 
-void writeAll(const OutputFile& output, std::span<const std::byte> bytes)
-{
-    while (!bytes.empty())
-    {
-        const auto written = write(output.descriptor(), bytes.data(), bytes.size());
-        if (written < 0 && errno != EINTR)
-            throw FileError(output.target(), errno);
-        bytes = bytes.subspan(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
-    }
-}
-
 } // namespace
 
 PictureKind pictureKindOf(const std::filesystem::path& path)
@@ -353,7 +338,7 @@ std::vector<std::byte> renderSpectrumPlot(const SpectrumPlotData& data, PictureK
 void drawSpectrumPlot(OutputFile& output, const SpectrumPlotData& data)
 {
     const auto kind = pictureKindOf(output.target());
-    writeAll(output, renderSpectrumPlot(data, kind));
+    output.write(renderSpectrumPlot(data, kind));
 }
 
 } // namespace kalim::program

@@ -1,15 +1,10 @@
 #include "tools/kalim/report/TraceFile.h"
 
-#include "tools/kalim/files/FileError.h"
-
 #include <fmt/format.h>
 
-#include <unistd.h>
-
-#include <cerrno>
 #include <cmath>
 #include <iterator>
-#include <string_view>
+#include <span>
 
 namespace kalim::program
 {
@@ -54,14 +49,7 @@ void TraceFile::commit()
 
 void TraceFile::write()
 {
-    std::string_view rest = text;
-    while (!rest.empty())
-    {
-        const ssize_t written = ::write(file.descriptor(), rest.data(), rest.size());
-        if (written < 0 && errno != EINTR)
-            throw FileError(file.target(), errno);
-        rest.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
-    }
+    file.write(std::as_bytes(std::span(text)));
     text.clear();
 }
 
