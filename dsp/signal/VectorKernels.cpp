@@ -18,6 +18,10 @@ using Floats = hn::ScalableTag<float>;
 using Doubles = hn::ScalableTag<double>;
 using HalfFloats = hn::Rebind<float, Doubles>;
 
+/// The portable fallback only imitates vectors, and limits what overflows a conversion; there,
+/// plain loops are exact, and the compiler knows how to make vectors of them.
+constexpr bool hasVectors = HWY_TARGET != HWY_EMU128;
+
 /// Runs `vectorStep` on whole vectors and `scalarStep` on the samples left over.
 template <typename Tag, typename VectorStep, typename ScalarStep>
 HWY_INLINE void forAll(Tag tag, std::size_t n, const VectorStep& vectorStep,
@@ -25,8 +29,9 @@ HWY_INLINE void forAll(Tag tag, std::size_t n, const VectorStep& vectorStep,
 {
     const std::size_t lanes = hn::Lanes(tag);
     std::size_t i = 0;
-    for (; i + lanes <= n; i += lanes)
-        vectorStep(i);
+    if constexpr (hasVectors)
+        for (; i + lanes <= n; i += lanes)
+            vectorStep(i);
     for (; i < n; ++i)
         scalarStep(i);
 }
