@@ -107,8 +107,8 @@ float BlockAnalysis::estimateFundamental(const Signal32& magnitudes,
         static_cast<float>(bin * fullTurn * hop) / static_cast<float>(blockSize);
     const auto centre = static_cast<float>(bin * sampleRate / blockSize);
     float deviation = std::fmod(phaseDifferences.getReadChannelPtr(0)[bin] - expectedAdvance, turn);
-    // Only the negative side is wrapped: the expected advance is always the larger of the two, so
-    // the remainder is rarely positive, and a positive one may reach a full turn above the bin.
+    // Only the negative side is wrapped: the expected advance is usually the larger of the two.
+    // Where it is not, the estimate may lie up to a full turn above the bin.
     if (static_cast<double>(deviation) < -std::numbers::pi)
         deviation += turn;
     return centre +

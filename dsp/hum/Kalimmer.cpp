@@ -123,6 +123,7 @@ bool Kalimmer::setFormat(const AudioFormat& input, const AudioFormat& output)
     trackers.setFormat(numChannels, sampleRate, hopSize);
     notches.setFormat(numChannels, sampleRate);
     analysis.setFormat(numChannels, sampleRate, blockSize, hopSize);
+    reserveMemory();
     reset();
     return true;
 }
@@ -170,6 +171,27 @@ std::vector<HarmonicStatus> Kalimmer::getDetectionStatus() const
         result.push_back({selection.getFrequency(index, fundamental),
                           countAll || trackers.getTracker(index).isSinusoidalPresent()});
     return result;
+}
+
+/// Enough for the queues to be full of short blocks, and for one analysis.
+void Kalimmer::reserveMemory()
+{
+    constexpr int shortestBlock = 32;
+    constexpr int piecesPerBlock = 3; // the shared storage, its list of channels, the queue's node
+    constexpr int piecesPerAnalysis = 8;
+    reserve.release();
+    const int longestQueue = blockSize + 2 * hopSize;
+    if (longestQueue < shortestBlock)
+        return;
+    for (const std::size_t numBytes : {64, 128, 256})
+        reserve.add(numBytes, piecesPerBlock * longestQueue / shortestBlock);
+    for (int length = shortestBlock; length <= hopSize; length *= 2)
+        reserve.add(sizeof(float) * static_cast<std::size_t>(length),
+                    (longestQueue / length + 2) * numChannels);
+    // From a block of samples up to the complex spectrum for the display.
+    const auto blockBytes = sizeof(float) * static_cast<std::size_t>(blockSize);
+    for (std::size_t numBytes = blockBytes; numBytes <= 8 * blockBytes; numBytes *= 2)
+        reserve.add(numBytes, piecesPerAnalysis + numChannels);
 }
 
 bool Kalimmer::canProcess(const Signal32& input) const

@@ -8,6 +8,7 @@
 #include "dsp/processor/BaseAudioProcessor.h"
 #include "dsp/processor/BoolProcessorParameter.h"
 #include "dsp/processor/TypedProcessorParameter.h"
+#include "dsp/signal/AlignedMemory.h"
 #include "dsp/signal/RelaxedAtomic.h"
 #include "dsp/signal/SignalQueue.h"
 
@@ -72,6 +73,7 @@ public:
     int getHopSize() const { return hopSize; }
 
 private:
+    void reserveMemory();
     bool canProcess(const Signal32& input) const;
     HarmonicSelection getSelection() const;
     void analyseQueue();
@@ -80,6 +82,8 @@ private:
     Signal32 processWithNotchFilters(const Signal32& input);
     void queueOutput(const Signal32& frame, const Signal32& cleaned);
     Signal32 takeOutput();
+
+    MemoryReserve reserve;
 
     TypedProcessorParameter<float> fundamentalFrequency;
     TypedProcessorParameter<float> sensitivity;

@@ -21,7 +21,8 @@ class ProcessorUserInterface;
 
 /// A signal processor that knows nothing of its host: it is told its formats, turns blocks into
 /// blocks, and shows its settings as floats by index. Parameter values may be read and written from
-/// any thread; listeners are called on the thread that caused the call, outside the lock.
+/// any thread; listeners are called on the thread that caused the call, and
+/// outside the lock but for formatChanged(), which a processor may send while it holds it.
 class BaseAudioProcessor : public PropertyContainer
 {
 public:
@@ -74,9 +75,9 @@ public:
     /// each, in the byte order of the machine. Returns true.
     virtual bool saveState(files::OutputStream* stream);
 
-    /// Reads what saveState() wrote. Missing records leave their parameters alone. An unknown index
-    /// ends the loading with false; values read before it stay. A stream that ends early is not an
-    /// error: the fields that it lacks keep the values of the record before.
+    /// Reads what saveState() wrote; parameters without a record keep their values. An unknown
+    /// index ends the loading with false; values read before it stay. A stream that ends early is
+    /// not an error: the fields that it lacks keep the values of the record before.
     virtual bool loadState(files::InputStream* stream);
 
     virtual std::string getName() = 0;

@@ -141,4 +141,30 @@ void releaseIdleMemory() noexcept
             ::operator delete(block, alignment);
 }
 
+MemoryReserve::~MemoryReserve()
+{
+    release();
+}
+
+void MemoryReserve::add(std::size_t numBytes, int count)
+{
+    const int sizeClass = sizeClassOf(numBytes);
+    if (sizeClass == unpooledClass)
+        return;
+    numBlocksByClass.resize(idleBlocks.size());
+    for (; count > 0; --count)
+    {
+        idleBlocks[static_cast<std::size_t>(sizeClass)].push(newBlock(numBytes, sizeClass));
+        ++numBlocksByClass[static_cast<std::size_t>(sizeClass)];
+    }
+}
+
+void MemoryReserve::release() noexcept
+{
+    for (std::size_t sizeClass = 0; sizeClass < numBlocksByClass.size(); ++sizeClass)
+        for (int& count = numBlocksByClass[sizeClass]; count > 0; --count)
+            ::operator delete(idleBlocks[sizeClass].pop(), alignment);
+    numBlocksByClass.clear();
+}
+
 } // namespace orvo::audio

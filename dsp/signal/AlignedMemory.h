@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <vector>
 
 namespace orvo::audio
 {
@@ -20,6 +21,27 @@ void freeAligned(void* memory) noexcept;
 
 /// Returns all idle memory to the system. Call only when no other thread allocates or frees.
 void releaseIdleMemory() noexcept;
+
+/// Idle memory that was set aside before audio runs, so that its first blocks find some. It is
+/// shared with everybody, but goes back to the system with the reserve. Not for the audio thread.
+class MemoryReserve
+{
+public:
+    MemoryReserve() = default;
+    ~MemoryReserve();
+
+    MemoryReserve(const MemoryReserve&) = delete;
+    MemoryReserve& operator=(const MemoryReserve&) = delete;
+
+    /// Sets `count` further pieces of `numBytes` aside. Throws std::bad_alloc.
+    void add(std::size_t numBytes, int count);
+
+    /// Gives as much back as was set aside, as far as it is idle.
+    void release() noexcept;
+
+private:
+    std::vector<int> numBlocksByClass;
+};
 
 /// Standard allocator over allocateAligned(), for containers that live on the audio thread.
 template <typename T>

@@ -15,6 +15,7 @@ namespace
 
 constexpr int statusOk = 0;
 constexpr int statusBadSize = -6;
+constexpr int largestSize = 1 << 24;
 constexpr int statusNoMemory = -9;
 
 /// Only the library's execution calls may run at the same time; making and destroying plans may
@@ -89,7 +90,7 @@ int FourierTransform::allocate(int newSize, bool real)
     order = newSize > 0 ? MathEx::log2(newSize) : 0;
     isReal = real;
     current = nullptr;
-    if (newSize < 1)
+    if (newSize < 1 || newSize > largestSize)
         return statusBadSize;
     const Key key{1 << order, real};
     if (selectKnownPlan(key))

@@ -25,7 +25,7 @@ public:
     FourierTransform& operator=(const FourierTransform&) = delete;
 
     /// Makes ready for `size` points (the power of two below, if it is none), real or complex
-    /// input. Returns 0, or a negative status when there can be no such plan. Not for the audio
+    /// input. Returns 0, or a negative status for sizes below 1 or above 2^24. Not for the audio
     /// thread.
     int allocate(int size, bool real);
 

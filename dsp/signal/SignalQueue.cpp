@@ -28,7 +28,12 @@ void SignalQueue<SignalType>::add(const SignalType& block)
     if (!block.hasStorage() || block.getNumSamples() == 0)
         return;
     if (numChannels == unknownNumChannels)
+    {
+        // After a change of channels one block waits for its channel count to be confirmed.
+        if (!blocks.empty() && blocks.front().getNumChannels() != block.getNumChannels())
+            clear();
         numChannels = block.getNumChannels();
+    }
     else if (numChannels != block.getNumChannels())
         clear();
     if (block.getNumSamples() < 1)

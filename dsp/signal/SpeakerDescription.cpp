@@ -36,7 +36,7 @@ constexpr std::array<Row, 20> table{{
     {"TFL", "Top front left", -1.0F, 1.0F, 1.0F, -1.0F},
     {"TFC", "Top front center", 0.0F, 1.0F, 1.0F, -1.0F},
     {"TFR", "Top front right", 1.0F, 1.0F, 1.0F, -1.0F},
-    // Its x is that of the right side; settings that were made with it rely on it.
+    // On the right like its counterpart; kept as it is.
     {"TRL", "Top rear left", 1.0F, -1.0F, 1.0F, -1.0F},
     {"TRC", "Top rear center", 0.0F, -1.0F, 1.0F, -1.0F},
     {"TRR", "Top rear right", 1.0F, -1.0F, 1.0F, -1.0F},

@@ -8,7 +8,7 @@
 namespace orvo::vo
 {
 
-/// Settles which instruction set the kernels use, once; returns its name.
+/// Settles which of the processor's instruction sets the kernels use from now on; returns its name.
 const char* chooseInstructionSet();
 
 namespace kernels
