@@ -20,7 +20,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <cstdio>
 #include <limits>
 #include <optional>
@@ -39,7 +38,7 @@ constexpr int readSize = 1 << 16;
 void requireDistinct(const Options& options)
 {
     if (isSameFile(options.input, options.output))
-        throw FileError(options.output, "is the input itself; choose another name");
+        throw UsageError(printable(options.output) + ": is the input itself; choose another name");
     std::vector<std::filesystem::path> outputs{options.output};
     for (const auto& extra : {options.trace, options.plot})
     {
@@ -47,7 +46,7 @@ void requireDistinct(const Options& options)
             continue;
         if (std::ranges::find(outputs, *extra) != outputs.end() ||
             isSameFile(options.input, *extra))
-            throw FileError(*extra, "is named twice");
+            throw UsageError(printable(*extra) + ": is named twice");
         outputs.push_back(*extra);
     }
 }
@@ -62,6 +61,12 @@ Stretch findStretch(const Options& options, const AudioFileReader& reader)
     {
         throw UsageError(fmt::format("--measure: {}", error.what()));
     }
+}
+
+orvo::audio::HarmonicSelection selectionOf(const HumSettings& settings)
+{
+    return {static_cast<int>(settings.get(Kalimmer::NumberOfHarmonics)),
+            settings.isOn(Kalimmer::OnlyOddHarmonics)};
 }
 
 /// One run over one recording.
@@ -88,10 +93,9 @@ public:
                   { observe(engine, position); })
     {
         if (options.trace)
-            trace.emplace(*options.trace, existing);
+            trace.emplace(*options.trace, existing, selectionOf(options.settings));
         if (options.plot)
         {
-            pictureKindOf(*options.plot);
             picture.emplace(*options.plot, existing);
         }
         metadata.applyTo(writer, fmt::format("Kalim {}", version));
@@ -108,6 +112,10 @@ public:
         Report report = describe();
         report.timesRealTime = report.getSeconds() / std::max(taken.count(), 1e-9);
         report.warnings = target.warnings;
+        if (!remover.canRemove())
+            report.warnings.push_back(fmt::format(
+                "nothing was removed: no hum can be told apart at a sample rate of {} Hz",
+                reader.sampleRate()));
         const std::vector<std::string> losses = findLosses();
         report.warnings.insert(report.warnings.end(), losses.begin(), losses.end());
         if (picture)
@@ -176,9 +184,6 @@ private:
 
     Report describe() const
     {
-        const orvo::audio::HarmonicSelection selection(
-            static_cast<int>(options.settings.get(Kalimmer::NumberOfHarmonics)),
-            options.settings.isOn(Kalimmer::OnlyOddHarmonics));
         Report report;
         report.input = printable(options.input);
         report.output = printable(options.output);
@@ -188,12 +193,13 @@ private:
         report.channels = reader.channels();
         report.samples = writer.framesWritten();
         report.settings = options.settings;
+        report.blockSize = remover.getBlockSize();
         report.fundamentalAtStart = tracking.getStart();
         report.fundamentalAtEnd = tracking.getEnd();
         report.lowestFundamental = tracking.getLowest();
         report.highestFundamental = tracking.getHighest();
         report.measured = options.measured;
-        report.harmonics = measureHarmonics(before, after, selection,
+        report.harmonics = measureHarmonics(before, after, selectionOf(options.settings),
                                             static_cast<double>(measuredTracking.getMean()));
         report.nonFiniteSamples = remover.getNumNonFinite();
         report.clippedSamples = writer.clippedSamples();
@@ -219,17 +225,21 @@ private:
         data.before = withoutFloor(before.getLevels());
         data.after = withoutFloor(after.getLevels());
         for (const HarmonicLevels& harmonic : report.harmonics)
-            data.harmonics.push_back(
-                {harmonic.number, harmonic.frequency, harmonic.before, harmonic.after});
+            data.harmonics.push_back({harmonic.number, harmonic.frequency,
+                                      withoutFloor(harmonic.before), withoutFloor(harmonic.after)});
         return data;
     }
 
     /// Silence has no place on a scale of levels.
+    static double withoutFloor(double level)
+    {
+        return level <= SpectrumMeter::floorDb ? -std::numeric_limits<double>::infinity() : level;
+    }
+
     static std::vector<double> withoutFloor(std::vector<double> levels)
     {
-        std::ranges::replace_if(
-            levels, [](double level) { return level <= SpectrumMeter::floorDb; },
-            -std::numeric_limits<double>::infinity());
+        std::ranges::transform(levels, levels.begin(),
+                               [](double level) { return withoutFloor(level); });
         return levels;
     }
 

@@ -4,6 +4,7 @@
 #include "dsp/signal/DspCore.h"
 #include "tools/kalim/Version.h"
 #include "tools/kalim/files/FileError.h"
+#include "tools/kalim/report/SpectrumPlot.h"
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
@@ -32,20 +33,6 @@ constexpr const char* footer =
     "followed,\nso a small adaptivity also needs a fundamental that is nearly right.\n"
     "\n"
     "Exit codes: 0 done, 1 could not process, 2 wrong usage.";
-
-struct ParameterRange
-{
-    float min;
-    float max;
-};
-
-ParameterRange rangeOf(Kalimmer::ParameterId id)
-{
-    Kalimmer remover;
-    ParameterRange range{};
-    remover.getParameterRange(id, range.min, range.max);
-    return range;
-}
 
 enum class NumberKind
 {
@@ -81,8 +68,8 @@ public:
                                                  orvo::audio::DspCore::getInstructionSet() + ")");
         app.set_help_flag("-h,--help", "Show this help and exit");
         app.footer(footer);
-        app.add_option("INPUT", input, "Audio file to clean")->required();
-        app.add_option("OUTPUT", output, "Audio file to write")->required();
+        app.add_option("INPUT", input, "Audio file to clean")->required()->type_name("FILE");
+        app.add_option("OUTPUT", output, "Audio file to write")->required()->type_name("FILE");
         addParameters();
         addProcessing();
         addReporting();
@@ -115,12 +102,13 @@ private:
     void addValue(const char* flags, Kalimmer::ParameterId id, const char* unit, const char* type,
                   const std::string& text, NumberKind kind = NumberKind::any)
     {
-        const ParameterRange range = rangeOf(id);
+        float min = 0.0F;
+        float max = 0.0F;
+        remover.getParameterRange(id, min, max);
         app.add_option_function<float>(
                flags, [this, id](float value) { options.settings.set(id, value); },
                fmt::format("{} (default {:g})", text, options.settings.get(id)))
-            ->check(
-                within(static_cast<double>(range.min), static_cast<double>(range.max), unit, kind))
+            ->check(within(static_cast<double>(min), static_cast<double>(max), unit, kind))
             ->type_name(type)
             ->group("Hum");
     }
@@ -179,7 +167,8 @@ private:
             ->group("Reports");
         app.add_flag("--json", options.reportsJson, "Report as JSON on standard output")
             ->group("Reports");
-        app.add_flag("-q,--quiet", options.isQuiet, "Neither report nor progress, errors only")
+        app.add_flag("-q,--quiet", options.isQuiet,
+                     "Errors only; a JSON report that was asked for is still written")
             ->group("Reports");
     }
 
@@ -188,8 +177,9 @@ private:
         options.input = input;
         options.output = output;
         for (const std::string& name : {input, output})
-            if (name == "-")
-                throw UsageError("-: standard streams are not supported, name a file");
+            if (name == "-" || name.empty())
+                throw UsageError(
+                    fmt::format("'{}': name a file; standard streams are not supported", name));
         try
         {
             if (!format.empty())
@@ -210,11 +200,29 @@ private:
         }
         if (!plot.empty())
             options.plot = plot;
+        requireKnownKinds();
         if (!trace.empty())
             options.trace = trace;
         return options;
     }
 
+    /// What the names alone tell to be wrong is told before any work is done.
+    void requireKnownKinds() const
+    {
+        try
+        {
+            if (!options.format.container)
+                containerOfExtension(options.output);
+            if (options.plot)
+                pictureKindOf(*options.plot);
+        }
+        catch (const FileError& error)
+        {
+            throw UsageError(error.what());
+        }
+    }
+
+    orvo::audio::Kalimmer remover; // knows the parameters' ranges
     CLI::App app{description, "kalim"};
     Options options;
     std::string input;

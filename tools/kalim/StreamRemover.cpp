@@ -47,7 +47,7 @@ StreamRemover::StreamRemover(const HumSettings& settings, int channels, int samp
     const orvo::audio::AudioFormat format = formatOf(channels, sampleRate);
     settings.applyTo(remover);
     remover.setFormat(format, format);
-    if (remover.getHopSize() > 0)
+    if (canRemove())
         blockSize = std::min(blockSize, remover.getHopSize());
 }
 

@@ -38,6 +38,9 @@ public:
     /// Processes silence until all output that belongs to the input has come out.
     void finish(const Sink& sink);
 
+    /// Whether there is anything to remove at this sample rate; if not, all passes through.
+    bool canRemove() const { return remover.getHopSize() > 0; }
+
     /// Samples so far that were no finite numbers; they count as silence.
     std::int64_t getNumNonFinite() const { return numNonFinite; }
 

@@ -9,7 +9,9 @@
 
 #include <cstdio>
 #include <exception>
+#include <iostream>
 #include <new>
+#include <stdexcept>
 #include <string>
 
 namespace
@@ -40,6 +42,14 @@ void runProgram(int argc, char** argv)
         fmt::print("{}", report.toText());
 }
 
+/// A report that did not arrive is a failure, for a script may wait for it.
+void finishOutput()
+{
+    std::cout.flush();
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0 || !std::cout)
+        throw std::runtime_error("standard output: cannot be written");
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -50,6 +60,7 @@ int main(int argc, char** argv)
     try
     {
         runProgram(argc, argv);
+        finishOutput();
         return 0;
     }
     catch (const kalim::program::UsageError& error)

@@ -31,6 +31,8 @@ std::vector<HarmonicLevels> measureHarmonics(const SpectrumMeter& before,
                                              orvo::audio::HarmonicSelection selection,
                                              double fundamental)
 {
+    if (before.getResolution() > fundamental)
+        return {};
     const std::vector<double> levelsBefore = before.getLevels();
     const std::vector<double> levelsAfter = after.getLevels();
     const double spacing = before.getBinSpacing();

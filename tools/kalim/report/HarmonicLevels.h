@@ -19,7 +19,7 @@ struct HarmonicLevels
 
 /// Looks for the lines of the hum near the selected multiples of `fundamental` (Hz) and reads both
 /// spectra, which must have been measured alike, at these lines. Harmonics above half the sample
-/// rate are left out.
+/// rate are left out; all are where what was measured is too short to tell them apart.
 std::vector<HarmonicLevels> measureHarmonics(const SpectrumMeter& before,
                                              const SpectrumMeter& after,
                                              orvo::audio::HarmonicSelection selection,

@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <cmath>
 #include <iterator>
 
 namespace kalim::program
@@ -16,6 +17,9 @@ namespace
 
 using Json = nlohmann::ordered_json;
 using orvo::audio::Kalimmer;
+
+/// Lines below this are none that anybody hears, and their change means nothing.
+constexpr double faintest = -120.0;
 
 bool isSilent(double level)
 {
@@ -34,7 +38,7 @@ std::string levelText(double level)
 
 std::string changeText(const HarmonicLevels& harmonic)
 {
-    if (isSilent(harmonic.before) || isSilent(harmonic.after))
+    if (harmonic.before < faintest || isSilent(harmonic.after))
         return "";
     return fmt::format("{:+.1f} dB", harmonic.after - harmonic.before);
 }
@@ -65,6 +69,12 @@ std::string harmonicTable(const std::vector<HarmonicLevels>& harmonics, bool isR
     return text;
 }
 
+std::string speedText(double timesRealTime)
+{
+    return timesRealTime < 10.0 ? fmt::format("{:.2g}", timesRealTime)
+                                : fmt::format("{:.0f}", timesRealTime);
+}
+
 /// "1 sample was", "2 samples were"
 std::string countText(std::int64_t count)
 {
@@ -87,7 +97,7 @@ Json harmonicsToJson(const std::vector<HarmonicLevels>& harmonics)
     Json list = Json::array();
     for (const HarmonicLevels& harmonic : harmonics)
         list.push_back({{"number", harmonic.number},
-                        {"frequency", harmonic.frequency},
+                        {"frequency", std::round(harmonic.frequency * 1000.0) / 1000.0},
                         {"before", levelOrNull(harmonic.before)},
                         {"after", levelOrNull(harmonic.after)}});
     return list;
@@ -104,13 +114,16 @@ std::string Report::toText() const
 {
     std::string text = fmt::format(
         "{} -> {}\n"
-        "  {:.2f} s, {}, {:g} kHz, {}; {:.0f} times faster than real time\n"
+        "  {:.2f} s, {}, {:g} kHz, {}; {} times faster than real time\n"
         "  fundamental: start {:.2f} Hz, end {:.2f} Hz, lowest {:.2f} Hz, highest {:.2f} Hz\n",
         input, output, getSeconds(), channelText(channels), sampleRate / 1000.0, outputFormat,
-        timesRealTime, fundamentalAtStart, fundamentalAtEnd, lowestFundamental, highestFundamental);
+        speedText(timesRealTime), fundamentalAtStart, fundamentalAtEnd, lowestFundamental,
+        highestFundamental);
     const auto append = std::back_inserter(text);
     if (measured && !harmonics.empty())
         fmt::format_to(append, "  levels from {:g} s to {:g} s:\n", measured->start, measured->end);
+    if (harmonics.empty() && settings.get(Kalimmer::NumberOfHarmonics) > 0.0F)
+        text += "  too short to measure the levels of the harmonics\n";
     if (!harmonics.empty())
         text += harmonicTable(harmonics, settings.isOn(Kalimmer::ResidualMode));
     if (nonFiniteSamples > 0)
@@ -133,6 +146,7 @@ std::string Report::toJson() const
                  {"channels", channels},
                  {"samples", samples},
                  {"seconds", getSeconds()},
+                 {"blockSize", blockSize},
                  {"timesRealTime", timesRealTime},
                  {"settings", settingsToJson(settings)},
                  {"fundamental",

@@ -24,6 +24,9 @@ struct Report
     std::int64_t samples = 0;
     HumSettings settings;
 
+    /// Samples per call of the processor.
+    int blockSize = 0;
+
     /// Recording time divided by the time to read, process and write it.
     double timesRealTime = 0.0;
 

@@ -20,6 +20,9 @@ constexpr std::int64_t segmentSeconds = 4;
 constexpr std::int64_t shortestSegment = 16;
 constexpr std::int64_t longestSegment = 1 << 22;
 
+/// As in the hum remover, which limits what it is given.
+constexpr float largestSample = 1.0e6F;
+
 /// Mean of the Hann window.
 constexpr double windowMean = 0.5;
 
@@ -87,6 +90,12 @@ void SpectrumMeter::finish()
     measureSegment();
 }
 
+double SpectrumMeter::getResolution() const
+{
+    // The main lobe of a Hann window is four bins of its own length wide.
+    return 4.0 * binSpacing * transformLength / segmentLength;
+}
+
 std::vector<double> SpectrumMeter::getLevels() const
 {
     // |X| = amplitude * length * windowMean / 2 for a sine in the centre of a bin.
@@ -102,8 +111,13 @@ void SpectrumMeter::measureSegment()
 {
     Signal32 weighted(segment.getNumChannels(), transformLength, 0.0F);
     for (int channel = 0; channel < segment.getNumChannels(); ++channel)
-        orvo::vo::multiply(segment.getReadChannelPtr(channel), window.getReadChannelPtr(0),
+    {
+        // One sample out of all range must not blot out the rest of the recording.
+        orvo::vo::limitToFinite(segment.getReadChannelPtr(channel),
+                                weighted.getWriteChannelPtr(channel), largestSample, segmentLength);
+        orvo::vo::multiply(weighted.getReadChannelPtr(channel), window.getReadChannelPtr(0),
                            weighted.getWriteChannelPtr(channel), segmentLength);
+    }
     const ComplexSignal32 spectrum = transform.forwardReal(weighted);
     for (int channel = 0; channel < spectrum.getNumChannels(); ++channel)
     {

@@ -29,6 +29,9 @@ public:
     /// end.
     void finish();
 
+    /// How far apart two lines must be, in Hz, to be seen as two.
+    double getResolution() const;
+
     /// Hz between bins.
     double getBinSpacing() const { return binSpacing; }
 

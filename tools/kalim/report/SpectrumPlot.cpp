@@ -278,10 +278,10 @@ private:
     void drawStripTitle(const PlotHarmonic& first) const
     {
         const double room = frequencies.position(first.frequency) - area.left - 40;
-        if (canvas.widthOf("Reduction", reductionStyle) > room)
+        if (canvas.widthOf("Change", reductionStyle) > room)
             return;
         canvas.drawText("Harmonic", area.left, numberBaseline, reductionStyle);
-        canvas.drawText("Reduction", area.left, reductionBaseline, reductionStyle);
+        canvas.drawText("Change", area.left, reductionBaseline, reductionStyle);
     }
 
     bool drawIfFree(const std::string& text, double x, double y, const TextStyle& style,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dsp/hum/HarmonicSelection.h"
 #include "dsp/hum/Kalimmer.h"
 #include "tools/kalim/files/OutputFile.h"
 
@@ -16,7 +17,8 @@ class TraceFile
 {
 public:
     /// Throws FileError, as OutputFile does.
-    TraceFile(const std::filesystem::path& path, Existing existing);
+    TraceFile(const std::filesystem::path& path, Existing existing,
+              orvo::audio::HarmonicSelection selection);
 
     /// Writes a row. Throws FileError.
     void add(double seconds, const orvo::audio::Kalimmer& remover);
@@ -28,6 +30,7 @@ private:
     void write();
 
     OutputFile file;
+    orvo::audio::HarmonicSelection selection;
     std::string text;
 };
 
