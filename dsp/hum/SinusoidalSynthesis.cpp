@@ -35,6 +35,20 @@ std::size_t at(int channel)
     return static_cast<std::size_t>(channel);
 }
 
+/// Writes the cosine that was planned.
+void render(const SinusoidalSynthesis::Oscillation& oscillation, float* output, int frameLength)
+{
+    double phase = oscillation.startPhase;
+    for (int n = 0; n < frameLength; ++n)
+    {
+        const float envelope =
+            oscillation.startAmplitude +
+            oscillation.amplitudeChange * SinusoidalSynthesis::crossfade(n, frameLength);
+        output[n] = static_cast<float>(std::cos(phase)) * envelope;
+        phase += oscillation.phaseStep;
+    }
+}
+
 } // namespace
 
 bool SinusoidalSynthesis::Measurement::isFinite() const
@@ -229,19 +243,6 @@ void SinusoidalSynthesis::primeBandPass(const Signal32& frame, float fundamental
 Signal32 SinusoidalSynthesis::isolate(const Signal32& frame)
 {
     return bandPass.process(frame.toSignal64()).toSignal32();
-}
-
-void SinusoidalSynthesis::render(const Oscillation& oscillation, float* output,
-                                 int frameLength) const
-{
-    double phase = oscillation.startPhase;
-    for (int n = 0; n < frameLength; ++n)
-    {
-        const float envelope =
-            oscillation.startAmplitude + oscillation.amplitudeChange * crossfade(n, frameLength);
-        output[n] = static_cast<float>(std::cos(phase)) * envelope;
-        phase += oscillation.phaseStep;
-    }
 }
 
 } // namespace orvo::audio

@@ -113,7 +113,6 @@ public:
 private:
     void primeBandPass(const Signal32& frame, float fundamental);
     Signal32 isolate(const Signal32& frame);
-    void render(const Oscillation& oscillation, float* output, int frameLength) const;
 
     static constexpr float presenceThreshold = 1.0F; // radians
 

@@ -52,16 +52,16 @@ struct AlignedAllocator
     AlignedAllocator() = default;
 
     template <typename U>
-    AlignedAllocator(const AlignedAllocator<U>&) noexcept
+    AlignedAllocator(const AlignedAllocator<U>& /*other*/) noexcept
     {
     }
 
     T* allocate(std::size_t count) { return static_cast<T*>(allocateAligned(count * sizeof(T))); }
 
-    void deallocate(T* memory, std::size_t) noexcept { freeAligned(memory); }
+    void deallocate(T* memory, std::size_t /*count*/) noexcept { freeAligned(memory); }
 
     template <typename U>
-    bool operator==(const AlignedAllocator<U>&) const noexcept
+    bool operator==(const AlignedAllocator<U>& /*other*/) const noexcept
     {
         return true;
     }
