@@ -91,8 +91,7 @@ bool BaseAudioProcessor::loadState(files::InputStream* stream)
         if (numBytes == 0)
             break;
     }
-    for (Listener* const listener : listeners)
-        listener->stateLoaded();
+    listeners.callFirstToLast([](Listener& listener) { listener.stateLoaded(); });
     return true;
 }
 
@@ -113,7 +112,7 @@ ProcessorUserInterface* BaseAudioProcessor::createUserInterface()
 
 void BaseAudioProcessor::addListener(Listener* listener)
 {
-    listeners.push_back(listener);
+    listeners.add(listener);
 }
 
 void BaseAudioProcessor::removeListener(Listener* listener)
@@ -130,8 +129,7 @@ void BaseAudioProcessor::storeFormats(const AudioFormat& input, const AudioForma
 {
     inputFormat = input;
     outputFormat = output;
-    for (Listener* const listener : listeners)
-        listener->formatChanged(input, output);
+    listeners.callFirstToLast([&](Listener& listener) { listener.formatChanged(input, output); });
 }
 
 ProcessorParameter& BaseAudioProcessor::findParameter(int index) const
@@ -143,8 +141,7 @@ ProcessorParameter& BaseAudioProcessor::findParameter(int index) const
 
 void BaseAudioProcessor::notifyParameterChanged(int index, float value)
 {
-    for (Listener* const listener : listeners)
-        listener->parameterChanged(index, value);
+    listeners.callFirstToLast([=](Listener& listener) { listener.parameterChanged(index, value); });
 }
 
 } // namespace orvo::audio

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dsp/processor/InputStream.h"
+#include "dsp/processor/ListenerRegistry.h"
 #include "dsp/processor/OutputStream.h"
 #include "dsp/processor/ProcessingInfo.h"
 #include "dsp/processor/ProcessorParameter.h"
@@ -9,7 +10,6 @@
 #include "dsp/signal/AudioFormat.h"
 #include "dsp/signal/Signals.h"
 
-#include <list>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -26,8 +26,7 @@ class ProcessorUserInterface;
 class BaseAudioProcessor : public PropertyContainer
 {
 public:
-    /// Observer of a processor. Must be removed before it is destroyed; add and remove while nobody
-    /// notifies.
+    /// Observer of a processor. Must be removed before it is destroyed.
     class Listener
     {
     public:
@@ -85,6 +84,7 @@ public:
     virtual bool hasUserInterface();
     virtual ProcessorUserInterface* createUserInterface();
 
+    /// Listeners are called in the order in which they were added. Any thread but the audio thread.
     void addListener(Listener* listener);
     void removeListener(Listener* listener);
 
@@ -117,7 +117,7 @@ private:
 
     AudioFormat inputFormat;
     AudioFormat outputFormat;
-    std::list<Listener*> listeners;
+    ListenerRegistry<Listener> listeners;
 };
 
 } // namespace orvo::audio
