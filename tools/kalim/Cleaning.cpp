@@ -6,6 +6,7 @@
 #include "tools/kalim/Version.h"
 #include "tools/kalim/files/AudioFileReader.h"
 #include "tools/kalim/files/AudioFileWriter.h"
+#include "tools/kalim/files/FileDamage.h"
 #include "tools/kalim/files/FileError.h"
 #include "tools/kalim/files/FileMetadata.h"
 #include "tools/kalim/files/OutputFile.h"
@@ -39,15 +40,16 @@ void requireDistinct(const Options& options)
 {
     if (isSameFile(options.input, options.output))
         throw UsageError(printable(options.output) + ": is the input itself; choose another name");
-    std::vector<std::filesystem::path> outputs{options.output};
+    std::vector<std::filesystem::path> outputs{resolvedTarget(options.output)};
     for (const auto& extra : {options.trace, options.plot})
     {
         if (!extra)
             continue;
-        if (std::ranges::find(outputs, *extra) != outputs.end() ||
-            isSameFile(options.input, *extra))
+        const std::filesystem::path target = resolvedTarget(*extra);
+        if (std::ranges::find(outputs, target) != outputs.end() ||
+            isSameFile(options.input, target))
             throw UsageError(printable(*extra) + ": is named twice");
-        outputs.push_back(*extra);
+        outputs.push_back(target);
     }
 }
 
@@ -112,6 +114,8 @@ public:
         Report report = describe();
         report.timesRealTime = report.getSeconds() / std::max(taken.count(), 1e-9);
         report.warnings = target.warnings;
+        for (const std::string& damage : damagesOf(reader))
+            report.warnings.push_back(fmt::format("{}: {}", report.input, damage));
         if (!remover.canRemove())
             report.warnings.push_back(fmt::format(
                 "nothing was removed: no hum can be told apart at a sample rate of {} Hz",
@@ -243,8 +247,14 @@ private:
         return levels;
     }
 
+    /// All files are complete before the first of them appears.
     void commit()
     {
+        output.finish();
+        if (trace)
+            trace->finish();
+        if (picture)
+            picture->finish();
         output.commit();
         if (trace)
             trace->commit();

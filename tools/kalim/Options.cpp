@@ -177,9 +177,12 @@ private:
         options.input = input;
         options.output = output;
         for (const std::string& name : {input, output})
-            if (name == "-" || name.empty())
-                throw UsageError(
-                    fmt::format("'{}': name a file; standard streams are not supported", name));
+        {
+            if (name.empty())
+                throw UsageError("an empty file name");
+            if (name == "-")
+                throw UsageError("-: standard streams are not supported, name a file");
+        }
         try
         {
             if (!format.empty())

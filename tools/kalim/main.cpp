@@ -35,7 +35,7 @@ void runProgram(int argc, char** argv)
     const Report report = clean(*options);
     if (!options->isQuiet)
         for (const std::string& warning : report.warnings)
-            say(fmt::format("{}: warning: {}", report.output, warning));
+            say(fmt::format("warning: {}", warning));
     if (options->reportsJson)
         fmt::print("{}", report.toJson());
     else if (!options->isQuiet)

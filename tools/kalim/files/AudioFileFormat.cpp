@@ -1,5 +1,7 @@
 #include "tools/kalim/files/AudioFileFormat.h"
 
+#include "tools/kalim/files/LetterCase.h"
+
 #include <sndfile.h>
 
 namespace kalim::program
@@ -54,6 +56,12 @@ SampleFormat AudioFileFormat::sampleFormat() const
     return sampleFormatOfSubtype(subtype());
 }
 
+bool AudioFileFormat::isWav() const
+{
+    return container() == SF_FORMAT_WAV || container() == SF_FORMAT_WAVEX ||
+           container() == SF_FORMAT_RF64;
+}
+
 std::string AudioFileFormat::containerName() const
 {
     switch (container())
@@ -90,7 +98,8 @@ std::string AudioFileFormat::samplesName() const
 
 std::string AudioFileFormat::description() const
 {
-    return containerName() + " " + samplesName();
+    const bool isOneWord = lowered(containerName()) == samplesName();
+    return isOneWord ? containerName() : containerName() + " " + samplesName();
 }
 
 bool AudioFileFormat::canHold(int channels, int sampleRate) const

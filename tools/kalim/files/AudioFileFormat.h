@@ -24,13 +24,16 @@ public:
     int byteOrder() const;
     SampleFormat sampleFormat() const;
 
+    /// Whether it is one of the WAV kinds: plain, extensible or RF64.
+    bool isWav() const;
+
     /// "WAV", "RF64", "FLAC", "Ogg" and so on.
     std::string containerName() const;
 
     /// "pcm24", "vorbis", "IMA ADPCM".
     std::string samplesName() const;
 
-    /// "WAV pcm24", "Ogg vorbis", "WAV IMA ADPCM"; for messages and reports.
+    /// "WAV pcm24", "Ogg vorbis", "WAV IMA ADPCM", "Opus"; for messages and reports.
     std::string description() const;
 
     /// Whether a file of this kind with that many channels at that rate in Hz can be written.

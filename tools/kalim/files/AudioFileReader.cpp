@@ -22,6 +22,9 @@ namespace
 /// Looks before opening: the mere opening of a pipe waits, that of a device may act.
 void requireRegularFile(const std::filesystem::path& path)
 {
+    if (path.empty())
+        throw FileError(path, "the input has no name");
+
     struct stat status
     {
     };
@@ -89,8 +92,8 @@ void AudioFileReader::limitToAudio()
     if (!hasFixedSize || !chunks || chunks->family() != ChunkFamily::wave64)
         return;
     const auto bytesPerFrame = format().bytesFor(info.channels);
-    if (const auto bytes = chunks->audioBytes())
-        info.frames = std::min<std::int64_t>(info.frames, *bytes / bytesPerFrame);
+    if (const auto audio = chunks->audio())
+        info.frames = std::min<std::int64_t>(info.frames, audio->dataSize / bytesPerFrame);
 }
 
 void AudioFileReader::countFrames()

@@ -31,24 +31,12 @@ SoundFileHandle openForWriting(SF_VIRTUAL_IO& io, DescriptorSink& sink,
     return SoundFileHandle(sf_open_virtual(&io, SFM_WRITE, &info, &sink));
 }
 
-bool isWavFamily(const AudioFileFormat& format)
-{
-    return format.container() == SF_FORMAT_WAV || format.container() == SF_FORMAT_WAVEX ||
-           format.container() == SF_FORMAT_RF64;
-}
-
 /// The library's tables for companded samples have no place for the lowest one: it flips over.
 double lowestStep(double fullScale, const AudioFileFormat& format)
 {
     const bool isCompanded =
         format.subtype() == SF_FORMAT_ULAW || format.subtype() == SF_FORMAT_ALAW;
     return isCompanded ? 1 - fullScale : -fullScale;
-}
-
-ChunkLayout riffLayout(const AudioFileFormat& format)
-{
-    const bool isBigEndian = format.byteOrder() == SF_ENDIAN_BIG;
-    return {ChunkFamily::riff, isBigEndian, false, 12, 4, 4, false, 2};
 }
 
 } // namespace
@@ -77,7 +65,7 @@ void AudioFileWriter::setChunks(std::vector<RawChunk> chunks)
     for (auto& chunk : chunks)
     {
         const bool fits = used + chunk.data.size() + 16 <= largestFront;
-        const bool isInFront = isWavFamily(fileFormat) && chunk.precedesAudio && fits;
+        const bool isInFront = fileFormat.isWav() && chunk.precedesAudio && fits;
         used += isInFront ? chunk.data.size() + 16 : 0;
         (isInFront ? chunksInFront : chunksBehind).push_back(std::move(chunk));
     }
@@ -88,7 +76,8 @@ void AudioFileWriter::reserveChunks()
 {
     if (chunksInFront.empty())
         return;
-    std::vector<char> filler(ChunkedFile::fillerSize(riffLayout(fileFormat), chunksInFront));
+    const auto layout = riffLayout(fileFormat.byteOrder() == SF_ENDIAN_BIG);
+    std::vector<char> filler(ChunkedFile::fillerSize(layout, chunksInFront));
     SF_CHUNK_INFO info{};
     std::strcpy(info.id, ChunkedFile::fillerId);
     info.id_size = 4;

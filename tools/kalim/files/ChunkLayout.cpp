@@ -1,10 +1,8 @@
 #include "tools/kalim/files/ChunkLayout.h"
 
-#include <unistd.h>
+#include "tools/kalim/files/FileBytes.h"
 
 #include <algorithm>
-#include <array>
-#include <cstring>
 #include <string_view>
 
 namespace kalim::program
@@ -18,15 +16,17 @@ constexpr std::string_view wave64Start("riff\x2e\x91\xcf\x11\xa5\xd6\x28\xdb\x04
 
 constexpr std::size_t longIdBytes = 16;
 
-std::string_view asText(std::span<const std::byte> bytes)
-{
-    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
-
 void appendText(std::vector<std::byte>& bytes, std::string_view text)
 {
     std::ranges::transform(text, std::back_inserter(bytes),
                            [](char c) { return static_cast<std::byte>(c); });
+}
+
+ChunkLayout largeRiffLayout()
+{
+    auto layout = riffLayout(false);
+    layout.hasLargeSizes = true;
+    return layout;
 }
 
 } // namespace
@@ -38,11 +38,7 @@ std::int64_t ChunkLayout::aligned(std::int64_t offset) const
 
 std::uint64_t ChunkLayout::number(std::span<const std::byte> bytes) const
 {
-    std::uint64_t result = 0;
-    for (std::size_t i = 0; i < bytes.size(); ++i)
-        result = result << 8 |
-                 std::to_integer<std::uint64_t>(bytes[isBigEndian ? i : bytes.size() - 1 - i]);
-    return result;
+    return isBigEndian ? bigEndian(bytes) : littleEndian(bytes);
 }
 
 std::vector<std::byte> ChunkLayout::bytes(std::uint64_t number, std::size_t count) const
@@ -75,16 +71,21 @@ std::vector<std::byte> ChunkLayout::serialised(const std::string& id,
     return result;
 }
 
+ChunkLayout riffLayout(bool isBigEndian)
+{
+    return {ChunkFamily::riff, isBigEndian, false, 12, 4, 4, false, 2};
+}
+
 std::optional<ChunkLayout> chunkLayoutOf(int descriptor)
 {
-    std::array<char, 16> start{};
-    if (pread(descriptor, start.data(), start.size(), 0) != static_cast<ssize_t>(start.size()))
+    const auto start = readBytesAt(descriptor, 0, 16);
+    const auto text = asText(start);
+    if (text.size() < 16)
         return {};
-    const std::string_view text(start.data(), start.size());
     if (text.starts_with("RIFF") || text.starts_with("RIFX"))
-        return ChunkLayout{ChunkFamily::riff, text[3] == 'X', false, 12, 4, 4, false, 2};
+        return riffLayout(text[3] == 'X');
     if (text.starts_with("RF64") || text.starts_with("BW64"))
-        return ChunkLayout{ChunkFamily::riff, false, true, 12, 4, 4, false, 2};
+        return largeRiffLayout();
     if (text.starts_with("FORM"))
         return ChunkLayout{ChunkFamily::aiff, true, false, 12, 4, 4, false, 2};
     if (text.starts_with("caff"))

@@ -50,6 +50,9 @@ struct ChunkLayout
     std::vector<std::byte> serialised(const std::string& id, std::span<const std::byte> data) const;
 };
 
+/// The layout of a WAV file; the big-endian kind starts with RIFX.
+ChunkLayout riffLayout(bool isBigEndian);
+
 /// The layout of an open file by its first bytes, nothing if it is no list of chunks.
 std::optional<ChunkLayout> chunkLayoutOf(int descriptor);
 

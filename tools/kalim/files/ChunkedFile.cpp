@@ -1,14 +1,11 @@
 #include "tools/kalim/files/ChunkedFile.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
+#include "tools/kalim/files/FileBytes.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <limits>
 #include <string_view>
-#include <system_error>
 
 namespace kalim::program
 {
@@ -21,9 +18,26 @@ constexpr std::array<std::string_view, 23> notDescriptions{
 
 constexpr std::uint64_t unknownSmallSize = 0xffffffff;
 
+/// What programs write that cannot come back to fill in the size: about the largest that 31, 32 or
+/// 64 bits hold, less the headers.
+bool isUnknownSize(std::uint64_t stated, std::size_t sizeBytes)
+{
+    constexpr std::uint64_t margin = 4097;
+    constexpr std::uint64_t signedLimit = 0x80000000;
+    if (sizeBytes > 4)
+        return stated >> 62 != 0;
+    return stated + margin > unknownSmallSize ||
+           (stated + margin > signedLimit && stated <= signedLimit);
+}
+
 bool isAudio(std::string_view id)
 {
     return id == "data" || id == "SSND";
+}
+
+bool isPrintable(char character)
+{
+    return character >= 0x20 && character < 0x7f;
 }
 
 std::vector<std::byte> serialisedWith(const ChunkLayout& layout,
@@ -53,74 +67,39 @@ std::optional<ChunkedFile> ChunkedFile::open(int descriptor)
     return {};
 }
 
-std::int64_t ChunkedFile::fileSize() const
-{
-    struct stat status
-    {
-    };
-
-    return fstat(descriptor, &status) == 0 ? status.st_size : 0;
-}
-
-std::vector<std::byte> ChunkedFile::readBytes(std::int64_t offset, std::int64_t count) const
-{
-    std::vector<std::byte> bytes(static_cast<std::size_t>(count));
-    std::size_t done = 0;
-    while (done < bytes.size())
-    {
-        const auto got = pread(descriptor, bytes.data() + done, bytes.size() - done,
-                               offset + static_cast<std::int64_t>(done));
-        if (got < 0 && errno != EINTR)
-            throw std::system_error(errno, std::generic_category());
-        if (got == 0)
-            break;
-        done += static_cast<std::size_t>(std::max<ssize_t>(got, 0));
-    }
-    bytes.resize(done);
-    return bytes;
-}
-
-void ChunkedFile::writeBytes(std::int64_t offset, std::span<const std::byte> bytes) const
-{
-    while (!bytes.empty())
-    {
-        const auto written = pwrite(descriptor, bytes.data(), bytes.size(), offset);
-        if (written < 0 && errno != EINTR)
-            throw std::system_error(errno, std::generic_category());
-        const auto step = std::max<ssize_t>(written, 0);
-        bytes = bytes.subspan(static_cast<std::size_t>(step));
-        offset += step;
-    }
-}
-
 std::int64_t ChunkedFile::largeDataSize() const
 {
     if (!layout.hasLargeSizes)
         return -1;
     constexpr std::int64_t dataSizeInFile = 28;
-    const auto bytes = readBytes(dataSizeInFile, 8);
+    const auto bytes = readBytesAt(descriptor, dataSizeInFile, 8);
     return bytes.size() == 8 ? static_cast<std::int64_t>(layout.number(bytes)) : -1;
 }
 
 std::optional<ChunkPlace> ChunkedFile::placeAt(std::int64_t offset,
                                                std::int64_t statedDataSize) const
 {
-    const auto header = readBytes(offset, layout.headerBytes());
+    const auto header = readBytesAt(descriptor, offset, layout.headerBytes());
     if (static_cast<std::int64_t>(header.size()) < layout.headerBytes())
         return {};
     const auto stated = layout.number(std::span(header).subspan(layout.idBytes));
-    ChunkPlace place{layout.identifier(header), offset, offset + layout.headerBytes(),
-                     static_cast<std::int64_t>(stated)};
+    auto size = static_cast<std::int64_t>(stated);
     if (layout.sizeCountsHeader)
-        place.dataSize -= layout.headerBytes();
-    if (isAudio(place.id) && stated == unknownSmallSize && statedDataSize >= 0)
-        place.dataSize = statedDataSize;
+        size -= layout.headerBytes();
+    const auto id = layout.identifier(header);
+    const bool isInDs64 = isAudio(id) && stated == unknownSmallSize && statedDataSize >= 0;
+    if (isInDs64)
+        size = statedDataSize;
 
-    const auto rest = fileSize() - place.dataStart;
-    if (place.dataSize >= 0 && place.dataSize <= rest)
+    const auto dataStart = offset + layout.headerBytes();
+    ChunkPlace place{id, offset, dataStart, size, std::max<std::int64_t>(size, 0)};
+    if (!isInDs64 && isUnknownSize(stated, layout.sizeBytes))
+        place.statedSize.reset();
+    const auto rest = fileSizeOf(descriptor) - dataStart;
+    if (size >= 0 && size <= rest)
         return place;
     // Recorders that were cut off leave a wrong length of the samples, which then end the file.
-    if (!isAudio(place.id))
+    if (!isAudio(id))
         return {};
     place.dataSize = rest;
     return place;
@@ -139,12 +118,32 @@ std::vector<ChunkPlace> ChunkedFile::places() const
     return result;
 }
 
-std::optional<std::int64_t> ChunkedFile::audioBytes() const
+std::optional<ChunkPlace> ChunkedFile::audio() const
 {
-    for (const auto& place : places())
+    for (auto& place : places())
         if (isAudio(place.id))
-            return place.dataSize;
+            return place;
     return {};
+}
+
+std::int64_t ChunkedFile::unclaimedAudioBytes() const
+{
+    const auto all = places();
+    const auto found = std::ranges::find_if(all, isAudio, &ChunkPlace::id);
+    if (found == all.end() || !found->statedSize || *found->statedSize > audioFieldBytes())
+        return 0;
+    const auto next = std::next(found);
+    if (next != all.end() && std::ranges::all_of(next->id, isPrintable))
+        return 0;
+    const auto start = found->dataStart + audioFieldBytes();
+    return std::max<std::int64_t>(fileSizeOf(descriptor) - start, 0);
+}
+
+std::int64_t ChunkedFile::audioFieldBytes() const
+{
+    if (layout.family == ChunkFamily::aiff)
+        return 8;
+    return layout.family == ChunkFamily::caf ? 4 : 0;
 }
 
 std::vector<RawChunk> ChunkedFile::descriptions() const
@@ -157,7 +156,8 @@ std::vector<RawChunk> ChunkedFile::descriptions() const
         const bool isDescription =
             std::ranges::find(notDescriptions, place.id) == notDescriptions.end();
         if (isDescription && place.dataSize <= largestChunk)
-            result.push_back({place.id, readBytes(place.dataStart, place.dataSize), precedesAudio});
+            result.push_back({place.id, readBytesAt(descriptor, place.dataStart, place.dataSize),
+                              precedesAudio});
     }
     return result;
 }
@@ -189,7 +189,7 @@ bool ChunkedFile::fill(const std::vector<RawChunk>& chunks) const
             const auto filler = layout.serialised(fillerId, nothing);
             bytes.insert(bytes.end(), filler.begin(), filler.end());
         }
-        writeBytes(place.start, bytes);
+        writeBytesAt(descriptor, place.start, bytes);
         return true;
     }
     return false;
@@ -201,13 +201,14 @@ bool ChunkedFile::append(const std::vector<RawChunk>& chunks) const
     if (layout.family == ChunkFamily::wave64)
         return false;
     const auto bytes = serialisedWith(layout, chunks);
-    const auto start = layout.aligned(fileSize());
+    const auto start = layout.aligned(fileSizeOf(descriptor));
     const auto end = start + static_cast<std::int64_t>(bytes.size());
     const bool isSmall = layout.sizeBytes == 4 && !layout.hasLargeSizes;
     if (isSmall && end > std::numeric_limits<std::uint32_t>::max())
         return false;
-    writeBytes(fileSize(), std::vector<std::byte>(static_cast<std::size_t>(start - fileSize())));
-    writeBytes(start, bytes);
+    writeBytesAt(descriptor, fileSizeOf(descriptor),
+                 std::vector<std::byte>(static_cast<std::size_t>(start - fileSizeOf(descriptor))));
+    writeBytesAt(descriptor, start, bytes);
     stateTotalSize(end);
     return true;
 }
@@ -217,9 +218,9 @@ void ChunkedFile::stateTotalSize(std::int64_t size) const
     constexpr std::int64_t outerHeader = 8;
     const auto inside = static_cast<std::uint64_t>(size - outerHeader);
     if (layout.hasLargeSizes)
-        writeBytes(20, layout.bytes(inside, 8));
+        writeBytesAt(descriptor, 20, layout.bytes(inside, 8));
     else if (layout.family != ChunkFamily::caf)
-        writeBytes(4, layout.bytes(inside, 4));
+        writeBytesAt(descriptor, 4, layout.bytes(inside, 4));
 }
 
 } // namespace kalim::program

@@ -17,7 +17,13 @@ struct ChunkPlace
     std::string id;
     std::int64_t start;
     std::int64_t dataStart;
+
+    /// What is there of it.
     std::int64_t dataSize;
+
+    /// What its header says, more than there is when the file was cut short; nothing when the
+    /// writer did not know.
+    std::optional<std::int64_t> statedSize;
 };
 
 /// Reads and adds the description chunks of an open WAV, RF64, W64, AIFF or CAF file. Works on the
@@ -37,8 +43,12 @@ public:
     /// All chunks in the order of the file, up to damage or the end.
     std::vector<ChunkPlace> places() const;
 
-    /// Bytes of the samples, nothing if there is no such chunk.
-    std::optional<std::int64_t> audioBytes() const;
+    /// The chunk of the samples, nothing if there is none.
+    std::optional<ChunkPlace> audio() const;
+
+    /// Bytes behind the header of the samples when it says that there are none, as a recorder
+    /// leaves it that was cut off; 0 when all is well.
+    std::int64_t unclaimedAudioBytes() const;
 
     /// The chunks that describe the recording: neither samples and their format, which the writer
     /// of samples makes, nor fillers, nor caches and checksums of the samples, which are wrong once
@@ -63,9 +73,9 @@ private:
 
     std::optional<ChunkPlace> placeAt(std::int64_t offset, std::int64_t largeDataSize) const;
     std::int64_t largeDataSize() const;
-    std::int64_t fileSize() const;
-    std::vector<std::byte> readBytes(std::int64_t offset, std::int64_t count) const;
-    void writeBytes(std::int64_t offset, std::span<const std::byte> bytes) const;
+
+    /// Fields between the header and the samples, which its size counts.
+    std::int64_t audioFieldBytes() const;
     void stateTotalSize(std::int64_t size) const;
 
     int descriptor;

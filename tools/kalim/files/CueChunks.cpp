@@ -1,7 +1,12 @@
 #include "tools/kalim/files/CueChunks.h"
 
+#include "tools/kalim/files/ChunkLayout.h"
+
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
+#include <span>
 #include <string_view>
 
 namespace kalim::program
@@ -12,24 +17,16 @@ namespace
 class ByteList
 {
 public:
-    void addText(std::string_view text)
+    void add(std::span<const std::byte> added)
     {
-        for (const char character : text)
-            bytes.push_back(static_cast<std::byte>(character));
+        std::ranges::copy(added, std::back_inserter(bytes));
     }
 
-    void addNumber(std::uint32_t number)
-    {
-        for (unsigned shift = 0; shift < 32; shift += 8)
-            bytes.push_back(static_cast<std::byte>(number >> shift & 0xffU));
-    }
+    void addText(std::string_view text) { add(std::as_bytes(std::span(text))); }
 
-    void padToEven()
-    {
-        if (bytes.size() % 2 != 0)
-            bytes.push_back(std::byte{0});
-    }
+    void addNumber(std::uint32_t number) { add(layout.bytes(number, sizeof number)); }
 
+    ChunkLayout layout = riffLayout(false);
     std::vector<std::byte> bytes;
 };
 
@@ -63,12 +60,11 @@ RawChunk labels(const std::vector<SF_CUE_POINT>& cues)
         const auto name = nameOf(cue);
         if (name.empty())
             continue;
-        list.addText("labl");
-        list.addNumber(static_cast<std::uint32_t>(4 + name.size() + 1));
-        list.addNumber(static_cast<std::uint32_t>(cue.indx));
-        list.addText(name);
-        list.bytes.push_back(std::byte{0});
-        list.padToEven();
+        ByteList label;
+        label.addNumber(static_cast<std::uint32_t>(cue.indx));
+        label.addText(name);
+        label.bytes.push_back(std::byte{0});
+        list.add(list.layout.serialised("labl", label.bytes));
     }
     return {"LIST", list.bytes, true};
 }

@@ -1,9 +1,8 @@
 #include "tools/kalim/files/DescriptorSink.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
+#include "tools/kalim/files/FileBytes.h"
 
-#include <cerrno>
+#include <unistd.h>
 
 namespace kalim::program
 {
@@ -22,47 +21,27 @@ DescriptorSink::DescriptorSink(int fileDescriptor)
 {
 }
 
-void DescriptorSink::note(int error)
+std::int64_t DescriptorSink::write(std::span<const std::byte> bytes)
 {
+    // Encoders that see a failure forget to give back their memory, so that they see none.
     if (firstError == 0)
-        firstError = error;
-}
-
-std::int64_t DescriptorSink::write(const char* data, std::int64_t count)
-{
-    std::int64_t done = 0;
-    while (done < count)
-    {
-        const auto written =
-            ::write(descriptor, data + done, static_cast<std::size_t>(count - done));
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-        {
-            note(written < 0 ? errno : ENOSPC);
-            break;
-        }
-        done += written;
-    }
-    return done;
+        firstError = writeBytes(descriptor, bytes);
+    return static_cast<std::int64_t>(bytes.size());
 }
 
 SF_VIRTUAL_IO DescriptorSink::functions()
 {
     SF_VIRTUAL_IO io{};
-    io.get_filelen = [](void* user) -> sf_count_t
-    {
-        struct stat status
-        {
-        };
-        return fstat(sinkOf(user).descriptor, &status) == 0 ? status.st_size : -1;
-    };
+    io.get_filelen = [](void* user) -> sf_count_t { return fileSizeOf(sinkOf(user).descriptor); };
     io.seek = [](sf_count_t offset, int whence, void* user) -> sf_count_t
     { return lseek(sinkOf(user).descriptor, offset, whence); };
     io.read = [](void* data, sf_count_t count, void* user) -> sf_count_t
     { return ::read(sinkOf(user).descriptor, data, static_cast<std::size_t>(count)); };
     io.write = [](const void* data, sf_count_t count, void* user) -> sf_count_t
-    { return sinkOf(user).write(static_cast<const char*>(data), count); };
+    {
+        const auto* bytes = static_cast<const std::byte*>(data);
+        return sinkOf(user).write({bytes, static_cast<std::size_t>(count)});
+    };
     io.tell = [](void* user) -> sf_count_t { return lseek(sinkOf(user).descriptor, 0, SEEK_CUR); };
     return io;
 }

@@ -2,13 +2,16 @@
 
 #include <sndfile.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace kalim::program
 {
 
 /// Lets the audio library write to an open file, and remembers the first failure: an encoder that
-/// writes its last block while it is closed tells nobody that the disk was full.
+/// writes its last block while it is closed tells nobody that the disk was full. To the library
+/// every write succeeds; what follows a failure goes nowhere.
 class DescriptorSink
 {
 public:
@@ -22,8 +25,7 @@ public:
     int errorNumber() const { return firstError; }
 
 private:
-    std::int64_t write(const char* data, std::int64_t count);
-    void note(int error);
+    std::int64_t write(std::span<const std::byte> bytes);
 
     int descriptor;
     int firstError = 0;

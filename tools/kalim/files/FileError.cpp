@@ -45,7 +45,7 @@ std::string printable(const std::filesystem::path& path)
 }
 
 FileError::FileError(const std::filesystem::path& path, const std::string& reason)
-    : std::runtime_error(printable(path) + ": " + reason)
+    : std::runtime_error(path.empty() ? reason : printable(path) + ": " + reason)
 {
 }
 

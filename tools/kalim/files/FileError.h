@@ -7,7 +7,8 @@
 namespace kalim::program
 {
 
-/// A file that could not be read or written; what() is the single line "PATH: reason".
+/// A file that could not be read or written; what() is the single line "PATH: reason",
+/// without the path if that is empty.
 class FileError : public std::runtime_error
 {
 public:

@@ -3,7 +3,8 @@
 #include "tools/kalim/files/ChunkedFile.h"
 #include "tools/kalim/files/CodingHistory.h"
 #include "tools/kalim/files/CueChunks.h"
-#include "tools/kalim/files/FlacBlocks.h"
+#include "tools/kalim/files/Phrases.h"
+#include "tools/kalim/files/UncarriedTags.h"
 
 #include <fmt/format.h>
 
@@ -52,12 +53,10 @@ bool isRiffLike(std::optional<ChunkFamily> family)
 
 std::optional<ChunkFamily> familyOf(const AudioFileFormat& format)
 {
+    if (format.isWav())
+        return ChunkFamily::riff;
     switch (format.container())
     {
-    case SF_FORMAT_WAV:
-    case SF_FORMAT_WAVEX:
-    case SF_FORMAT_RF64:
-        return ChunkFamily::riff;
     case SF_FORMAT_W64:
         return ChunkFamily::wave64;
     case SF_FORMAT_AIFF:
@@ -165,7 +164,7 @@ bool hasSameNames(const std::vector<SF_CUE_POINT>& a, const std::vector<SF_CUE_P
 
 FileMetadata::FileMetadata(const AudioFileReader& reader)
     : family(familyOf(reader.format()))
-    , uncarried(uncarriedFlacBlocks(reader.descriptor()))
+    , uncarried(uncarriedTags(reader))
     , strings(stringsOf(reader.handle()))
     , cues(cuesOf(reader.handle()))
     , instrument(instrumentOf(reader.handle()))
@@ -274,7 +273,7 @@ void FileMetadata::listTranslationLosses(const FileMetadata& written,
             items.push_back(fmt::format("the {} \"{}\"", named.name, own->second));
     }
     if (!hasSamePlaces(cues, written.cues))
-        items.push_back(fmt::format("{} cue points", cues.size()));
+        items.push_back(counted(std::ssize(cues), "cue point"));
     else if (!hasSameNames(cues, written.cues))
         items.emplace_back("names of cue points");
     if (instrument && !written.instrument)

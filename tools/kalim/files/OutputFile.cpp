@@ -1,5 +1,6 @@
 #include "tools/kalim/files/OutputFile.h"
 
+#include "tools/kalim/files/FileBytes.h"
 #include "tools/kalim/files/FileError.h"
 
 #include <fmt/format.h>
@@ -13,7 +14,6 @@
 #include <random>
 #include <string>
 #include <system_error>
-#include <utility>
 
 namespace kalim::program
 {
@@ -51,9 +51,13 @@ void checkTarget(const std::filesystem::path& target, Existing existing)
     if (!isNameTaken(target))
         return;
     const auto status = statusOf(target);
-    if (status && S_ISDIR(status->st_mode))
+    if (!status && errno == ENOENT)
+        throw FileError(target, "is a link that leads nowhere");
+    if (!status)
+        throw FileError(target, errno);
+    if (S_ISDIR(status->st_mode))
         throw FileError(target, "is a folder");
-    if (status && !S_ISREG(status->st_mode))
+    if (!S_ISREG(status->st_mode))
         throw FileError(target, "is not a regular file");
     if (existing == Existing::keep)
         throw FileError(target, alreadyExists);
@@ -74,14 +78,6 @@ void checkFolder(const std::filesystem::path& target)
         throw FileError(target, errno);
     if (!S_ISDIR(status->st_mode))
         throw FileError(target, fmt::format("{} is not a folder", printable(folder)));
-}
-
-/// Where the bytes finally go: behind a symbolic link, so that the link survives.
-std::filesystem::path resolved(const std::filesystem::path& target)
-{
-    std::error_code failed;
-    auto path = std::filesystem::canonical(target, failed);
-    return failed ? std::filesystem::absolute(target) : path;
 }
 
 std::string hiddenName()
@@ -128,15 +124,15 @@ OutputFile::OutputFile(const std::filesystem::path& target, Existing whatToDo)
     : targetPath(target)
     , existing(whatToDo)
 {
+    finalPath = resolvedTarget(target);
     checkTarget(target, existing);
     checkFolder(target);
-    finalPath = resolved(target);
     create();
 }
 
 OutputFile::~OutputFile()
 {
-    if (file.isOpen())
+    if (registration)
         unlink(hiddenPath.c_str());
 }
 
@@ -161,22 +157,25 @@ void OutputFile::create()
 
 void OutputFile::write(std::span<const std::byte> bytes)
 {
-    while (!bytes.empty())
-    {
-        const ssize_t written = ::write(file.get(), bytes.data(), bytes.size());
-        if (written < 0 && errno != EINTR)
-            throw FileError(targetPath, errno);
-        bytes = bytes.subspan(written > 0 ? static_cast<std::size_t>(written) : 0);
-    }
+    if (const int error = writeBytes(file.get(), bytes))
+        throw FileError(targetPath, error);
+}
+
+void OutputFile::finish()
+{
+    if (!file.isOpen())
+        return;
+    if (fsync(file.get()) != 0 && errno != EINVAL)
+        throw FileError(targetPath, errno);
+    if (!file.close())
+        throw FileError(targetPath, errno);
 }
 
 void OutputFile::commit()
 {
-    if (fsync(file.get()) != 0 && errno != EINVAL)
-        throw FileError(targetPath, errno);
+    finish();
     moveToTarget();
     registration.reset();
-    file.close();
     synchroniseFolder(folderOf(finalPath));
 }
 
@@ -193,6 +192,16 @@ void OutputFile::moveToTarget() const
         throw FileError(targetPath, alreadyExists);
     if (failure != 0)
         throw FileError(targetPath, failure);
+}
+
+std::filesystem::path resolvedTarget(const std::filesystem::path& target)
+{
+    if (target.empty())
+        throw FileError(target, "the output has no name");
+    std::error_code failed;
+    const auto absolute = std::filesystem::absolute(target, failed);
+    auto path = std::filesystem::weakly_canonical(absolute, failed);
+    return failed ? absolute.lexically_normal() : path;
 }
 
 bool isSameFile(const std::filesystem::path& a, const std::filesystem::path& b)

@@ -19,14 +19,16 @@ enum class Existing
 };
 
 /// A file that appears under its name only when it is complete: it is written beside it under a
-/// hidden name, and the destructor removes what was not committed.
+/// hidden name, and the destructor removes what was not committed. Several files that belong
+/// together are all finished first and then committed, so that a full disk leaves none of them.
 class OutputFile
 {
 public:
     /// Creates the hidden file, with the permissions that the umask leaves.
     /// @param target final name; a symbolic link to a file stays one, the file is replaced
-    /// @throws FileError when the target exists and is to be kept, is a folder or no regular file,
-    /// or when its folder is missing or cannot be written
+    /// @throws FileError when the target exists and is to be kept, is a folder, no regular file or
+    /// a link that leads nowhere, when it has no name, or when its folder is missing or cannot be
+    /// written
     OutputFile(const std::filesystem::path& target, Existing existing);
     ~OutputFile();
 
@@ -37,13 +39,17 @@ public:
 
     const std::filesystem::path& temporaryPath() const { return hiddenPath; }
 
-    /// Open for reading and writing; the output file closes it.
+    /// Open for reading and writing until finish() closes it.
     int descriptor() const { return file.get(); }
 
     /// Appends bytes. Throws FileError when the disk is full or fails.
     void write(std::span<const std::byte> bytes);
 
-    /// Puts the file safely on the disk and then under its name in one step.
+    /// Puts the content safely on the disk, still under the hidden name, and closes the file.
+    /// @throws FileError when the disk is full or fails
+    void finish();
+
+    /// Puts the file under its name in one step, after finish() if that was not called.
     /// @throws FileError when the disk fails, or when meanwhile somebody made a file of that name
     /// that is to be kept
     void commit();
@@ -59,6 +65,11 @@ private:
     std::optional<TemporaryFileRegistry::Entry> registration;
     FileDescriptor file;
 };
+
+/// The full path at which an output of that name will appear: without "." and "..", and behind
+/// symbolic links. Two names are one output exactly if these are equal.
+/// @throws FileError for an empty name
+std::filesystem::path resolvedTarget(const std::filesystem::path& target);
 
 /// Whether both names lead to one and the same existing file, through links or not.
 bool isSameFile(const std::filesystem::path& a, const std::filesystem::path& b);

@@ -1,13 +1,13 @@
 #include "tools/kalim/files/OutputFormat.h"
 
 #include "tools/kalim/files/FileError.h"
+#include "tools/kalim/files/LetterCase.h"
 
 #include <fmt/format.h>
 #include <sndfile.h>
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <stdexcept>
 
 namespace kalim::program
@@ -54,15 +54,6 @@ constexpr std::int64_t largestSmallFile = (std::int64_t{1} << 32) - (std::int64_
 constexpr std::array usualRates{8000,  11025, 12000, 16000, 22050,  24000,  32000,
                                 44100, 48000, 88200, 96000, 176400, 192000, 384000};
 
-std::string lowered(std::string_view text)
-{
-    std::string result(text);
-    std::ranges::transform(result, result.begin(),
-                           [](unsigned char letter)
-                           { return static_cast<char>(std::tolower(letter)); });
-    return result;
-}
-
 const Container& containerOf(ContainerName name)
 {
     return *std::ranges::find(containers, name, &Container::name);
@@ -99,17 +90,11 @@ SampleFormat parseSamples(std::string_view word)
         fmt::format("unknown sample format '{}' (known: {})", word, knownSampleFormats()));
 }
 
-bool isWavFamily(int container)
-{
-    return container == SF_FORMAT_WAV || container == SF_FORMAT_WAVEX ||
-           container == SF_FORMAT_RF64;
-}
-
 int libraryContainer(ContainerName wanted, const AudioFileFormat& input, int channels)
 {
     if (wanted != wav)
         return containerOf(wanted).libraryFormat;
-    if (isWavFamily(input.container()))
+    if (input.container() == SF_FORMAT_WAVEX || input.container() == SF_FORMAT_WAV)
         return input.container();
     // Only the extensible header says which channel feeds which loudspeaker.
     return channels > 2 ? SF_FORMAT_WAVEX : SF_FORMAT_WAV;
@@ -166,19 +151,31 @@ std::optional<AudioFileFormat> keptAs(ContainerName name, int container,
         return AudioFileFormat(plain | input.byteOrder());
     // Block codes of one family differ from container to container; only plain samples move.
     const auto samples = input.sampleFormat();
-    if (samples != SampleFormat::other || isWavFamily(container))
+    if (samples != SampleFormat::other || AudioFileFormat(container).isWav())
         if (isStorable(plain))
             return AudioFileFormat(plain);
     return storedAs(name, container, samples);
 }
 
+/// Who asks for a codec by its container's name knows that the samples are compressed.
+bool isCodec(SampleFormat samples)
+{
+    using enum SampleFormat;
+    return samples == vorbis || samples == SampleFormat::opus || samples == SampleFormat::mp3;
+}
+
 OutputFormat withSubstitute(ContainerName name, int container, const AudioFileFormat& input)
 {
     for (const auto samples : substitutesIn(name, input.sampleFormat()))
-        if (const auto format = storedAs(name, container, samples))
+    {
+        const auto format = storedAs(name, container, samples);
+        if (format && isCodec(samples))
+            return {*format, {}};
+        if (format)
             return {*format,
                     {fmt::format("{} cannot hold the input's {} samples; writing {} instead",
                                  containerOf(name).display, input.samplesName(), nameOf(samples))}};
+    }
     throw std::logic_error("no substitute for a sample format");
 }
 
@@ -240,7 +237,7 @@ OutputFormat fittedToSize(OutputFormat chosen, const AudioShape& shape,
     if (bytes <= largestSmallFile || !hasSmallSizes(chosen.format.container()))
         return chosen;
     const AudioFileFormat large(SF_FORMAT_RF64 | chosen.format.subtype());
-    if (!isWavFamily(chosen.format.container()) || !isStorable(large.libraryFormat()))
+    if (!chosen.format.isWav() || !isStorable(large.libraryFormat()))
         throw FileError(output,
                         fmt::format("{} cannot hold more than 4 GiB; choose wav, w64 or caf",
                                     chosen.format.description()));

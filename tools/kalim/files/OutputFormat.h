@@ -59,7 +59,7 @@ ContainerName containerOfExtension(const std::filesystem::path& path);
 
 /// The format to write: the container asked for, else the one that the output's name asks for, with
 /// the sample format asked for, else the input's own, else the one that loses least. A WAV file
-/// that would pass 4 GiB becomes RF64.
+/// that would pass 4 GiB becomes RF64, and RF64 becomes WAV where WAV is asked for and suffices.
 /// @throws FileError when the container cannot hold the sample format asked for, the number of
 /// channels, the sample rate or the size
 OutputFormat chooseOutputFormat(const AudioFileFormat& input, const AudioShape& shape,

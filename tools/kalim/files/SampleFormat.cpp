@@ -1,11 +1,12 @@
 #include "tools/kalim/files/SampleFormat.h"
 
+#include "tools/kalim/files/LetterCase.h"
+
 #include <fmt/format.h>
 #include <sndfile.h>
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 
 namespace kalim::program
 {
@@ -31,12 +32,6 @@ constexpr std::array namedFormats{
     NamedFormat{SampleFormat::mp3, "mp3", {SF_FORMAT_MPEG_LAYER_III, 0}},
 };
 
-bool equalsIgnoringCase(std::string_view a, std::string_view b)
-{
-    return std::ranges::equal(
-        a, b, [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
-}
-
 } // namespace
 
 std::string nameOf(SampleFormat format)
@@ -47,10 +42,8 @@ std::string nameOf(SampleFormat format)
 
 std::optional<SampleFormat> sampleFormatOfName(std::string_view name)
 {
-    for (const auto& named : namedFormats)
-        if (equalsIgnoringCase(named.name, name))
-            return named.format;
-    return {};
+    const auto* found = std::ranges::find(namedFormats, lowered(name), &NamedFormat::name);
+    return found == namedFormats.end() ? std::nullopt : std::optional(found->format);
 }
 
 std::string knownSampleFormats()

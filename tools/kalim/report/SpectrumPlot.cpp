@@ -1,12 +1,12 @@
 #include "tools/kalim/report/SpectrumPlot.h"
 
 #include "tools/kalim/files/FileError.h"
+#include "tools/kalim/files/LetterCase.h"
 #include "tools/kalim/report/PlotAxes.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <limits>
 #include <numbers>
@@ -320,9 +320,7 @@ private:
 
 PictureKind pictureKindOf(const std::filesystem::path& path)
 {
-    auto extension = path.extension().string();
-    std::ranges::transform(extension, extension.begin(),
-                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const std::string extension = lowered(path.extension().string());
     if (extension == ".png")
         return PictureKind::png;
     if (extension == ".svg")

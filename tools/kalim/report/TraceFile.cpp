@@ -45,10 +45,10 @@ void TraceFile::add(double seconds, const orvo::audio::Kalimmer& remover)
         write();
 }
 
-void TraceFile::commit()
+void TraceFile::finish()
 {
     write();
-    file.commit();
+    file.finish();
 }
 
 void TraceFile::write()

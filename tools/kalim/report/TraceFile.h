@@ -23,8 +23,11 @@ public:
     /// Writes a row. Throws FileError.
     void add(double seconds, const orvo::audio::Kalimmer& remover);
 
-    /// Puts the file under its name. Throws FileError.
-    void commit();
+    /// Makes the file complete and durable. Throws FileError.
+    void finish();
+
+    /// Puts the finished file under its name. Throws FileError.
+    void commit() { file.commit(); }
 
 private:
     void write();

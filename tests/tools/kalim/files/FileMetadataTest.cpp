@@ -10,7 +10,9 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <string_view>
 
 namespace kalim::program
 {
@@ -80,6 +82,32 @@ void describeFully(SNDFILE* file)
     setBlock(file, "iXML", "<BWFXML></BWFXML> ");
     setBlock(file, "chna", "tracks");
     setBlock(file, "LIST", "adtllabl\x0c\0\0\0\x07\0\0\0Refrain\0"s);
+}
+
+std::uint32_t oggSum(std::string_view page)
+{
+    std::uint32_t sum = 0;
+    for (const char byte : page)
+    {
+        sum ^= static_cast<std::uint32_t>(static_cast<unsigned char>(byte)) << 24;
+        for (int bit = 0; bit < 8; ++bit)
+            sum = (sum & 0x80000000) != 0 ? sum << 1 ^ 0x04c11db7 : sum << 1;
+    }
+    return sum;
+}
+
+/// Makes the pages of a changed Ogg file valid again.
+void sumOggPages(std::string& bytes)
+{
+    for (auto start = bytes.find("OggS"); start != std::string::npos;)
+    {
+        const auto end = bytes.find("OggS", start + 4);
+        bytes.replace(start + 22, 4, 4, '\0');
+        const auto sum = oggSum(std::string_view(bytes).substr(start, end - start));
+        for (std::size_t i = 0; i < 4; ++i)
+            bytes[start + 22 + i] = static_cast<char>(sum >> 8 * i);
+        start = end;
+    }
 }
 
 class FileMetadataTest : public test::ScratchFolder
@@ -203,7 +231,7 @@ TEST_F(FileMetadataTest, TranslatesBetweenKindsAndNamesWhatIsLost)
     const auto losses = copied(wav, flac, describeFully);
     EXPECT_EQ(titleOf("out"), "Night train");
     EXPECT_THAT(losses, ElementsAre(HasSubstr("(bext)"), HasSubstr("'iXML'"), HasSubstr("'chna'"),
-                                    "not kept in the FLAC file: 1 cue points"));
+                                    "not kept in the FLAC file: 1 cue point"));
     EXPECT_THAT(copied(flac, SF_FORMAT_AU | SF_FORMAT_PCM_16, setStrings),
                 Contains(HasSubstr("Night train")));
 }
@@ -240,6 +268,52 @@ TEST_F(FileMetadataTest, WarnsOfFlacBlocksThatAreLost)
                 ElementsAre("not kept in the FLAC file: 1 picture",
                             "not kept in the FLAC file: 1 application block",
                             "not kept in the FLAC file: the tags MOOD"));
+}
+
+TEST_F(FileMetadataTest, WarnsOfOggTagsThatAreLost)
+{
+    const auto describe = [](SNDFILE* file)
+    {
+        setStrings(file);
+        sf_set_string(file, SF_STR_COMMENT, "Bach");
+        sf_set_string(file, SF_STR_ALBUM, std::string(70000, 'x').c_str());
+    };
+    test::writeLibraryFile(path("plain"), SF_FORMAT_OGG | SF_FORMAT_VORBIS, {0, 65536, 0}, 1,
+                           describe);
+    auto bytes = contentsOf(path("plain"));
+    const auto rename = [&](const std::string& from, const std::string& to)
+    { bytes.replace(bytes.find(from + "="), to.size(), to); };
+    rename("COMMENT", "CMPOSER");
+    rename("ALBUM", "tITLE");
+    sumOggPages(bytes);
+    EXPECT_THAT(test::copyAudio(writeText("in", bytes), path("out"), flac),
+                ElementsAre("not kept in the FLAC file: the tags CMPOSER, a second tITLE"));
+}
+
+TEST_F(FileMetadataTest, WarnsOfId3FramesThatAreLost)
+{
+    test::writeLibraryFile(path("plain"), SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III,
+                           std::vector<int>(3000));
+    const auto sound = contentsOf(path("plain"));
+    const auto title = "TIT2\0\0\0\x04\0\0\0one"s;
+    const auto composer = "TCOM\0\0\0\x05\0\0\0Bach"s;
+    const auto picture = "APIC\0\0\x01\x02\0\0"s + std::string(130, 'x');
+    const auto padding = std::string(20, '\0');
+    const auto losses = [&](char version, const std::string& frames)
+    {
+        const auto size = std::string{static_cast<char>(frames.size() / 128),
+                                      static_cast<char>(frames.size() % 128)};
+        const auto tag = "ID3"s + version + "\0\0\0\0"s + size + frames;
+        std::filesystem::remove(path("out"));
+        return test::copyAudio(writeText("in", tag + sound), path("out"), wav);
+    };
+    EXPECT_THAT(losses(4, title + picture + composer + padding),
+                ElementsAre("not kept in the WAV file: 1 picture",
+                            "not kept in the WAV file: the tags TCOM"));
+    EXPECT_THAT(losses(3, composer + "TSRC\0\0\0\0\0\0"s),
+                ElementsAre("not kept in the WAV file: the tags TCOM, TSRC"));
+    EXPECT_THAT(losses(2, "TT2\0\0\x02\0xTCM\0\0\x02\0y"s),
+                ElementsAre("not kept in the WAV file: the tags TCM"));
 }
 
 } // namespace kalim::program

@@ -53,6 +53,23 @@ TEST_F(OutputFileTest, AppearsCompleteOrNotAtAll)
     EXPECT_EQ(filesInFolder(), 1U);
 }
 
+TEST_F(OutputFileTest, FilesThatBelongTogetherAppearOnlyWhenAllAreFinished)
+{
+    OutputFile first(path("a"), Existing::keep);
+    {
+        OutputFile second(path("b"), Existing::keep);
+        put(first, "whole");
+        first.finish();
+        second.finish();
+        second.finish();
+        EXPECT_FALSE(std::filesystem::exists(path("a")));
+        EXPECT_EQ(contentsOf(first.temporaryPath()), "whole");
+    }
+    EXPECT_EQ(filesInFolder(), 1U);
+    first.commit();
+    EXPECT_EQ(contentsOf(path("a")), "whole");
+}
+
 TEST_F(OutputFileTest, TakesAnyNameThatTheSystemTakes)
 {
     for (const auto& name :
@@ -102,6 +119,11 @@ TEST_F(OutputFileTest, HonoursTheUmaskAndLinks)
     throughLink.commit();
     EXPECT_TRUE(std::filesystem::is_symlink(path("link")));
     EXPECT_EQ(contentsOf(path("a")), "linked");
+
+    const auto roundabout = std::filesystem::relative(path("new")).parent_path() / "./link";
+    EXPECT_EQ(resolvedTarget(roundabout), resolvedTarget(path("a")));
+    EXPECT_EQ(resolvedTarget("./new"), resolvedTarget("new"));
+    EXPECT_NE(resolvedTarget("new"), resolvedTarget("other"));
 }
 
 TEST_F(OutputFileTest, RefusesPlacesThatCannotHoldAFile)
@@ -111,6 +133,10 @@ TEST_F(OutputFileTest, RefusesPlacesThatCannotHoldAFile)
     EXPECT_THAT(refusal(writeText("file", "") / "a.wav"), HasSubstr("Not a directory"));
     EXPECT_THAT(refusal("/dev/null"), HasSubstr("not a regular file"));
     EXPECT_THAT(refusal("/proc/a.wav"), HasSubstr("cannot create a file"));
+    EXPECT_EQ(refusal(""), "the output has no name");
+    std::filesystem::create_symlink("missing", path("dangling"));
+    EXPECT_THAT(refusal(path("dangling")), HasSubstr("is a link that leads nowhere"));
+    EXPECT_TRUE(std::filesystem::is_symlink(path("dangling")));
 }
 
 TEST_F(OutputFileTest, ASignalRemovesTheUnfinishedFileAndEndsTheProcess)

@@ -1,0 +1,99 @@
+#include "tools/kalim/files/FileDamage.h"
+
+#include "tests/tools/kalim/files/AudioFiles.h"
+#include "tests/tools/kalim/files/ScratchFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace kalim::program
+{
+namespace
+{
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+class FileDamageTest : public test::ScratchFolder
+{
+protected:
+    /// The bytes of a file of three seconds of zeros.
+    std::string recording(int format) const
+    {
+        test::writeLibraryFile(path("whole"), format, std::vector<int>(144000));
+        return contentsOf(path("whole"));
+    }
+
+    std::vector<std::string> damages(const std::string& bytes) const
+    {
+        return damagesOf(AudioFileReader(writeText("in", bytes)));
+    }
+
+    static std::string withSize(std::string bytes, const std::string& id, const std::string& size)
+    {
+        return bytes.replace(bytes.rfind(id, 200) + id.size(), size.size(), size);
+    }
+};
+
+} // namespace
+
+TEST_F(FileDamageTest, TellsHowMuchOfACutFileIsThere)
+{
+    for (const int container : {SF_FORMAT_WAV, SF_FORMAT_WAVEX, SF_FORMAT_RF64, SF_FORMAT_W64,
+                                SF_FORMAT_AIFF, SF_FORMAT_AU, SF_FORMAT_CAF})
+    {
+        const auto bytes = recording(container | SF_FORMAT_PCM_16);
+        EXPECT_THAT(damages(bytes), IsEmpty()) << container;
+        // The library refuses a short CAF file by itself.
+        if (container == SF_FORMAT_CAF)
+            continue;
+        EXPECT_THAT(damages(bytes.substr(0, bytes.size() - 192000)),
+                    ElementsAre("the file is cut short: 1.0 of 3.0 s are there, 192000 bytes are "
+                                "missing"))
+            << container;
+    }
+    EXPECT_THAT(damages(recording(SF_FORMAT_WAV | SF_FORMAT_IMA_ADPCM).substr(0, 30000)),
+                ElementsAre(HasSubstr("1.3 of 3.1 s")));
+}
+
+TEST_F(FileDamageTest, TellsThatARecorderWasCutOff)
+{
+    const auto wav = recording(SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+    const std::string none(4, '\0');
+    EXPECT_THAT(damages(withSize(wav, "data", none)),
+                ElementsAre("the header claims no samples although 288000 bytes follow, which are "
+                            "left out"));
+    // What the library repairs by itself.
+    const auto unfinished =
+        withSize(withSize(wav, "RIFF", std::string("\x08\0\0\0", 4)), "data", none);
+    EXPECT_THAT(damages(unfinished),
+                ElementsAre(HasSubstr("288000 bytes follow, which are taken")));
+
+    const std::string emptyWithText =
+        withSize(wav, "data", none).substr(0, 44) + "LIST\x04" + none.substr(1) + "INFO";
+    EXPECT_THAT(damages(emptyWithText), IsEmpty());
+}
+
+TEST_F(FileDamageTest, TakesNoUnknownSizeForDamage)
+{
+    const auto wav = recording(SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+    for (const std::uint32_t size : {0xffffffffU, 0x7fffffffU - 36, 0x7ffff000U, 0x80000000U})
+    {
+        const std::string stated(reinterpret_cast<const char*>(&size), sizeof size);
+        EXPECT_THAT(damages(withSize(wav, "data", stated)), IsEmpty());
+        EXPECT_EQ(AudioFileReader(path("in")).frames(), 144000);
+    }
+}
+
+TEST_F(FileDamageTest, TellsThatAnOggStreamHasNoEnd)
+{
+    for (const int format : {SF_FORMAT_OGG | SF_FORMAT_VORBIS, SF_FORMAT_OGG | SF_FORMAT_OPUS})
+    {
+        const auto bytes = recording(format);
+        EXPECT_THAT(damages(bytes), IsEmpty());
+        EXPECT_THAT(damages(bytes.substr(0, bytes.size() - 10)), ElementsAre(HasSubstr("no end")));
+    }
+}
+
+} // namespace kalim::program
