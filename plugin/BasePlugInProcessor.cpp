@@ -1,0 +1,405 @@
+#include "plugin/BasePlugInProcessor.h"
+
+#include "dsp/signal/FlushToZero.h"
+#include "plugin/ChannelMapping.h"
+#include "plugin/KalimConstants.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace
+{
+
+/// How long after a restored state a program change counts as part of the restoring.
+constexpr juce::uint32 restoreGuardMilliseconds = 200;
+
+} // namespace
+
+BasePlugInProcessor::OpenEditor::OpenEditor(BasePlugInProcessor& owner)
+    : plugIn(owner)
+{
+    ++plugIn.numOpenEditors;
+}
+
+BasePlugInProcessor::OpenEditor::~OpenEditor()
+{
+    --plugIn.numOpenEditors;
+}
+
+BasePlugInProcessor::BasePlugInProcessor(
+    std::shared_ptr<orvo::audio::BaseAudioProcessor> processorToWrap, const juce::String& bundle,
+    const juce::String& plugIn, unsigned int code, const juce::String& version)
+    : juce::AudioProcessor(BusesProperties()
+                               .withInput("Input", juce::AudioChannelSet::stereo())
+                               .withOutput("Output", juce::AudioChannelSet::stereo()))
+    , processor(std::move(processorToWrap))
+    , bundleName(bundle)
+    , plugInName(plugIn)
+    , plugInVersion(version)
+    , plugInCode(code)
+    , blocks(processor)
+{
+}
+
+void BasePlugInProcessor::processBlock(juce::AudioBuffer<float>& buffer, juce::MidiBuffer&)
+{
+    internalProcess(buffer, false);
+}
+
+void BasePlugInProcessor::processBlockBypassed(juce::AudioBuffer<float>& buffer, juce::MidiBuffer&)
+{
+    internalProcess(buffer, true);
+}
+
+void BasePlugInProcessor::internalProcess(juce::AudioBuffer<float>& buffer, bool isBypassed)
+{
+    const orvo::audio::ScopedFlushToZero flushToZero;
+    if (buffer.getNumSamples() == 0)
+        return;
+    if (const auto latency = blocks.followTiming(getTotalNumOutputChannels()))
+        setLatencySamples(*latency);
+    blocks.process(buffer, getTotalNumInputChannels(), getTotalNumOutputChannels(), isBypassed);
+}
+
+bool BasePlugInProcessor::isBusesLayoutSupported(const BusesLayout& layout) const
+{
+    if (layout.inputBuses.size() > 1 || layout.outputBuses.size() > 1)
+        return false;
+    // That host offers layouts with more channels than it then delivers.
+    const juce::File host = juce::File::getSpecialLocation(juce::File::hostApplicationPath);
+    const int limit = host.getFullPathName().containsIgnoreCase("edius") ? 2 : maxChannels;
+    const juce::AudioChannelSet input = layout.getMainInputChannelSet();
+    return !input.isDisabled() && input == layout.getMainOutputChannelSet() &&
+           input.size() <= limit;
+}
+
+bool BasePlugInProcessor::isInputChannelStereoPair(int) const
+{
+    return true;
+}
+
+bool BasePlugInProcessor::isOutputChannelStereoPair(int) const
+{
+    return true;
+}
+
+const juce::String BasePlugInProcessor::getInputChannelName(int index) const
+{
+    return juce::String(index + 1);
+}
+
+const juce::String BasePlugInProcessor::getOutputChannelName(int index) const
+{
+    return juce::String(index + 1);
+}
+
+orvo::audio::SpeakerId BasePlugInProcessor::getSpeakerId(const juce::String& name)
+{
+    return ChannelMapping::getSpeakerId(name);
+}
+
+const juce::String BasePlugInProcessor::getName() const
+{
+    return juce::String(orvo::companyName) + " " + plugInName;
+}
+
+int BasePlugInProcessor::getVersionCode() const
+{
+    juce::StringArray numbers;
+    numbers.addTokens(plugInVersion, ".", "");
+    return numbers[0].getIntValue() * 65536 + numbers[1].getIntValue() * 256 +
+           numbers[2].getIntValue();
+}
+
+int BasePlugInProcessor::getNumParameters()
+{
+    return parameters.size();
+}
+
+float BasePlugInProcessor::getParameter(int index)
+{
+    ParameterDescription* const parameter = parameters.find(index);
+    return parameter == nullptr ? -1.0F : parameter->getNormalizedParameterValue();
+}
+
+void BasePlugInProcessor::setParameter(int index, float normalized)
+{
+    ParameterDescription* const parameter = parameters.find(index);
+    if (parameter == nullptr)
+        return;
+    parameter->setNormalizedParameterValue(normalized, mayNotifyProcessor());
+    notifyListeners(index);
+}
+
+const juce::String BasePlugInProcessor::getParameterName(int index)
+{
+    const ParameterDescription* const parameter = parameters.find(index);
+    return parameter == nullptr ? juce::String() : parameter->getName();
+}
+
+juce::String BasePlugInProcessor::getParameterID(int index)
+{
+    // The framework's own ids are bare numbers, which some formats cannot write down.
+    return BasePlugInProcessor::getParameterName(index);
+}
+
+const juce::String BasePlugInProcessor::getParameterText(int index)
+{
+    const ParameterDescription* const parameter = parameters.find(index);
+    return parameter == nullptr ? juce::String() : parameter->getText();
+}
+
+juce::String BasePlugInProcessor::getParameterLabel(int index) const
+{
+    const ParameterDescription* const parameter = parameters.find(index);
+    return parameter == nullptr ? juce::String() : parameter->getUnit();
+}
+
+float BasePlugInProcessor::getParameterDefaultValue(int index)
+{
+    const ParameterDescription* const parameter = parameters.find(index);
+    return parameter == nullptr ? 0.0F : parameter->getDefaultNormalizedValue();
+}
+
+void BasePlugInProcessor::resetParameter(int index, bool notifyHost)
+{
+    const ParameterDescription* const parameter = parameters.find(index);
+    if (parameter == nullptr)
+        return;
+    processor->setParameterValue(parameter->getInternalId(), parameter->getDefaultValue(),
+                                 mayNotifyProcessor());
+    if (notifyHost)
+        sendToHost(index);
+}
+
+ParameterDescription* BasePlugInProcessor::findPublicParameter(int internalId) const
+{
+    return parameters.findByInternalId(internalId);
+}
+
+int BasePlugInProcessor::findPublicParameterIndex(int internalId) const
+{
+    return parameters.findIndexByInternalId(internalId);
+}
+
+int BasePlugInProcessor::getInternalParameterId(int index) const
+{
+    return parameters.find(index)->getInternalId();
+}
+
+void BasePlugInProcessor::notifyInternalParameterChange(int internalId)
+{
+    const int index = findPublicParameterIndex(internalId);
+    if (index >= 0)
+        sendToHost(index);
+}
+
+void BasePlugInProcessor::getStateInformation(juce::MemoryBlock& destination)
+{
+    getCurrentProgramStateInformation(destination);
+}
+
+void BasePlugInProcessor::setStateInformation(const void* data, int size)
+{
+    setCurrentProgramStateInformation(data, size);
+}
+
+void BasePlugInProcessor::getCurrentProgramStateInformation(juce::MemoryBlock& destination)
+{
+    destination = makeSettingsBlock();
+}
+
+void BasePlugInProcessor::setCurrentProgramStateInformation(const void* data, int size)
+{
+    juce::MemoryInputStream stream(data, size > 0 ? static_cast<std::size_t>(size) : 0, false);
+    setParameterSettings(stream);
+    lastStateLoadTime = juce::Time::getMillisecondCounter();
+}
+
+void BasePlugInProcessor::getParameterSettings(juce::OutputStream& stream)
+{
+    SettingsRecord::Content content;
+    content.plugInCode = plugInCode;
+    content.versionCode = getVersionCode();
+    for (const auto& parameter : parameters)
+        content.entries.push_back({parameter->getInternalId(), parameter->getNaturalValue()});
+    content.presetName = getCurrentPresetName();
+    SettingsRecord::write(stream, content);
+}
+
+bool BasePlugInProcessor::setParameterSettings(juce::InputStream& stream)
+{
+    return SettingsRecord::read(stream, plugInCode, *this);
+}
+
+bool BasePlugInProcessor::receiveEntry(const SettingsRecord::Entry& entry)
+{
+    try
+    {
+        processor->setParameterValue(entry.id, entry.value, false);
+        return true;
+    }
+    catch (const std::out_of_range&)
+    {
+        return false;
+    }
+}
+
+void BasePlugInProcessor::entriesReceived()
+{
+    processor->effectuateParameterChanges();
+    notifyListeners(-1);
+}
+
+void BasePlugInProcessor::receivePresetName(const juce::String& name)
+{
+    setCurrentPresetName(name);
+}
+
+void BasePlugInProcessor::addUndoState()
+{
+    history.addState(makeSettingsBlock());
+}
+
+void BasePlugInProcessor::undo()
+{
+    if (const auto state = history.undo(makeSettingsBlock()))
+        loadSettingsBlock(*state);
+}
+
+void BasePlugInProcessor::redo()
+{
+    if (const auto state = history.redo(makeSettingsBlock()))
+        loadSettingsBlock(*state);
+}
+
+void BasePlugInProcessor::copyToAlternate()
+{
+    juce::MemoryBlock present = makeSettingsBlock();
+    const std::lock_guard lock(settingsGuard);
+    alternateSettings = std::move(present);
+}
+
+void BasePlugInProcessor::switchToAlternateSettings()
+{
+    juce::MemoryBlock other = makeSettingsBlock();
+    {
+        const std::lock_guard lock(settingsGuard);
+        std::swap(other, alternateSettings);
+    }
+    loadSettingsBlock(other);
+}
+
+void BasePlugInProcessor::clearSettings()
+{
+    for (int index = 0; index < parameters.size(); ++index)
+        if (!excludedParameterIds.contains(getInternalParameterId(index)))
+            resetParameter(index, false);
+}
+
+const juce::String BasePlugInProcessor::getProgramName(int index)
+{
+    return findPreset(index).name;
+}
+
+void BasePlugInProcessor::changeProgramName(int, const juce::String&) {}
+
+void BasePlugInProcessor::setCurrentProgram(int index)
+{
+    if (juce::Time::getMillisecondCounter() - lastStateLoadTime < restoreGuardMilliseconds)
+        return;
+    addUndoState();
+    currentProgram = index;
+    importFromPresetFile(juce::File(findPreset(index).path));
+    notifyListeners(-1);
+}
+
+BasePlugInProcessor::PresetData BasePlugInProcessor::findPreset(int index) const
+{
+    return juce::isPositiveAndBelow(index, presets.size()) ? presets[index] : PresetData();
+}
+
+bool BasePlugInProcessor::importFromPresetFile(const juce::File& file)
+{
+    const std::unique_ptr<juce::XmlElement> root = PresetFile::parse(file);
+    std::vector<PresetFile::Parameter> values;
+    if (root == nullptr || !PresetFile::readParameters(*root, values))
+        return false;
+    for (const PresetFile::Parameter& parameter : values)
+        importParameter(parameter);
+    processor->effectuateParameterChanges();
+    if (juce::XmlElement* const customData = PresetFile::findCustomData(*root))
+        parseCustomDataXmlElement(customData);
+    notifyListeners(-1);
+    setCurrentPresetName(file.getFileNameWithoutExtension());
+    return true;
+}
+
+void BasePlugInProcessor::importParameter(const PresetFile::Parameter& parameter)
+{
+    if (excludedParameterIds.contains(parameter.id))
+        return;
+    try
+    {
+        processor->setParameterValue(parameter.id, static_cast<float>(parameter.value), false);
+    }
+    catch (const std::out_of_range&)
+    {
+        return; // of a later version, perhaps
+    }
+    notifyInternalParameterChange(parameter.id);
+}
+
+bool BasePlugInProcessor::exportToPresetFile(const juce::File& file)
+{
+    std::vector<PresetFile::Parameter> values;
+    for (const auto& parameter : parameters)
+        values.push_back({parameter->getInternalId(), parameter->getUnit(),
+                          static_cast<double>(parameter->getNaturalValue()), parameter->getName()});
+    const juce::XmlElement root = PresetFile::make(values, [this](juce::XmlElement& element)
+                                                   { fillCustomDataXmlElement(&element); });
+    if (!PresetFile::write(root, file))
+        return false;
+    setCurrentPresetName(file.getFileNameWithoutExtension());
+    return true;
+}
+
+juce::String BasePlugInProcessor::getCurrentPresetName() const
+{
+    const std::lock_guard lock(settingsGuard);
+    return currentPresetName;
+}
+
+void BasePlugInProcessor::setCurrentPresetName(const juce::String& name)
+{
+    const std::lock_guard lock(settingsGuard);
+    currentPresetName = name;
+}
+
+void BasePlugInProcessor::addParameterDescription(int internalId, const juce::String& name,
+                                                  const juce::String& unit, float interval,
+                                                  ParameterDescription::ParameterMappingMode mode)
+{
+    parameters.add(
+        std::make_unique<ParameterDescription>(processor, internalId, name, unit, interval, mode));
+}
+
+void BasePlugInProcessor::notifyListeners(int index)
+{
+    listeners.callLastToFirst([index](Listener& listener) { listener.parameterChanged(index); });
+}
+
+juce::MemoryBlock BasePlugInProcessor::makeSettingsBlock()
+{
+    juce::MemoryBlock block;
+    juce::MemoryOutputStream stream(block, false);
+    getParameterSettings(stream);
+    stream.flush();
+    return block;
+}
+
+void BasePlugInProcessor::loadSettingsBlock(const juce::MemoryBlock& block)
+{
+    juce::MemoryInputStream stream(block, false);
+    setParameterSettings(stream);
+}

@@ -1,0 +1,237 @@
+#pragma once
+
+#include "dsp/processor/BaseAudioProcessor.h"
+#include "dsp/processor/ListenerRegistry.h"
+#include "plugin/BlockProcessing.h"
+#include "plugin/ParameterList.h"
+#include "plugin/PresetFile.h"
+#include "plugin/SettingsRecord.h"
+#include "plugin/UndoHistory.h"
+
+#include <atomic>
+#include <juce_audio_processors/juce_audio_processors.h>
+#include <memory>
+#include <mutex>
+
+/// The face that a host sees: joins a signal processor to the framework. The work is done by the
+/// parts it owns: block processing, the public parameters, the settings record, the undo history.
+class BasePlugInProcessor : public juce::AudioProcessor, private SettingsRecord::Receiver
+{
+public:
+    /// Told of changed settings, on the thread that changed them, which may be the audio thread.
+    class Listener
+    {
+    public:
+        virtual ~Listener() = default;
+
+        /// `index` is a public parameter index, or -1 when any parameter may have changed.
+        virtual void parameterChanged(int index) = 0;
+    };
+
+    /// While it lives, the plug-in counts as having an open editor, and then the processor's own
+    /// listeners are not told of what the host sets. Counted here because the framework answers
+    /// that question under a lock, and some hosts set parameters on the audio thread.
+    class OpenEditor
+    {
+    public:
+        explicit OpenEditor(BasePlugInProcessor& owner);
+        ~OpenEditor();
+
+        OpenEditor(const OpenEditor&) = delete;
+        OpenEditor& operator=(const OpenEditor&) = delete;
+
+    private:
+        BasePlugInProcessor& plugIn;
+    };
+
+    BasePlugInProcessor(std::shared_ptr<orvo::audio::BaseAudioProcessor> processorToWrap,
+                        const juce::String& bundle, const juce::String& plugIn, unsigned int code,
+                        const juce::String& version);
+
+    std::shared_ptr<orvo::audio::BaseAudioProcessor> getBaseProcessor() const { return processor; }
+
+    // Audio
+    void prepareToPlay(double sampleRate, int maximumBlockSize) override;
+
+    void releaseResources() override {}
+
+    void processBlock(juce::AudioBuffer<float>& buffer, juce::MidiBuffer& midi) override;
+    void processBlockBypassed(juce::AudioBuffer<float>& buffer, juce::MidiBuffer& midi) override;
+    bool isBusesLayoutSupported(const BusesLayout& layout) const override;
+
+    double getTailLengthSeconds() const override { return 0.0; }
+
+    bool acceptsMidi() const override { return false; }
+
+    bool producesMidi() const override { return false; }
+
+    bool silenceInProducesSilenceOut() const override { return false; }
+
+    bool isInputChannelStereoPair(int index) const override;
+    bool isOutputChannelStereoPair(int index) const override;
+    const juce::String getInputChannelName(int index) const override;
+    const juce::String getOutputChannelName(int index) const override;
+
+    using juce::AudioProcessor::processBlock;
+    using juce::AudioProcessor::processBlockBypassed;
+
+    /// The loudspeaker of a host's name for it.
+    static orvo::audio::SpeakerId getSpeakerId(const juce::String& name);
+
+    // Names
+    const juce::String getName() const override;
+
+    juce::String getShortName() const { return plugInName; }
+
+    /// Major times 65536 plus minor times 256 plus patch.
+    int getVersionCode() const;
+
+    // Public parameters; indices out of range are ignored, and give -1 as value, 0 as default, no
+    // text.
+    int getNumParameters() override;
+    float getParameter(int index) override;
+    void setParameter(int index, float normalized) override;
+    const juce::String getParameterName(int index) override;
+    juce::String getParameterID(int index) override;
+    const juce::String getParameterText(int index) override;
+    juce::String getParameterLabel(int index) const override;
+    float getParameterDefaultValue(int index) override;
+
+    using juce::AudioProcessor::getParameterName;
+    using juce::AudioProcessor::getParameterText;
+
+    /// Sets a parameter to its default and, if asked, tells the host. Listeners are not called.
+    void resetParameter(int index, bool notifyHost);
+
+    ParameterDescription* findPublicParameter(int internalId) const;
+
+    /// -1 where the processor's parameter is not public.
+    int findPublicParameterIndex(int internalId) const;
+
+    /// The index must be a valid one.
+    int getInternalParameterId(int index) const;
+
+    /// Tells the host of a parameter that was changed on the processor itself.
+    void notifyInternalParameterChange(int internalId);
+
+    // Settings
+    void getStateInformation(juce::MemoryBlock& destination) override;
+    void setStateInformation(const void* data, int size) override;
+    void getCurrentProgramStateInformation(juce::MemoryBlock& destination) override;
+    void setCurrentProgramStateInformation(const void* data, int size) override;
+
+    /// Writes all settings as a record, see SettingsRecord.
+    void getParameterSettings(juce::OutputStream& stream);
+
+    /// Reads a record. Returns whether it was one of this plug-in and all its ids were known.
+    bool setParameterSettings(juce::InputStream& stream);
+
+    /// Remembers the present settings, to be called before a user changes them.
+    void addUndoState();
+    void undo();
+    void redo();
+
+    bool canUndo() const { return history.canUndo(); }
+
+    bool canRedo() const { return history.canRedo(); }
+
+    /// Makes the other of the A/B settings equal to the present ones.
+    void copyToAlternate();
+
+    /// Exchanges the present settings with the other ones. The first time there are no others yet:
+    /// the sound stays, and the present settings become the others.
+    void switchToAlternateSettings();
+
+    /// Sets all parameters but the excluded ones to their defaults.
+    void clearSettings();
+
+    // Programs are the presets; their names come from files and cannot be changed through the host.
+    int getNumPrograms() override { return presets.size(); }
+
+    int getCurrentProgram() override { return currentProgram; }
+
+    const juce::String getProgramName(int index) override;
+    void changeProgramName(int index, const juce::String& newName) override;
+
+    /// Loads a preset, unless the host has only just restored a state: hosts send a program change
+    /// right after it, which would undo what they restored.
+    void setCurrentProgram(int index) override;
+
+    /// Loads a preset file. What it does not mention stays. Returns false, with nothing changed,
+    /// when it is no preset. Message thread.
+    bool importFromPresetFile(const juce::File& file);
+
+    /// Writes all public parameters as a preset file. Returns whether that succeeded; a failure
+    /// leaves an old file as it was. Message thread.
+    bool exportToPresetFile(const juce::File& file);
+
+    juce::String getCurrentPresetName() const;
+    void setCurrentPresetName(const juce::String& name);
+
+    /// Listeners are called from the last one added to the first.
+    void addListener(Listener* listener) { listeners.add(listener); }
+
+    void removeListener(Listener* listener) { listeners.remove(listener); }
+
+    using juce::AudioProcessor::addListener;
+    using juce::AudioProcessor::removeListener;
+
+protected:
+    /// For the constructor of the derived class, while the processor has its defaults.
+    void addParameterDescription(int internalId, const juce::String& name, const juce::String& unit,
+                                 float interval, ParameterDescription::ParameterMappingMode mode);
+
+    /// For data of a derived plug-in in preset files.
+    virtual void fillCustomDataXmlElement(juce::XmlElement* /*element*/) {}
+
+    virtual void parseCustomDataXmlElement(juce::XmlElement* /*element*/) {}
+
+    /// Parameters, by internal id, that clearing and presets leave alone.
+    juce::Array<int> excludedParameterIds;
+
+private:
+    bool receiveEntry(const SettingsRecord::Entry& entry) override;
+    void entriesReceived() override;
+    void receivePresetName(const juce::String& name) override;
+
+    void internalProcess(juce::AudioBuffer<float>& buffer, bool isBypassed);
+
+    bool mayNotifyProcessor() const { return numOpenEditors == 0; }
+
+    void sendToHost(int index);
+    void notifyListeners(int index);
+    juce::MemoryBlock makeSettingsBlock();
+    void loadSettingsBlock(const juce::MemoryBlock& block);
+
+    static constexpr int maxChannels = 8;
+
+    /// A preset's name and the full path of its file.
+    struct PresetData
+    {
+        juce::String name;
+        juce::String path;
+    };
+
+    PresetData findPreset(int index) const;
+    void importParameter(const PresetFile::Parameter& parameter);
+
+    std::shared_ptr<orvo::audio::BaseAudioProcessor> processor;
+    juce::String bundleName;
+    juce::String plugInName;
+    juce::String plugInVersion;
+    std::uint32_t plugInCode;
+
+    orvo::audio::ListenerRegistry<Listener> listeners;
+    BlockProcessing blocks;
+    ParameterList parameters;
+    UndoHistory history;
+    std::atomic<int> numOpenEditors{0};
+
+    juce::Array<PresetData> presets;
+    std::atomic<int> currentProgram{0};
+    std::atomic<juce::uint32> lastStateLoadTime{0};
+
+    mutable std::mutex settingsGuard;
+    juce::MemoryBlock alternateSettings;
+    juce::String currentPresetName;
+};

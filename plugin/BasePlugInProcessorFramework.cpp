@@ -1,0 +1,21 @@
+// The framework discourages its indexed parameter interface, which this plug-in is built on. The
+// calls that it marks as deprecated are gathered here, so that they are looked for everywhere else.
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+
+#include "plugin/BasePlugInProcessor.h"
+#include "plugin/ChannelMapping.h"
+
+void BasePlugInProcessor::prepareToPlay(double sampleRate, int maximumBlockSize)
+{
+    processor->maximumBlockSize = maximumBlockSize;
+    const auto input = ChannelMapping::makeFormat(getInputSpeakerArrangement(),
+                                                  getMainBusNumInputChannels(), sampleRate);
+    const auto output = ChannelMapping::makeFormat(getOutputSpeakerArrangement(),
+                                                   getMainBusNumOutputChannels(), sampleRate);
+    setLatencySamples(blocks.prepare(input, output, getTotalNumOutputChannels()));
+}
+
+void BasePlugInProcessor::sendToHost(int index)
+{
+    sendParamChangeMessageToListeners(index, getParameter(index));
+}

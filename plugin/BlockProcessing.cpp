@@ -1,0 +1,110 @@
+#include "plugin/BlockProcessing.h"
+
+#include "dsp/signal/VectorOperations.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace
+{
+
+using orvo::audio::AudioFormat;
+using orvo::audio::Signal32;
+
+bool isSame(const AudioFormat& a, const AudioFormat& b)
+{
+    return a.sampleRate == b.sampleRate && a.channelMapping == b.channelMapping;
+}
+
+Signal32 copyOf(const juce::AudioBuffer<float>& buffer, int numChannels)
+{
+    const int numSamples = buffer.getNumSamples();
+    Signal32 block(numChannels, numSamples);
+    for (int channel = 0; channel < numChannels; ++channel)
+        if (channel < buffer.getNumChannels())
+            orvo::vo::copy(buffer.getReadPointer(channel), block.getWriteChannelPtr(channel),
+                           numSamples);
+        else
+            orvo::vo::setToZero(block.getWriteChannelPtr(channel), numSamples);
+    return block;
+}
+
+/// A processor may return less than was asked for, when its mode changes between two questions;
+/// what is not there is silence.
+void copyInto(juce::AudioBuffer<float>& buffer, const Signal32& output, int numChannels)
+{
+    const int wanted = buffer.getNumSamples();
+    const int available = std::min(output.getNumSamples(), wanted);
+    for (int channel = 0; channel < std::min(numChannels, buffer.getNumChannels()); ++channel)
+    {
+        const int count = channel < output.getNumChannels() ? available : 0;
+        float* const target = buffer.getWritePointer(channel);
+        if (count > 0)
+            orvo::vo::copy(output.getReadChannelPtr(channel), target, count);
+        orvo::vo::setToZero(target + count, wanted - count);
+    }
+}
+
+} // namespace
+
+BlockProcessing::BlockProcessing(std::shared_ptr<orvo::audio::BaseAudioProcessor> wrapped)
+    : processor(std::move(wrapped))
+{
+}
+
+int BlockProcessing::prepare(const AudioFormat& input, const AudioFormat& output,
+                             int numOutputChannels)
+{
+    if (!isSame(input, processor->getInputFormat()) ||
+        !isSame(output, processor->getOutputFormat()))
+        processor->setFormat(input, output);
+    processor->reset();
+    const orvo::audio::ProcessingInfo info = processor->getProcessingInfo();
+    queueDelay = info.processingLatency;
+    extraLatency = info.additionalLatency;
+    primeQueue(numOutputChannels);
+    return queueDelay + extraLatency;
+}
+
+std::optional<int> BlockProcessing::followTiming(int numOutputChannels)
+{
+    const orvo::audio::ProcessingInfo info = processor->getProcessingInfo();
+    std::optional<int> toReport;
+    if (info.additionalLatency != extraLatency)
+    {
+        extraLatency = info.additionalLatency;
+        toReport = info.processingLatency + info.additionalLatency;
+    }
+    if (info.processingLatency != queueDelay)
+    {
+        queueDelay = info.processingLatency;
+        primeQueue(numOutputChannels);
+    }
+    return toReport;
+}
+
+void BlockProcessing::process(juce::AudioBuffer<float>& buffer, int numInputChannels,
+                              int numOutputChannels, bool isBypassed)
+{
+    const Signal32 processed = processor->process(copyOf(buffer, numInputChannels), isBypassed);
+    copyInto(buffer, takeOutput(processed, numOutputChannels, buffer.getNumSamples()),
+             numOutputChannels);
+}
+
+void BlockProcessing::primeQueue(int numOutputChannels)
+{
+    outputQueue.clear();
+    if (queueDelay > 0)
+        outputQueue.add(Signal32(numOutputChannels, queueDelay, 0.0F));
+}
+
+Signal32 BlockProcessing::takeOutput(const Signal32& processed, int numOutputChannels,
+                                     int numSamples)
+{
+    if (queueDelay <= 0)
+        return processed;
+    outputQueue.add(processed);
+    if (outputQueue.getNumSamples() < static_cast<std::uint64_t>(numSamples))
+        return {numOutputChannels, numSamples, 0.0F};
+    return outputQueue.get(numSamples);
+}

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "dsp/processor/BaseAudioProcessor.h"
+
+#include <juce_core/juce_core.h>
+#include <memory>
+
+/// One parameter as the host sees it, normalised to 0..1, joined to a parameter of the processor
+/// with its natural unit and range. The range is asked for at every call, since a processor may
+/// change it.
+class ParameterDescription
+{
+public:
+    enum ParameterMappingMode : int
+    {
+        Linear = 0,
+
+        /// Equal steps are equal ratios; needs a positive minimum.
+        Logarithmic = 1
+    };
+
+    /// Takes the processor's present value for the default, so describe it while it has its
+    /// defaults. `interval` is the display step; one as wide as the range marks a switch.
+    ParameterDescription(std::shared_ptr<orvo::audio::BaseAudioProcessor> owner, int idInProcessor,
+                         juce::String displayName, juce::String displayUnit, float displayInterval,
+                         ParameterMappingMode mapping);
+
+    virtual ~ParameterDescription() = default;
+
+    ParameterDescription(const ParameterDescription&) = delete;
+    ParameterDescription& operator=(const ParameterDescription&) = delete;
+
+    /// The present value from 0 to 1. Throws std::runtime_error("Unknown mapping mode").
+    virtual float getNormalizedParameterValue();
+
+    /// Sets the value from its normalised form, without limiting it here; `notify` lets the
+    /// processor's listeners know. Throws std::runtime_error("Unknown mapping mode").
+    virtual void setNormalizedParameterValue(float value, bool notify);
+
+    /// "On" or "Off" for a switch, else the natural value with two decimals; then a space and the
+    /// unit, the space also where there is no unit.
+    juce::String getText() const;
+
+    /// The present value in its natural unit.
+    float getNaturalValue() const;
+
+    int getInternalId() const { return internalId; }
+
+    const juce::String& getName() const { return name; }
+
+    const juce::String& getUnit() const { return unit; }
+
+    /// In the natural unit.
+    float getDefaultValue() const { return defaultValue; }
+
+    float getDefaultNormalizedValue() const { return defaultNormalizedValue; }
+
+private:
+    struct Range
+    {
+        float min;
+        float max;
+    };
+
+    Range getRange() const;
+
+    std::shared_ptr<orvo::audio::BaseAudioProcessor> processor;
+    int internalId;
+    juce::String name;
+    juce::String unit;
+    float interval;
+    float defaultValue = 0.0F;
+    float defaultNormalizedValue = 0.0F;
+    ParameterMappingMode mappingMode;
+};

@@ -1,0 +1,9 @@
+#include "plugin/KalimAudioProcessor.h"
+
+#include <memory>
+
+/// Called by the wrappers of all formats, which own what it returns.
+juce::AudioProcessor* JUCE_CALLTYPE createPluginFilter()
+{
+    return std::make_unique<KalimAudioProcessor>().release();
+}

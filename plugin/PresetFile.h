@@ -1,0 +1,40 @@
+#pragma once
+
+#include <functional>
+#include <juce_core/juce_core.h>
+#include <memory>
+#include <vector>
+
+/// Presets as XML files: a partial update of the settings in natural units, so that files stay
+/// loadable when parameters are added, renamed or shown in another unit.
+namespace PresetFile
+{
+
+struct Parameter
+{
+    int id = 0;
+    juce::String unit;
+    double value = 0.0;
+    juce::String name;
+};
+
+/// Reads a file safely: regular files up to 1 MiB of valid UTF-8, without document types and
+/// entities, not nested deeper than 64 levels. Returns the root element, or null for anything else.
+std::unique_ptr<juce::XmlElement> parse(const juce::File& file);
+
+/// The parameters that a parsed preset sets, in the order of the file; elements without an id or
+/// with a negative one are left out. Returns false when it is no preset.
+bool readParameters(const juce::XmlElement& root, std::vector<Parameter>& parameters);
+
+/// The element for data of a derived plug-in, or null.
+juce::XmlElement* findCustomData(const juce::XmlElement& root);
+
+/// Makes a preset; `fillCustomData` is given its element for custom data.
+juce::XmlElement make(const std::vector<Parameter>& parameters,
+                      const std::function<void(juce::XmlElement&)>& fillCustomData);
+
+/// Writes beside the file and then replaces it, so that a failure leaves the old file as it was.
+/// Returns whether it succeeded.
+bool write(const juce::XmlElement& root, const juce::File& file);
+
+} // namespace PresetFile

@@ -1,0 +1,76 @@
+#include "plugin/SettingsRecord.h"
+
+#include <array>
+
+namespace SettingsRecord
+{
+namespace
+{
+
+constexpr std::array<char, 4> magic{'O', 'V', 'R', 'O'};
+constexpr juce::int64 headerSize = 16;
+constexpr juce::int64 entrySize = 8;
+constexpr juce::int64 markerSize = 8;
+constexpr auto marker = static_cast<juce::int64>(0x8704AF4A0943473EULL);
+
+/// Whether the record can hold the entries that it promises. The test is laxer than the layout by
+/// 12 bytes, and stays so: what it lets through of old records reads as zeros.
+bool holdsEntries(juce::int64 length, int numEntries)
+{
+    constexpr juce::int64 slack = 4;
+    return numEntries >= 1 && length >= entrySize * numEntries + slack;
+}
+
+void readPresetName(juce::InputStream& stream, Receiver& receiver)
+{
+    if (stream.getPosition() + markerSize >= stream.getTotalLength())
+        return;
+    if (stream.readInt64() == marker)
+        receiver.receivePresetName(stream.readString());
+    else
+        stream.setPosition(stream.getPosition() - markerSize);
+}
+
+} // namespace
+
+void write(juce::OutputStream& stream, const Content& content)
+{
+    stream.write(magic.data(), magic.size());
+    stream.writeInt(static_cast<int>(content.plugInCode));
+    stream.writeInt(content.versionCode);
+    stream.writeInt(static_cast<int>(content.entries.size()));
+    for (const Entry& entry : content.entries)
+    {
+        stream.writeInt(entry.id);
+        stream.writeFloat(entry.value);
+    }
+    stream.writeInt64(marker);
+    stream.writeString(content.presetName);
+}
+
+bool read(juce::InputStream& stream, std::uint32_t plugInCode, Receiver& receiver)
+{
+    const juce::int64 length = stream.getTotalLength();
+    if (length < headerSize)
+        return false;
+    std::array<char, magic.size()> foundMagic{};
+    stream.read(foundMagic.data(), static_cast<int>(foundMagic.size()));
+    const auto foundCode = static_cast<std::uint32_t>(stream.readInt());
+    stream.readInt(); // the version, which makes no difference so far
+    if (foundMagic != magic || foundCode != plugInCode)
+        return false;
+
+    const int numEntries = stream.readInt();
+    for (int i = 0; holdsEntries(length, numEntries) && i < numEntries; ++i)
+    {
+        const int id = stream.readInt();
+        const float value = stream.readFloat();
+        if (!receiver.receiveEntry({id, value}))
+            return false;
+    }
+    receiver.entriesReceived();
+    readPresetName(stream, receiver);
+    return true;
+}
+
+} // namespace SettingsRecord
