@@ -27,11 +27,6 @@ public:
     /// The same design as a plain value, for the audio thread.
     static SecondOrderSection designBandPass(double centreFrequency, double q, double sampleRate);
 
-    const std::vector<double>& getB() const { return b; }
-
-    const std::vector<double>& getA() const { return a; }
-
-private:
     std::vector<double> b;
     std::vector<double> a;
 };

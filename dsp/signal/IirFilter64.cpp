@@ -9,12 +9,12 @@ void IirFilter64::allocate(int newNumChannels, const IirCoefficients& coefficien
 {
     numChannels = 0; // so that the states start from rest whatever was there
     delayLines.clear();
-    setTaps(newNumChannels, coefficients.getB(), coefficients.getA());
+    setTaps(newNumChannels, coefficients.b, coefficients.a);
 }
 
 void IirFilter64::setFilter(int newNumChannels, const IirCoefficients& coefficients)
 {
-    setTaps(newNumChannels, coefficients.getB(), coefficients.getA());
+    setTaps(newNumChannels, coefficients.b, coefficients.a);
 }
 
 void IirFilter64::setSection(int newNumChannels, const SecondOrderSection& section)
@@ -38,10 +38,10 @@ Signal64 IirFilter64::process(const Signal64& input)
 
 std::vector<double> IirFilter64::getIppTaps(const IirCoefficients& coefficients)
 {
-    const std::vector<double>& b = coefficients.getB();
+    const std::vector<double>& b = coefficients.b;
     const auto count = static_cast<std::ptrdiff_t>(b.size());
     std::vector<double> result(b);
-    result.insert(result.end(), coefficients.getA().begin(), coefficients.getA().begin() + count);
+    result.insert(result.end(), coefficients.a.begin(), coefficients.a.begin() + count);
     return result;
 }
 

@@ -39,8 +39,6 @@ public:
 
     int getNumChannels() const { return numChannels; }
 
-    int getOrder() const { return order; }
-
     /// The taps in use, b0..bN, a0..aN, all divided by a0.
     std::span<const double> getNormalisedTaps() const { return taps; }
 

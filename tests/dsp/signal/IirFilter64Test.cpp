@@ -48,8 +48,8 @@ TEST(IirFilter64, computesTheDifferenceEquationOfAnyOrderBlockByBlock)
     const Signal64 input = makeTestSignal();
     for (const IirCoefficients& coefficients : cases)
     {
-        const std::vector<double>& b = coefficients.getB();
-        const std::vector<double>& a = coefficients.getA();
+        const std::vector<double>& b = coefficients.b;
+        const std::vector<double>& a = coefficients.a;
         const double* const x = input.getReadChannelPtr(1);
         IirFilter64 whole;
         whole.allocate(2, coefficients);

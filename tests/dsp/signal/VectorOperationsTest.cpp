@@ -136,10 +136,10 @@ TEST_P(VectorOperations, convertBothWaysToTheNearestFloat)
     const auto convert = [](const float* a, const float*, float* dst, int n)
     {
         std::vector<double> wide(static_cast<std::size_t>(std::max(n, 0)) + 1);
-        convert32To64(a, &wide[1], n);
+        convert32To64(a, wide.data() + 1, n);
         for (double& value : wide)
             value /= 3.0;
-        convert64To32(&wide[1], dst, n);
+        convert64To32(wide.data() + 1, dst, n);
     };
     compare(convert,
             [](float a, float) { return static_cast<float>(static_cast<double>(a) / 3.0); });
