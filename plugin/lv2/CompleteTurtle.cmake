@@ -1,0 +1,115 @@
+# Completes the bundle's description that the framework wrote.
+#
+#   cmake -D BUNDLE=folder -D URI=uri -D VERSION=major.minor.patch -D COMMENT=text -D MAKER=text
+#         -D LICENCE=uri -P CompleteTurtle.cmake
+#
+# Every change first makes sure that what it changes is there exactly once: when another version of the
+# framework writes something else, the build stops instead of shipping a bundle that hosts misread.
+# All files are checked and changed in memory before the first is written.
+
+cmake_minimum_required(VERSION 3.22)
+
+foreach(name BUNDLE URI VERSION COMMENT MAKER LICENCE)
+  if("${${name}}" STREQUAL "")
+    message(FATAL_ERROR "CompleteTurtle: ${name} is not given")
+  endif()
+endforeach()
+
+function(read_turtle name variable)
+  if(NOT EXISTS "${BUNDLE}/${name}")
+    message(FATAL_ERROR "CompleteTurtle: ${BUNDLE}/${name} was not written by the framework")
+  endif()
+  file(READ "${BUNDLE}/${name}" text)
+  set(${variable} "${text}" PARENT_SCOPE)
+endfunction()
+
+function(expect_once text wanted)
+  string(FIND "${text}" "${wanted}" first)
+  string(FIND "${text}" "${wanted}" last REVERSE)
+  if(first EQUAL -1)
+    message(FATAL_ERROR "CompleteTurtle: the framework's description lacks this:\n${wanted}")
+  endif()
+  if(NOT first EQUAL last)
+    message(FATAL_ERROR "CompleteTurtle: the framework's description has this twice:\n${wanted}")
+  endif()
+endfunction()
+
+function(replace_once variable old new)
+  expect_once("${${variable}}" "${old}")
+  string(REPLACE "${old}" "${new}" text "${${variable}}")
+  set(${variable} "${text}" PARENT_SCOPE)
+endfunction()
+
+# Hosts set the parameters between 0 and 1. The range that this stands for can only be told in words,
+# and a unit other than a bare factor would be wrong.
+function(describe_parameter variable name comment)
+  set(head "plug:${name}\n\ta lv2:Parameter ;\n\trdfs:label \"${name}\" ;\n")
+  replace_once(${variable} "${head}"
+    "${head}\trdfs:comment \"${comment}\" ;\n\tunits:unit units:coef ;\n")
+  set(${variable} "${${variable}}" PARENT_SCOPE)
+endfunction()
+
+if(NOT VERSION MATCHES "^[0-9]+\\.([0-9]+)\\.([0-9]+)$")
+  message(FATAL_ERROR "CompleteTurtle: '${VERSION}' is no version of three numbers")
+endif()
+set(minor "${CMAKE_MATCH_1}")
+set(micro "${CMAKE_MATCH_2}")
+
+read_turtle(dsp.ttl dsp)
+expect_once("${dsp}" "@prefix plug:  <${URI}:> .\n")
+expect_once("${dsp}" "\n<${URI}>\n")
+expect_once("${dsp}" "\tdoap:name \"Kalim\" ;\n")
+expect_once("${dsp}" "\tlv2:minorVersion ${minor} ;\n")
+expect_once("${dsp}" "\tlv2:microVersion ${micro} ;\n")
+expect_once("${dsp}" "\t\tfoaf:name \"${MAKER}\" ;\n")
+expect_once("${dsp}" "lv2:reportsLatency")
+# The maker and the releases belong to a project, which the plug-in therefore has to be as well.
+replace_once(dsp "\ta lv2:Plugin ;\n" "\ta lv2:Plugin , lv2:FilterPlugin , doap:Project ;\n")
+replace_once(dsp "\tdoap:name \"Kalim\" ;\n"
+  "\tdoap:name \"Kalim\" ;\n\tdoap:license <${LICENCE}> ;\n\trdfs:comment \"${COMMENT}\" ;\n")
+# Empty references would stand for the description file itself.
+replace_once(dsp "\t\tfoaf:homepage <> ;\n\t\tfoaf:mbox <> ;\n" "")
+describe_parameter(dsp FundamentalFrequency
+  "Frequency of the hum to start from: 0 to 1 stands for 40 to 500 Hz")
+describe_parameter(dsp Sensitivity
+  "Stored and shown, not used by the processing: 0 to 1 stands for 0 to 100 %")
+describe_parameter(dsp Adaptivity
+  "How fast the fundamental may drift: 0 to 1 stands for 0 to 80 Hz/s")
+describe_parameter(dsp NumberOfHarmonics
+  "How many harmonics to remove, the fundamental included: 0 to 1 stands for 0 to 96")
+describe_parameter(dsp OnlyOddHarmonics "Count the odd harmonics only: 0 is off, 1 is on")
+describe_parameter(dsp AggressiveMode "Cut notches instead of subtracting: 0 is off, 1 is on")
+describe_parameter(dsp ResidualMode "Play what is removed instead of the rest: 0 is off, 1 is on")
+string(REGEX MATCHALL "\ta lv2:Parameter " parameters "${dsp}")
+string(REGEX MATCHALL "\tunits:unit units:coef " described "${dsp}")
+list(LENGTH parameters parameter_count)
+list(LENGTH described described_count)
+if(NOT parameter_count EQUAL described_count)
+  message(FATAL_ERROR "CompleteTurtle: ${parameter_count} parameters, ${described_count} described")
+endif()
+
+read_turtle(manifest.ttl manifest)
+expect_once("${manifest}" "\n<${URI}>\n\ta lv2:Plugin ;\n\tlv2:binary <")
+# Programs are referred to by a property that only the framework knows.
+string(FIND "${manifest}" "a pset:Preset ;" preset)
+if(NOT preset EQUAL -1)
+  set(program "<${URI}:Program>")
+  string(FIND "${manifest}" "\tstate:state [ ${program} \"0\"^^xsd:int ; ] .\n" state)
+  if(state EQUAL -1)
+    message(FATAL_ERROR "CompleteTurtle: programs do not look as expected in the manifest")
+  endif()
+  string(APPEND manifest
+    "${program}\n\ta lv2:Parameter ;\n\trdfs:label \"Program\" ;\n\trdfs:range xsd:int .\n")
+endif()
+
+string(FIND "${manifest}" "<${URI}:UI>" has_editor)
+if(NOT has_editor EQUAL -1)
+  read_turtle(ui.ttl ui)
+  # Features and functions must not stand in each other's list.
+  replace_once(ui "\t\topts:interface ,\n\t\tui:noUserResize ,\n\t\tui:resize ;\n"
+    "\t\topts:interface ,\n\t\tui:resize ;\n")
+  replace_once(ui " ,\n\t\topts:interface ,\n\t\topts:options ;\n" " ,\n\t\topts:options ;\n")
+  file(WRITE "${BUNDLE}/ui.ttl" "${ui}")
+endif()
+file(WRITE "${BUNDLE}/manifest.ttl" "${manifest}")
+file(WRITE "${BUNDLE}/dsp.ttl" "${dsp}")

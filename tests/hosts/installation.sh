@@ -1,0 +1,53 @@
+#!/bin/sh
+# What is installed works and is taken away again: installation.sh INSTALL BUILD VERSION
+set -eu
+install=$1
+build=$2
+version=$3
+
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+trap 'exit 1' HUP INT PIPE TERM
+
+fail() {
+    echo "FAILED: $*"
+    exit 1
+}
+
+# A blank in the name, as homes may have one.
+HOME="$scratch/a home"
+export HOME
+mkdir -p "$HOME/.lv2/Other.lv2" "$HOME/.local/bin"
+touch "$HOME/.lv2/Other.lv2/manifest.ttl" "$HOME/.local/bin/other"
+files() { (cd "$HOME" && find . -type f | LC_ALL=C sort); }
+before=$(files)
+
+"$install" --built "$build" >"$scratch/first" || fail "does not install: $(cat "$scratch/first")"
+grep -q 'is not in PATH' "$scratch/first" || fail "does not say that the folder is not in PATH"
+for file in .lv2/Kalim.lv2/manifest.ttl .lv2/Kalim.lv2/dsp.ttl .lv2/Kalim.lv2/libKalim.so \
+    .vst3/Kalim.vst3/Contents .local/bin/kalim-standalone .local/bin/kalim; do
+    [ -e "$HOME/$file" ] || fail "$file is missing"
+done
+[ -x "$HOME/.local/bin/kalim-standalone" ] || fail "the stand-alone program cannot be run"
+said=$("$HOME/.local/bin/kalim" --version) || fail "the installed program does not run"
+echo "$said" | grep -q -F "$version" || fail "the installed program says '$said', not $version"
+
+once=$(files)
+touch "$HOME/.lv2/Kalim.lv2/left-over-of-an-older-version.ttl"
+PATH="$PATH:$HOME/.local/bin" "$install" --built "$build" >"$scratch/second" || fail "not twice"
+[ "$(files)" = "$once" ] || fail "a second time installs something else"
+if grep -q 'is not in PATH' "$scratch/second"; then
+    fail "does not see that the folder is in PATH"
+fi
+
+"$install" --remove >"$scratch/third" || fail "does not remove"
+[ "$(files)" = "$before" ] || fail "leaves or takes too much: $(files)"
+for folder in .lv2/Kalim.lv2 .vst3/Kalim.vst3; do
+    [ ! -e "$HOME/$folder" ] || fail "$folder is left"
+done
+"$install" --remove | grep -q 'nothing to remove' || fail "does not say that there is nothing left"
+
+if "$install" --built "$scratch" >"$scratch/fourth" 2>&1; then
+    fail "installs from a folder in which nothing was built"
+fi
+[ "$(files)" = "$before" ] || fail "installs half of what is missing"
