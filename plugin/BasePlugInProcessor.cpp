@@ -149,12 +149,6 @@ const juce::String BasePlugInProcessor::getParameterText(int index)
     return parameter == nullptr ? juce::String() : parameter->getText();
 }
 
-juce::String BasePlugInProcessor::getParameterLabel(int index) const
-{
-    const ParameterDescription* const parameter = parameters.find(index);
-    return parameter == nullptr ? juce::String() : parameter->getUnit();
-}
-
 float BasePlugInProcessor::getParameterDefaultValue(int index)
 {
     const ParameterDescription* const parameter = parameters.find(index);

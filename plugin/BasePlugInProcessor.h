@@ -94,7 +94,6 @@ public:
     const juce::String getParameterName(int index) override;
     juce::String getParameterID(int index) override;
     const juce::String getParameterText(int index) override;
-    juce::String getParameterLabel(int index) const override;
     float getParameterDefaultValue(int index) override;
 
     using juce::AudioProcessor::getParameterName;
