@@ -36,72 +36,72 @@ HWY_INLINE void forAll(Tag tag, std::size_t n, const VectorStep& vectorStep,
         scalarStep(i);
 }
 
-void addKernel(const float* a, const float* b, float* dst, std::size_t n)
+/// dst = operation(a, b), given for vectors and for single samples.
+template <typename VectorOperation, typename ScalarOperation>
+HWY_INLINE void combine(const float* a, const float* b, float* dst, std::size_t n,
+                        const VectorOperation& onVectors, const ScalarOperation& onSamples)
 {
     const Floats d;
     forAll(
         d, n,
-        [=](std::size_t i)
-        { hn::StoreU(hn::Add(hn::LoadU(d, a + i), hn::LoadU(d, b + i)), d, dst + i); },
-        [=](std::size_t i) { dst[i] = a[i] + b[i]; });
+        [&](std::size_t i)
+        { hn::StoreU(onVectors(hn::LoadU(d, a + i), hn::LoadU(d, b + i)), d, dst + i); },
+        [&](std::size_t i) { dst[i] = onSamples(a[i], b[i]); });
+}
+
+/// dst = operation(src)
+template <typename VectorOperation, typename ScalarOperation>
+HWY_INLINE void map(const float* src, float* dst, std::size_t n, const VectorOperation& onVectors,
+                    const ScalarOperation& onSamples)
+{
+    const Floats d;
+    forAll(
+        d, n, [&](std::size_t i) { hn::StoreU(onVectors(hn::LoadU(d, src + i)), d, dst + i); },
+        [&](std::size_t i) { dst[i] = onSamples(src[i]); });
+}
+
+void addKernel(const float* a, const float* b, float* dst, std::size_t n)
+{
+    combine(
+        a, b, dst, n, [](auto x, auto y) { return hn::Add(x, y); },
+        [](float x, float y) { return x + y; });
 }
 
 void subtractKernel(const float* a, const float* b, float* dst, std::size_t n)
 {
-    const Floats d;
-    forAll(
-        d, n,
-        [=](std::size_t i)
-        { hn::StoreU(hn::Sub(hn::LoadU(d, b + i), hn::LoadU(d, a + i)), d, dst + i); },
-        [=](std::size_t i) { dst[i] = b[i] - a[i]; });
+    combine(
+        a, b, dst, n, [](auto x, auto y) { return hn::Sub(y, x); },
+        [](float x, float y) { return y - x; });
 }
 
 void multiplyKernel(const float* a, const float* b, float* dst, std::size_t n)
 {
-    const Floats d;
-    forAll(
-        d, n,
-        [=](std::size_t i)
-        { hn::StoreU(hn::Mul(hn::LoadU(d, a + i), hn::LoadU(d, b + i)), d, dst + i); },
-        [=](std::size_t i) { dst[i] = a[i] * b[i]; });
+    combine(
+        a, b, dst, n, [](auto x, auto y) { return hn::Mul(x, y); },
+        [](float x, float y) { return x * y; });
 }
 
 void constantMultiplyKernel(const float* src, float c, float* dst, std::size_t n)
 {
-    const Floats d;
-    const auto factor = hn::Set(d, c);
-    forAll(
-        d, n,
-        [=](std::size_t i) { hn::StoreU(hn::Mul(hn::LoadU(d, src + i), factor), d, dst + i); },
-        [=](std::size_t i) { dst[i] = src[i] * c; });
+    const auto factor = hn::Set(Floats(), c);
+    map(
+        src, dst, n, [=](auto x) { return hn::Mul(x, factor); }, [=](float x) { return x * c; });
 }
 
 void upperBoundKernel(const float* src, float* dst, float bound, std::size_t n)
 {
-    const Floats d;
-    const auto limit = hn::Set(d, bound);
-    forAll(
-        d, n,
-        [=](std::size_t i)
-        {
-            const auto x = hn::LoadU(d, src + i);
-            hn::StoreU(hn::IfThenElse(hn::Gt(x, limit), limit, x), d, dst + i);
-        },
-        [=](std::size_t i) { dst[i] = src[i] > bound ? bound : src[i]; });
+    const auto limit = hn::Set(Floats(), bound);
+    map(
+        src, dst, n, [=](auto x) { return hn::IfThenElse(hn::Gt(x, limit), limit, x); },
+        [=](float x) { return x > bound ? bound : x; });
 }
 
 void lowerBoundKernel(const float* src, float* dst, float bound, std::size_t n)
 {
-    const Floats d;
-    const auto limit = hn::Set(d, bound);
-    forAll(
-        d, n,
-        [=](std::size_t i)
-        {
-            const auto x = hn::LoadU(d, src + i);
-            hn::StoreU(hn::IfThenElse(hn::Lt(x, limit), limit, x), d, dst + i);
-        },
-        [=](std::size_t i) { dst[i] = src[i] < bound ? bound : src[i]; });
+    const auto limit = hn::Set(Floats(), bound);
+    map(
+        src, dst, n, [=](auto x) { return hn::IfThenElse(hn::Lt(x, limit), limit, x); },
+        [=](float x) { return x < bound ? bound : x; });
 }
 
 void convert32To64Kernel(const float* src, double* dst, std::size_t n)
@@ -177,21 +177,16 @@ bool isWithinKernel(const float* src, float limit, std::size_t n)
 
 void limitToFiniteKernel(const float* src, float* dst, float limit, std::size_t n)
 {
-    const Floats d;
-    const auto upper = hn::Set(d, limit);
-    const auto lower = hn::Set(d, -limit);
-    forAll(
-        d, n,
-        [=](std::size_t i)
+    const auto upper = hn::Set(Floats(), limit);
+    const auto lower = hn::Set(Floats(), -limit);
+    map(
+        src, dst, n,
+        [=](auto x)
+        { return hn::IfThenElseZero(hn::IsFinite(x), hn::Max(lower, hn::Min(upper, x))); },
+        [=](float x)
         {
-            const auto x = hn::LoadU(d, src + i);
-            const auto limited = hn::Max(lower, hn::Min(upper, x));
-            hn::StoreU(hn::IfThenElseZero(hn::IsFinite(x), limited), d, dst + i);
-        },
-        [=](std::size_t i)
-        {
-            const float limited = src[i] > limit ? limit : src[i] < -limit ? -limit : src[i];
-            dst[i] = std::isfinite(src[i]) ? limited : 0.0F;
+            const float limited = x > limit ? limit : x < -limit ? -limit : x;
+            return std::isfinite(x) ? limited : 0.0F;
         });
 }
 
