@@ -12,6 +12,10 @@ struct HarmonicSelection
     /// The most harmonics that can be treated.
     static constexpr int maximum = 96;
 
+    /// The highest frequency that is treated, as a share of the sample rate. Closer to its half, a
+    /// band-pass has nothing left to tell a harmonic from its mirror image.
+    static constexpr double highestRelativeFrequency = 0.49;
+
     HarmonicSelection(int numberOfHarmonics, bool oddHarmonicsOnly)
         : count(std::clamp(numberOfHarmonics, 0, maximum))
         , onlyOdd(oddHarmonicsOnly)

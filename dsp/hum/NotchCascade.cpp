@@ -10,7 +10,6 @@ namespace
 
 constexpr std::size_t maximum = HarmonicSelection::maximum;
 constexpr std::size_t numBlocks = (maximum + kernels::stagesPerBlock - 1) / kernels::stagesPerBlock;
-constexpr double highestRelativeFrequency = 0.49;
 
 } // namespace
 
@@ -56,7 +55,7 @@ void NotchCascade::process(Signal32& samples, float fundamental, HarmonicSelecti
 void NotchCascade::gatherStages(float fundamental, HarmonicSelection selection)
 {
     stages.clear();
-    const auto limit = static_cast<float>(highestRelativeFrequency * sampleRate);
+    const auto limit = static_cast<float>(HarmonicSelection::highestRelativeFrequency * sampleRate);
     for (int index = 0; index < selection.count; ++index)
     {
         const float frequency = selection.getFrequency(index, fundamental);

@@ -1,5 +1,6 @@
 #include "dsp/hum/SinusoidalSynthesis.h"
 
+#include "dsp/hum/HarmonicSelection.h"
 #include "dsp/signal/MathEx.h"
 #include "dsp/signal/VectorOperations.h"
 
@@ -13,10 +14,6 @@ namespace
 {
 
 constexpr double fullTurn = 2.0 * std::numbers::pi;
-
-/// The highest frequency that is tracked, as a share of the sample rate. Closer to its half, a
-/// band-pass has nothing left to tell a harmonic from its mirror image.
-constexpr double highestRelativeFrequency = 0.49;
 
 /// How fast an amplitude may rise from frame to frame, and the step that a silent tracker starts
 /// with.
@@ -119,14 +116,14 @@ Signal32 SinusoidalSynthesis::generateSignal(const Signal32& frame, float fundam
         render(planOscillation(channel, frequency, length, foreseenPhase, measurement),
                result.getWriteChannelPtr(channel), length);
     }
-    finishFrame(held);
+    finishFrame();
     return result;
 }
 
 bool SinusoidalSynthesis::canTrack(float frequency) const
 {
-    return frequency > 0.0F &&
-           static_cast<double>(frequency) <= highestRelativeFrequency * sampleRate;
+    return frequency > 0.0F && static_cast<double>(frequency) <=
+                                   HarmonicSelection::highestRelativeFrequency * sampleRate;
 }
 
 void SinusoidalSynthesis::tune(float frequency)
@@ -215,9 +212,9 @@ float SinusoidalSynthesis::getForeseenPhase(int channel) const
     return predictedPhase[at(channel)];
 }
 
-void SinusoidalSynthesis::finishFrame(bool isPresent)
+void SinusoidalSynthesis::finishFrame()
 {
-    present = isPresent;
+    present = held;
     firstFrame = false;
 }
 

@@ -101,11 +101,8 @@ public:
     /// The phase foreseen for the start of the next frame.
     float getForeseenPhase(int channel) const;
 
-    /// Ends a frame, with whether its last channel held the harmonic.
-    void finishFrame(bool isPresent);
-
-    /// Of the last channel measured or planned in this frame.
-    bool wasHeld() const { return held; }
+    /// Ends a frame: whether its last channel held the harmonic is what others see from now on.
+    void finishFrame();
 
     /// From 0 at the first sample to almost 1 at the last, along a raised cosine.
     static float crossfade(int sample, int frameLength);

@@ -200,7 +200,7 @@ void TrackerBank::finishFrame()
         if (participant.hasFailed)
             participant.tracker->reset();
         else
-            participant.tracker->finishFrame(participant.tracker->wasHeld());
+            participant.tracker->finishFrame();
 }
 
 std::span<kernels::TrackerBlock> TrackerBank::getBlocksInUse()

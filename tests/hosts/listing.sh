@@ -37,7 +37,7 @@ ports=$(echo "$info" | grep -c '^	Port [0-9]*:$' || true)
 if echo "$info" | grep -q -i -e error -e 'Author Email'; then
     fail "lv2info says what it should not"
 fi
-# The names of classes come with the specification's own bundles.
+# The names of classes come with the format's own bundles.
 if [ -d /usr/lib/lv2/core.lv2 ]; then
     LV2_PATH="$LV2_PATH:/usr/lib/lv2" lv2info "$uri" | grep -q '^	Class: *Filter Plugin$' ||
         fail "the class is not that of a filter"
