@@ -1,7 +1,7 @@
 # What to build and how; everything a user may set is listed here.
 
 option(KALIM_BUILD_PROGRAM "Build the command-line program" ON)
-option(KALIM_BUILD_PLUGIN "Build the plug-in (in preparation)" OFF)
+option(KALIM_BUILD_PLUGIN "Build the plug-in, in all formats" OFF)
 option(KALIM_BUILD_TESTS "Build the tests" ON)
 option(KALIM_BUILD_BENCHMARKS "Build the benchmarks" OFF)
 set(KALIM_SANITIZE "" CACHE STRING "Sanitizers to build with: empty, address or thread")

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "plugin/BasePlugInProcessor.h"
+#include "plugin/BasePluginProcessor.h"
 
 /// The hum remover as a plug-in, with its seven public parameters.
 class KalimAudioProcessor : public BasePlugInProcessor

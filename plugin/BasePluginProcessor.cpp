@@ -1,4 +1,4 @@
-#include "plugin/BasePlugInProcessor.h"
+#include "plugin/BasePluginProcessor.h"
 
 #include "dsp/signal/FlushToZero.h"
 #include "plugin/ChannelMapping.h"

@@ -2,7 +2,7 @@
 // calls that it marks as deprecated are gathered here, so that they are looked for everywhere else.
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
-#include "plugin/BasePlugInProcessor.h"
+#include "plugin/BasePluginProcessor.h"
 #include "plugin/ChannelMapping.h"
 
 void BasePlugInProcessor::prepareToPlay(double sampleRate, int maximumBlockSize)
