@@ -16,8 +16,16 @@ if(TARGET juce::pkgconfig_JUCE_IMG_LINUX_DEPS)
   target_link_libraries(kalim_framework PUBLIC juce::pkgconfig_JUCE_IMG_LINUX_DEPS)
 endif()
 
+# The stand-alone program plays through JACK as well, whose library it loads when there is one.
+find_path(KALIM_JACK_HEADERS jack/jack.h)
+set(has_jack 0)
+if(KALIM_JACK_HEADERS)
+  set(has_jack 1)
+endif()
+
 target_compile_definitions(kalim_framework
   PUBLIC
+    JUCE_JACK=${has_jack}
     JUCE_WEB_BROWSER=0
     JUCE_USE_CURL=0
     JUCE_VST3_CAN_REPLACE_VST2=0

@@ -4,6 +4,7 @@
 #include "dsp/signal/VectorOperations.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -183,7 +184,8 @@ void Kalimmer::reserveMemory()
     const int longestQueue = blockSize + 2 * hopSize;
     if (longestQueue < shortestBlock)
         return;
-    for (const std::size_t numBytes : {64, 128, 256})
+    constexpr std::array<std::size_t, 3> pieceSizes{64, 128, 256};
+    for (const std::size_t numBytes : pieceSizes)
         reserve.add(numBytes, piecesPerBlock * longestQueue / shortestBlock);
     for (int length = shortestBlock; length <= hopSize; length *= 2)
         reserve.add(sizeof(float) * static_cast<std::size_t>(length),
