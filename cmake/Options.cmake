@@ -2,6 +2,10 @@
 
 option(KALIM_BUILD_PROGRAM "Build the command-line program" ON)
 option(KALIM_BUILD_PLUGIN "Build the plug-in, in all formats" OFF)
+set(KALIM_FORMATS LV2 VST3 Standalone)
+if(APPLE)
+  list(APPEND KALIM_FORMATS AU)
+endif()
 option(KALIM_BUILD_TESTS "Build the tests" ON)
 option(KALIM_BUILD_BENCHMARKS "Build the benchmarks" OFF)
 set(KALIM_SANITIZE "" CACHE STRING "Sanitizers to build with: empty, address or thread")

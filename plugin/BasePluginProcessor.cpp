@@ -3,6 +3,7 @@
 #include "dsp/signal/FlushToZero.h"
 #include "plugin/ChannelMapping.h"
 #include "plugin/KalimConstants.h"
+#include "plugin/SafeXml.h"
 
 #include <stdexcept>
 #include <utility>
@@ -37,7 +38,7 @@ BasePlugInProcessor::BasePlugInProcessor(
     , plugInName(plugIn)
     , plugInVersion(version)
     , plugInCode(code)
-    , blocks(processor)
+    , blocks(processor, [this](int latency) { setLatencySamples(latency); })
 {
 }
 
@@ -56,8 +57,7 @@ void BasePlugInProcessor::internalProcess(juce::AudioBuffer<float>& buffer, bool
     const orvo::audio::ScopedFlushToZero flushToZero;
     if (buffer.getNumSamples() == 0)
         return;
-    if (const auto latency = blocks.followTiming(getTotalNumOutputChannels()))
-        setLatencySamples(*latency);
+    blocks.followTiming(getTotalNumOutputChannels());
     blocks.process(buffer, getTotalNumInputChannels(), getTotalNumOutputChannels(), isBypassed);
 }
 
@@ -65,9 +65,8 @@ bool BasePlugInProcessor::isBusesLayoutSupported(const BusesLayout& layout) cons
 {
     if (layout.inputBuses.size() > 1 || layout.outputBuses.size() > 1)
         return false;
-    // That host offers layouts with more channels than it then delivers.
     const juce::File host = juce::File::getSpecialLocation(juce::File::hostApplicationPath);
-    const int limit = host.getFullPathName().containsIgnoreCase("edius") ? 2 : maxChannels;
+    const int limit = ChannelMapping::getChannelLimit(host.getFullPathName());
     const juce::AudioChannelSet input = layout.getMainInputChannelSet();
     return !input.isDisabled() && input == layout.getMainOutputChannelSet() &&
            input.size() <= limit;
@@ -257,14 +256,14 @@ void BasePlugInProcessor::addUndoState()
 
 void BasePlugInProcessor::undo()
 {
-    if (const auto state = history.undo(makeSettingsBlock()))
-        loadSettingsBlock(*state);
+    history.undo(makeSettingsBlock(),
+                 [this](const juce::MemoryBlock& state) { loadSettingsBlock(state); });
 }
 
 void BasePlugInProcessor::redo()
 {
-    if (const auto state = history.redo(makeSettingsBlock()))
-        loadSettingsBlock(*state);
+    history.redo(makeSettingsBlock(),
+                 [this](const juce::MemoryBlock& state) { loadSettingsBlock(state); });
 }
 
 void BasePlugInProcessor::copyToAlternate()
@@ -276,12 +275,15 @@ void BasePlugInProcessor::copyToAlternate()
 
 void BasePlugInProcessor::switchToAlternateSettings()
 {
-    juce::MemoryBlock other = makeSettingsBlock();
+    juce::MemoryBlock present = makeSettingsBlock();
+    juce::MemoryBlock other;
     {
         const std::lock_guard lock(settingsGuard);
-        std::swap(other, alternateSettings);
+        other = alternateSettings;
     }
     loadSettingsBlock(other);
+    const std::lock_guard lock(settingsGuard);
+    alternateSettings = std::move(present);
 }
 
 void BasePlugInProcessor::clearSettings()
@@ -315,7 +317,7 @@ BasePlugInProcessor::PresetData BasePlugInProcessor::findPreset(int index) const
 
 bool BasePlugInProcessor::importFromPresetFile(const juce::File& file)
 {
-    const std::unique_ptr<juce::XmlElement> root = PresetFile::parse(file);
+    const std::unique_ptr<juce::XmlElement> root = SafeXml::parse(file);
     std::vector<PresetFile::Parameter> values;
     if (root == nullptr || !PresetFile::readParameters(*root, values))
         return false;

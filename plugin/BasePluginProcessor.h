@@ -202,8 +202,6 @@ private:
     juce::MemoryBlock makeSettingsBlock();
     void loadSettingsBlock(const juce::MemoryBlock& block);
 
-    static constexpr int maxChannels = 8;
-
     /// A preset's name and the full path of its file.
     struct PresetData
     {

@@ -12,7 +12,7 @@ void BasePlugInProcessor::prepareToPlay(double sampleRate, int maximumBlockSize)
                                                   getMainBusNumInputChannels(), sampleRate);
     const auto output = ChannelMapping::makeFormat(getOutputSpeakerArrangement(),
                                                    getMainBusNumOutputChannels(), sampleRate);
-    setLatencySamples(blocks.prepare(input, output, getTotalNumOutputChannels()));
+    blocks.prepare(input, output, getTotalNumOutputChannels());
 }
 
 void BasePlugInProcessor::sendToHost(int index)

@@ -47,13 +47,15 @@ void copyInto(juce::AudioBuffer<float>& buffer, const Signal32& output, int numC
 
 } // namespace
 
-BlockProcessing::BlockProcessing(std::shared_ptr<orvo::audio::BaseAudioProcessor> wrapped)
+BlockProcessing::BlockProcessing(std::shared_ptr<orvo::audio::BaseAudioProcessor> wrapped,
+                                 LatencyReport report)
     : processor(std::move(wrapped))
+    , reportLatency(std::move(report))
 {
 }
 
-int BlockProcessing::prepare(const AudioFormat& input, const AudioFormat& output,
-                             int numOutputChannels)
+void BlockProcessing::prepare(const AudioFormat& input, const AudioFormat& output,
+                              int numOutputChannels)
 {
     if (!isSame(input, processor->getInputFormat()) ||
         !isSame(output, processor->getOutputFormat()))
@@ -62,25 +64,24 @@ int BlockProcessing::prepare(const AudioFormat& input, const AudioFormat& output
     const orvo::audio::ProcessingInfo info = processor->getProcessingInfo();
     queueDelay = info.processingLatency;
     extraLatency = info.additionalLatency;
+    reportLatency(queueDelay + extraLatency);
+    heldBack = 0;
     primeQueue(numOutputChannels);
-    return queueDelay + extraLatency;
 }
 
-std::optional<int> BlockProcessing::followTiming(int numOutputChannels)
+void BlockProcessing::followTiming(int numOutputChannels)
 {
     const orvo::audio::ProcessingInfo info = processor->getProcessingInfo();
-    std::optional<int> toReport;
     if (info.additionalLatency != extraLatency)
     {
+        reportLatency(info.processingLatency + info.additionalLatency);
         extraLatency = info.additionalLatency;
-        toReport = info.processingLatency + info.additionalLatency;
     }
     if (info.processingLatency != queueDelay)
     {
         queueDelay = info.processingLatency;
         primeQueue(numOutputChannels);
     }
-    return toReport;
 }
 
 void BlockProcessing::process(juce::AudioBuffer<float>& buffer, int numInputChannels,
@@ -94,15 +95,19 @@ void BlockProcessing::process(juce::AudioBuffer<float>& buffer, int numInputChan
 void BlockProcessing::primeQueue(int numOutputChannels)
 {
     outputQueue.clear();
-    if (queueDelay > 0)
-        outputQueue.add(Signal32(numOutputChannels, queueDelay, 0.0F));
+    const int silence = queueDelay - std::exchange(heldBack, 0);
+    if (silence > 0)
+        outputQueue.add(Signal32(numOutputChannels, silence, 0.0F));
 }
 
 Signal32 BlockProcessing::takeOutput(const Signal32& processed, int numOutputChannels,
                                      int numSamples)
 {
     if (queueDelay <= 0)
+    {
+        heldBack = std::max(numSamples - processed.getNumSamples(), 0);
         return processed;
+    }
     outputQueue.add(processed);
     if (outputQueue.getNumSamples() < static_cast<std::uint64_t>(numSamples))
         return {numOutputChannels, numSamples, 0.0F};

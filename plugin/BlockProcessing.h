@@ -3,9 +3,9 @@
 #include "dsp/processor/BaseAudioProcessor.h"
 #include "dsp/signal/SignalQueue.h"
 
+#include <functional>
 #include <juce_audio_basics/juce_audio_basics.h>
 #include <memory>
-#include <optional>
 
 /// The host's blocks through the processor and back: evens the processor's delay out with a queue
 /// that starts with as much silence, so that the output is the processed input late by a constant
@@ -14,20 +14,23 @@
 class BlockProcessing
 {
 public:
-    explicit BlockProcessing(std::shared_ptr<orvo::audio::BaseAudioProcessor> wrapped);
+    /// Takes a latency in samples to the host.
+    using LatencyReport = std::function<void(int)>;
 
-    /// Gives the processor its formats if they are new, resets it, and starts the queue with
-    /// silence. Returns the latency to report.
-    int prepare(const orvo::audio::AudioFormat& input, const orvo::audio::AudioFormat& output,
-                int numOutputChannels);
+    BlockProcessing(std::shared_ptr<orvo::audio::BaseAudioProcessor> wrapped, LatencyReport report);
 
-    /// Follows a processor that has changed its timing since the last call. Returns a latency to
-    /// report only when the latency beyond the delay changed; a change of the delay alone starts
-    /// the queue anew but is not reported.
-    std::optional<int> followTiming(int numOutputChannels);
+    /// Gives the processor its formats if they are new, resets it, reports its latency, and starts
+    /// the queue with silence.
+    void prepare(const orvo::audio::AudioFormat& input, const orvo::audio::AudioFormat& output,
+                 int numOutputChannels);
 
-    /// Processes the buffer in place. Bypassed blocks take the same way, so that switching the
-    /// bypass does not move the output in time.
+    /// Follows a processor that has changed its timing since the last call. The latency is reported
+    /// only when the part of it beyond the delay changed; a change of the delay alone starts the
+    /// queue anew but is not reported.
+    void followTiming(int numOutputChannels);
+
+    /// Processes the buffer in place. Bypassed blocks take the same way through the queue; what the
+    /// processor holds back of them is its own affair.
     void process(juce::AudioBuffer<float>& buffer, int numInputChannels, int numOutputChannels,
                  bool isBypassed);
 
@@ -37,7 +40,12 @@ private:
                                      int numSamples);
 
     std::shared_ptr<orvo::audio::BaseAudioProcessor> processor;
+    LatencyReport reportLatency;
     int queueDelay = 0;
     int extraLatency = 0;
+
+    /// What a processor without delay owed of the last block, because its mode changed after it was
+    /// asked for its timing.
+    int heldBack = 0;
     orvo::audio::SignalQueue<orvo::audio::Signal32> outputQueue;
 };

@@ -36,4 +36,10 @@ orvo::audio::AudioFormat makeFormat(const juce::String& speakerArrangement, int 
     return format;
 }
 
+int getChannelLimit(const juce::String& hostPath)
+{
+    constexpr int maxChannels = 8;
+    return hostPath.containsIgnoreCase("edius") ? 2 : maxChannels;
+}
+
 } // namespace ChannelMapping

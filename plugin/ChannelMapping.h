@@ -16,4 +16,8 @@ orvo::audio::SpeakerId getSpeakerId(const juce::String& name);
 orvo::audio::AudioFormat makeFormat(const juce::String& speakerArrangement, int numChannels,
                                     double sampleRate);
 
+/// How many channels a layout may have in the host with that path: eight, but two in one product,
+/// wherever it is installed.
+int getChannelLimit(const juce::String& hostPath);
+
 } // namespace ChannelMapping

@@ -7,6 +7,25 @@
 
 using orvo::audio::Kalimmer;
 
+namespace
+{
+
+/// The framework's own editor, which counts as an open one.
+class GenericEditor : public juce::GenericAudioProcessorEditor
+{
+public:
+    explicit GenericEditor(KalimAudioProcessor& owner)
+        : juce::GenericAudioProcessorEditor(owner)
+        , openEditor(owner)
+    {
+    }
+
+private:
+    BasePlugInProcessor::OpenEditor openEditor;
+};
+
+} // namespace
+
 KalimAudioProcessor::KalimAudioProcessor()
     : BasePlugInProcessor(std::make_shared<Kalimmer>(), KalimConstants::bundleName,
                           KalimConstants::plugInName, KalimConstants::plugInCode,
@@ -25,5 +44,5 @@ KalimAudioProcessor::KalimAudioProcessor()
 
 juce::AudioProcessorEditor* KalimAudioProcessor::createEditor()
 {
-    return std::make_unique<juce::GenericAudioProcessorEditor>(*this).release();
+    return std::make_unique<GenericEditor>(*this).release();
 }

@@ -2,7 +2,6 @@
 
 #include <functional>
 #include <juce_core/juce_core.h>
-#include <memory>
 #include <vector>
 
 /// Presets as XML files: a partial update of the settings in natural units, so that files stay
@@ -17,10 +16,6 @@ struct Parameter
     double value = 0.0;
     juce::String name;
 };
-
-/// Reads a file safely: regular files up to 1 MiB of valid UTF-8, without document types and
-/// entities, not nested deeper than 64 levels. Returns the root element, or null for anything else.
-std::unique_ptr<juce::XmlElement> parse(const juce::File& file);
 
 /// The parameters that a parsed preset sets, in the order of the file; elements without an id or
 /// with a negative one are left out. Returns false when it is no preset.

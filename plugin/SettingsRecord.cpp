@@ -14,11 +14,22 @@ constexpr juce::int64 markerSize = 8;
 constexpr auto marker = static_cast<juce::int64>(0x8704AF4A0943473EULL);
 
 /// Whether the record can hold the entries that it promises. The test is laxer than the layout by
-/// 12 bytes, and stays so: what it lets through of old records reads as zeros.
+/// 12 bytes, and stays so, so that the same records load as ever; what is missing reads as zeros.
 bool holdsEntries(juce::int64 length, int numEntries)
 {
     constexpr juce::int64 slack = 4;
     return numEntries >= 1 && length >= entrySize * numEntries + slack;
+}
+
+/// A damaged record may hold bytes that are no text, which the framework's text code would read
+/// beyond their end.
+juce::String toValidText(const juce::String& text)
+{
+    const char* const bytes = text.toRawUTF8();
+    const int size = static_cast<int>(text.getNumBytesAsUTF8());
+    if (juce::CharPointer_UTF8::isValidString(bytes, size))
+        return text;
+    return juce::String::createStringFromData(bytes, size);
 }
 
 void readPresetName(juce::InputStream& stream, Receiver& receiver)
@@ -26,7 +37,7 @@ void readPresetName(juce::InputStream& stream, Receiver& receiver)
     if (stream.getPosition() + markerSize >= stream.getTotalLength())
         return;
     if (stream.readInt64() == marker)
-        receiver.receivePresetName(stream.readString());
+        receiver.receivePresetName(toValidText(stream.readString()));
     else
         stream.setPosition(stream.getPosition() - markerSize);
 }

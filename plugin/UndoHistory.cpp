@@ -1,11 +1,9 @@
 #include "plugin/UndoHistory.h"
 
-#include <utility>
-
 void UndoHistory::addState(const juce::MemoryBlock& present)
 {
     const std::lock_guard lock(guard);
-    undoStates.push_front(present);
+    undoStates.push_front(std::make_shared<const juce::MemoryBlock>(present));
     redoStates.clear();
 }
 
@@ -21,24 +19,28 @@ bool UndoHistory::canRedo() const
     return !redoStates.empty();
 }
 
-std::optional<juce::MemoryBlock> UndoHistory::undo(const juce::MemoryBlock& present)
+void UndoHistory::undo(const juce::MemoryBlock& present, const Load& load)
 {
-    return step(undoStates, redoStates, present);
+    step(undoStates, redoStates, present, load);
 }
 
-std::optional<juce::MemoryBlock> UndoHistory::redo(const juce::MemoryBlock& present)
+void UndoHistory::redo(const juce::MemoryBlock& present, const Load& load)
 {
-    return step(redoStates, undoStates, present);
+    step(redoStates, undoStates, present, load);
 }
 
-std::optional<juce::MemoryBlock> UndoHistory::step(States& from, States& to,
-                                                   const juce::MemoryBlock& present)
+void UndoHistory::step(States& from, States& to, const juce::MemoryBlock& present, const Load& load)
 {
+    State state;
+    {
+        const std::lock_guard lock(guard);
+        if (from.empty())
+            return;
+        to.push_front(std::make_shared<const juce::MemoryBlock>(present));
+        state = from.front();
+    }
+    // Without the lock, for whoever is told of the loaded settings may ask what can be undone.
+    load(*state);
     const std::lock_guard lock(guard);
-    if (from.empty())
-        return std::nullopt;
-    to.push_front(present);
-    juce::MemoryBlock state = std::move(from.front());
-    from.pop_front();
-    return state;
+    std::erase(from, state);
 }

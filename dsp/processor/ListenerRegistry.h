@@ -14,9 +14,9 @@ namespace orvo::audio
 
 /// Listeners that may be added and removed while other threads notify them. Notifying never waits,
 /// takes no lock and allocates nothing. Removing waits until no other thread is inside a call of
-/// that listener, so that it may be destroyed right after; a listener may remove itself, or others,
-/// from within its own call, but two listeners must not remove each other at the same time. They
-/// are not owned.
+/// that listener, so that whoever removed it may destroy it right after; a listener may remove
+/// itself, or others, from within its own call, but two listeners must not remove each other at the
+/// same time. They are not owned.
 template <typename Listener>
 class ListenerRegistry
 {
@@ -51,7 +51,7 @@ public:
             slot->listener = nullptr;
         }
         // Without the lock, for a call that is waited for may itself add and remove.
-        while (slot->numCalls.load() > CallsOfThisThread::get().count(slot))
+        while (slot->numCalls.load() > countCallsOfThisThread(slot))
             std::this_thread::yield();
         const std::lock_guard lock(changes);
         slot->isTaken = false;
@@ -80,51 +80,42 @@ private:
         bool isTaken = false; // under the lock
     };
 
-    /// The slots whose listeners the present thread is inside of, calls within calls included.
-    class CallsOfThisThread
+    /// One call that is going on: which thread is inside of which slot's listener. Kept here and
+    /// not per thread, because a thread's own variables are allocated when it first uses them, and
+    /// that may be the audio thread.
+    struct Caller
     {
-    public:
-        static CallsOfThisThread& get()
-        {
-            thread_local CallsOfThisThread calls;
-            return calls;
-        }
-
-        void enter(const Slot* slot)
-        {
-            if (depth < entered.size())
-                entered[depth] = slot;
-            ++depth;
-        }
-
-        void leave() { --depth; }
-
-        int count(const Slot* slot) const
-        {
-            const auto end =
-                entered.begin() + static_cast<std::ptrdiff_t>(std::min(depth, entered.size()));
-            return static_cast<int>(std::count(entered.begin(), end, slot));
-        }
-
-    private:
-        std::array<const Slot*, 4 * capacity> entered{};
-        std::size_t depth = 0;
+        std::atomic<std::thread::id> thread{std::thread::id()};
+        std::atomic<const Slot*> slot{nullptr};
     };
 
     /// Marks a slot as being called.
     class InCall
     {
     public:
-        explicit InCall(Slot& calledSlot)
+        InCall(Slot& calledSlot, std::array<Caller, 4 * capacity>& callers)
             : slot(calledSlot)
         {
             ++slot.numCalls;
-            CallsOfThisThread::get().enter(&slot);
+            for (Caller& candidate : callers)
+            {
+                std::thread::id free;
+                if (candidate.thread.compare_exchange_strong(free, std::this_thread::get_id()))
+                {
+                    candidate.slot = &slot;
+                    caller = &candidate;
+                    return;
+                }
+            }
         }
 
         ~InCall()
         {
-            CallsOfThisThread::get().leave();
+            if (caller != nullptr)
+            {
+                caller->slot = nullptr;
+                caller->thread = std::thread::id();
+            }
             --slot.numCalls;
         }
 
@@ -133,7 +124,19 @@ private:
 
     private:
         Slot& slot;
+        Caller* caller = nullptr;
     };
+
+    /// How many calls of the slot's listener this very thread is inside of.
+    int countCallsOfThisThread(const Slot* slot) const
+    {
+        return static_cast<int>(std::ranges::count_if(callers,
+                                                      [&](const Caller& caller) {
+                                                          return caller.thread.load() ==
+                                                                     std::this_thread::get_id() &&
+                                                                 caller.slot.load() == slot;
+                                                      }));
+    }
 
     struct Ranked
     {
@@ -155,10 +158,10 @@ private:
     }
 
     template <typename Call>
-    static void callOne(const Ranked& next, const Call& call)
+    void callOne(const Ranked& next, const Call& call)
     {
         // First say that there is a call, then look: a removal does it the other way round.
-        const InCall inCall(*next.slot);
+        const InCall inCall(*next.slot, callers);
         Listener* const listener = next.slot->listener.load();
         if (listener != nullptr && next.slot->rank.load() == next.rank)
             call(*listener);
@@ -174,6 +177,7 @@ private:
     std::mutex changes;
     std::uint64_t nextRank = 1;
     std::array<Slot, capacity> slots;
+    std::array<Caller, 4 * capacity> callers;
 };
 
 } // namespace orvo::audio

@@ -248,6 +248,18 @@ TEST_P(Hosting, listsTheSevenParametersByName)
     }
 }
 
+TEST_P(Hosting, bypassesWithTheHostsOwnSwitch)
+{
+    const Instance hosted = host.load();
+    start(*hosted, {{"AggressiveMode", 1.0F}, {"NumberOfHarmonics", 0.25F}});
+    ASSERT_NE(hosted->getBypassParameter(), nullptr);
+    constexpr int length = 4800;
+    const Signal32 input = cut(getRecording(), 0, length);
+    EXPECT_FALSE(areIdentical(play(*hosted, {64}, length), input));
+    hosted->getBypassParameter()->setValue(1.0F);
+    EXPECT_TRUE(areIdentical(play(*hosted, {64}, length), input));
+}
+
 TEST_P(Hosting, bringsEveryParameterBack)
 {
     const Values chosen{{"FundamentalFrequency", 0.123F},
@@ -316,6 +328,41 @@ TEST_P(Hosting, loadsAndUnloadsAgainAndAgain)
         ASSERT_TRUE(areIdentical(output, first)) << round;
     }
     EXPECT_GT(testing_support::peakOf(first), 0.0F);
+}
+
+TEST(HostingVst3, listsOurParametersInOrderBeforeThoseOfTheFormat)
+{
+    Host host(false);
+    const Instance hosted = host.load();
+    KalimAudioProcessor direct;
+    for (int index = 0; index < direct.getNumParameters(); ++index)
+        EXPECT_EQ(hosted->getParameters()[index]->getName(100), direct.getParameterName(index));
+}
+
+TEST(HostingVst3, playsUpToEightChannels)
+{
+    Host host(false);
+    for (const auto& channels :
+         {juce::AudioChannelSet::mono(), juce::AudioChannelSet::create5point1(),
+          juce::AudioChannelSet::create7point1()})
+    {
+        const Instance hosted = host.load();
+        EXPECT_TRUE(hosted->setBusesLayout({{channels}, {channels}}));
+        start(*hosted, {{"NumberOfHarmonics", 0.0F}});
+        const int last = channels.size() - 1;
+        juce::AudioBuffer<float> buffer(channels.size(), largestBlock);
+        juce::MidiBuffer midi;
+        for (int block = 0; block <= 2048 / largestBlock; ++block)
+        {
+            buffer.clear();
+            buffer.setSample(last, 0, static_cast<float>(block + 1));
+            hosted->processBlock(buffer, midi);
+        }
+        EXPECT_EQ(buffer.getSample(last, 0), 1.0F); // of the first block
+    }
+    const Instance hosted = host.load();
+    const auto nine = juce::AudioChannelSet::discreteChannels(9);
+    EXPECT_FALSE(hosted->setBusesLayout({{nine}, {nine}}));
 }
 
 TEST(HostingVst3, reportsNoLatencyOnceStartedInAggressiveMode)

@@ -4,7 +4,7 @@ set -eu
 bundle=$1
 seconds=${2:-3}
 
-for program in jackd jack_lsp jalv; do
+for program in jackd jack_lsp jack_iodelay jalv; do
     if ! command -v "$program" >/dev/null 2>&1; then
         echo "skipped: $program is not installed"
         exit 77
@@ -14,6 +14,7 @@ done
 work=$(mktemp -d)
 server=
 host=
+meter=
 # Ends a process of ours for certain, and waits for it.
 end() {
     kill -TERM "$1" 2>/dev/null || true
@@ -27,6 +28,7 @@ end() {
     fi
 }
 clean_up() {
+    [ -z "$meter" ] || end "$meter" || true
     [ -z "$host" ] || end "$host" || true
     [ -z "$server" ] || end "$server" || true
     rm -rf "$work"
@@ -80,15 +82,29 @@ done
 for symbol in audio_in_1 audio_in_2 audio_out_1; do
     jack_lsp | grep -q "^kalim-test:$symbol\$" || fail "port $symbol is missing"
 done
-# From here on the plug-in works on something: what it gives is what it gets next.
-jack_connect kalim-test:audio_out_1 kalim-test:audio_in_1 || fail "ports cannot be connected"
-jack_connect kalim-test:audio_out_2 kalim-test:audio_in_2 || fail "ports cannot be connected"
+# The plug-in works on test tones of a meter, which tells how late they come back.
+stdbuf -oL jack_iodelay >"$work/delays" 2>&1 </dev/null &
+meter=$!
+tries=0
+until jack_lsp 2>/dev/null | grep -q '^jack_delay:out$'; do
+    tries=$((tries + 1))
+    [ "$tries" -lt 50 ] || fail "the meter did not start"
+    sleep 0.1
+done
+jack_connect jack_delay:out kalim-test:audio_in_1 || fail "ports cannot be connected"
+jack_connect kalim-test:audio_out_1 jack_delay:in || fail "ports cannot be connected"
 
 late() { grep -c -i -e xrun -e 'was not finished' "$work/server" || true; }
 before=$(late)
 sleep "$seconds"
 kill -0 "$host" 2>/dev/null || fail "the host did not stay alive"
 after=$(late)
+end "$meter" || fail "the meter does not end"
+meter=
+# The plug-in's latency and one block for the way through the server.
+delay=$(awk '/total roundtrip/ { print int($1 + 0.5) }' "$work/delays" | sort | uniq -c | sort -rn |
+    awk 'NR == 1 { print $2 }')
+[ "$delay" = $((2048 + 64)) ] || fail "tones come back after '$delay' frames"
 
 kill -TERM "$host"
 tries=0

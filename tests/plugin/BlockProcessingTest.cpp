@@ -14,10 +14,14 @@ namespace
 class BlockProcessingTest : public ::testing::Test
 {
 protected:
+    /// Returns the latency that was reported.
     int prepare(int numChannels = 1)
     {
         const auto format = ChannelMapping::makeFormat("", numChannels, 48000.0);
-        return blocks.prepare(format, format, numChannels);
+        reports.clear();
+        blocks.prepare(format, format, numChannels);
+        EXPECT_EQ(reports.size(), 1U);
+        return reports.back();
     }
 
     /// Runs the samples 1, 2, 3, ... through in blocks of these sizes, taken in turn.
@@ -32,6 +36,7 @@ protected:
                                  static_cast<float>(output.size()) + static_cast<float>(n) + 1.0F);
             blocks.followTiming(1);
             blocks.process(buffer, 1, 1, call % 3 == 2);
+            EXPECT_EQ(processor->wasBypassed, call % 3 == 2);
             output.insert(output.end(), buffer.getReadPointer(0),
                           buffer.getReadPointer(0) + buffer.getNumSamples());
         }
@@ -48,7 +53,8 @@ protected:
     }
 
     std::shared_ptr<DelayingProcessor> processor = std::make_shared<DelayingProcessor>();
-    BlockProcessing blocks{processor};
+    std::vector<int> reports;
+    BlockProcessing blocks{processor, [this](int latency) { reports.push_back(latency); }};
 };
 
 } // namespace
@@ -95,26 +101,32 @@ TEST_F(BlockProcessingTest, formatsOnlyOnceButResetsEveryTime)
 TEST_F(BlockProcessingTest, reportsOnlyAChangeOfTheAdditionalLatency)
 {
     prepare();
-    EXPECT_FALSE(blocks.followTiming(1).has_value());
+    blocks.followTiming(1);
     processor->delay = 100;
-    EXPECT_FALSE(blocks.followTiming(1).has_value());
+    blocks.followTiming(1);
+    EXPECT_EQ(reports, std::vector{512});
     processor->additionalLatency = 8;
-    EXPECT_EQ(blocks.followTiming(1), 108);
-    EXPECT_FALSE(blocks.followTiming(1).has_value());
+    blocks.followTiming(1);
+    blocks.followTiming(1);
+    EXPECT_EQ(reports, (std::vector{512, 108}));
     processor->reset();
     expectDelayed(runRamp({64}, 1000), 100);
 }
 
-TEST_F(BlockProcessingTest, survivesAProcessorThatChangesItsMindBetweenTwoQuestions)
+TEST_F(BlockProcessingTest, keepsTimeWhenTheProcessorChangesItsMindBetweenTwoQuestions)
 {
     processor->delay = 0;
     prepare();
     juce::AudioBuffer<float> buffer(1, 64);
     buffer.clear();
-    buffer.setSample(0, 0, 1.0F);
+    buffer.setSample(0, 63, 1.0F);
     processor->delay = 512; // after the latency was read, before the block
     blocks.process(buffer, 1, 1, false);
     EXPECT_EQ(buffer.getMagnitude(0, 64), 0.0F);
+    std::vector<float> output = runRamp({64}, 2000);
+    EXPECT_EQ(output[511], 1.0F); // the last sample before the ramp
+    output[511] = 0.0F;
+    expectDelayed(output, 512);
 }
 
 TEST(ChannelMapping, understandsTheHostsLoudspeakersOrFallsBack)
@@ -128,4 +140,10 @@ TEST(ChannelMapping, understandsTheHostsLoudspeakersOrFallsBack)
     EXPECT_EQ(mappingOf("L R C", 2), (std::vector{left, right}));
     EXPECT_EQ(mappingOf("", 1), (std::vector{mono}));
     EXPECT_TRUE(mappingOf("", 0).empty());
+}
+
+TEST(ChannelMapping, givesOneHostTwoChannelsOnly)
+{
+    EXPECT_EQ(ChannelMapping::getChannelLimit("/opt/host/bin/host"), 8);
+    EXPECT_EQ(ChannelMapping::getChannelLimit("C:\\Program Files\\EDIUS 11\\host.exe"), 2);
 }

@@ -1,0 +1,181 @@
+#include "plugin/SafeXml.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+namespace SafeXml
+{
+namespace
+{
+
+constexpr juce::int64 largestFile = 1 << 20;
+constexpr int deepestNesting = 64;
+
+/// Looks over a text before the parser does. Deliberately stricter than it: what is accepted here
+/// has one reading only, so that the nesting found is the nesting that the recursive parser will
+/// see.
+class Inspection
+{
+public:
+    explicit Inspection(std::string_view inspected)
+        : text(inspected)
+    {
+    }
+
+    bool accepts()
+    {
+        while (skipTextUpToTag())
+            if (!skipTag())
+                return false;
+        return text.empty();
+    }
+
+private:
+    /// Returns false at the end, and where the text has a reference that is not to a character.
+    bool skipTextUpToTag()
+    {
+        const std::size_t tag = std::min(text.find('<'), text.size());
+        if (!refersToCharactersOnly(text.substr(0, tag)))
+            return false;
+        text.remove_prefix(tag);
+        return !text.empty();
+    }
+
+    bool skipTag()
+    {
+        if (skip("<!--"))
+            return skipBeyond("-->");
+        if (skip("<![CDATA["))
+            return skipBeyond("]]>");
+        if (skip("<?"))
+            return skipBeyond("?>");
+        if (skip("</"))
+        {
+            --depth;
+            return skipBeyond(">");
+        }
+        return skip("<") && ++depth <= deepestNesting && skipName() && skipAttributes();
+    }
+
+    /// To the end of an opening tag.
+    bool skipAttributes()
+    {
+        for (;;)
+        {
+            skipBlanks();
+            if (skip(">"))
+                return true;
+            if (skip("/>"))
+            {
+                --depth;
+                return true;
+            }
+            if (!skipAttribute())
+                return false;
+        }
+    }
+
+    bool skipAttribute()
+    {
+        if (!skipName())
+            return false;
+        skipBlanks();
+        if (!skip("="))
+            return false;
+        skipBlanks();
+        if (text.empty() || (text.front() != '"' && text.front() != '\''))
+            return false;
+        const std::size_t end = text.find(text.front(), 1);
+        if (end == std::string_view::npos || !refersToCharactersOnly(text.substr(1, end - 1)))
+            return false;
+        text.remove_prefix(end + 1);
+        return true;
+    }
+
+    bool skipName()
+    {
+        constexpr std::string_view characters =
+            "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-:.";
+        const std::size_t length = std::min(text.find_first_not_of(characters), text.size());
+        text.remove_prefix(length);
+        return length > 0;
+    }
+
+    void skipBlanks()
+    {
+        const std::size_t end = text.find_first_not_of(" \t\r\n");
+        text.remove_prefix(std::min(end, text.size()));
+    }
+
+    bool skip(std::string_view wanted)
+    {
+        if (!text.starts_with(wanted))
+            return false;
+        text.remove_prefix(wanted.size());
+        return true;
+    }
+
+    bool skipBeyond(std::string_view end)
+    {
+        const std::size_t position = text.find(end);
+        if (position == std::string_view::npos)
+            return false;
+        text.remove_prefix(position + end.size());
+        return true;
+    }
+
+    static bool refersToCharactersOnly(std::string_view content)
+    {
+        for (std::size_t start = content.find('&'); start != std::string_view::npos;
+             start = content.find('&', start + 1))
+            if (!startsWithCharacterReference(content.substr(start + 1)))
+                return false;
+        return true;
+    }
+
+    static bool startsWithCharacterReference(std::string_view content)
+    {
+        constexpr std::array<std::string_view, 5> named{"amp;", "lt;", "gt;", "quot;", "apos;"};
+        if (std::ranges::any_of(named,
+                                [&](std::string_view name) { return content.starts_with(name); }))
+            return true;
+        constexpr std::size_t longest = 8;
+        if (!content.starts_with('#'))
+            return false;
+        const std::size_t end =
+            content.find_first_not_of("0123456789abcdefABCDEF", content.starts_with("#x") ? 2 : 1);
+        return end != std::string_view::npos && content[end] == ';' && end <= longest;
+    }
+
+    std::string_view text;
+    int depth = 0;
+};
+
+} // namespace
+
+std::unique_ptr<juce::XmlElement> parse(const juce::File& file)
+{
+    // Devices and pipes exist, but have no size of their own, and reading them need not end.
+    if (!file.existsAsFile() || file.getSize() < 1 || file.getSize() > largestFile)
+        return nullptr;
+    juce::MemoryBlock bytes;
+    if (!file.loadFileAsData(bytes))
+        return nullptr;
+    const auto* begin = static_cast<const char*>(bytes.getData());
+    int size = static_cast<int>(bytes.getSize());
+    constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
+    if (std::string_view(begin, bytes.getSize()).starts_with(byteOrderMark))
+    {
+        begin += byteOrderMark.size();
+        size -= static_cast<int>(byteOrderMark.size());
+    }
+    if (!juce::CharPointer_UTF8::isValidString(begin, size))
+        return nullptr;
+    const juce::String text = juce::String::fromUTF8(begin, size);
+    if (!Inspection(text.toRawUTF8()).accepts())
+        return nullptr;
+    return juce::parseXML(text);
+}
+
+} // namespace SafeXml
