@@ -40,15 +40,16 @@ void requireDistinct(const Options& options)
 {
     if (isSameFile(options.input, options.output))
         throw UsageError(printable(options.output) + ": is the input itself; choose another name");
-    std::vector<std::filesystem::path> outputs{resolvedTarget(options.output)};
-    for (const auto& extra : {options.trace, options.plot})
+    std::vector<std::filesystem::path> outputs;
+    for (const auto& output : {std::optional(options.output), options.trace, options.plot})
     {
-        if (!extra)
+        if (!output)
             continue;
-        const std::filesystem::path target = resolvedTarget(*extra);
+        const std::filesystem::path target = resolvedTarget(*output);
         if (std::ranges::find(outputs, target) != outputs.end() ||
-            isSameFile(options.input, target))
-            throw UsageError(printable(*extra) + ": is named twice");
+            isSameFile(options.input, target) ||
+            (options.preset && isSameFile(options.preset->file, target)))
+            throw UsageError(printable(*output) + ": is named twice");
         outputs.push_back(target);
     }
 }
@@ -197,6 +198,7 @@ private:
         report.channels = reader.channels();
         report.samples = writer.framesWritten();
         report.settings = options.settings;
+        report.preset = options.preset;
         report.blockSize = remover.getBlockSize();
         report.fundamentalAtStart = tracking.getStart();
         report.fundamentalAtEnd = tracking.getEnd();

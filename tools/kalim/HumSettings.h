@@ -3,9 +3,17 @@
 #include "dsp/hum/Kalimmer.h"
 
 #include <array>
+#include <span>
 
 namespace kalim::program
 {
+
+/// A value in its natural unit for the parameter of an id.
+struct ParameterValue
+{
+    int id = 0;
+    float value = 0.0F;
+};
 
 /// Values of the hum remover's parameters by id, in their natural units.
 class HumSettings
@@ -21,12 +29,11 @@ public:
         return values[static_cast<std::size_t>(id)];
     }
 
-    void set(orvo::audio::Kalimmer::ParameterId id, float value)
-    {
-        values[static_cast<std::size_t>(id)] = value;
-    }
-
     bool isOn(orvo::audio::Kalimmer::ParameterId id) const { return get(id) > 0.5F; }
+
+    /// Takes values over one after the other, limited as the hum remover limits them; it would work
+    /// with the default in place of not-a-number, so that is taken. Skips ids of no parameter.
+    void update(std::span<const ParameterValue> changes);
 
     /// Gives them all to a hum remover.
     void applyTo(orvo::audio::Kalimmer& remover) const;

@@ -4,6 +4,9 @@
 #include "dsp/signal/DspCore.h"
 #include "tools/kalim/Version.h"
 #include "tools/kalim/files/FileError.h"
+#include "tools/kalim/presets/PresetFile.h"
+#include "tools/kalim/presets/PresetFolders.h"
+#include "tools/kalim/presets/PresetLookup.h"
 #include "tools/kalim/report/SpectrumPlot.h"
 
 #include <CLI/App.hpp>
@@ -14,6 +17,7 @@
 #include <cmath>
 #include <iostream>
 #include <string>
+#include <vector>
 
 namespace kalim::program
 {
@@ -31,6 +35,7 @@ constexpr const char* footer =
     "Aggressive mode cuts notches: for few harmonics, hum alone or damaged material.\n"
     "An estimate that lies further from the tracked frequency than adaptivity allows is not "
     "followed,\nso a small adaptivity also needs a fundamental that is nearly right.\n"
+    "What a preset switches on is switched off by --odd=off, --aggressive=off, --residual=off.\n"
     "\n"
     "Exit codes: 0 done, 1 could not process, 2 wrong usage.";
 
@@ -57,6 +62,20 @@ CLI::Validator within(double min, double max, const std::string& unit, NumberKin
     return {check, range};
 }
 
+/// Refuses what is neither on nor off, and spells the others as the parser can read them.
+CLI::Validator onOrOff()
+{
+    const auto read = [](std::string& text)
+    {
+        bool isOn = false;
+        if (!CLI::detail::lexical_cast(text, isOn))
+            return fmt::format("'{}' is neither on nor off", text);
+        text = isOn ? "true" : "false";
+        return std::string();
+    };
+    return {read, ""};
+}
+
 /// Adds the command line's own view of the options; the texts of the parameters come from the hum
 /// remover, so that ranges and defaults cannot differ from it.
 class CommandLine
@@ -71,6 +90,7 @@ public:
         app.add_option("INPUT", input, "Audio file to clean")->required()->type_name("FILE");
         app.add_option("OUTPUT", output, "Audio file to write")->required()->type_name("FILE");
         addParameters();
+        addPresets();
         addProcessing();
         addReporting();
     }
@@ -99,6 +119,12 @@ private:
         return text.substr(0, text.find('\n'));
     }
 
+    /// A preset is read when all is parsed, and must not replace what was given.
+    void setExplicitly(Kalimmer::ParameterId id, float value)
+    {
+        explicitValues.push_back({id, value});
+    }
+
     void addValue(const char* flags, Kalimmer::ParameterId id, const char* unit, const char* type,
                   const std::string& text, NumberKind kind = NumberKind::any)
     {
@@ -106,7 +132,7 @@ private:
         float max = 0.0F;
         remover.getParameterRange(id, min, max);
         app.add_option_function<float>(
-               flags, [this, id](float value) { options.settings.set(id, value); },
+               flags, [this, id](float value) { setExplicitly(id, value); },
                fmt::format("{} (default {:g})", text, options.settings.get(id)))
             ->check(within(static_cast<double>(min), static_cast<double>(max), unit, kind))
             ->type_name(type)
@@ -115,8 +141,11 @@ private:
 
     void addSwitch(const char* flag, Kalimmer::ParameterId id, const char* text)
     {
-        app.add_flag_callback(
-               flag, [this, id] { options.settings.set(id, 1.0F); }, text)
+        app.add_flag_function(
+               flag, [this, id](std::int64_t count) { setExplicitly(id, count > 0 ? 1.0F : 0.0F); },
+               text)
+            ->transform(onOrOff())
+            ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
             ->group("Hum");
     }
 
@@ -135,6 +164,27 @@ private:
         addSwitch("--aggressive", Kalimmer::AggressiveMode, "Cut notches instead");
         addSwitch("--residual", Kalimmer::ResidualMode,
                   "Write what is removed instead of the rest");
+    }
+
+    void addPresets()
+    {
+        app.add_option_function<std::string>(
+               "--preset", [this](const std::string& text) { preset = text; },
+               "Take the settings that are not given here from a preset")
+            ->type_name("NAME|FILE")
+            ->group("Presets");
+        app.add_flag_callback(
+               "--list-presets", [this] { listPresetsOnly(); },
+               "Show the factory's and the user's presets, and exit")
+            ->group("Presets");
+    }
+
+    /// Called before the parser looks for what is required.
+    void listPresetsOnly()
+    {
+        options.listsPresets = true;
+        for (const char* const name : {"INPUT", "OUTPUT"})
+            app.get_option(name)->required(false);
     }
 
     void addProcessing()
@@ -174,6 +224,8 @@ private:
 
     Options collect()
     {
+        if (options.listsPresets)
+            return options;
         options.input = input;
         options.output = output;
         for (const std::string& name : {input, output})
@@ -206,7 +258,23 @@ private:
         requireKnownKinds();
         if (!trace.empty())
             options.trace = trace;
+        if (preset)
+            applyPreset();
+        options.settings.update(explicitValues);
         return options;
+    }
+
+    void applyPreset()
+    {
+        try
+        {
+            options.preset = findPreset(*preset, findPresetFolders());
+        }
+        catch (const std::invalid_argument& error)
+        {
+            throw UsageError(std::string("--preset: ") + error.what());
+        }
+        options.settings.update(readPresetFile(options.preset->file));
     }
 
     /// What the names alone tell to be wrong is told before any work is done.
@@ -228,6 +296,8 @@ private:
     orvo::audio::Kalimmer remover; // knows the parameters' ranges
     CLI::App app{description, "kalim"};
     Options options;
+    std::vector<ParameterValue> explicitValues;
+    std::optional<std::string> preset;
     std::string input;
     std::string output;
     std::string format;

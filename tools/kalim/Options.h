@@ -3,6 +3,7 @@
 #include "tools/kalim/HumSettings.h"
 #include "tools/kalim/TimeRange.h"
 #include "tools/kalim/files/OutputFormat.h"
+#include "tools/kalim/presets/Preset.h"
 
 #include <filesystem>
 #include <optional>
@@ -24,6 +25,10 @@ struct Options
     std::filesystem::path input;
     std::filesystem::path output;
     HumSettings settings;
+
+    /// Where the settings are from, as far as the command line does not give them.
+    std::optional<Preset> preset;
+
     int blockSize = 512;
     FormatRequest format;
     std::optional<TimeRange> measured;
@@ -32,10 +37,13 @@ struct Options
     bool overwrites = false;
     bool isQuiet = false;
     bool reportsJson = false;
+
+    /// Show the presets and do nothing else; there need not be an input and an output then.
+    bool listsPresets = false;
 };
 
 /// Reads the command line. Returns nothing when it asked for help or the version, which are then on
-/// standard output. Throws UsageError.
+/// standard output. Throws UsageError, and FileError for a preset that cannot be read.
 std::optional<Options> parseOptions(int argc, const char* const* argv);
 
 } // namespace kalim::program

@@ -2,6 +2,8 @@
 #include "tools/kalim/Options.h"
 #include "tools/kalim/files/FileError.h"
 #include "tools/kalim/files/TemporaryFileRegistry.h"
+#include "tools/kalim/presets/PresetList.h"
+#include "tools/kalim/presets/PresetOverview.h"
 
 #include <fmt/format.h>
 
@@ -13,6 +15,7 @@
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -25,6 +28,14 @@ void say(const std::string& message)
     fmt::print(stderr, "kalim: {}\n", message);
 }
 
+void showPresets(bool asJson)
+{
+    using namespace kalim::program;
+    const PresetFolders folders = findPresetFolders();
+    const std::vector<Preset> presets = listPresets(folders);
+    fmt::print("{}", asJson ? presetsToJson(presets, folders) : presetsToText(presets, folders));
+}
+
 /// Throws what went wrong.
 void runProgram(int argc, char** argv)
 {
@@ -32,6 +43,8 @@ void runProgram(int argc, char** argv)
     const auto options = parseOptions(argc, argv);
     if (!options)
         return;
+    if (options->listsPresets)
+        return showPresets(options->reportsJson);
     const Report report = clean(*options);
     if (!options->isQuiet)
         for (const std::string& warning : report.warnings)

@@ -15,6 +15,7 @@
 #include <fstream>
 #include <limits>
 #include <sstream>
+#include <tuple>
 
 namespace kalim::program::test
 {
@@ -232,6 +233,7 @@ TEST_F(Program, refusesWrongUsageWithTheReason)
     EXPECT_TRUE(names(refusal({input, output, "--measure", "5:4"}), "5:4"));
     EXPECT_TRUE(names(refusal({input, output, "--measure", "5:400"}), "9.972 s"));
     EXPECT_TRUE(names(refusal({input, output, "--surprise"}), "--surprise"));
+    EXPECT_TRUE(names(refusal({input, output, "--odd=perhaps"}), "'perhaps'"));
     EXPECT_TRUE(names(refusal({input}), "OUTPUT"));
     EXPECT_TRUE(names(refusal({"-", output}), "-"));
     EXPECT_TRUE(names(refusal({input, path("out.unknown").string()}), ".flac"));
@@ -266,6 +268,45 @@ TEST_F(Program, saysWhichFileItCouldNotProcessAndLeavesNothingBehind)
 
     refusal({exampleRecording(), text});
     EXPECT_EQ(contentsOf(text), "this is not audio at all, only text");
+}
+
+TEST_F(Program, takesFromAPresetWhatIsNotGiven)
+{
+    const auto presets = path("Contents/Resources/Presets");
+    std::filesystem::create_directories(presets);
+    std::filesystem::copy_file(KALIM_PROGRAM, path("kalim"));
+    std::ofstream(presets / "Guitar.xml") << "<Preset><ParameterSettings><P id='0' value='60'/>"
+                                             "<P id='3' value='14'/><P id='4' value='1'/>"
+                                             "</ParameterSettings></Preset>";
+    std::ofstream(presets / "Broken.xml") << "<Preset";
+    const auto run = [&](std::vector<std::string> arguments)
+    { return runCopy(path("kalim"), folder, arguments); };
+    const RunResult cleaned = run({exampleRecording(), path("out.wav").string(), "--odd=off", "-n3",
+                                   "--preset=guitar", "--json"});
+    ASSERT_EQ(cleaned.exitCode, 0) << cleaned.errors;
+    const auto report = nlohmann::json::parse(cleaned.output);
+    EXPECT_EQ(report["settings"], nlohmann::json::parse(R"({"fundamental": 60.0, "harmonics": 3,
+        "adaptivity": 15.0, "sensitivity": 30.0, "odd": false, "aggressive": false,
+        "residual": false})"));
+    EXPECT_EQ(report["preset"]["file"], (presets / "Guitar.xml").string());
+    EXPECT_NEAR(report["harmonics"][0]["frequency"].get<double>(), 60.1, 0.2);
+    const RunResult list = run({"--list-presets", "--json"});
+    EXPECT_EQ(list.exitCode, 0) << list.errors;
+    EXPECT_EQ(nlohmann::json::parse(list.output)["presets"][1]["name"], "Guitar");
+
+    const std::string trace = (presets / "Guitar.xml").string();
+    for (const auto& [preset, exitCode, reason] :
+         {std::tuple("Guita", 2, "there is no preset 'Guita'"),
+          std::tuple("Broken", 1, "Broken.xml: is not valid XML"),
+          std::tuple("Guitar", 2, "Guitar.xml: is named twice")})
+    {
+        const RunResult refused = run({exampleRecording(), path("no.wav").string(), "--preset",
+                                       preset, "--force", "--trace", trace});
+        EXPECT_EQ(refused.exitCode, exitCode);
+        EXPECT_TRUE(isOneLine(refused.errors)) << refused.errors;
+        EXPECT_NE(refused.errors.find(reason), std::string::npos) << refused.errors;
+    }
+    EXPECT_FALSE(std::filesystem::exists(path("no.wav")));
 }
 
 TEST_F(Program, leavesNoHalfFileWhenItIsKilled)

@@ -32,10 +32,17 @@ std::string contentsOf(std::FILE* file)
     return text;
 }
 
-pid_t start(const std::vector<std::string>& arguments, int outputDescriptor, int errorDescriptor)
+using Words = std::vector<std::string>;
+
+Words join(Words first, const Words& second)
 {
-    std::vector<std::string> words{KALIM_PROGRAM};
-    words.insert(words.end(), arguments.begin(), arguments.end());
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+/// Starts the program that the first word names.
+pid_t start(Words words, int outputDescriptor, int errorDescriptor)
+{
     std::vector<char*> pointers;
     for (std::string& word : words)
         pointers.push_back(word.data());
@@ -47,30 +54,42 @@ pid_t start(const std::vector<std::string>& arguments, int outputDescriptor, int
     posix_spawn_file_actions_adddup2(&actions, errorDescriptor, STDERR_FILENO);
     pid_t process = 0;
     const int status =
-        posix_spawn(&process, KALIM_PROGRAM, &actions, nullptr, pointers.data(), environ);
+        posix_spawn(&process, pointers.front(), &actions, nullptr, pointers.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     if (status != 0)
         throw std::runtime_error("the program cannot be started");
     return process;
 }
 
-} // namespace
-
-RunResult runKalim(const std::vector<std::string>& arguments)
+RunResult run(const Words& words)
 {
     const File output(std::tmpfile(), std::fclose);
     const File errors(std::tmpfile(), std::fclose);
-    const pid_t process = start(arguments, fileno(output.get()), fileno(errors.get()));
+    const pid_t process = start(words, fileno(output.get()), fileno(errors.get()));
     int status = 0;
     waitpid(process, &status, 0);
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contentsOf(output.get()),
             contentsOf(errors.get())};
 }
 
+} // namespace
+
+RunResult runKalim(const std::vector<std::string>& arguments)
+{
+    return run(join({KALIM_PROGRAM}, arguments));
+}
+
+RunResult runCopy(const std::filesystem::path& program, const std::filesystem::path& home,
+                  const std::vector<std::string>& arguments)
+{
+    return run(join({"/usr/bin/env", "HOME=" + home.string(), program.string()}, arguments));
+}
+
 bool runAndKill(const std::vector<std::string>& arguments, int signalNumber, int milliseconds)
 {
     const File silent(std::tmpfile(), std::fclose);
-    const pid_t process = start(arguments, fileno(silent.get()), fileno(silent.get()));
+    const pid_t process =
+        start(join({KALIM_PROGRAM}, arguments), fileno(silent.get()), fileno(silent.get()));
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
     kill(process, signalNumber);
     int status = 0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -17,7 +18,12 @@ struct RunResult
 /// Runs the built program with these arguments, without a shell, and waits for its end.
 RunResult runKalim(const std::vector<std::string>& arguments);
 
-/// The same, but kills it after some milliseconds. Returns whether it was still running then.
+/// The same with another copy of the program, and with that home folder.
+RunResult runCopy(const std::filesystem::path& program, const std::filesystem::path& home,
+                  const std::vector<std::string>& arguments);
+
+/// Runs the built program, but kills it after some milliseconds. Returns whether it was still
+/// running then.
 bool runAndKill(const std::vector<std::string>& arguments, int signalNumber, int milliseconds);
 
 /// Path of a recording that comes with the project.

@@ -86,7 +86,4 @@ private:
     std::unique_ptr<cairo_t, ContextCloser> drawing;
 };
 
-/// The text with a replacement sign for every byte that is no UTF-8, which cairo refuses.
-std::string validUtf8(const std::string& text);
-
 } // namespace kalim::program

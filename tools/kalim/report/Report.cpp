@@ -2,6 +2,7 @@
 
 #include "dsp/hum/Kalimmer.h"
 #include "tools/kalim/Version.h"
+#include "tools/kalim/files/FileError.h"
 #include "tools/kalim/report/SpectrumMeter.h"
 
 #include <fmt/format.h>
@@ -120,6 +121,9 @@ std::string Report::toText() const
         speedText(timesRealTime), fundamentalAtStart, fundamentalAtEnd, lowestFundamental,
         highestFundamental);
     const auto append = std::back_inserter(text);
+    if (preset)
+        fmt::format_to(append, "  preset: {} ({})\n", printable(preset->name),
+                       printable(preset->file));
     if (measured && !harmonics.empty())
         fmt::format_to(append, "  levels from {:g} s to {:g} s:\n", measured->start, measured->end);
     if (harmonics.empty() && settings.get(Kalimmer::NumberOfHarmonics) > 0.0F)
@@ -154,6 +158,8 @@ std::string Report::toJson() const
                    {"end", fundamentalAtEnd},
                    {"min", lowestFundamental},
                    {"max", highestFundamental}}}};
+    if (preset)
+        json["preset"] = {{"name", preset->name}, {"file", preset->file.native()}};
     if (measured)
         json["measured"] = {{"start", measured->start}, {"end", measured->end}};
     json["harmonics"] = harmonicsToJson(harmonics);

@@ -2,6 +2,7 @@
 
 #include "tools/kalim/HumSettings.h"
 #include "tools/kalim/TimeRange.h"
+#include "tools/kalim/presets/Preset.h"
 #include "tools/kalim/report/HarmonicLevels.h"
 
 #include <cstdint>
@@ -23,6 +24,7 @@ struct Report
     int channels = 0;
     std::int64_t samples = 0;
     HumSettings settings;
+    std::optional<Preset> preset;
 
     /// Samples per call of the processor.
     int blockSize = 0;

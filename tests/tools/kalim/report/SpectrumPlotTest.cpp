@@ -1,6 +1,7 @@
 #include "tools/kalim/report/SpectrumPlot.h"
 
 #include "tests/tools/kalim/files/ScratchFolder.h"
+#include "tools/kalim/ValidUtf8.h"
 #include "tools/kalim/files/FileError.h"
 #include "tools/kalim/report/PlotAxes.h"
 
