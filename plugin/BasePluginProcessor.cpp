@@ -3,18 +3,9 @@
 #include "dsp/signal/FlushToZero.h"
 #include "plugin/ChannelMapping.h"
 #include "plugin/KalimConstants.h"
-#include "plugin/SafeXml.h"
 
 #include <stdexcept>
 #include <utility>
-
-namespace
-{
-
-/// How long after a restored state a program change counts as part of the restoring.
-constexpr juce::uint32 restoreGuardMilliseconds = 200;
-
-} // namespace
 
 BasePlugInProcessor::OpenEditor::OpenEditor(BasePlugInProcessor& owner)
     : plugIn(owner)
@@ -40,6 +31,9 @@ BasePlugInProcessor::BasePlugInProcessor(
     , plugInCode(code)
     , blocks(processor, [this](int latency) { setLatencySamples(latency); })
 {
+    properties = createPropertiesFile();
+    initializeLocalization();
+    initializePresetHandling();
 }
 
 void BasePlugInProcessor::processBlock(juce::AudioBuffer<float>& buffer, juce::MidiBuffer&)
@@ -291,73 +285,6 @@ void BasePlugInProcessor::clearSettings()
     for (int index = 0; index < parameters.size(); ++index)
         if (!excludedParameterIds.contains(getInternalParameterId(index)))
             resetParameter(index, false);
-}
-
-const juce::String BasePlugInProcessor::getProgramName(int index)
-{
-    return findPreset(index).name;
-}
-
-void BasePlugInProcessor::changeProgramName(int, const juce::String&) {}
-
-void BasePlugInProcessor::setCurrentProgram(int index)
-{
-    if (juce::Time::getMillisecondCounter() - lastStateLoadTime < restoreGuardMilliseconds)
-        return;
-    addUndoState();
-    currentProgram = index;
-    importFromPresetFile(juce::File(findPreset(index).path));
-    notifyListeners(-1);
-}
-
-BasePlugInProcessor::PresetData BasePlugInProcessor::findPreset(int index) const
-{
-    return juce::isPositiveAndBelow(index, presets.size()) ? presets[index] : PresetData();
-}
-
-bool BasePlugInProcessor::importFromPresetFile(const juce::File& file)
-{
-    const std::unique_ptr<juce::XmlElement> root = SafeXml::parse(file);
-    std::vector<PresetFile::Parameter> values;
-    if (root == nullptr || !PresetFile::readParameters(*root, values))
-        return false;
-    for (const PresetFile::Parameter& parameter : values)
-        importParameter(parameter);
-    processor->effectuateParameterChanges();
-    if (juce::XmlElement* const customData = PresetFile::findCustomData(*root))
-        parseCustomDataXmlElement(customData);
-    notifyListeners(-1);
-    setCurrentPresetName(file.getFileNameWithoutExtension());
-    return true;
-}
-
-void BasePlugInProcessor::importParameter(const PresetFile::Parameter& parameter)
-{
-    if (excludedParameterIds.contains(parameter.id))
-        return;
-    try
-    {
-        processor->setParameterValue(parameter.id, static_cast<float>(parameter.value), false);
-    }
-    catch (const std::out_of_range&)
-    {
-        return; // of a later version, perhaps
-    }
-    notifyInternalParameterChange(parameter.id);
-}
-
-bool BasePlugInProcessor::exportToPresetFile(const juce::File& file)
-{
-    std::vector<PresetFile::Parameter> values;
-    for (const auto& parameter : parameters)
-        values.push_back({parameter->getInternalId(), parameter->getUnit(),
-                          static_cast<double>(parameter->getNaturalValue()), parameter->getName()});
-    const juce::XmlElement root = PresetFile::make(values, [this](juce::XmlElement& element)
-                                                   { fillCustomDataXmlElement(&element); });
-    if (!PresetFile::write(root, file))
-        return false;
-    setCurrentPresetName(file.getFileNameWithoutExtension());
-    return true;
 }
 
 juce::String BasePlugInProcessor::getCurrentPresetName() const

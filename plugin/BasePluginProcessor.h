@@ -4,6 +4,7 @@
 #include "dsp/processor/ListenerRegistry.h"
 #include "plugin/BlockProcessing.h"
 #include "plugin/ParameterList.h"
+#include "plugin/PresetCatalogue.h"
 #include "plugin/PresetFile.h"
 #include "plugin/SettingsRecord.h"
 #include "plugin/UndoHistory.h"
@@ -14,7 +15,8 @@
 #include <mutex>
 
 /// The face that a host sees: joins a signal processor to the framework. The work is done by the
-/// parts it owns: block processing, the public parameters, the settings record, the undo history.
+/// parts it owns: block processing, the public parameters, the settings record, the undo history,
+/// the presets.
 class BasePlugInProcessor : public juce::AudioProcessor, private SettingsRecord::Receiver
 {
 public:
@@ -164,8 +166,29 @@ public:
     /// leaves an old file as it was. Message thread.
     bool exportToPresetFile(const juce::File& file);
 
+    /// Reads the preset folders again, which changes the numbers of programs when files were added
+    /// or removed. Message thread.
+    void updatePresetTree();
+
+    /// See PresetCatalogue. Message thread.
+    const juce::ValueTree& getPresetTree() const { return presets.getTree(); }
+
+    /// Where users keep their own presets.
+    const juce::File& getUserPresetFolder() const { return userPresetFolder; }
+
     juce::String getCurrentPresetName() const;
     void setCurrentPresetName(const juce::String& name);
+
+    // Files
+
+    /// What editors remember from one time to the next. Message thread.
+    juce::PropertiesFile& getProperties() const { return *properties; }
+
+    /// The manual in the language of that two-letter code, or in English.
+    juce::String getHelpFilePath(const juce::String& language) const;
+
+    /// Opens the manual in the user's browser. Message thread.
+    void showHelp();
 
     /// Listeners are called from the last one added to the first.
     void addListener(Listener* listener) { listeners.add(listener); }
@@ -202,14 +225,9 @@ private:
     juce::MemoryBlock makeSettingsBlock();
     void loadSettingsBlock(const juce::MemoryBlock& block);
 
-    /// A preset's name and the full path of its file.
-    struct PresetData
-    {
-        juce::String name;
-        juce::String path;
-    };
-
-    PresetData findPreset(int index) const;
+    std::unique_ptr<juce::PropertiesFile> createPropertiesFile() const;
+    void initializeLocalization();
+    void initializePresetHandling();
     void importParameter(const PresetFile::Parameter& parameter);
 
     std::shared_ptr<orvo::audio::BaseAudioProcessor> processor;
@@ -224,7 +242,10 @@ private:
     UndoHistory history;
     std::atomic<int> numOpenEditors{0};
 
-    juce::Array<PresetData> presets;
+    std::unique_ptr<juce::PropertiesFile> properties;
+    juce::File factoryPresetFolder;
+    juce::File userPresetFolder;
+    PresetCatalogue presets;
     std::atomic<int> currentProgram{0};
     std::atomic<juce::uint32> lastStateLoadTime{0};
 

@@ -12,6 +12,20 @@ constexpr const char* settingsTag = "ParameterSettings";
 constexpr const char* parameterTag = "Parameter";
 constexpr const char* customDataTag = "CustomData";
 
+/// The framework's stream does not tell when a full disk takes a part only; the size does.
+bool writeAll(const juce::MemoryOutputStream& content, const juce::File& file)
+{
+    {
+        juce::FileOutputStream stream(file);
+        if (!stream.openedOk() || !stream.write(content.getData(), content.getDataSize()))
+            return false;
+        stream.flush();
+        if (stream.getStatus().failed())
+            return false;
+    }
+    return file.getSize() == static_cast<juce::int64>(content.getDataSize());
+}
+
 } // namespace
 
 bool readParameters(const juce::XmlElement& root, std::vector<Parameter>& parameters)
@@ -57,9 +71,10 @@ bool write(const juce::XmlElement& root, const juce::File& file)
     juce::XmlElement::TextFormat format;
     format.customEncoding = "UTF-8";
     format.lineWrapLength = lineLength;
+    juce::MemoryOutputStream content;
+    root.writeTo(content, format);
     const juce::TemporaryFile temporary(file);
-    return root.writeTo(temporary.getFile(), format) &&
-           temporary.overwriteTargetFileWithTemporary();
+    return writeAll(content, temporary.getFile()) && temporary.overwriteTargetFileWithTemporary();
 }
 
 } // namespace PresetFile

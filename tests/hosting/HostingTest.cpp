@@ -86,6 +86,16 @@ juce::AudioProcessorParameter* find(juce::AudioPluginInstance& instance, const j
     return nullptr;
 }
 
+/// Formats number programs differently.
+int findProgram(juce::AudioPluginInstance& instance, const juce::String& name)
+{
+    for (int program = 0; program < instance.getNumPrograms(); ++program)
+        if (instance.getProgramName(program) == name)
+            return program;
+    ADD_FAILURE() << "No program " << name;
+    return 0;
+}
+
 void set(juce::AudioPluginInstance& instance, const Values& values)
 {
     for (const auto& [name, value] : values)
@@ -245,6 +255,26 @@ TEST_P(Hosting, listsTheSevenParametersByName)
         if (isLv2()) // which has no texts for the values of such parameters
             continue;
         EXPECT_EQ(parameter->getCurrentValueAsText(), texts.at(name));
+    }
+}
+
+TEST_P(Hosting, loadsEveryFactoryPreset)
+{
+    const int numPrograms = KalimAudioProcessor().getNumPrograms();
+    for (int program = 0; program < numPrograms; ++program)
+    {
+        const Instance hosted = host.load();
+        ASSERT_EQ(hosted->getNumPrograms(), numPrograms);
+        KalimAudioProcessor direct;
+        hosted->setCurrentProgram(findProgram(*hosted, direct.getProgramName(program)));
+        start(*hosted, {});
+        if (!isLv2()) // which is prepared before it is given its state
+            direct.setCurrentProgram(program);
+        start(direct, {});
+        direct.setCurrentProgram(program);
+        constexpr int length = 12000;
+        EXPECT_TRUE(areIdentical(play(*hosted, {512}, length), play(direct, {512}, length)))
+            << direct.getProgramName(program);
     }
 }
 

@@ -1,3 +1,5 @@
+#include "tests/plugin/ScratchHome.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -7,6 +9,7 @@
 /// The bundles' hosts need the message thread, and must see no other plug-ins than ours.
 int main(int numArguments, char** arguments)
 {
+    const ScratchHome home;
     const std::filesystem::path lv2Folder = std::filesystem::path(KALIM_LV2_BUNDLE).parent_path();
     setenv("LV2_PATH", lv2Folder.c_str(), 1);
     ::testing::InitGoogleTest(&numArguments, arguments);

@@ -19,18 +19,23 @@ HOME="$scratch/a home"
 export HOME
 mkdir -p "$HOME/.lv2/Other.lv2" "$HOME/.local/bin"
 touch "$HOME/.lv2/Other.lv2/manifest.ttl" "$HOME/.local/bin/other"
-files() { (cd "$HOME" && find . -type f | LC_ALL=C sort); }
+files() { (cd "$HOME" && find . -type f -o -type l | LC_ALL=C sort); }
 before=$(files)
 
 "$install" --built "$build" >"$scratch/first" || fail "does not install: $(cat "$scratch/first")"
 grep -q 'is not in PATH' "$scratch/first" || fail "does not say that the folder is not in PATH"
 for file in .lv2/Kalim.lv2/manifest.ttl .lv2/Kalim.lv2/dsp.ttl .lv2/Kalim.lv2/libKalim.so \
-    .vst3/Kalim.vst3/Contents .local/bin/kalim-standalone .local/bin/kalim; do
+    .lv2/Kalim.lv2/Contents/Resources/Presets/Reset.xml .vst3/Kalim.vst3/Contents \
+    .vst3/Kalim.vst3/Contents/Resources/Presets/Reset.xml .local/bin/kalim-standalone \
+    .local/bin/kalim; do
     [ -e "$HOME/$file" ] || fail "$file is missing"
 done
 [ -x "$HOME/.local/bin/kalim-standalone" ] || fail "the stand-alone program cannot be run"
 said=$("$HOME/.local/bin/kalim" --version) || fail "the installed program does not run"
 echo "$said" | grep -q -F "$version" || fail "the installed program says '$said', not $version"
+
+"$HOME/.local/bin/kalim" --list-presets | grep -q '50 Hz standard' ||
+    fail "the installed program does not find its presets"
 
 once=$(files)
 touch "$HOME/.lv2/Kalim.lv2/left-over-of-an-older-version.ttl"
@@ -42,7 +47,7 @@ fi
 
 "$install" --remove >"$scratch/third" || fail "does not remove"
 [ "$(files)" = "$before" ] || fail "leaves or takes too much: $(files)"
-for folder in .lv2/Kalim.lv2 .vst3/Kalim.vst3; do
+for folder in .lv2/Kalim.lv2 .vst3/Kalim.vst3 .local/lib/kalim; do
     [ ! -e "$HOME/$folder" ] || fail "$folder is left"
 done
 "$install" --remove | grep -q 'nothing to remove' || fail "does not say that there is nothing left"

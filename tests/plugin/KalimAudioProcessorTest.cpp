@@ -126,8 +126,9 @@ TEST(KalimAudioProcessor, toleratesIndicesOutOfRange)
         EXPECT_EQ(plugIn.getParameterName(index) + plugIn.getParameterText(index), "");
         plugIn.setParameter(index, 1.0F);
         plugIn.resetParameter(index, true);
-        EXPECT_EQ(plugIn.getProgramName(index), "");
     }
+    EXPECT_EQ(plugIn.getProgramName(-1), "");
+    EXPECT_EQ(plugIn.getProgramName(plugIn.getNumPrograms()), "");
     EXPECT_EQ(plugIn.findPublicParameterIndex(99), -1);
     plugIn.notifyInternalParameterChange(99);
     EXPECT_EQ(valuesOf(plugIn), before);
@@ -469,7 +470,8 @@ TEST(Programs, areNotChangedRightAfterAStateWasRestored)
     plugIn.addListener(&listener);
     plugIn.setCurrentProgram(3);
     EXPECT_EQ(plugIn.getCurrentProgram(), 3);
+    EXPECT_EQ(plugIn.getCurrentPresetName(), plugIn.getProgramName(3));
     EXPECT_TRUE(plugIn.canUndo());
-    EXPECT_EQ(listener.indices, std::vector{-1});
+    EXPECT_EQ(listener.indices, (std::vector{-1, -1})); // of the preset's file and of the change
     plugIn.removeListener(&listener);
 }

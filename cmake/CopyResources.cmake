@@ -1,0 +1,8 @@
+# Puts the resources into a bundle: cmake -D FROM=resources -D TO=bundle/Contents/Resources -P ...
+# What an earlier build put there goes first, so that renamed presets do not stay.
+
+file(GLOB earlier "${TO}/Vellacore_*")
+file(REMOVE_RECURSE "${TO}/Presets" ${earlier})
+file(MAKE_DIRECTORY "${TO}")
+file(COPY "${FROM}/presets/" DESTINATION "${TO}/Presets")
+file(COPY "${FROM}/languages/" "${FROM}/help/" DESTINATION "${TO}")
