@@ -115,6 +115,11 @@ public:
     /// Tells the host of a parameter that was changed on the processor itself.
     void notifyInternalParameterChange(int internalId);
 
+    /// Tell the host that a user takes hold of a parameter, and lets go of it. Indices out of range are
+    /// ignored. Message thread.
+    void beginParameterGesture(int index);
+    void endParameterGesture(int index);
+
     // Settings
     void getStateInformation(juce::MemoryBlock& destination) override;
     void setStateInformation(const void* data, int size) override;

@@ -19,3 +19,15 @@ void BasePlugInProcessor::sendToHost(int index)
 {
     sendParamChangeMessageToListeners(index, getParameter(index));
 }
+
+void BasePlugInProcessor::beginParameterGesture(int index)
+{
+    if (parameters.find(index) != nullptr)
+        beginParameterChangeGesture(index);
+}
+
+void BasePlugInProcessor::endParameterGesture(int index)
+{
+    if (parameters.find(index) != nullptr)
+        endParameterChangeGesture(index);
+}

@@ -50,6 +50,9 @@ public:
 
     const juce::String& getUnit() const { return unit; }
 
+    /// The display step, in the natural unit.
+    float getInterval() const { return interval; }
+
     /// In the natural unit.
     float getDefaultValue() const { return defaultValue; }
 

@@ -1,0 +1,12 @@
+# Icons and fonts, built into the binaries as data.
+file(GLOB artwork CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/resources/artwork/*.svg")
+
+# The editor looks alike everywhere only with a font of its own, which comes with the system's packages.
+foreach(weight IN ITEMS Regular SemiBold)
+  find_file(KALIM_FONT_${weight} "Inter-${weight}.otf"
+    PATHS /usr/share/fonts/opentype/inter REQUIRED)
+  list(APPEND artwork "${KALIM_FONT_${weight}}")
+endforeach()
+
+juce_add_binary_data(kalim_artwork NAMESPACE artwork HEADER_NAME Artwork.h SOURCES ${artwork})
+set_target_properties(kalim_artwork PROPERTIES POSITION_INDEPENDENT_CODE ON)

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "plugin/BasePluginProcessor.h"
+
+#include <juce_gui_basics/juce_gui_basics.h>
+
+/// A knob bound to one parameter of the processor. Values go straight to the processor, gestures
+/// and new values to the host. With control, alt or command held, drags and wheel moves change the
+/// value in fine steps. Message thread.
+class ParameterSlider : public juce::Slider
+{
+public:
+    explicit ParameterSlider(const juce::String& name);
+
+    /// Binds the slider to the processor's parameter `id` and takes over its range, value and
+    /// default; where the parameter is not public, range and value stay. `flag` is handed to the
+    /// processor with every value. May be called again, to take over a value that was changed
+    /// elsewhere.
+    void attachParameter(BasePlugInProcessor* processor, orvo::audio::BaseAudioProcessor* dsp,
+                         int id, bool flag);
+
+    /// -1 before a public parameter is attached.
+    int getPublicParameterIndex() const { return publicParameterIndex; }
+
+    void valueChanged() override;
+    void startedDragging() override;
+    void stoppedDragging() override;
+    void mouseDown(const juce::MouseEvent& event) override;
+    void mouseDrag(const juce::MouseEvent& event) override;
+    void mouseWheelMove(const juce::MouseEvent& event,
+                        const juce::MouseWheelDetails& wheel) override;
+
+private:
+    bool isTimeForAFineStep() const;
+    void rememberFineStep(const juce::MouseEvent& event);
+
+    bool enabled = true;
+    BasePlugInProcessor* plugIn = nullptr;
+    orvo::audio::BaseAudioProcessor* processor = nullptr;
+    int publicParameterIndex = -1;
+    int internalParameterId = -1;
+    bool writeFlag = true;
+    float fineStep = 1.0F;
+    juce::Point<int> lastFinePosition;
+    double lastFineStepTime = 0.0;
+    bool isWheelFine = false;
+};
