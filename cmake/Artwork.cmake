@@ -9,4 +9,8 @@ foreach(weight IN ITEMS Regular SemiBold)
 endforeach()
 
 juce_add_binary_data(kalim_artwork NAMESPACE artwork HEADER_NAME Artwork.h SOURCES ${artwork})
+# The framework's own rule does not notice changed files.
+add_custom_command(APPEND
+  OUTPUT "${CMAKE_CURRENT_BINARY_DIR}/juce_binarydata_kalim_artwork/JuceLibraryCode/BinaryData1.cpp"
+  DEPENDS ${artwork})
 set_target_properties(kalim_artwork PROPERTIES POSITION_INDEPENDENT_CODE ON)

@@ -59,6 +59,10 @@ public:
 
     void processBlock(juce::AudioBuffer<float>& buffer, juce::MidiBuffer& midi) override;
     void processBlockBypassed(juce::AudioBuffer<float>& buffer, juce::MidiBuffer& midi) override;
+
+    /// The rate of the last preparation, 0 before. Any thread; the framework's own is for the host's.
+    double getPreparedSampleRate() const { return preparedSampleRate; }
+
     bool isBusesLayoutSupported(const BusesLayout& layout) const override;
 
     double getTailLengthSeconds() const override { return 0.0; }
@@ -246,6 +250,7 @@ private:
     ParameterList parameters;
     UndoHistory history;
     std::atomic<int> numOpenEditors{0};
+    std::atomic<double> preparedSampleRate{0.0};
 
     std::unique_ptr<juce::PropertiesFile> properties;
     juce::File factoryPresetFolder;

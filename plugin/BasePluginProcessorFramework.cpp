@@ -7,6 +7,7 @@
 
 void BasePlugInProcessor::prepareToPlay(double sampleRate, int maximumBlockSize)
 {
+    preparedSampleRate = sampleRate;
     processor->maximumBlockSize = maximumBlockSize;
     const auto input = ChannelMapping::makeFormat(getInputSpeakerArrangement(),
                                                   getMainBusNumInputChannels(), sampleRate);

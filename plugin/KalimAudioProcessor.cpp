@@ -7,25 +7,6 @@
 
 using orvo::audio::Kalimmer;
 
-namespace
-{
-
-/// The framework's own editor, which counts as an open one.
-class GenericEditor : public juce::GenericAudioProcessorEditor
-{
-public:
-    explicit GenericEditor(KalimAudioProcessor& owner)
-        : juce::GenericAudioProcessorEditor(owner)
-        , openEditor(owner)
-    {
-    }
-
-private:
-    BasePlugInProcessor::OpenEditor openEditor;
-};
-
-} // namespace
-
 KalimAudioProcessor::KalimAudioProcessor()
     : BasePlugInProcessor(std::make_shared<Kalimmer>(), KalimConstants::bundleName,
                           KalimConstants::plugInName, KalimConstants::plugInCode,
@@ -40,9 +21,4 @@ KalimAudioProcessor::KalimAudioProcessor()
     addParameterDescription(Kalimmer::OnlyOddHarmonics, "OnlyOddHarmonics", "", 1.0F, linear);
     addParameterDescription(Kalimmer::AggressiveMode, "AggressiveMode", "", 1.0F, linear);
     addParameterDescription(Kalimmer::ResidualMode, "ResidualMode", "", 1.0F, linear);
-}
-
-juce::AudioProcessorEditor* KalimAudioProcessor::createEditor()
-{
-    return std::make_unique<GenericEditor>(*this).release();
 }

@@ -19,4 +19,7 @@ namespace orvo
 /// The maker, as shown and as used in folder names.
 inline constexpr const char* companyName = "Orvotech";
 
+/// A reserved name, until the maker has a place of its own.
+inline constexpr const char* companyWebSite = "https://orvotech.example";
+
 } // namespace orvo

@@ -111,6 +111,26 @@ void ParameterSlider::mouseWheelMove(const juce::MouseEvent& event,
     lastFineStepTime = juce::Time::getMillisecondCounterHiRes();
 }
 
+bool ParameterSlider::keyPressed(const juce::KeyPress& key)
+{
+    const bool isArrow = key == juce::KeyPress::upKey || key == juce::KeyPress::downKey ||
+                         key == juce::KeyPress::leftKey || key == juce::KeyPress::rightKey;
+    if (!isArrow)
+        return juce::Slider::keyPressed(key);
+    const ScopedDragNotification gesture(*this);
+    return juce::Slider::keyPressed(key);
+}
+
+void ParameterSlider::focusGained(FocusChangeType)
+{
+    repaint();
+}
+
+void ParameterSlider::focusLost(FocusChangeType)
+{
+    repaint();
+}
+
 bool ParameterSlider::isTimeForAFineStep() const
 {
     return juce::Time::getMillisecondCounterHiRes() - lastFineStepTime > fineStepMilliseconds;

@@ -30,6 +30,11 @@ public:
     void mouseWheelMove(const juce::MouseEvent& event,
                         const juce::MouseWheelDetails& wheel) override;
 
+    /// The arrow keys change the value by a step, as a gesture of its own.
+    bool keyPressed(const juce::KeyPress& key) override;
+    void focusGained(FocusChangeType cause) override;
+    void focusLost(FocusChangeType cause) override;
+
 private:
     bool isTimeForAFineStep() const;
     void rememberFineStep(const juce::MouseEvent& event);

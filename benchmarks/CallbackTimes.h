@@ -1,0 +1,41 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
+namespace benchmarks
+{
+
+/// How long callbacks took, as shares of the time that there is for each.
+class CallbackTimes
+{
+public:
+    /// `deadlineSeconds` is what a block lasts.
+    explicit CallbackTimes(double deadlineSeconds)
+        : deadline(deadlineSeconds)
+    {
+    }
+
+    void add(double seconds) { shares.push_back(seconds / deadline); }
+
+    double getDeadline() const { return deadline; }
+
+    double getFirstShare() const { return shares.front(); }
+
+    /// The share that this part of the callbacks, from 0 to 1, does not exceed.
+    double getShare(double part) const
+    {
+        std::vector<double> sorted = shares;
+        const auto position =
+            static_cast<std::ptrdiff_t>(part * static_cast<double>(sorted.size() - 1));
+        std::nth_element(sorted.begin(), sorted.begin() + position, sorted.end());
+        return sorted[static_cast<std::size_t>(position)];
+    }
+
+private:
+    double deadline;
+    std::vector<double> shares;
+};
+
+} // namespace benchmarks

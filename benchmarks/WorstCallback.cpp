@@ -1,0 +1,153 @@
+// How long the plug-in takes for a callback, as a share of the time that a host has for it:
+// kalim_worst_callback [SECONDS [PICTURE.png]]
+
+#include "benchmarks/CallbackPlot.h"
+#include "benchmarks/CallbackTimes.h"
+#include "dsp/hum/Kalimmer.h"
+#include "plugin/KalimAudioProcessor.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <exception>
+#include <fstream>
+#include <numbers>
+#include <sched.h>
+#include <vector>
+
+namespace
+{
+
+using benchmarks::CallbackTimes;
+using orvo::audio::Kalimmer;
+
+constexpr double sampleRate = 48000.0;
+
+struct Setup
+{
+    int numFrames;
+    int numChannels;
+    int numHarmonics;
+    bool isAggressive;
+};
+
+/// One second of hum that drifts a little and of noise, to be played again and again.
+juce::AudioBuffer<float> makeSound(int numChannels)
+{
+    juce::AudioBuffer<float> sound(numChannels, static_cast<int>(sampleRate));
+    juce::Random random(1);
+    double phase = 0.0;
+    for (int n = 0; n < sound.getNumSamples(); ++n)
+    {
+        const double frequency = 50.0 + 0.05 * std::sin(2.0 * std::numbers::pi * n / sampleRate);
+        phase += 2.0 * std::numbers::pi * frequency / sampleRate;
+        double hum = 0.0;
+        for (int harmonic = 1; harmonic <= 20; ++harmonic)
+            hum += 0.05 / harmonic * std::sin(harmonic * phase);
+        for (int channel = 0; channel < numChannels; ++channel)
+            sound.setSample(channel, n,
+                            static_cast<float>(hum) + 0.01F * (random.nextFloat() - 0.5F));
+    }
+    return sound;
+}
+
+/// Without a host around it, one callback after the other without a pause.
+CallbackTimes measure(const Setup& setup, const juce::AudioBuffer<float>& sound, double seconds)
+{
+    KalimAudioProcessor plugIn;
+    const auto channels = juce::AudioChannelSet::canonicalChannelSet(setup.numChannels);
+    plugIn.setBusesLayout({{channels}, {channels}});
+    auto& engine = *plugIn.getBaseProcessor();
+    engine.setParameterValue(Kalimmer::NumberOfHarmonics, static_cast<float>(setup.numHarmonics),
+                             false);
+    engine.setParameterValue(Kalimmer::AggressiveMode, setup.isAggressive ? 1.0F : 0.0F, false);
+    plugIn.prepareToPlay(sampleRate, setup.numFrames);
+
+    CallbackTimes times(setup.numFrames / sampleRate);
+    juce::AudioBuffer<float> block(setup.numChannels, setup.numFrames);
+    juce::MidiBuffer midi;
+    const int numCallbacks = static_cast<int>(seconds * sampleRate) / setup.numFrames;
+    int position = 0;
+    for (int call = 0; call < numCallbacks; ++call)
+    {
+        if (position + setup.numFrames > sound.getNumSamples())
+            position = 0;
+        for (int channel = 0; channel < setup.numChannels; ++channel)
+            block.copyFrom(channel, 0, sound, channel, position, setup.numFrames);
+        position += setup.numFrames;
+        const auto start = std::chrono::steady_clock::now();
+        plugIn.processBlock(block, midi);
+        times.add(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+    }
+    return times;
+}
+
+/// As audio threads run where they may; returns whether it was granted.
+bool runAheadOfOthers()
+{
+    sched_param priority{};
+    priority.sched_priority = 50;
+    return sched_setscheduler(0, SCHED_FIFO, &priority) == 0;
+}
+
+std::vector<Setup> makeSetups()
+{
+    std::vector<Setup> setups;
+    for (const bool isAggressive : {false, true})
+        for (const int numHarmonics : {1, 20, 96})
+            for (const int numChannels : {1, 2, 8})
+                for (const int numFrames : {32, 64, 128, 512, 2048})
+                    setups.push_back({numFrames, numChannels, numHarmonics, isAggressive});
+    return setups;
+}
+
+void run(double seconds, const char* picture)
+{
+    const bool isAhead = runAheadOfOthers();
+    fmt::print("{} s per line at 48 kHz, {} real-time priority; shares of the deadline in %\n\n"
+               "| mode | harmonics | channels | frames | deadline | median | 99.9 % | maximum | "
+               "first |\n|---|---|---|---|---|---|---|---|---|\n",
+               seconds, isAhead ? "with" : "without");
+    benchmarks::CallbackPlot plot;
+    for (const Setup& setup : makeSetups())
+    {
+        const CallbackTimes times = measure(setup, makeSound(setup.numChannels), seconds);
+        fmt::print("| {} | {} | {} | {} | {:.2f} ms | {:.1f} | {:.1f} | {:.1f} | {:.1f} |\n",
+                   setup.isAggressive ? "aggressive" : "normal", setup.numHarmonics,
+                   setup.numChannels, setup.numFrames, 1000.0 * times.getDeadline(),
+                   100.0 * times.getShare(0.5), 100.0 * times.getShare(0.999),
+                   100.0 * times.getShare(1.0), 100.0 * times.getFirstShare());
+        std::fflush(stdout);
+        if (setup.numHarmonics == 96 && setup.numChannels == 2)
+            plot.add({setup.numFrames, setup.isAggressive, times.getShare(0.5),
+                      times.getShare(0.999), times.getShare(1.0)});
+    }
+    if (picture != nullptr)
+        plot.write(picture);
+}
+
+} // namespace
+
+int main(int numArguments, char** arguments)
+{
+    const double seconds = numArguments > 1 ? std::atof(arguments[1]) : 60.0;
+    if (numArguments > 3 || !(seconds > 0.0))
+    {
+        std::fputs("usage: kalim_worst_callback [SECONDS [PICTURE.png]]\n", stderr);
+        return 2;
+    }
+    const juce::ScopedJuceInitialiser_GUI framework;
+    try
+    {
+        run(seconds, numArguments > 2 ? arguments[2] : nullptr);
+    }
+    catch (const std::exception& error)
+    {
+        std::fprintf(stderr, "kalim_worst_callback: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}

@@ -1,0 +1,167 @@
+#include "dsp/hum/Kalimmer.h"
+#include "tests/ui/OpenEditor.h"
+#include "ui/MenuItems.h"
+
+#include <string>
+
+namespace
+{
+
+using orvo::audio::Kalimmer;
+
+using Header = OpenEditor;
+
+/// Ids and texts of a menu, with its sub-menus in brackets; '*' is a tick, '-' a separator.
+juce::String describe(const juce::PopupMenu& menu)
+{
+    juce::String text;
+    for (juce::PopupMenu::MenuItemIterator iterator(menu); iterator.next();)
+    {
+        const juce::PopupMenu::Item& item = iterator.getItem();
+        if (item.isSeparator)
+            text << "- ";
+        else if (item.subMenu != nullptr)
+            text << item.text << " [" << describe(*item.subMenu) << "] ";
+        else if (item.isSectionHeader)
+            text << "# " << item.text << " ";
+        else
+            text << item.itemID << (item.isTicked ? "*" : "") << " " << item.text << " ";
+    }
+    return text.trimEnd();
+}
+
+} // namespace
+
+TEST_F(Header, undoesAndRedoes)
+{
+    flip("residualToggle");
+    EXPECT_EQ(valueOf(Kalimmer::ResidualMode), 1.0F);
+    click("undoButton");
+    EXPECT_EQ(valueOf(Kalimmer::ResidualMode), 0.0F);
+    click("redoButton");
+    EXPECT_EQ(valueOf(Kalimmer::ResidualMode), 1.0F);
+}
+
+TEST_F(Header, switchesBetweenTwoSettingsThatBeginEqual)
+{
+    setValue(Kalimmer::FundamentalFrequency, 60.0F);
+    reopen();
+    EXPECT_TRUE(find<juce::Button>("aSettingsButton").getToggleState());
+    click("aSettingsButton"); // active already
+    click("bSettingsButton");
+    EXPECT_EQ(valueOf(Kalimmer::FundamentalFrequency), 60.0F);
+    EXPECT_FALSE(find<juce::Button>("aSettingsButton").getToggleState());
+    setValue(Kalimmer::FundamentalFrequency, 70.0F);
+    click("bSettingsButton");
+    EXPECT_EQ(valueOf(Kalimmer::FundamentalFrequency), 70.0F);
+    click("aSettingsButton");
+    EXPECT_EQ(valueOf(Kalimmer::FundamentalFrequency), 60.0F);
+    click("copyButton");
+    click("bSettingsButton");
+    EXPECT_EQ(valueOf(Kalimmer::FundamentalFrequency), 60.0F);
+}
+
+TEST_F(Header, stepsThroughThePresetsRoundAndRound)
+{
+    const int last = plugIn.getNumPrograms() - 1;
+    ASSERT_EQ(plugIn.getCurrentProgram(), 0);
+    click("previousPresetButton");
+    EXPECT_EQ(plugIn.getCurrentProgram(), last);
+    click("nextPresetButton");
+    EXPECT_EQ(plugIn.getCurrentProgram(), 0);
+    click("nextPresetButton");
+    EXPECT_EQ(plugIn.getCurrentProgram(), 1);
+    editor->timerCallback();
+    EXPECT_EQ(find<juce::TextButton>("currentPresetButton").getButtonText(),
+              plugIn.getProgramName(1));
+}
+
+TEST_F(Header, offersHelpThemesAndAbout)
+{
+    EXPECT_EQ(describe(getHeader().getPlugInMenu()),
+              "8194 Help... - Themes [8224* Simplistic dark 8225 Brushed steel] "
+              "8193 About Orvotech Kalim...");
+    PlugInEditorHeader::plugInMenuCallback(MenuItems::brushedSteel, &getHeader());
+    EXPECT_EQ(editor->getTheme(), BasePluginEditor::brushedSteel);
+    EXPECT_TRUE(describe(getHeader().getPlugInMenu()).contains("8225* Brushed steel"));
+    PlugInEditorHeader::plugInMenuCallback(MenuItems::help, nullptr);
+
+    struct Listener : PlugInEditorHeader::Listener
+    {
+        void menuCommandChosen(int id) override { chosen = id; }
+
+        int chosen = 0;
+    };
+
+    Listener listener;
+    getHeader().addListener(&listener);
+    getHeader().menuCommands.set(99, {"Mine", false, true});
+    getHeader().updatePlugInMenu();
+    EXPECT_TRUE(describe(getHeader().getPlugInMenu()).startsWith("99* Mine - 8194"));
+    PlugInEditorHeader::plugInMenuCallback(99, &getHeader());
+    EXPECT_EQ(listener.chosen, 99);
+    getHeader().removeListener(&listener);
+}
+
+TEST_F(Header, keepsAnUnknownThemeAsItIsAndShowsTheDarkOne)
+{
+    plugIn.getProperties().setValue("ThemeId", 7);
+    reopen();
+    EXPECT_EQ(static_cast<int>(editor->getTheme()), 7);
+    EXPECT_NE(dynamic_cast<DarkTheme*>(&editor->getLookAndFeel()), nullptr);
+    EXPECT_EQ(plugIn.getProperties().getIntValue("ThemeId"), 7);
+    editor->setTheme(BasePluginEditor::brushedSteel);
+    EXPECT_NE(dynamic_cast<SteelTheme*>(&editor->getLookAndFeel()), nullptr);
+    reopen();
+    EXPECT_EQ(editor->getTheme(), BasePluginEditor::brushedSteel);
+    editor->setTheme(BasePluginEditor::simplisticDark);
+}
+
+TEST_F(Header, laysItselfOutAroundTheTitle)
+{
+    getHeader().setSize(900, 48);
+    const auto& name = find<juce::Component>("currentPresetButton");
+    const auto& next = find<juce::Component>("nextPresetButton");
+    const auto& previous = find<juce::Component>("previousPresetButton");
+    EXPECT_EQ(name.getRight(), next.getX());
+    EXPECT_EQ(previous.getRight(), name.getX());
+    EXPECT_EQ(next.getX(), 900 - 216);
+    juce::LookAndFeel_V4 plain;
+    getHeader().setLookAndFeel(&plain);
+    EXPECT_EQ(previous.getX(), 120 + 152);
+    getHeader().setLookAndFeel(nullptr);
+}
+
+TEST_F(Header, savesAndLoadsPresetsOfTheUser)
+{
+    const juce::File file = plugIn.getUserPresetFolder().getChildFile("Test of mine.xml");
+    setValue(Kalimmer::FundamentalFrequency, 61.5F);
+    editor->savePresetFile(file.getFullPathName());
+    EXPECT_EQ(find<juce::TextButton>("currentPresetButton").getButtonText(), "Test of mine");
+    const int index = plugIn.getNumPrograms() - 1;
+    EXPECT_TRUE(describe(editor->getPresetMenu())
+                    .contains("# User presets " + juce::String(MenuItems::firstPreset + index) +
+                              " Test of mine # Saving & loading 8208 Save user preset file... "
+                              "8209 Load user preset file..."));
+    EXPECT_TRUE(
+        describe(editor->getPresetMenu()).startsWith("# Factory presets 8448 Reset Buzz [8449"));
+
+    BasePluginEditor::plugInMenuCallback(MenuItems::firstPreset, editor.get());
+    EXPECT_EQ(valueOf(Kalimmer::FundamentalFrequency), 50.0F);
+    editor->loadPresetFile(file.getFullPathName());
+    EXPECT_EQ(valueOf(Kalimmer::FundamentalFrequency), 61.5F);
+    click("undoButton");
+    EXPECT_EQ(valueOf(Kalimmer::FundamentalFrequency), 50.0F);
+    BasePluginEditor::plugInMenuCallback(MenuItems::firstPreset, nullptr);
+    BasePluginEditor::plugInMenuCallback(0, editor.get());
+    EXPECT_TRUE(file.deleteFile());
+}
+
+TEST_F(Header, doesNothingWithoutPresetsOrBeforeItIsAttached)
+{
+    PlugInEditorHeader header;
+    for (juce::Component* const child : header.getChildren())
+        if (child->getName() != "logoButton")
+            header.buttonClicked(dynamic_cast<juce::Button*>(child));
+    header.updatePresetName();
+}

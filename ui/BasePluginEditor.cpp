@@ -1,0 +1,149 @@
+#include "ui/BasePluginEditor.h"
+
+#include "ui/MenuItems.h"
+#include "ui/ParameterSlider.h"
+
+namespace
+{
+
+constexpr int tooltipDelayMilliseconds = 700;
+constexpr const char* themeKey = "ThemeId";
+
+void loadPresetEntries(juce::PopupMenu& menu, const juce::ValueTree& tree)
+{
+    for (const juce::ValueTree& child : tree)
+    {
+        const juce::String name = child["Name"].toString();
+        if (child.hasType("PresetFolder"))
+        {
+            juce::PopupMenu folder;
+            loadPresetEntries(folder, child);
+            menu.addSubMenu(name, folder);
+        }
+        else if (child.hasType("Preset"))
+        {
+            menu.addItem(MenuItems::firstPreset + static_cast<int>(child["Index"]), name);
+        }
+    }
+}
+
+/// What users type without the extension would not be listed, and must not replace another preset
+/// that they were not asked about.
+juce::File withPresetExtension(const juce::File& file)
+{
+    if (file.hasFileExtension("xml"))
+        return file;
+    return file.getSiblingFile(file.getFileName() + ".xml").getNonexistentSibling();
+}
+
+} // namespace
+
+BasePluginEditor::BasePluginEditor(BasePlugInProcessor* owner)
+    : juce::AudioProcessorEditor(owner)
+    , tooltipWindow(this, tooltipDelayMilliseconds)
+    , plugIn(owner)
+    , openEditor(*owner)
+{
+    if ((juce::SystemStats::getOperatingSystemType() & juce::SystemStats::MacOSX) != 0)
+        openGLContext.attachTo(*this);
+    BasePluginEditor::setTheme(
+        static_cast<ThemeId>(plugIn->getProperties().getIntValue(themeKey, simplisticDark)));
+    updatePresetMenu();
+}
+
+BasePluginEditor::~BasePluginEditor()
+{
+    openGLContext.detach();
+    const juce::LookAndFeel* const shown = &juce::LookAndFeel::getDefaultLookAndFeel();
+    if (shown == &steelTheme || shown == &darkTheme)
+        juce::LookAndFeel::setDefaultLookAndFeel(nullptr);
+    setLookAndFeel(nullptr);
+    presetMenu.setLookAndFeel(nullptr);
+}
+
+void BasePluginEditor::setTheme(ThemeId id)
+{
+    BaseTheme* const theme = id == brushedSteel ? static_cast<BaseTheme*>(&steelTheme) : &darkTheme;
+    setLookAndFeel(theme);
+    presetMenu.setLookAndFeel(theme);
+    // For the windows that the framework opens: file choosers, the about box.
+    juce::LookAndFeel::setDefaultLookAndFeel(theme);
+    themeId = id;
+    plugIn->getProperties().setValue(themeKey, static_cast<int>(id));
+}
+
+void BasePluginEditor::updatePresetMenu()
+{
+    plugIn->updatePresetTree();
+    presetMenu.clear();
+    for (const juce::ValueTree& folder : plugIn->getPresetTree())
+    {
+        presetMenu.addSectionHeader(juce::translate(folder["Name"].toString()));
+        loadPresetEntries(presetMenu, folder);
+    }
+    presetMenu.addSectionHeader(juce::translate("Saving & loading"));
+    presetMenu.addItem(MenuItems::savePreset, juce::translate("Save user preset file..."));
+    presetMenu.addItem(MenuItems::loadPreset, juce::translate("Load user preset file..."));
+}
+
+void BasePluginEditor::showPresetMenu(juce::Component* target)
+{
+    presetMenu.showMenuAsync(juce::PopupMenu::Options().withTargetComponent(target),
+                             juce::ModalCallbackFunction::forComponent(plugInMenuCallback, this));
+}
+
+void BasePluginEditor::plugInMenuCallback(int result, BasePluginEditor* editor)
+{
+    if (editor == nullptr)
+        return;
+    if (result == MenuItems::savePreset)
+        editor->savePresetFile({});
+    else if (result == MenuItems::loadPreset)
+        editor->loadPresetFile({});
+    else if (result >= MenuItems::firstPreset)
+        editor->plugIn->setCurrentProgram(result - MenuItems::firstPreset);
+}
+
+void BasePluginEditor::loadPresetFile(const juce::String& path)
+{
+    juce::File file(path);
+    if (path.isEmpty())
+    {
+        const SafePointer<BasePluginEditor> self(this);
+        juce::FileChooser chooser(
+            juce::translate("Please select the preset file you want to import..."),
+            plugIn->getUserPresetFolder(), "*.xml", true, false);
+        // The host may close the editor while the user chooses.
+        if (!chooser.browseForFileToOpen() || self == nullptr)
+            return;
+        file = chooser.getResult();
+    }
+    plugIn->addUndoState();
+    plugIn->importFromPresetFile(file);
+}
+
+void BasePluginEditor::savePresetFile(const juce::String& path)
+{
+    juce::File file(path);
+    if (path.isEmpty())
+    {
+        const SafePointer<BasePluginEditor> self(this);
+        juce::FileChooser chooser(
+            juce::translate("Please choose a file name for the preset file you want to export..."),
+            plugIn->getUserPresetFolder(), "*.xml", true, false);
+        if (!chooser.browseForFileToSave(true) || self == nullptr)
+            return;
+        file = withPresetExtension(chooser.getResult());
+    }
+    if (!plugIn->exportToPresetFile(file))
+        return;
+    plugIn->setCurrentPresetName(file.getFileNameWithoutExtension());
+    updateParameterControls();
+    updatePresetMenu();
+}
+
+int BasePluginEditor::getControlParameterIndex(juce::Component& control)
+{
+    const auto* const slider = dynamic_cast<ParameterSlider*>(&control);
+    return slider == nullptr ? -1 : slider->getPublicParameterIndex();
+}

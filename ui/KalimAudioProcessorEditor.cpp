@@ -1,0 +1,241 @@
+#include "ui/KalimAudioProcessorEditor.h"
+
+#include "ui/plot/LogarithmicValueMapping.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace
+{
+
+using orvo::audio::Kalimmer;
+
+constexpr int smallestWidth = 680;
+constexpr int smallestHeight = 424;
+constexpr int refreshMilliseconds = 40;
+
+constexpr const char* widthKey = "Kalim-LastWindowWidth";
+constexpr const char* heightKey = "Kalim-LastWindowHeight";
+
+} // namespace
+
+KalimAudioProcessorEditor::KalimAudioProcessorEditor(BasePlugInProcessor* owner)
+    : BasePluginEditor(owner)
+    , plugIn(owner)
+    , kalimmer(dynamic_cast<Kalimmer*>(owner->getBaseProcessor().get()))
+{
+    addAndMakeVisible(header);
+    addAndMakeVisible(spectrumCurveEditor);
+    addControls();
+    addAndMakeVisible(resizer);
+
+    setSize(smallestWidth, smallestHeight);
+    constrainer.setMinimumSize(smallestWidth, smallestHeight);
+    setConstrainer(&constrainer);
+    restoreSize();
+    updateParameterControls();
+    addAxes();
+    updateGrid(lastSampleRate);
+    spectrumCurveEditor.addListener(this);
+    plugIn->addListener(this);
+    header.attach(this, plugIn);
+    parametersChanged = false;
+    startTimer(refreshMilliseconds);
+}
+
+void KalimAudioProcessorEditor::addControls()
+{
+    addKnob(frequencySlider, juce::translate("The fundamental frequency of the hum"),
+            frequencyLabel, juce::translate("Frequency\n(Hz)"));
+    addKnob(sensitivitySlider,
+            juce::translate("The sensitivity of the hum signal detection in percent."),
+            detectionLabel, juce::translate("Sensitiviy\n(%)"));
+    addKnob(adaptivitySlider,
+            juce::translate("The maximum change rate of the fundamental frequency"),
+            adaptivityLabel, juce::translate("Adaptivity\n(Hz/s)"));
+    addKnob(harmonicsSlider, juce::translate("The number of harmonics to remove"), reductionLabel,
+            juce::translate("Number of\nharmonics"));
+    for (ParameterSlider* const slider : {&frequencySlider, &sensitivitySlider, &harmonicsSlider})
+        slider->setSkewFactor(0.8);
+    addToggle(oddHarmonicsToggle, juce::translate("Only odd harmonics"),
+              juce::translate(
+                  "Enable this if you want to process only odd harmonics and leave even harmonics "
+                  "unprocessed. Hum signals that are symmetrical around zero will contain only odd "
+                  "harmonics."));
+    addToggle(aggresiveToggle, juce::translate("Aggressive hum removal"),
+              juce::translate(
+                  "Notch filters are used in the aggressive mode. These affect the wanted signal, "
+                  "but can be useful for severely damaged recordings."));
+    addToggle(residualToggle, juce::translate("Listen to removed signal"),
+              juce::translate("Listen to the signal that was removed during the restoration "
+                              "process (residual signal)."));
+}
+
+KalimAudioProcessorEditor::~KalimAudioProcessorEditor()
+{
+    stopTimer();
+    plugIn->removeListener(this);
+    spectrumCurveEditor.removeListener(this);
+    plugIn->getProperties().setValue(widthKey, getWidth());
+    plugIn->getProperties().setValue(heightKey, getHeight());
+}
+
+void KalimAudioProcessorEditor::addKnob(ParameterSlider& slider, const juce::String& tooltip,
+                                        juce::Label& label, const juce::String& text)
+{
+    slider.setSliderStyle(juce::Slider::RotaryVerticalDrag);
+    slider.setTextBoxStyle(juce::Slider::TextBoxBelow, false, 60, 20);
+    slider.setTooltip(tooltip);
+    slider.setTitle(text.replaceCharacter('\n', ' '));
+    slider.setWantsKeyboardFocus(true);
+    slider.addListener(this);
+    addAndMakeVisible(slider);
+
+    label.setText(text, juce::dontSendNotification);
+    label.setFont(juce::Font(13.0F));
+    label.setJustificationType(juce::Justification::centred);
+    label.setEditable(false);
+    label.setColour(juce::TextEditor::textColourId, juce::Colours::black);
+    addAndMakeVisible(label);
+}
+
+void KalimAudioProcessorEditor::addToggle(juce::ToggleButton& toggle, const juce::String& text,
+                                          const juce::String& tooltip)
+{
+    toggle.setButtonText(text);
+    toggle.setTooltip(tooltip);
+    toggle.addListener(this);
+    addAndMakeVisible(toggle);
+}
+
+void KalimAudioProcessorEditor::addAxes()
+{
+    spectrumAxis.setValueRange({-100.0, 0.0});
+    spectrumAxis.setLabelText(juce::translate("Spectral level (dB)"));
+    addAndMakeVisible(spectrumAxis);
+    horizontalAxis.setPlacement(AxisPlacement::bottom);
+    horizontalAxis.setValueMapping(std::make_shared<LogarithmicValueMapping>());
+    horizontalAxis.setValueRange({displayMinFrequency, displayMaxFrequency});
+    horizontalAxis.setLabelText(juce::translate("Frequency (Hz)"));
+    addAndMakeVisible(horizontalAxis);
+}
+
+void KalimAudioProcessorEditor::restoreSize()
+{
+    // A file may say anything; the window must stay on the screen.
+    const auto limit = [](int value, int smallest, int screen)
+    { return std::clamp(value, smallest, std::max(smallest, screen)); };
+    const juce::Rectangle<int> screens =
+        juce::Desktop::getInstance().getDisplays().getTotalBounds(true);
+    const juce::PropertiesFile& remembered = plugIn->getProperties();
+    setSize(
+        limit(remembered.getIntValue(widthKey, getWidth()), smallestWidth, screens.getWidth()),
+        limit(remembered.getIntValue(heightKey, getHeight()), smallestHeight, screens.getHeight()));
+}
+
+void KalimAudioProcessorEditor::paint(juce::Graphics& g)
+{
+    if (auto* const theme = dynamic_cast<BaseTheme*>(&getLookAndFeel()))
+        theme->paintBackground(g, getWidth(), getHeight());
+}
+
+void KalimAudioProcessorEditor::paintOverChildren(juce::Graphics& g)
+{
+    if (!highlight.isHighlighted)
+        return;
+    g.setColour(highlight.suggestedColour);
+    for (juce::Component* const child : getChildren())
+        if (getControlParameterIndex(*child) == highlight.parameterIndex)
+            g.drawRoundedRectangle(child->getBounds().toFloat(), 4.0F, 2.0F);
+}
+
+void KalimAudioProcessorEditor::setControlHighlight(ParameterControlHighlightInfo info)
+{
+    highlight = info;
+    repaint();
+}
+
+void KalimAudioProcessorEditor::resized()
+{
+    BasePluginEditor::resized();
+    const int width = getWidth();
+    const int height = getHeight();
+    header.setBounds(0, 0, width, 48);
+    spectrumAxis.setBounds(8, 48, 48, height - 216);
+    spectrumCurveEditor.setBounds(56, 64, width - 80, height - 248);
+    horizontalAxis.setBounds(40, height - 184, width - 48, 40);
+    const auto placeColumn = [height](int x, juce::Label& label, juce::Slider& slider)
+    {
+        label.setBounds(x, height - 136, 88, 28);
+        slider.setBounds(x, height - 104, 88, 84);
+    };
+    placeColumn(8, frequencyLabel, frequencySlider);
+    placeColumn(104, detectionLabel, sensitivitySlider);
+    placeColumn(200, adaptivityLabel, adaptivitySlider);
+    placeColumn(296, reductionLabel, harmonicsSlider);
+    oddHarmonicsToggle.setBounds(392, height - 128, 272, 64);
+    aggresiveToggle.setBounds(392, height - 60, 272, 24);
+    residualToggle.setBounds(392, height - 38, 272, 24);
+    resizer.setBounds(width - 16, height - 16, 16, 16);
+    updateGrid(lastSampleRate);
+}
+
+void KalimAudioProcessorEditor::updateParameterControls()
+{
+    const auto attach = [this](ParameterSlider& slider, int id)
+    { slider.attachParameter(plugIn, kalimmer, id, true); };
+    attach(frequencySlider, Kalimmer::FundamentalFrequency);
+    attach(sensitivitySlider, Kalimmer::Sensitivity);
+    attach(adaptivitySlider, Kalimmer::Adaptivity);
+    attach(harmonicsSlider, Kalimmer::NumberOfHarmonics);
+    const auto isOn = [this](int id) { return kalimmer->getParameterValue(id) > 0.5F; };
+    oddHarmonicsToggle.setToggleState(isOn(Kalimmer::OnlyOddHarmonics), juce::dontSendNotification);
+    aggresiveToggle.setToggleState(isOn(Kalimmer::AggressiveMode), juce::dontSendNotification);
+    residualToggle.setToggleState(isOn(Kalimmer::ResidualMode), juce::dontSendNotification);
+    sensitivitySlider.setEnabled(kalimmer->getParameterValue(Kalimmer::AggressiveMode) < 0.5F);
+    header.updatePresetName();
+}
+
+void KalimAudioProcessorEditor::parameterChanged(int)
+{
+    parametersChanged = true;
+}
+
+void KalimAudioProcessorEditor::buttonClicked(juce::Button* button)
+{
+    plugIn->addUndoState();
+    const int id = button == &residualToggle       ? Kalimmer::ResidualMode
+                   : button == &oddHarmonicsToggle ? Kalimmer::OnlyOddHarmonics
+                                                   : Kalimmer::AggressiveMode;
+    kalimmer->setParameterValue(id, button->getToggleState() ? 1.0F : 0.0F, true);
+    plugIn->notifyInternalParameterChange(id);
+    if (button == &aggresiveToggle)
+        sensitivitySlider.setEnabled(!button->getToggleState());
+}
+
+void KalimAudioProcessorEditor::sliderDragStarted(juce::Slider*)
+{
+    plugIn->addUndoState();
+}
+
+// The slider writes its parameter itself.
+void KalimAudioProcessorEditor::sliderValueChanged(juce::Slider*) {}
+
+void KalimAudioProcessorEditor::handleDragStarted(CurveEditor*, int, CurveEditor::Handle&)
+{
+    plugIn->addUndoState();
+}
+
+void KalimAudioProcessorEditor::handlePositionChanged(CurveEditor*, int index,
+                                                      CurveEditor::Handle& handle)
+{
+    if (index != 0)
+        return;
+    handle.y = 1.0F;
+    float min = 0.0F;
+    float max = 0.0F;
+    kalimmer->getParameterRange(Kalimmer::FundamentalFrequency, min, max);
+    const float frequency = std::clamp(scale.toFrequency(handle.x), min, max);
+    frequencySlider.setValue(static_cast<double>(frequency), juce::sendNotificationAsync);
+    handle.x = scale.toPosition(frequency);
+}

@@ -1,0 +1,90 @@
+#pragma once
+
+#include "dsp/hum/Kalimmer.h"
+#include "ui/BasePluginEditor.h"
+#include "ui/FrequencyScale.h"
+#include "ui/ParameterSlider.h"
+#include "ui/PlugInEditorHeader.h"
+#include "ui/plot/Axis.h"
+#include "ui/plot/CurveEditor.h"
+
+#include <atomic>
+
+/// The window of the hum remover: the live spectrum with a marker for each tracked harmonic and a
+/// handle for the fundamental, four knobs and three switches. Reads the processor 25 times a
+/// second. Message thread, but for `parameterChanged`.
+class KalimAudioProcessorEditor : public BasePluginEditor,
+                                  private juce::Timer,
+                                  private juce::Button::Listener,
+                                  private juce::Slider::Listener,
+                                  private CurveEditor::Listener,
+                                  private BasePlugInProcessor::Listener
+{
+public:
+    explicit KalimAudioProcessorEditor(BasePlugInProcessor* owner);
+    ~KalimAudioProcessorEditor() override;
+
+    void paint(juce::Graphics& g) override;
+    void paintOverChildren(juce::Graphics& g) override;
+    void resized() override;
+    void updateParameterControls() override;
+    void setControlHighlight(ParameterControlHighlightInfo info) override;
+
+    /// The magnitudes of a spectrum of C channels as a line of at most `numPoints` points over the
+    /// displayed frequencies. Bins that would repeat are left out, so there are fewer points at low
+    /// frequencies.
+    Curve createCurve(const orvo::audio::Signal32& magnitudes, juce::Colour fillColour,
+                      juce::Colour lineColour, float sampleRate, int numPoints) const;
+
+    /// Reads spectrum, harmonics and changed parameters. Called by the timer.
+    void timerCallback() override;
+
+private:
+    void addControls();
+    void addKnob(ParameterSlider& slider, const juce::String& tooltip, juce::Label& label,
+                 const juce::String& text);
+    void addToggle(juce::ToggleButton& toggle, const juce::String& text,
+                   const juce::String& tooltip);
+    void addAxes();
+    void restoreSize();
+    void updateGrid(double sampleRate);
+    void updateSpectrum(float sampleRate);
+    void updateHandles();
+    juce::Colour getSpectrumColour() const;
+
+    void parameterChanged(int index) override;
+    void buttonClicked(juce::Button* button) override;
+    void sliderDragStarted(juce::Slider* slider) override;
+    void sliderValueChanged(juce::Slider* slider) override;
+    void handleDragStarted(CurveEditor* editor, int index, CurveEditor::Handle& handle) override;
+    void handlePositionChanged(CurveEditor* editor, int index,
+                               CurveEditor::Handle& handle) override;
+
+    static constexpr float displayMinFrequency = 40.0F;
+    static constexpr float displayMaxFrequency = 2000.0F;
+    const FrequencyScale scale{displayMinFrequency, displayMaxFrequency};
+
+    BasePlugInProcessor* plugIn;
+    orvo::audio::Kalimmer* kalimmer = nullptr;
+    double lastSampleRate = 44100.0;
+    std::atomic<bool> parametersChanged{false};
+    ParameterControlHighlightInfo highlight{-1, false, juce::Colours::transparentBlack};
+
+    PlugInEditorHeader header;
+    juce::ToggleButton residualToggle{"residualToggle"};
+    Axis spectrumAxis{"spectrumAxis"};
+    Axis horizontalAxis{"horizontalAxis"};
+    ParameterSlider frequencySlider{"frequencySlider"};
+    juce::Label frequencyLabel{"frequencyLabel"};
+    CurveEditor spectrumCurveEditor{"spectrumCurveEditor"};
+    ParameterSlider sensitivitySlider{"sensitivitySlider"};
+    juce::Label detectionLabel{"detectionLabel"};
+    ParameterSlider harmonicsSlider{"harmonicsSlider"};
+    juce::Label reductionLabel{"reductionLabel"};
+    juce::ToggleButton oddHarmonicsToggle{"oddHarmonicsToggle"};
+    ParameterSlider adaptivitySlider{"adaptivitySlider"};
+    juce::Label adaptivityLabel{"adaptivityLabel"};
+    juce::ToggleButton aggresiveToggle{"aggresiveToggle"};
+    juce::ComponentBoundsConstrainer constrainer;
+    juce::ResizableCornerComponent resizer{this, &constrainer};
+};

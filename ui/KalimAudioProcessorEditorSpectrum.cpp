@@ -1,0 +1,138 @@
+// What the editor shows of the sound: spectrum, grid and harmonics.
+
+#include "dsp/signal/MathEx.h"
+#include "ui/KalimAudioProcessorEditor.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace
+{
+
+using orvo::audio::Kalimmer;
+using orvo::audio::Signal32;
+
+constexpr float floorDb = -100.0F;
+constexpr float lineThickness = 1.5F;
+constexpr float handleSize = 20.0F;
+constexpr int labelHeight = 16;
+const juce::Colour fundamentalColour(0xFFEEAC18);
+
+float meanOfChannels(const Signal32& magnitudes, int bin)
+{
+    float sum = 0.0F;
+    for (int channel = 0; channel < magnitudes.getNumChannels(); ++channel)
+        sum += magnitudes.getReadChannelPtr(channel)[bin];
+    return sum / static_cast<float>(magnitudes.getNumChannels());
+}
+
+CurveEditor::Handle makeHandle(float x, int shape, juce::Colour colour)
+{
+    CurveEditor::Handle handle;
+    handle.x = x;
+    handle.y = 1.0F;
+    handle.size = handleSize;
+    handle.shape = shape;
+    handle.colour = colour;
+    handle.labelHeight = labelHeight;
+    return handle;
+}
+
+} // namespace
+
+void KalimAudioProcessorEditor::timerCallback()
+{
+    const double sampleRate = plugIn->getPreparedSampleRate();
+    if (parametersChanged.exchange(false))
+        updateParameterControls();
+    updateSpectrum(static_cast<float>(sampleRate));
+    updateHandles();
+    if (sampleRate > 0.0 && sampleRate != lastSampleRate)
+    {
+        horizontalAxis.setValueRange({20.0, std::round(sampleRate * 0.5)});
+        lastSampleRate = sampleRate;
+    }
+}
+
+void KalimAudioProcessorEditor::updateSpectrum(float sampleRate)
+{
+    const Signal32 magnitudes = kalimmer->getInputMagnitudes();
+    if (magnitudes.getNumChannels() == 0 || magnitudes.getNumSamples() == 0)
+        return;
+    spectrumCurveEditor.setCurve(0, createCurve(magnitudes, juce::Colours::transparentBlack,
+                                                getSpectrumColour(), sampleRate,
+                                                spectrumCurveEditor.getWidth()));
+}
+
+juce::Colour KalimAudioProcessorEditor::getSpectrumColour() const
+{
+    switch (getTheme())
+    {
+    case simplisticDark:
+        return juce::Colour(0x40FFFFFF);
+    case brushedSteel:
+        return juce::Colour(0x80DAC26D);
+    default:
+        return juce::Colours::transparentBlack;
+    }
+}
+
+void KalimAudioProcessorEditor::updateHandles()
+{
+    spectrumCurveEditor.clearHandles();
+    constexpr int triangle = 3;
+    constexpr int line = 0;
+    spectrumCurveEditor.setHandle(
+        0, makeHandle(scale.toPosition(kalimmer->getParameterValue(Kalimmer::FundamentalFrequency)),
+                      triangle, fundamentalColour));
+    int number = 0;
+    for (const orvo::audio::HarmonicStatus& harmonic : kalimmer->getDetectionStatus())
+        spectrumCurveEditor.setHandle(
+            ++number, makeHandle(scale.toPosition(harmonic.frequency), line,
+                                 harmonic.present ? juce::Colours::green : juce::Colours::red));
+}
+
+void KalimAudioProcessorEditor::updateGrid(double sampleRate)
+{
+    std::vector<double> frequencies;
+    const double nyquist = sampleRate * 0.5;
+    if (nyquist > 30.0)
+    {
+        double frequency = 30.0;
+        double step = 10.0;
+        do
+        {
+            frequencies.push_back(
+                static_cast<double>(scale.toPosition(static_cast<float>(frequency))));
+            if (step * 10.0 <= frequency)
+                step *= 10.0;
+            frequency += step;
+        } while (nyquist > frequency);
+    }
+    spectrumCurveEditor.setGridPositions(spectrumAxis.getCurrentMarkerPositions(), frequencies);
+}
+
+Curve KalimAudioProcessorEditor::createCurve(const Signal32& magnitudes, juce::Colour fillColour,
+                                             juce::Colour lineColour, float sampleRate,
+                                             int numPoints) const
+{
+    std::vector<juce::Point<float>> points;
+    const int numBins = magnitudes.getNumSamples();
+    const float ratio = std::pow(displayMaxFrequency / displayMinFrequency,
+                                 1.0F / static_cast<float>(std::max(numPoints, 1)));
+    float frequency = displayMinFrequency;
+    int previousBin = -1;
+    for (int k = 0; k < numPoints; ++k, frequency *= ratio)
+    {
+        const float position = frequency / (sampleRate * 0.5F + 1.0F);
+        const int bin =
+            std::clamp(juce::roundToInt(position * static_cast<float>(numBins)), 0, numBins - 1);
+        if (bin == previousBin)
+            continue;
+        previousBin = bin;
+        const float level = orvo::MathEx::toDecibel(meanOfChannels(magnitudes, bin), floorDb);
+        points.emplace_back(scale.toPosition(frequency), (level - floorDb) / -floorDb);
+    }
+    return {std::move(points), fillColour, lineColour, lineThickness};
+}

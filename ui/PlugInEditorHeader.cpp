@@ -1,0 +1,278 @@
+#include "ui/PlugInEditorHeader.h"
+
+#include "Artwork.h"
+#include "plugin/KalimConstants.h"
+#include "ui/MenuItems.h"
+#include "ui/controls/AboutDialog.h"
+
+namespace
+{
+
+constexpr int barHeight = 40;
+constexpr int shadowHeight = 6;
+constexpr int buttonSize = 24;
+constexpr int buttonTop = 8;
+
+using Edges = juce::Button::ConnectedEdgeFlags;
+
+} // namespace
+
+const PlugInEditorHeader::Icon PlugInEditorHeader::arrowLeft_svg{artwork::arrowLeft_svg,
+                                                                 artwork::arrowLeft_svgSize};
+const PlugInEditorHeader::Icon PlugInEditorHeader::arrowRight_svg{artwork::arrowRight_svg,
+                                                                  artwork::arrowRight_svgSize};
+const PlugInEditorHeader::Icon PlugInEditorHeader::undo_svg{artwork::undo_svg,
+                                                            artwork::undo_svgSize};
+const PlugInEditorHeader::Icon PlugInEditorHeader::redo_svg{artwork::redo_svg,
+                                                            artwork::redo_svgSize};
+const PlugInEditorHeader::Icon PlugInEditorHeader::copyRight_svg{artwork::copyRight_svg,
+                                                                 artwork::copyRight_svgSize};
+const PlugInEditorHeader::Icon PlugInEditorHeader::copyLeft_svg{artwork::copyLeft_svg,
+                                                                artwork::copyLeft_svgSize};
+const PlugInEditorHeader::Icon PlugInEditorHeader::menu_svg{artwork::menu_svg,
+                                                            artwork::menu_svgSize};
+const PlugInEditorHeader::Icon PlugInEditorHeader::orvotechLogo_svg{artwork::orvotechLogo_svg,
+                                                                    artwork::orvotechLogo_svgSize};
+
+PlugInEditorHeader::PlugInEditorHeader()
+{
+    add(undoButton, juce::translate("<-"), juce::translate("Undo last changes"),
+        Edges::ConnectedOnRight);
+    add(redoButton, juce::translate("->"), juce::translate("Redo changes"), Edges::ConnectedOnLeft);
+    add(aSettingsButton, juce::translate("A"), juce::translate("Load A settings"),
+        Edges::ConnectedOnRight);
+    add(bSettingsButton, juce::translate("B"), juce::translate("Load B settings"),
+        Edges::ConnectedOnLeft);
+    add(copyButton, juce::translate("->"), juce::translate("Copy settings"),
+        Edges::ConnectedOnLeft | Edges::ConnectedOnRight);
+    add(menuButton, juce::translate(":="), juce::translate("Display menu"));
+    add(nextPresetButton, juce::translate("->"), juce::translate("Load next preset"),
+        Edges::ConnectedOnLeft);
+    add(previousPresetButton, juce::translate("<-"), juce::translate("Load previous preset"),
+        Edges::ConnectedOnRight);
+    add(currentPresetButton, juce::translate("Default"), juce::translate("Show available presets"),
+        Edges::ConnectedOnLeft | Edges::ConnectedOnRight);
+    addAndMakeVisible(logoButton);
+    logoButton.addListener(this);
+    logoButton.setTitle(orvo::companyName);
+
+    setIcon(undoButton, undo_svg);
+    setIcon(redoButton, redo_svg);
+    setIcon(copyButton, copyRight_svg);
+    setIcon(menuButton, menu_svg);
+    setIcon(nextPresetButton, arrowRight_svg);
+    setIcon(previousPresetButton, arrowLeft_svg);
+    logoButton.setImages(makeDrawable(orvotechLogo_svg).get());
+
+    setSize(800, 200);
+    aSettingsButton.setToggleState(true, juce::dontSendNotification);
+    setInterceptsMouseClicks(false, true);
+}
+
+std::unique_ptr<juce::Drawable> PlugInEditorHeader::makeDrawable(const Icon& icon)
+{
+    return juce::Drawable::createFromImageData(icon.data, static_cast<std::size_t>(icon.size));
+}
+
+void PlugInEditorHeader::add(juce::Button& button, const juce::String& text,
+                             const juce::String& tooltip, int connectedEdges)
+{
+    button.setButtonText(text);
+    button.setTooltip(tooltip);
+    button.setTitle(tooltip);
+    button.setConnectedEdges(connectedEdges);
+    button.addListener(this);
+    addAndMakeVisible(button);
+}
+
+void PlugInEditorHeader::setIcon(IconButton& button, const Icon& icon)
+{
+    button.setIcon(makeDrawable(icon).release());
+}
+
+void PlugInEditorHeader::attach(BasePluginEditor* editor, BasePlugInProcessor* processor)
+{
+    owner = editor;
+    plugIn = processor;
+    if (plugIn != nullptr)
+        plugIn->copyToAlternate();
+    updatePresetName();
+    updatePlugInMenu();
+    updateLayout();
+}
+
+void PlugInEditorHeader::updatePresetName()
+{
+    if (plugIn != nullptr)
+        currentPresetButton.setButtonText(plugIn->getCurrentPresetName());
+}
+
+void PlugInEditorHeader::paint(juce::Graphics& g)
+{
+    const auto centre = static_cast<float>(getWidth()) * 0.5F;
+    g.setGradientFill(juce::ColourGradient(
+        juce::Colour(0x32000000), centre, static_cast<float>(barHeight), juce::Colour(0x00000000),
+        centre, static_cast<float>(barHeight + shadowHeight), false));
+    g.fillRect(0, barHeight, getWidth(), shadowHeight);
+    if (auto* const theme = dynamic_cast<BaseTheme*>(&getLookAndFeel()))
+    {
+        theme->paintHeaderBackground(g, getWidth(), barHeight, getTitle());
+        return;
+    }
+    g.setColour(juce::Colours::white);
+    g.fillRect(0, 0, getWidth(), barHeight);
+}
+
+void PlugInEditorHeader::resized()
+{
+    const int width = getWidth();
+    const auto place = [](juce::Button& button, int x, int buttonWidth = buttonSize)
+    { button.setBounds(x, buttonTop, buttonWidth, buttonSize); };
+    place(undoButton, width - 176);
+    place(redoButton, width - 152);
+    place(aSettingsButton, width - 120);
+    place(copyButton, width - 96);
+    place(bSettingsButton, width - 72);
+    place(menuButton, width - 40, 32);
+    place(nextPresetButton, width - 216);
+    logoButton.setBounds(8, 0, 80, 40);
+    updateLayout();
+}
+
+void PlugInEditorHeader::lookAndFeelChanged()
+{
+    updateLayout();
+}
+
+void PlugInEditorHeader::updateLayout()
+{
+    int titleWidth = 120;
+    auto* const theme = dynamic_cast<BaseTheme*>(&getLookAndFeel());
+    if (theme != nullptr && plugIn != nullptr)
+        titleWidth = static_cast<int>(theme->getTitleWidth(getTitle()));
+    const int left = titleWidth + extraTitleOffset;
+    previousPresetButton.setBounds(left + 152, buttonTop, buttonSize, buttonSize);
+    currentPresetButton.setBounds(left + 176, buttonTop, getWidth() - 392 - left, buttonSize);
+}
+
+void PlugInEditorHeader::buttonClicked(juce::Button* button)
+{
+    if (button == &logoButton)
+        juce::URL(orvo::companyWebSite).launchInDefaultBrowser();
+    if (plugIn == nullptr || owner == nullptr)
+        return;
+    if (button == &undoButton)
+        plugIn->undo();
+    else if (button == &redoButton)
+        plugIn->redo();
+    else if (button == &aSettingsButton && bSettingsButton.getToggleState())
+        activateSettings(true);
+    else if (button == &bSettingsButton && aSettingsButton.getToggleState())
+        activateSettings(false);
+    else if (button == &copyButton)
+        plugIn->copyToAlternate();
+    else if (button == &nextPresetButton)
+        stepPreset(1);
+    else if (button == &previousPresetButton)
+        stepPreset(-1);
+    else if (button == &currentPresetButton)
+        owner->showPresetMenu(&currentPresetButton);
+    else if (button == &menuButton)
+    {
+        updatePlugInMenu();
+        plugInMenu.showMenuAsync(
+            juce::PopupMenu::Options().withTargetComponent(&menuButton),
+            juce::ModalCallbackFunction::forComponent(plugInMenuCallback, this));
+    }
+}
+
+void PlugInEditorHeader::activateSettings(bool isA)
+{
+    plugIn->switchToAlternateSettings();
+    aSettingsButton.setToggleState(isA, juce::dontSendNotification);
+    bSettingsButton.setToggleState(!isA, juce::dontSendNotification);
+    setIcon(copyButton, isA ? copyRight_svg : copyLeft_svg);
+}
+
+void PlugInEditorHeader::stepPreset(int step)
+{
+    const int count = plugIn->getNumPrograms();
+    if (count >= 1)
+        plugIn->setCurrentProgram((count + plugIn->getCurrentProgram() + step) % count);
+}
+
+void PlugInEditorHeader::updatePlugInMenu()
+{
+    plugInMenu.clear();
+    plugInMenu.setLookAndFeel(&getLookAndFeel());
+    for (juce::HashMap<int, MenuCommand>::Iterator command(menuCommands); command.next();)
+        plugInMenu.addItem(command.getKey(), command.getValue().name, command.getValue().isEnabled,
+                           command.getValue().isTicked);
+    if (menuCommands.size() > 0)
+        plugInMenu.addSeparator();
+    if (isHelpAvailable)
+        plugInMenu.addItem(MenuItems::help, juce::translate("Help..."));
+    plugInMenu.addSeparator();
+    if (hasThemes)
+    {
+        const int theme = owner == nullptr ? -1 : owner->getTheme();
+        juce::PopupMenu themes;
+        themes.addItem(MenuItems::simplisticDark, juce::translate("Simplistic dark"), true,
+                       theme == BasePluginEditor::simplisticDark);
+        themes.addItem(MenuItems::brushedSteel, juce::translate("Brushed steel"), true,
+                       theme == BasePluginEditor::brushedSteel);
+        plugInMenu.addSubMenu(juce::translate("Themes"), themes);
+    }
+    const juce::String name = plugIn == nullptr ? juce::String() : plugIn->getName();
+    plugInMenu.addItem(MenuItems::about, juce::translate("About") + " " + name + "...");
+}
+
+void PlugInEditorHeader::plugInMenuCallback(int result, PlugInEditorHeader* header)
+{
+    if (header == nullptr)
+        return;
+    switch (result)
+    {
+    case MenuItems::about:
+        header->showAboutDialog();
+        break;
+    case MenuItems::help:
+        header->plugIn->showHelp();
+        break;
+    case MenuItems::simplisticDark:
+        header->owner->setTheme(BasePluginEditor::simplisticDark);
+        header->updatePlugInMenu();
+        break;
+    case MenuItems::brushedSteel:
+        header->owner->setTheme(BasePluginEditor::brushedSteel);
+        header->updatePlugInMenu();
+        break;
+    default:
+        header->customMenuCommand(result);
+        break;
+    }
+}
+
+void PlugInEditorHeader::customMenuCommand(int id)
+{
+    listeners.callLastToFirst([id](Listener& listener) { listener.menuCommandChosen(id); });
+}
+
+void PlugInEditorHeader::showAboutDialog()
+{
+    auto content = std::make_unique<AboutDialog>();
+    content->setPlugInName(getTitle());
+    juce::DialogWindow::LaunchOptions options;
+    options.dialogTitle = juce::translate("About") + " " + plugIn->getName();
+    options.content.setOwned(content.release());
+    options.componentToCentreAround = getParentComponent();
+    options.dialogBackgroundColour = juce::Colours::white;
+    options.useNativeTitleBar = true;
+    options.resizable = false;
+    options.launchAsync()->setAlwaysOnTop(true);
+}
+
+juce::String PlugInEditorHeader::getTitle() const
+{
+    return plugIn == nullptr ? juce::String() : plugIn->getShortName();
+}

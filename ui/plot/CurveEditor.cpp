@@ -1,0 +1,205 @@
+#include "ui/plot/CurveEditor.h"
+
+#include "ui/plot/HandleOutline.h"
+#include "ui/plot/PlotColours.h"
+
+#include <algorithm>
+
+CurveEditor::CurveEditor(const juce::String& name)
+    : juce::Component(name)
+{
+    setTitle(name);
+    setWantsKeyboardFocus(true);
+    updateColours();
+}
+
+CurveEditor::~CurveEditor()
+{
+    cancelPendingUpdate();
+}
+
+void CurveEditor::setCurve(int index, const Curve& curve)
+{
+    picture.setCurve(index, curve);
+    repaint();
+}
+
+void CurveEditor::setHandle(int index, const Handle& handle)
+{
+    handles.insert_or_assign(index, handle);
+    // Only when all handles are in place does it show whether anything is new.
+    triggerAsyncUpdate();
+}
+
+void CurveEditor::clearHandles()
+{
+    handles.clear();
+    triggerAsyncUpdate();
+}
+
+const CurveEditor::Handle* CurveEditor::getHandle(int index) const
+{
+    const auto found = handles.find(index);
+    return found == handles.end() ? nullptr : &found->second;
+}
+
+void CurveEditor::setGridPositions(std::vector<double> horizontal, std::vector<double> vertical)
+{
+    picture.setGrid(std::move(horizontal), std::move(vertical));
+    repaint();
+}
+
+/// Brings what is shown up to date and repaints the stretch of the plot where it has changed.
+void CurveEditor::handleAsyncUpdate()
+{
+    next.assign(handles.begin(), handles.end());
+    std::sort(next.begin(), next.end(),
+              [](const NumberedHandle& a, const NumberedHandle& b) { return a.first < b.first; });
+    if (next == shown)
+        return;
+    juce::Rectangle<int> changed;
+    const size_t count = juce::jmax(next.size(), shown.size());
+    for (size_t i = 0; i < count; ++i)
+    {
+        if (i < next.size() && i < shown.size() && next[i] == shown[i])
+            continue;
+        for (const std::vector<NumberedHandle>* list : {&next, &shown})
+            if (i < list->size())
+                changed = changed.getUnion(stripAround((*list)[i].second));
+    }
+    shown.swap(next);
+    updateMarkerLines();
+    repaint(changed);
+}
+
+void CurveEditor::updateMarkerLines()
+{
+    lines.clear();
+    for (const auto& [index, handle] : shown)
+        if (handle.shape == Handle::marker && handle.isOnPlot())
+            lines.push_back({handle.x, evenShade(handle.colour, background),
+                             handle.colour == juce::Colours::red});
+    std::sort(lines.begin(), lines.end(),
+              [](const MarkerLine& a, const MarkerLine& b) { return a.x < b.x; });
+    picture.setMarkerLines(lines);
+}
+
+void CurveEditor::updateColours()
+{
+    background = findColourOr(*this, backgroundColourId, juce::Colour(0xff1b1e23));
+    const juce::Colour ink = background.withAlpha(1.0F).contrasting();
+    picture.setColours({background, findColourOr(*this, gridColourId, ink.withAlpha(0.10F)),
+                        findColourOr(*this, outlineColourId, ink.withAlpha(0.24F))});
+    // What lies behind an opaque plot need not be painted with it.
+    setOpaque(background.isOpaque());
+    updateMarkerLines();
+    repaint();
+}
+
+void CurveEditor::lookAndFeelChanged()
+{
+    updateColours();
+}
+
+void CurveEditor::colourChanged()
+{
+    updateColours();
+}
+
+void CurveEditor::parentHierarchyChanged()
+{
+    updateColours();
+}
+
+void CurveEditor::paint(juce::Graphics& graphics)
+{
+    handleUpdateNowIfNeeded();
+    picture.draw(graphics, getWidth(), getHeight(),
+                 graphics.getInternalContext().getPhysicalPixelScaleFactor());
+    for (auto handle = shown.rbegin(); handle != shown.rend(); ++handle)
+        if (handle->second.isOnPlot())
+            drawHandle(graphics, handle->first, handle->second);
+}
+
+bool CurveEditor::isHighlighted(int index) const
+{
+    return index == hovered || (drag && index == drag->index) ||
+           (isFocusShown && index == getKeyboardHandle());
+}
+
+void CurveEditor::drawHandle(juce::Graphics& graphics, int index, const Handle& handle) const
+{
+    drawLabel(graphics, handle);
+    if (!hasOutline(handle))
+        return;
+    const juce::Path outline = handleOutline(handle, getLocalBounds().toFloat());
+    const juce::Colour shade = legibleShade(handle.colour, background);
+    const bool isActive = isHighlighted(index);
+    if (isActive)
+    {
+        // Leads the eye from the handle down to the curve while it is set.
+        const float x = toPixels({handle.x, 0.0F}).x;
+        graphics.setColour(shade.withAlpha(0.7F));
+        graphics.fillRect(x - 0.75F, outline.getBounds().getBottom(), 1.5F,
+                          static_cast<float>(getHeight()));
+    }
+    // Keeps the handle apart from the markers' caps below it.
+    graphics.setColour(background.withAlpha(0.9F));
+    graphics.strokePath(outline, juce::PathStrokeType(4.0F));
+    const juce::Colour ink = background.withAlpha(1.0F).contrasting();
+    graphics.setColour(isActive ? shade.interpolatedWith(ink, 0.3F) : shade);
+    graphics.fillPath(outline);
+    if (isActive)
+    {
+        graphics.setColour(ink);
+        graphics.strokePath(outline, juce::PathStrokeType(isFocusShown ? 2.0F : 1.0F));
+    }
+}
+
+void CurveEditor::drawLabel(juce::Graphics& graphics, const Handle& handle) const
+{
+    if (handle.label.isEmpty() || handle.labelHeight <= 0)
+        return;
+    const float height = static_cast<float>(handle.labelHeight);
+    const juce::Font font(height);
+    const juce::Point<float> centre = toPixels({handle.x, handle.y});
+    const juce::Rectangle<float> room(centre.x + handle.size / 2.0F + 3.0F,
+                                      centre.y - height / 2.0F,
+                                      font.getStringWidthFloat(handle.label) + 2.0F, height);
+    graphics.setFont(font);
+    graphics.setColour(legibleShade(handle.colour, background));
+    graphics.drawText(handle.label, room.constrainedWithin(getLocalBounds().toFloat()),
+                      juce::Justification::centredLeft, false);
+}
+
+/// All that a handle may touch: its outline, the line over the whole height, its neighbours' caps.
+juce::Rectangle<int> CurveEditor::stripAround(const Handle& handle) const
+{
+    if (!handle.isOnPlot())
+        return {};
+    if (handle.label.isNotEmpty())
+        return getLocalBounds();
+    constexpr float neighbours = 12.0F;
+    const float reach = handle.size + neighbours;
+    const float x = toPixels({handle.x, 0.0F}).x;
+    return juce::Rectangle<float>(x - reach, 0.0F, 2.0F * reach, static_cast<float>(getHeight()))
+        .getSmallestIntegerContainer();
+}
+
+void CurveEditor::repaintHandle(int index)
+{
+    if (const Handle* handle = getHandle(index))
+        repaint(stripAround(*handle));
+}
+
+juce::Point<float> CurveEditor::toPixels(juce::Point<float> normalised) const
+{
+    return {normalised.x * static_cast<float>(getWidth()),
+            (1.0F - normalised.y) * static_cast<float>(getHeight())};
+}
+
+juce::Point<float> CurveEditor::toNormalised(juce::Point<float> pixels) const
+{
+    return {pixels.x / static_cast<float>(juce::jmax(1, getWidth())),
+            1.0F - pixels.y / static_cast<float>(juce::jmax(1, getHeight()))};
+}

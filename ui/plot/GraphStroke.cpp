@@ -1,0 +1,144 @@
+#include "ui/plot/GraphStroke.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+
+namespace
+{
+
+/// Slices of a column of pixels.
+constexpr int slices = 3;
+
+/// Half the diagonal of a square by half the side of another: the corners of the pen, an octagon.
+constexpr float diagonal = 0.70710678F;
+
+/// The colour at every degree of coverage.
+using Shades = std::array<juce::PixelARGB, 256>;
+
+Shades shadesOf(juce::Colour colour)
+{
+    Shades shades;
+    for (size_t i = 0; i < shades.size(); ++i)
+        shades[i] = colour.withMultipliedAlpha(static_cast<float>(i) / 255.0F).getPixelARGB();
+    return shades;
+}
+
+/// Adds up the changes down a column, paints the pixels and leaves no changes behind.
+template <typename Pixel>
+void paintColumn(const juce::Image::BitmapData& pixels, int column, juce::Range<int> rows,
+                 std::vector<float>& changes, const Shades& shades)
+{
+    float coverage = 0.0F;
+    for (int row = rows.getStart(); row < rows.getEnd(); ++row)
+    {
+        float& change = changes[static_cast<size_t>(row)];
+        coverage += change;
+        change = 0.0F;
+        const auto shade =
+            static_cast<size_t>(juce::jlimit(0.0F, 255.0F, coverage * 255.0F + 0.5F));
+        if (row < pixels.height && shade > 0)
+            reinterpret_cast<Pixel*>(pixels.getPixelPointer(column, row))->blend(shades[shade]);
+    }
+}
+
+/// Covers from an exact height downwards with a weight, or with a negative one ends that.
+void change(std::vector<float>& changes, float height, float weight)
+{
+    const float row = std::floor(height);
+    const float within = height - row;
+    changes[static_cast<size_t>(row)] += weight * (1.0F - within);
+    changes[static_cast<size_t>(row) + 1] += weight * within;
+}
+
+} // namespace
+
+void GraphStroke::Span::include(Span other)
+{
+    top = std::min(top, other.top);
+    bottom = std::max(bottom, other.bottom);
+}
+
+void GraphStroke::draw(juce::Image& image, const std::vector<juce::Point<float>>& points,
+                       float thickness, juce::Colour colour)
+{
+    const juce::Image::BitmapData pixels(image, juce::Image::BitmapData::readWrite);
+    const auto paint = pixels.pixelFormat == juce::Image::ARGB ? paintColumn<juce::PixelARGB>
+                                                               : paintColumn<juce::PixelRGB>;
+    const Shades shades = shadesOf(colour);
+    const float radius = thickness / 2.0F;
+    margin = static_cast<int>(std::ceil(radius * slices)) + 1;
+    sample(points, pixels.width);
+    changes.assign(static_cast<size_t>(pixels.height) + 2, 0.0F);
+    for (int column = 0; column < pixels.width; ++column)
+        paint(pixels, column, coverColumn(column, pixels.height, radius), changes, shades);
+}
+
+void GraphStroke::sample(const std::vector<juce::Point<float>>& points, int width)
+{
+    constexpr float infinity = std::numeric_limits<float>::infinity();
+    line.assign(static_cast<size_t>(width * slices + 2 * margin), {infinity, -infinity});
+    for (size_t i = 1; i < points.size(); ++i)
+        sampleLine(points[i - 1], points[i]);
+}
+
+void GraphStroke::sampleLine(juce::Point<float> from, juce::Point<float> to)
+{
+    const float last = static_cast<float>(line.size()) - 1.0F;
+    const auto toSlices = [this](float x) { return x * slices + static_cast<float>(margin); };
+    const float start = toSlices(from.x);
+    const float end = toSlices(to.x);
+    if (end < 0.0F || start > last)
+        return;
+    const float slope = end > start ? (to.y - from.y) / (end - start) : 0.0F;
+    const int lastSlice = static_cast<int>(std::min(end, last));
+    for (int slice = static_cast<int>(std::max(start, 0.0F)); slice <= lastSlice; ++slice)
+    {
+        const float left = static_cast<float>(slice);
+        const float entry = left <= start ? from.y : from.y + slope * (left - start);
+        const float exit = left + 1.0F >= end ? to.y : from.y + slope * (left + 1.0F - start);
+        line[static_cast<size_t>(slice)].include({std::min(entry, exit), std::max(entry, exit)});
+    }
+}
+
+/// What the line takes up in the slices around one, and further up and down.
+GraphStroke::Span GraphStroke::reach(int slice, int slicesAround, float further) const
+{
+    Span span = line[static_cast<size_t>(slice)];
+    for (int i = slice - slicesAround; i <= slice + slicesAround; ++i)
+        span.include(line[static_cast<size_t>(i)]);
+    return {span.top - further, span.bottom + further};
+}
+
+/// What a pen of eight corners touches in a slice while its middle follows the line.
+GraphStroke::Span GraphStroke::penSpan(int slice, float radius) const
+{
+    // The slice itself is part of the pen's width.
+    const float width = radius * slices - 0.5F;
+    Span span = reach(slice, 0, radius);
+    span.include(
+        reach(slice, juce::jmax(0, juce::roundToInt(width * diagonal)), radius * diagonal));
+    span.include(reach(slice, juce::jmax(0, juce::roundToInt(width)), 0.0F));
+    return span;
+}
+
+/// Enters a column's coverage and returns its rows, of which the last may lie below the image.
+juce::Range<int> GraphStroke::coverColumn(int column, int height, float radius)
+{
+    const float bottom = static_cast<float>(height);
+    juce::Range<int> rows;
+    for (int i = 0; i < slices; ++i)
+    {
+        Span span = penSpan(margin + column * slices + i, radius);
+        span = {juce::jlimit(0.0F, bottom, span.top), juce::jlimit(0.0F, bottom, span.bottom)};
+        if (span.isEmpty())
+            continue;
+        change(changes, span.top, 1.0F / slices);
+        change(changes, span.bottom, -1.0F / slices);
+        const juce::Range<int> covered(static_cast<int>(span.top),
+                                       static_cast<int>(span.bottom) + 2);
+        rows = rows.isEmpty() ? covered : rows.getUnionWith(covered);
+    }
+    return rows;
+}
