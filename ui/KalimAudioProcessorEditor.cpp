@@ -239,3 +239,9 @@ void KalimAudioProcessorEditor::handlePositionChanged(CurveEditor*, int index,
     frequencySlider.setValue(static_cast<double>(frequency), juce::sendNotificationAsync);
     handle.x = scale.toPosition(frequency);
 }
+
+juce::String KalimAudioProcessorEditor::getCursorInfoFromPoint(CurveEditor*,
+                                                               juce::Point<float> position)
+{
+    return juce::String(scale.toFrequency(position.x), 1) + " Hz";
+}

@@ -59,6 +59,7 @@ private:
     void handleDragStarted(CurveEditor* editor, int index, CurveEditor::Handle& handle) override;
     void handlePositionChanged(CurveEditor* editor, int index,
                                CurveEditor::Handle& handle) override;
+    juce::String getCursorInfoFromPoint(CurveEditor* editor, juce::Point<float> position) override;
 
     static constexpr float displayMinFrequency = 40.0F;
     static constexpr float displayMaxFrequency = 2000.0F;

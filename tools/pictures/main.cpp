@@ -28,20 +28,13 @@ struct Picture
     bool isResidual = false;
     int numHarmonics = 24;
     const char* locale = "C";
-    int width = 680;
-    int height = 424;
 };
 
 const std::vector<Picture> pictures{
     {.name = "dark-normal"},
     {.name = "dark-aggressive", .isAggressive = true, .numHarmonics = 6},
     {.name = "dark-residual", .isResidual = true},
-    {.name = "dark-96-harmonics", .numHarmonics = 96, .width = 1100, .height = 620},
     {.name = "steel-normal", .theme = BasePluginEditor::brushedSteel},
-    {.name = "steel-aggressive",
-     .theme = BasePluginEditor::brushedSteel,
-     .isAggressive = true,
-     .numHarmonics = 6},
     {.name = "dark-german", .locale = "de_DE.UTF-8"},
 };
 
@@ -85,7 +78,6 @@ void draw(const Picture& picture, const juce::File& recording, const juce::File&
     plugIn.setCurrentPresetName("Guitar pick-up 60 Hz");
     KalimAudioProcessorEditor editor(&plugIn);
     editor.setTheme(picture.theme);
-    editor.setSize(picture.width, picture.height);
     play(plugIn, recording, editor);
     constexpr float scale = 2.0F;
     const juce::Image image = editor.createComponentSnapshot(editor.getLocalBounds(), true, scale);

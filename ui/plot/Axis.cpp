@@ -14,11 +14,11 @@ constexpr float labelHeight = 12.0F;
 
 /// Numbers closer than this run together, beside and above each other.
 constexpr double numberGap = 10.0;
-constexpr double numberLeading = 7.0;
+constexpr double numberLeading = 17.0;
 
 juce::Font numberFont()
 {
-    return juce::Font(numberHeight);
+    return {numberHeight};
 }
 
 float widthOf(const juce::String& number)
@@ -75,7 +75,7 @@ std::vector<double> Axis::getCurrentMarkerPositions() const
 
 juce::Rectangle<float> Axis::getNumberBounds(const AxisMarker& marker) const
 {
-    const float along = static_cast<float>(endMargin + marker.position * length());
+    const auto along = static_cast<float>(endMargin + marker.position * length());
     const float width = widthOf(marker.text);
     const float distance = tickLength + tickDistance;
     return isHorizontal(placement) ? besidePlot(along, width, distance, numberHeight)
@@ -92,8 +92,8 @@ int Axis::length() const
 juce::Rectangle<float> Axis::besidePlot(float along, float extent, float distance,
                                         float depth) const
 {
-    const float width = static_cast<float>(getWidth());
-    const float height = static_cast<float>(getHeight());
+    const auto width = static_cast<float>(getWidth());
+    const auto height = static_cast<float>(getHeight());
     const float start = along - extent / 2.0F;
     switch (placement)
     {
@@ -130,7 +130,7 @@ void Axis::paint(juce::Graphics& graphics)
     graphics.setColour(findColourOr(*this, lineColourId, text.withMultipliedAlpha(0.6F)));
     for (const AxisMarker& marker : markers)
     {
-        const float along = static_cast<float>(endMargin + marker.position * length());
+        const auto along = static_cast<float>(endMargin + marker.position * length());
         graphics.fillRect(besidePlot(along, 1.0F, 0.0F, tickLength));
     }
     graphics.setColour(text);
@@ -154,8 +154,8 @@ void Axis::drawNumbers(juce::Graphics& graphics) const
 
 void Axis::drawLabel(juce::Graphics& graphics) const
 {
-    const float width = static_cast<float>(getWidth());
-    const float height = static_cast<float>(getHeight());
+    const auto width = static_cast<float>(getWidth());
+    const auto height = static_cast<float>(getHeight());
     const float depth = isHorizontal(placement) ? height : width;
     const float along = isHorizontal(placement) ? width : height;
     if (label.isEmpty() || depth < tickLength + tickDistance + numberHeight + labelHeight)

@@ -67,9 +67,11 @@ std::vector<AxisMarker> equalSteps(juce::Range<double> range, const BaseValueMap
     Series series(range, mapping);
     const double first = std::ceil(range.getStart() / step - rounding);
     const double last = std::floor(range.getEnd() / step + rounding);
-    for (double n = first; n <= last; n += 1.0)
-        series.add(n * step, mapping.isByDecades() ? shortNumber(n * step, step)
-                                                   : plainNumber(n * step, step));
+    const int count = static_cast<int>(last - first) + 1;
+    for (int i = 0; i < count; ++i)
+        series.add((first + i) * step, mapping.isByDecades()
+                                           ? shortNumber((first + i) * step, step)
+                                           : plainNumber((first + i) * step, step));
     return series.take();
 }
 

@@ -152,7 +152,7 @@ void CurveEditor::drawHandle(juce::Graphics& graphics, int index, const Handle& 
     if (isActive)
     {
         graphics.setColour(ink);
-        graphics.strokePath(outline, juce::PathStrokeType(isFocusShown ? 2.0F : 1.0F));
+        graphics.strokePath(outline, juce::PathStrokeType(isFocusShown ? 1.5F : 1.0F));
     }
 }
 
@@ -160,7 +160,7 @@ void CurveEditor::drawLabel(juce::Graphics& graphics, const Handle& handle) cons
 {
     if (handle.label.isEmpty() || handle.labelHeight <= 0)
         return;
-    const float height = static_cast<float>(handle.labelHeight);
+    const auto height = static_cast<float>(handle.labelHeight);
     const juce::Font font(height);
     const juce::Point<float> centre = toPixels({handle.x, handle.y});
     const juce::Rectangle<float> room(centre.x + handle.size / 2.0F + 3.0F,

@@ -29,25 +29,37 @@ public:
         virtual ~Listener() = default;
 
         /// Comes with the first movement, not with the click.
-        virtual void handleDragStarted(CurveEditor*, int /*index*/, Handle&) {}
+        virtual void handleDragStarted(CurveEditor* /*editor*/, int /*index*/, Handle& /*handle*/)
+        {
+        }
 
         /// The handle has its new x and y, which may be changed.
-        virtual void handlePositionChanged(CurveEditor*, int /*index*/, Handle&) {}
+        virtual void handlePositionChanged(CurveEditor* /*editor*/, int /*index*/,
+                                           Handle& /*handle*/)
+        {
+        }
 
-        virtual void handleDragEnded(CurveEditor*, int /*index*/, Handle&) {}
+        virtual void handleDragEnded(CurveEditor* /*editor*/, int /*index*/, Handle& /*handle*/) {}
 
-        virtual void handleDoubleClick(CurveEditor*, int /*index*/, Handle&) {}
+        virtual void handleDoubleClick(CurveEditor* /*editor*/, int /*index*/, Handle& /*handle*/)
+        {
+        }
 
         /// The handle has gained or lost the keyboard.
-        virtual void handleFocusChanged(CurveEditor*, int /*index*/, Handle&) {}
+        virtual void handleFocusChanged(CurveEditor* /*editor*/, int /*index*/, Handle& /*handle*/)
+        {
+        }
 
-        virtual void backGroundClick(CurveEditor*, juce::Point<float> /*position*/) {}
+        virtual void backGroundClick(CurveEditor* /*editor*/, juce::Point<float> /*position*/) {}
 
-        virtual void backGroundDoubleClick(CurveEditor*, juce::Point<float> /*position*/) {}
+        virtual void backGroundDoubleClick(CurveEditor* /*editor*/, juce::Point<float> /*position*/)
+        {
+        }
 
         /// What to tell about a place in the plot: shown as tooltip, and told by screen readers as
         /// the value of a handle there. Empty for nothing.
-        virtual juce::String getCursorInfoFromPoint(CurveEditor*, juce::Point<float> /*position*/)
+        virtual juce::String getCursorInfoFromPoint(CurveEditor* /*editor*/,
+                                                    juce::Point<float> /*position*/)
         {
             return {};
         }

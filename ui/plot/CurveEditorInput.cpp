@@ -81,7 +81,7 @@ void CurveEditor::mouseMove(const juce::MouseEvent& event)
     setHovered(handleAt(event.position));
 }
 
-void CurveEditor::mouseExit(const juce::MouseEvent&)
+void CurveEditor::mouseExit(const juce::MouseEvent& /*event*/)
 {
     setHovered(none);
 }
@@ -99,6 +99,7 @@ void CurveEditor::mouseDown(const juce::MouseEvent& event)
     lastUsed = index;
     isFocusShown = false;
     keyboardPosition.reset();
+    repaintHandle(index);
     setHovered(index);
 }
 
@@ -158,7 +159,7 @@ void CurveEditor::mouseDoubleClick(const juce::MouseEvent& event)
 
 int CurveEditor::getKeyboardHandle() const
 {
-    if (handles.count(lastUsed) != 0 && hasOutline(handles.at(lastUsed)))
+    if (handles.contains(lastUsed) && hasOutline(handles.at(lastUsed)))
         return lastUsed;
     int lowest = none;
     for (const auto& [index, handle] : handles)
@@ -218,7 +219,7 @@ void CurveEditor::focusGained(FocusChangeType cause)
     notify(&Listener::handleFocusChanged, index, handle);
 }
 
-void CurveEditor::focusLost(FocusChangeType)
+void CurveEditor::focusLost(FocusChangeType /*cause*/)
 {
     isFocusShown = false;
     keyboardPosition.reset();

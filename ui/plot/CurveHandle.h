@@ -31,10 +31,10 @@ struct CurveHandle
     /// Quarter turns, clockwise.
     int rotation = 0;
     /// Drawn in a shade that can be told from the background.
-    juce::Colour colour;
+    juce::Colour colour{};
     /// The height of the label's text in pixels.
     int labelHeight = 0;
-    juce::String label;
+    juce::String label{};
     /// Dragging does not change x.
     bool isFixedSideways = false;
     /// Dragging does not change y.

@@ -78,24 +78,25 @@ void GraphStroke::draw(juce::Image& image, const std::vector<juce::Point<float>>
 void GraphStroke::sample(const std::vector<juce::Point<float>>& points, int width)
 {
     constexpr float infinity = std::numeric_limits<float>::infinity();
-    line.assign(static_cast<size_t>(width * slices + 2 * margin), {infinity, -infinity});
+    line.assign(static_cast<size_t>(width) * slices + 2 * static_cast<size_t>(margin),
+                {infinity, -infinity});
     for (size_t i = 1; i < points.size(); ++i)
         sampleLine(points[i - 1], points[i]);
 }
 
 void GraphStroke::sampleLine(juce::Point<float> from, juce::Point<float> to)
 {
-    const float last = static_cast<float>(line.size()) - 1.0F;
+    const auto last = static_cast<float>(line.size()) - 1.0F;
     const auto toSlices = [this](float x) { return x * slices + static_cast<float>(margin); };
     const float start = toSlices(from.x);
     const float end = toSlices(to.x);
     if (end < 0.0F || start > last)
         return;
     const float slope = end > start ? (to.y - from.y) / (end - start) : 0.0F;
-    const int lastSlice = static_cast<int>(std::min(end, last));
+    const auto lastSlice = static_cast<int>(std::min(end, last));
     for (int slice = static_cast<int>(std::max(start, 0.0F)); slice <= lastSlice; ++slice)
     {
-        const float left = static_cast<float>(slice);
+        const auto left = static_cast<float>(slice);
         const float entry = left <= start ? from.y : from.y + slope * (left - start);
         const float exit = left + 1.0F >= end ? to.y : from.y + slope * (left + 1.0F - start);
         line[static_cast<size_t>(slice)].include({std::min(entry, exit), std::max(entry, exit)});
@@ -126,7 +127,7 @@ GraphStroke::Span GraphStroke::penSpan(int slice, float radius) const
 /// Enters a column's coverage and returns its rows, of which the last may lie below the image.
 juce::Range<int> GraphStroke::coverColumn(int column, int height, float radius)
 {
-    const float bottom = static_cast<float>(height);
+    const auto bottom = static_cast<float>(height);
     juce::Range<int> rows;
     for (int i = 0; i < slices; ++i)
     {

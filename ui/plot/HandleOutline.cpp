@@ -6,6 +6,9 @@ namespace
 /// The side of the smallest area that can be grabbed without aiming, in pixels.
 constexpr float smallestGrabArea = 24.0F;
 
+/// Stays free at the edges of the plot for the line around the outline.
+constexpr float frame = 1.0F;
+
 /// How thick the bars of a tee are, as a share of its size.
 constexpr float teeThickness = 0.2F;
 
@@ -57,7 +60,7 @@ juce::Path handleOutline(const CurveHandle& handle, juce::Rectangle<float> plot)
     path.applyTransform(
         juce::AffineTransform::rotation(turn).scaled(handle.size).translated(centre));
     const juce::Rectangle<float> bounds = path.getBounds();
-    const juce::Rectangle<float> inside = bounds.constrainedWithin(plot);
+    const juce::Rectangle<float> inside = bounds.constrainedWithin(plot.reduced(frame));
     if (handle.shape == CurveHandle::triangle && handle.rotation % 4 == 0)
         return leaningTriangle(centre.x, inside);
     path.applyTransform(

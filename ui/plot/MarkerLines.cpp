@@ -30,6 +30,7 @@ struct Brush
         , cap(wholePixels(capHeight * scale))
         , dash(wholePixels(dashLength * scale))
     {
+        cap -= (cap - thickness) % 2;
     }
 
     /// The left edge of a line on whole pixels.
@@ -66,24 +67,24 @@ void drawOpenCap(const Brush& brush, juce::Rectangle<int> area)
     if (area.getWidth() < 3 * brush.thickness + 1)
     {
         // Too narrow for a hole: what is left are the upper and the lower end.
-        const int end = juce::jmax(brush.thickness, brush.cap / 4);
+        const int end = juce::jmax(brush.thickness, (brush.cap + 2) / 4);
         brush.graphics.fillRect(area.withHeight(end));
         brush.graphics.fillRect(area.withTop(area.getBottom() - end));
         return;
     }
-    const float thickness = static_cast<float>(brush.thickness) * ringThickness;
+    const auto thickness = static_cast<float>(brush.thickness) * ringThickness;
     const juce::Rectangle<float> middle = area.toFloat().reduced(thickness / 2.0F);
     brush.graphics.drawRoundedRectangle(middle, middle.getWidth() / 2.0F, thickness);
 }
 
 void drawFilledCap(const Brush& brush, juce::Rectangle<int> area)
 {
-    const float width = static_cast<float>(area.getWidth());
+    const auto width = static_cast<float>(area.getWidth());
     brush.graphics.fillRoundedRectangle(area.toFloat(), width / 2.0F);
 }
 
-/// The width of a cap that leaves a line's thickness between it and its neighbours' caps. Widths
-/// are odd or even as the line's thickness is, so that both have the same middle.
+/// The width of a cap that leaves a line's thickness between it and its neighbours' caps. It is odd
+/// or even as the thickness is, so that cap and line have the same middle.
 int capWidth(const Brush& brush, int distanceToNeighbour)
 {
     const int width =

@@ -65,8 +65,9 @@ void PlotPicture::setMarkerLines(const std::vector<MarkerLine>& newLines)
 
 void PlotPicture::draw(juce::Graphics& graphics, int width, int height, float scale)
 {
-    const int pixelWidth = static_cast<int>(std::ceil(static_cast<float>(width) * scale - 0.01F));
-    const int pixelHeight = static_cast<int>(std::ceil(static_cast<float>(height) * scale - 0.01F));
+    const auto pixelWidth = static_cast<int>(std::ceil(static_cast<float>(width) * scale - 0.01F));
+    const auto pixelHeight =
+        static_cast<int>(std::ceil(static_cast<float>(height) * scale - 0.01F));
     if (pixelWidth <= 0 || pixelHeight <= 0)
         return;
     if (scale != pixelScale || picture.getWidth() != pixelWidth ||
@@ -159,7 +160,7 @@ void PlotPicture::drawLine(const Curve& curve)
 
 void PlotPicture::drawFilling(const Curve& curve)
 {
-    const float bottom = static_cast<float>(picture.getHeight());
+    const auto bottom = static_cast<float>(picture.getHeight());
     juce::Path path;
     path.preallocateSpace(static_cast<int>(finitePoints.size()) * 3 + 16);
     path.startNewSubPath(finitePoints.front().withY(bottom));
