@@ -25,7 +25,7 @@ std::set<std::string> collectTexts()
     std::set<std::string> texts{"Factory presets", "User presets"};
     const std::regex call(R"re((?:translate|TRANS)\s*\(\s*((?:"(?:[^"\\]|\\.)*"\s*)+)\))re");
     const std::regex literal(R"re("((?:[^"\\]|\\.)*)")re");
-    for (const char* const name : {"plugin", "ui"})
+    for (const char* const name : {"plugin", "ui", "standalone"})
         for (const juce::File& file :
              project.getChildFile(name).findChildFiles(juce::File::findFiles, true, "*.cpp;*.h"))
         {

@@ -1,0 +1,191 @@
+#include "standalone/MainComponent.h"
+
+#include <algorithm>
+
+namespace
+{
+
+constexpr int refreshesPerSecond = 20;
+
+/// What libsndfile reads; others may be chosen with the last entry.
+constexpr const char* audioFiles = "*.wav;*.wave;*.rf64;*.w64;*.bwf;*.aif;*.aiff;*.aifc;*.caf;"
+                                   "*.flac;*.au;*.snd;*.ogg;*.oga;*.opus;*.mp3";
+
+} // namespace
+
+MainComponent::MainComponent(Session& sessionToShow)
+    : session(sessionToShow)
+    , transportBar(session.getPlayer())
+    , tooltips(this)
+    , editor(session.getProcessor().createEditorIfNeeded())
+{
+    setWantsKeyboardFocus(true);
+    transportBar.onOpen = [this] { chooseFile(); };
+    transportBar.onAudioSettings = [this] { showAudioSettings(); };
+    addChildComponent(noticeBar);
+    addAndMakeVisible(*editor);
+    addAndMakeVisible(transportBar);
+    lookWatcher = std::make_unique<LookAndFeelWatcher>(*editor, [this] { followLook(); });
+    followLook();
+    updateNotice();
+    fitEditor();
+    startTimerHz(refreshesPerSecond);
+}
+
+MainComponent::~MainComponent()
+{
+    stopTimer();
+    audioSettings.reset();
+    // The look may belong to the editor.
+    setLookAndFeel(nullptr);
+    lookWatcher.reset();
+    editor.reset();
+}
+
+int MainComponent::getExtraHeight() const
+{
+    return TransportBar::height + (noticeBar.isVisible() ? NoticeBar::height : 0);
+}
+
+juce::Rectangle<int> MainComponent::getMinimumArea() const
+{
+    const juce::ComponentBoundsConstrainer* const limits = editor->getConstrainer();
+    const auto smallest = limits == nullptr ? editor->getLocalBounds()
+                                            : juce::Rectangle<int>(limits->getMinimumWidth(),
+                                                                   limits->getMinimumHeight());
+    return {std::max(smallest.getWidth(), TransportBar::minimumWidth),
+            smallest.getHeight() + getExtraHeight()};
+}
+
+bool MainComponent::canBeResized() const
+{
+    return editor->isResizable();
+}
+
+void MainComponent::resized()
+{
+    const juce::ScopedValueSetter<bool> scope(isLayingOut, true);
+    auto area = getLocalBounds();
+    if (noticeBar.isVisible())
+        noticeBar.setBounds(area.removeFromTop(NoticeBar::height));
+    transportBar.setBounds(area.removeFromBottom(TransportBar::height));
+    editor->setBoundsConstrained(area);
+}
+
+void MainComponent::childBoundsChanged(juce::Component* child)
+{
+    if (child == editor.get() && !isLayingOut)
+        fitEditor();
+}
+
+void MainComponent::fitEditor()
+{
+    setSize(std::max(editor->getWidth(), TransportBar::minimumWidth),
+            editor->getHeight() + getExtraHeight());
+}
+
+void MainComponent::followLook()
+{
+    setLookAndFeel(&editor->getLookAndFeel());
+    transportBar.repaint();
+}
+
+void MainComponent::timerCallback()
+{
+    transportBar.refresh();
+    updateNotice();
+}
+
+std::optional<MainComponent::Notice> MainComponent::findNotice()
+{
+    AudioEngine& engine = session.getEngine();
+    if (problem.isNotEmpty())
+        return Notice{problem, juce::translate("Close"), [this] { problem.clear(); }};
+    if (!engine.hasDevice())
+        return Notice{
+            juce::translate("There is no audio device: files are played without a sound."),
+            juce::translate("Audio settings..."), [this] { showAudioSettings(); }};
+    if (engine.hasInput() && engine.isInputMuted())
+        return Notice{juce::translate(
+                          "The audio input is muted, so that nothing howls through loudspeakers."),
+                      juce::translate("Unmute"), [&engine] { engine.setInputMuted(false); }};
+    return std::nullopt;
+}
+
+void MainComponent::updateNotice()
+{
+    const auto notice = findNotice();
+    if (notice)
+        noticeBar.show(notice->text, notice->buttonText, notice->action);
+    if (notice.has_value() == noticeBar.isVisible())
+        return;
+    noticeBar.setVisible(notice.has_value());
+    fitEditor();
+    resized();
+}
+
+void MainComponent::openFile(const juce::File& file)
+{
+    problem = session.openFile(file);
+    transportBar.refresh();
+    updateNotice();
+}
+
+void MainComponent::chooseFile()
+{
+    fileChooser = std::make_unique<juce::FileChooser>(
+        juce::translate("Open an audio file"), session.getSettings().getFolder(), audioFiles);
+    const int options =
+        juce::FileBrowserComponent::openMode | juce::FileBrowserComponent::canSelectFiles;
+    fileChooser->launchAsync(options,
+                             [this](const juce::FileChooser& chooser)
+                             {
+                                 const juce::File chosen = chooser.getResult();
+                                 if (chosen != juce::File())
+                                     openFile(chosen);
+                             });
+}
+
+void MainComponent::showAudioSettings()
+{
+    if (audioSettings == nullptr)
+        audioSettings = std::make_unique<AudioSettingsWindow>(
+            session.getEngine(),
+            [this]
+            {
+                // Not while the window is calling.
+                juce::MessageManager::callAsync(
+                    [safe = juce::Component::SafePointer<MainComponent>(this)]
+                    {
+                        if (safe != nullptr)
+                            safe->audioSettings.reset();
+                    });
+            });
+    audioSettings->showOver(*this);
+}
+
+bool MainComponent::keyPressed(const juce::KeyPress& key)
+{
+    if (key == juce::KeyPress('o', juce::ModifierKeys::commandModifier, 0))
+    {
+        chooseFile();
+        return true;
+    }
+    if (key != juce::KeyPress::spaceKey)
+        return false;
+    if (auto* const button = dynamic_cast<juce::Button*>(getCurrentlyFocusedComponent()))
+        button->triggerClick();
+    else
+        transportBar.togglePlaying();
+    return true;
+}
+
+bool MainComponent::isInterestedInFileDrag(const juce::StringArray& files)
+{
+    return files.size() == 1;
+}
+
+void MainComponent::filesDropped(const juce::StringArray& files, int, int)
+{
+    openFile(juce::File(files[0]));
+}
