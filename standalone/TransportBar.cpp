@@ -5,7 +5,6 @@ namespace
 
 constexpr int margin = 6;
 constexpr int timeWidth = 104;
-constexpr int loopBoxWidth = 26;
 
 /// Minutes and seconds, with hours where there are any.
 juce::String formatTime(double seconds)
@@ -136,7 +135,8 @@ void TransportBar::resized()
     widest.setLookAndFeel(nullptr);
     place(playButton, playWidth);
     const juce::Font font = getLookAndFeel().getLabelFont(nameLabel);
-    place(loopButton, loopBoxWidth + font.getStringWidth(loopButton.getButtonText()) + margin);
+    loopButton.changeWidthToFitText();
+    place(loopButton, loopButton.getWidth());
 
     audioButton.setBounds(area.removeFromRight(audioButton.getBestWidthForHeight(lineHeight)));
     area.removeFromRight(margin);
