@@ -1,7 +1,9 @@
 # Icons and fonts, built into the binaries as data.
-file(GLOB artwork CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/resources/artwork/*.svg")
+file(GLOB artwork CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/resources/artwork/*.svg"
+  "${PROJECT_SOURCE_DIR}/resources/artwork/*.png")
 
-# The editor looks alike everywhere only with a font of its own, which comes with the system's packages.
+# The editor looks alike everywhere only with a font of its own, which comes with the system's packages;
+# where it is elsewhere, KALIM_FONT_Regular and KALIM_FONT_SemiBold name its files.
 foreach(weight IN ITEMS Regular SemiBold)
   find_file(KALIM_FONT_${weight} "Inter-${weight}.otf"
     PATHS /usr/share/fonts/opentype/inter REQUIRED)

@@ -2,7 +2,8 @@
 # What an earlier build put there goes first, so that renamed presets do not stay.
 
 file(GLOB earlier "${TO}/Vellacore_*")
-file(REMOVE_RECURSE "${TO}/Presets" ${earlier})
+file(REMOVE_RECURSE "${TO}/Presets" "${TO}/Licences" ${earlier})
 file(MAKE_DIRECTORY "${TO}")
 file(COPY "${FROM}/presets/" DESTINATION "${TO}/Presets")
+file(COPY "${FROM}/licences/" DESTINATION "${TO}/Licences")
 file(COPY "${FROM}/languages/" "${FROM}/help/" DESTINATION "${TO}")

@@ -3,7 +3,12 @@
 
 set(resources "${PROJECT_SOURCE_DIR}/resources")
 file(GLOB_RECURSE resource_files CONFIGURE_DEPENDS
-  "${resources}/presets/*.xml" "${resources}/languages/*.loc" "${resources}/help/*")
+  "${resources}/presets/*.xml" "${resources}/languages/*.loc" "${resources}/help/*"
+  "${resources}/licences/*")
+# What vanished or was renamed shows in the list only.
+set(resource_list "${PROJECT_BINARY_DIR}/resources.list")
+file(CONFIGURE OUTPUT "${resource_list}" CONTENT "${resource_files}")
+list(APPEND resource_files "${resource_list}")
 set(copy_script "${CMAKE_CURRENT_LIST_DIR}/CopyResources.cmake")
 
 set(resources_stamp "${PROJECT_BINARY_DIR}/resources.stamp")

@@ -10,5 +10,7 @@ endif()
 
 if(sanitizers)
   add_compile_options(-fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+  # g++ 12 takes values for uninitialised once it has instrumented them.
+  add_compile_options(-Wno-maybe-uninitialized)
   add_link_options(-fsanitize=${sanitizers})
 endif()

@@ -1,6 +1,18 @@
 #include "standalone/MainWindow.h"
 
+#include "Artwork.h"
+
 #include <memory>
+
+namespace
+{
+
+juce::Image makeIcon()
+{
+    return juce::ImageFileFormat::loadFrom(artwork::appIcon_png, artwork::appIcon_pngSize);
+}
+
+} // namespace
 
 MainWindow::MainWindow(Session& sessionToShow)
     : juce::DocumentWindow("Kalim",
@@ -21,6 +33,8 @@ MainWindow::MainWindow(Session& sessionToShow)
     restoreBounds();
     // Only now that it is complete, or the window system would see several windows come and go.
     addToDesktop();
+    if (juce::ComponentPeer* const peer = getPeer())
+        peer->setIcon(makeIcon());
     setVisible(true);
 }
 

@@ -27,6 +27,21 @@ void loadPresetEntries(juce::PopupMenu& menu, const juce::ValueTree& tree)
     }
 }
 
+/// The framework's own file chooser looks like the editor while it is open.
+class ScopedDefaultLook
+{
+public:
+    explicit ScopedDefaultLook(juce::LookAndFeel& look)
+    {
+        juce::LookAndFeel::setDefaultLookAndFeel(&look);
+    }
+
+    ~ScopedDefaultLook() { juce::LookAndFeel::setDefaultLookAndFeel(nullptr); }
+
+    ScopedDefaultLook(const ScopedDefaultLook&) = delete;
+    ScopedDefaultLook& operator=(const ScopedDefaultLook&) = delete;
+};
+
 /// What users type without the extension would not be listed, and must not replace another preset
 /// that they were not asked about.
 juce::File withPresetExtension(const juce::File& file)
@@ -46,6 +61,8 @@ BasePluginEditor::BasePluginEditor(BasePlugInProcessor* owner)
 {
     if ((juce::SystemStats::getOperatingSystemType() & juce::SystemStats::MacOSX) != 0)
         openGLContext.attachTo(*this);
+    // Another instance may have written the file since.
+    plugIn->getProperties().reload();
     BasePluginEditor::setTheme(
         static_cast<ThemeId>(plugIn->getProperties().getIntValue(themeKey, simplisticDark)));
     updatePresetMenu();
@@ -53,10 +70,9 @@ BasePluginEditor::BasePluginEditor(BasePlugInProcessor* owner)
 
 BasePluginEditor::~BasePluginEditor()
 {
+    // A host may close the editor while a menu is open, which is drawn by our theme.
+    juce::PopupMenu::dismissAllActiveMenus();
     openGLContext.detach();
-    const juce::LookAndFeel* const shown = &juce::LookAndFeel::getDefaultLookAndFeel();
-    if (shown == &steelTheme || shown == &darkTheme)
-        juce::LookAndFeel::setDefaultLookAndFeel(nullptr);
     setLookAndFeel(nullptr);
     presetMenu.setLookAndFeel(nullptr);
 }
@@ -66,10 +82,19 @@ void BasePluginEditor::setTheme(ThemeId id)
     BaseTheme* const theme = id == brushedSteel ? static_cast<BaseTheme*>(&steelTheme) : &darkTheme;
     setLookAndFeel(theme);
     presetMenu.setLookAndFeel(theme);
-    // For the windows that the framework opens: file choosers, the about box.
-    juce::LookAndFeel::setDefaultLookAndFeel(theme);
     themeId = id;
-    plugIn->getProperties().setValue(themeKey, static_cast<int>(id));
+    remember(themeKey, static_cast<int>(id));
+}
+
+void BasePluginEditor::remember(const char* key, int value)
+{
+    juce::PropertiesFile& file = plugIn->getProperties();
+    if (file.containsKey(key) && file.getIntValue(key) == value)
+        return;
+    // What other instances have written in the meantime stays.
+    file.reload();
+    file.setValue(key, value);
+    file.saveIfNeeded();
 }
 
 void BasePluginEditor::updatePresetMenu()
@@ -110,6 +135,7 @@ void BasePluginEditor::loadPresetFile(const juce::String& path)
     if (path.isEmpty())
     {
         const SafePointer<BasePluginEditor> self(this);
+        const ScopedDefaultLook look(getLookAndFeel());
         juce::FileChooser chooser(
             juce::translate("Please select the preset file you want to import..."),
             plugIn->getUserPresetFolder(), "*.xml", true, false);
@@ -128,6 +154,7 @@ void BasePluginEditor::savePresetFile(const juce::String& path)
     if (path.isEmpty())
     {
         const SafePointer<BasePluginEditor> self(this);
+        const ScopedDefaultLook look(getLookAndFeel());
         juce::FileChooser chooser(
             juce::translate("Please choose a file name for the preset file you want to export..."),
             plugIn->getUserPresetFolder(), "*.xml", true, false);

@@ -44,6 +44,9 @@ public:
     /// Exports a preset file; asks the user for its name if `path` is empty.
     void savePresetFile(const juce::String& path);
 
+    /// Keeps a property for the next editors, of this and of other instances.
+    void remember(const char* key, int value);
+
     /// For the host's highlighting of controls.
     int getControlParameterIndex(juce::Component& control) override;
 

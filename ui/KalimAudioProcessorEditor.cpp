@@ -3,6 +3,7 @@
 #include "ui/plot/LogarithmicValueMapping.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <memory>
 
 namespace
@@ -26,7 +27,9 @@ KalimAudioProcessorEditor::KalimAudioProcessorEditor(BasePlugInProcessor* owner)
 {
     addAndMakeVisible(header);
     addAndMakeVisible(spectrumCurveEditor);
+    spectrumCurveEditor.setTitle(juce::translate("Spectral level (dB)"));
     addControls();
+    setTabOrder();
     addAndMakeVisible(resizer);
 
     setSize(smallestWidth, smallestHeight);
@@ -41,6 +44,15 @@ KalimAudioProcessorEditor::KalimAudioProcessorEditor(BasePlugInProcessor* owner)
     header.attach(this, plugIn);
     parametersChanged = false;
     startTimer(refreshMilliseconds);
+}
+
+void KalimAudioProcessorEditor::setTabOrder()
+{
+    int order = 0;
+    for (juce::Component* const component : std::initializer_list<juce::Component*>{
+             &header, &spectrumCurveEditor, &frequencySlider, &sensitivitySlider, &adaptivitySlider,
+             &harmonicsSlider, &oddHarmonicsToggle, &aggresiveToggle, &residualToggle})
+        component->setExplicitFocusOrder(++order);
 }
 
 void KalimAudioProcessorEditor::addControls()
@@ -76,8 +88,8 @@ KalimAudioProcessorEditor::~KalimAudioProcessorEditor()
     stopTimer();
     plugIn->removeListener(this);
     spectrumCurveEditor.removeListener(this);
-    plugIn->getProperties().setValue(widthKey, getWidth());
-    plugIn->getProperties().setValue(heightKey, getHeight());
+    remember(widthKey, getWidth());
+    remember(heightKey, getHeight());
 }
 
 void KalimAudioProcessorEditor::addKnob(ParameterSlider& slider, const juce::String& tooltip,
@@ -123,8 +135,12 @@ void KalimAudioProcessorEditor::addAxes()
 void KalimAudioProcessorEditor::restoreSize()
 {
     // A file may say anything; the window must stay on the screen.
+    constexpr int largestWithoutScreen = 1 << 14;
     const auto limit = [](int value, int smallest, int screen)
-    { return std::clamp(value, smallest, std::max(smallest, screen)); };
+    {
+        const int largest = screen > 0 ? screen : largestWithoutScreen;
+        return std::clamp(value, smallest, std::max(smallest, largest));
+    };
     const juce::Rectangle<int> screens =
         juce::Desktop::getInstance().getDisplays().getTotalBounds(true);
     const juce::PropertiesFile& remembered = plugIn->getProperties();
@@ -207,8 +223,11 @@ void KalimAudioProcessorEditor::buttonClicked(juce::Button* button)
     const int id = button == &residualToggle       ? Kalimmer::ResidualMode
                    : button == &oddHarmonicsToggle ? Kalimmer::OnlyOddHarmonics
                                                    : Kalimmer::AggressiveMode;
+    const int index = plugIn->findPublicParameterIndex(id);
+    plugIn->beginParameterGesture(index);
     kalimmer->setParameterValue(id, button->getToggleState() ? 1.0F : 0.0F, true);
     plugIn->notifyInternalParameterChange(id);
+    plugIn->endParameterGesture(index);
     if (button == &aggresiveToggle)
         sensitivitySlider.setEnabled(!button->getToggleState());
 }
@@ -221,9 +240,23 @@ void KalimAudioProcessorEditor::sliderDragStarted(juce::Slider*)
 // The slider writes its parameter itself.
 void KalimAudioProcessorEditor::sliderValueChanged(juce::Slider*) {}
 
-void KalimAudioProcessorEditor::handleDragStarted(CurveEditor*, int, CurveEditor::Handle&)
+void KalimAudioProcessorEditor::handleDragStarted(CurveEditor*, int index, CurveEditor::Handle&)
 {
     plugIn->addUndoState();
+    if (index == 0)
+        frequencySlider.startedDragging();
+}
+
+void KalimAudioProcessorEditor::handleDragEnded(CurveEditor*, int index, CurveEditor::Handle&)
+{
+    // After the last value, which is on its way.
+    if (index == 0)
+        juce::MessageManager::callAsync(
+            [slider = SafePointer<ParameterSlider>(&frequencySlider)]
+            {
+                if (slider != nullptr)
+                    slider->stoppedDragging();
+            });
 }
 
 void KalimAudioProcessorEditor::handlePositionChanged(CurveEditor*, int index,

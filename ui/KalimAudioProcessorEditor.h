@@ -41,6 +41,7 @@ public:
 
 private:
     void addControls();
+    void setTabOrder();
     void addKnob(ParameterSlider& slider, const juce::String& tooltip, juce::Label& label,
                  const juce::String& text);
     void addToggle(juce::ToggleButton& toggle, const juce::String& text,
@@ -57,6 +58,7 @@ private:
     void sliderDragStarted(juce::Slider* slider) override;
     void sliderValueChanged(juce::Slider* slider) override;
     void handleDragStarted(CurveEditor* editor, int index, CurveEditor::Handle& handle) override;
+    void handleDragEnded(CurveEditor* editor, int index, CurveEditor::Handle& handle) override;
     void handlePositionChanged(CurveEditor* editor, int index,
                                CurveEditor::Handle& handle) override;
     juce::String getCursorInfoFromPoint(CurveEditor* editor, juce::Point<float> position) override;

@@ -1,5 +1,7 @@
 #include "ui/ParameterSlider.h"
 
+#include <utility>
+
 namespace
 {
 
@@ -22,6 +24,12 @@ ParameterSlider::ParameterSlider(const juce::String& name)
 {
 }
 
+ParameterSlider::~ParameterSlider()
+{
+    // The base ends a drag only when this part is gone already.
+    stoppedDragging();
+}
+
 void ParameterSlider::attachParameter(BasePlugInProcessor* newPlugIn,
                                       orvo::audio::BaseAudioProcessor* dsp, int id, bool flag)
 {
@@ -41,7 +49,8 @@ void ParameterSlider::attachParameter(BasePlugInProcessor* newPlugIn,
     setRange(min, max, description->getInterval());
     setValue(processor->getParameterValue(id), juce::dontSendNotification);
     enabled = true;
-    setDoubleClickReturnValue(true, description->getDefaultValue());
+    // Without the modifier that would do the same as a double click: it asks for fine steps here.
+    setDoubleClickReturnValue(true, description->getDefaultValue(), juce::ModifierKeys());
     fineStep = description->getInterval();
 }
 
@@ -55,13 +64,14 @@ void ParameterSlider::valueChanged()
 
 void ParameterSlider::startedDragging()
 {
-    if (plugIn != nullptr)
-        plugIn->beginParameterGesture(publicParameterIndex);
+    if (plugIn == nullptr || std::exchange(isGestureOpen, true))
+        return;
+    plugIn->beginParameterGesture(publicParameterIndex);
 }
 
 void ParameterSlider::stoppedDragging()
 {
-    if (plugIn != nullptr)
+    if (std::exchange(isGestureOpen, false))
         plugIn->endParameterGesture(publicParameterIndex);
 }
 
@@ -78,7 +88,7 @@ void ParameterSlider::mouseDrag(const juce::MouseEvent& event)
         juce::Slider::mouseDrag(event);
         return;
     }
-    if (!isTimeForAFineStep())
+    if (!isEnabled() || !isTimeForAFineStep())
         return;
     const bool isHorizontal =
         getSliderStyle() == RotaryHorizontalDrag || juce::Slider::isHorizontal();
@@ -101,11 +111,12 @@ void ParameterSlider::mouseWheelMove(const juce::MouseEvent& event,
         return;
     }
     isWheelFine = true;
-    if (!isTimeForAFineStep())
+    if (!isEnabled() || !isTimeForAFineStep())
         return;
     if (!wheel.isInertial)
     {
         const double direction = (wheel.deltaY >= 0.0F) == wheel.isReversed ? -1.0 : 1.0;
+        const ScopedDragNotification gesture(*this);
         setValue(getValue() + direction * static_cast<double>(fineStep), juce::sendNotification);
     }
     lastFineStepTime = juce::Time::getMillisecondCounterHiRes();

@@ -11,6 +11,7 @@ class ParameterSlider : public juce::Slider
 {
 public:
     explicit ParameterSlider(const juce::String& name);
+    ~ParameterSlider() override;
 
     /// Binds the slider to the processor's parameter `id` and takes over its range, value and
     /// default; where the parameter is not public, range and value stay. `flag` is handed to the
@@ -49,4 +50,5 @@ private:
     juce::Point<int> lastFinePosition;
     double lastFineStepTime = 0.0;
     bool isWheelFine = false;
+    bool isGestureOpen = false;
 };

@@ -65,8 +65,16 @@ PlugInEditorHeader::PlugInEditorHeader()
     logoButton.setImages(makeDrawable(orvotechLogo_svg).get());
 
     setSize(800, 200);
+    for (juce::Button* const slot : {&aSettingsButton, &bSettingsButton})
+        slot->setToggleable(true);
     aSettingsButton.setToggleState(true, juce::dontSendNotification);
     setInterceptsMouseClicks(false, true);
+}
+
+PlugInEditorHeader::~PlugInEditorHeader()
+{
+    // The window would stay, in front of everything, without the plug-in that it is about.
+    aboutWindow.deleteAndZero();
 }
 
 std::unique_ptr<juce::Drawable> PlugInEditorHeader::makeDrawable(const Icon& icon)
@@ -103,8 +111,10 @@ void PlugInEditorHeader::attach(BasePluginEditor* editor, BasePlugInProcessor* p
 
 void PlugInEditorHeader::updatePresetName()
 {
-    if (plugIn != nullptr)
-        currentPresetButton.setButtonText(plugIn->getCurrentPresetName());
+    if (plugIn == nullptr)
+        return;
+    currentPresetButton.setButtonText(plugIn->getCurrentPresetName());
+    currentPresetButton.setTitle(plugIn->getCurrentPresetName());
 }
 
 void PlugInEditorHeader::paint(juce::Graphics& g)
@@ -137,6 +147,19 @@ void PlugInEditorHeader::resized()
     place(nextPresetButton, width - 216);
     logoButton.setBounds(8, 0, 80, 40);
     updateLayout();
+}
+
+void PlugInEditorHeader::paintOverChildren(juce::Graphics& g)
+{
+    if (!logoButton.hasKeyboardFocus(false))
+        return;
+    g.setColour(findColour(juce::TextEditor::focusedOutlineColourId));
+    g.drawRoundedRectangle(logoButton.getBounds().toFloat().reduced(0.0F, 4.0F), 4.0F, 2.0F);
+}
+
+void PlugInEditorHeader::focusOfChildComponentChanged(FocusChangeType)
+{
+    repaint();
 }
 
 void PlugInEditorHeader::lookAndFeelChanged()
@@ -197,8 +220,11 @@ void PlugInEditorHeader::activateSettings(bool isA)
 void PlugInEditorHeader::stepPreset(int step)
 {
     const int count = plugIn->getNumPrograms();
-    if (count >= 1)
-        plugIn->setCurrentProgram((count + plugIn->getCurrentProgram() + step) % count);
+    if (count < 1)
+        return;
+    // Hosts may have set any number.
+    const int current = juce::jlimit(0, count - 1, plugIn->getCurrentProgram());
+    plugIn->setCurrentProgram((count + current + step) % count);
 }
 
 void PlugInEditorHeader::updatePlugInMenu()
@@ -268,8 +294,10 @@ void PlugInEditorHeader::showAboutDialog()
     options.componentToCentreAround = getParentComponent();
     options.dialogBackgroundColour = juce::Colours::white;
     options.useNativeTitleBar = true;
-    options.resizable = false;
-    options.launchAsync()->setAlwaysOnTop(true);
+    aboutWindow.deleteAndZero();
+    aboutWindow = options.launchAsync();
+    aboutWindow->setLookAndFeel(&getLookAndFeel());
+    aboutWindow->setAlwaysOnTop(true);
 }
 
 juce::String PlugInEditorHeader::getTitle() const

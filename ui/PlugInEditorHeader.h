@@ -27,6 +27,7 @@ public:
     };
 
     PlugInEditorHeader();
+    ~PlugInEditorHeader() override;
 
     /// Joins the header to its editor and the processor, and makes the A and B settings equal.
     void attach(BasePluginEditor* editor, BasePlugInProcessor* processor);
@@ -59,7 +60,9 @@ public:
 
     void paint(juce::Graphics& g) override;
     void resized() override;
+    void paintOverChildren(juce::Graphics& g) override;
     void lookAndFeelChanged() override;
+    void focusOfChildComponentChanged(FocusChangeType cause) override;
     void buttonClicked(juce::Button* button) override;
 
     /// Items at the top of the plug-in's menu, by id.
@@ -101,6 +104,7 @@ private:
     BasePluginEditor* owner = nullptr;
     BasePlugInProcessor* plugIn = nullptr;
     juce::PopupMenu plugInMenu;
+    juce::Component::SafePointer<juce::DialogWindow> aboutWindow;
     orvo::audio::ListenerRegistry<Listener> listeners;
 
     IconButton undoButton{"undoButton"};

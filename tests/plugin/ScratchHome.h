@@ -15,6 +15,7 @@ public:
         folder = mkdtemp(name.data());
         setenv("HOME", folder.c_str(), 1);
         setenv("LC_ALL", "C", 1);
+        unsetenv("LANGUAGE");
     }
 
     ~ScratchHome() { std::filesystem::remove_all(folder); }

@@ -65,6 +65,7 @@ TEST_F(Editor, opensAtItsLastSizeIfThatIsSensible)
         editor.reset();
         plugIn.getProperties().setValue("Kalim-LastWindowWidth", width);
         plugIn.getProperties().setValue("Kalim-LastWindowHeight", height);
+        plugIn.getProperties().saveIfNeeded();
         reopen();
         return juce::Point<int>(editor->getWidth(), editor->getHeight());
     };
@@ -74,11 +75,12 @@ TEST_F(Editor, opensAtItsLastSizeIfThatIsSensible)
     EXPECT_LT(huge.y, 100000);
     sizeWith(680, 424);
     editor->setSize(690, 431);
+    reopen();
+    EXPECT_EQ(editor->getBounds(), juce::Rectangle<int>(690, 431));
     editor.reset();
-    EXPECT_EQ(plugIn.getProperties().getIntValue("Kalim-LastWindowWidth"), 690);
-    EXPECT_EQ(plugIn.getProperties().getIntValue("Kalim-LastWindowHeight"), 431);
     plugIn.getProperties().removeValue("Kalim-LastWindowWidth");
     plugIn.getProperties().removeValue("Kalim-LastWindowHeight");
+    plugIn.getProperties().saveIfNeeded();
 }
 
 TEST_F(Editor, writesItsSwitchesWithOneUndoStepEach)

@@ -2,7 +2,7 @@
 #include "tests/ui/OpenEditor.h"
 #include "ui/MenuItems.h"
 
-#include <string>
+#include <limits>
 
 namespace
 {
@@ -48,6 +48,8 @@ TEST_F(Header, switchesBetweenTwoSettingsThatBeginEqual)
     reopen();
     EXPECT_TRUE(find<juce::Button>("aSettingsButton").getToggleState());
     click("aSettingsButton"); // active already
+    EXPECT_TRUE(find<juce::Button>("aSettingsButton").getToggleState());
+    EXPECT_FALSE(find<juce::Button>("bSettingsButton").getToggleState());
     click("bSettingsButton");
     EXPECT_EQ(valueOf(Kalimmer::FundamentalFrequency), 60.0F);
     EXPECT_FALSE(find<juce::Button>("aSettingsButton").getToggleState());
@@ -106,6 +108,7 @@ TEST_F(Header, offersHelpThemesAndAbout)
 TEST_F(Header, keepsAnUnknownThemeAsItIsAndShowsTheDarkOne)
 {
     plugIn.getProperties().setValue("ThemeId", 7);
+    plugIn.getProperties().saveIfNeeded();
     reopen();
     EXPECT_EQ(static_cast<int>(editor->getTheme()), 7);
     EXPECT_NE(dynamic_cast<DarkTheme*>(&editor->getLookAndFeel()), nullptr);
@@ -157,11 +160,24 @@ TEST_F(Header, savesAndLoadsPresetsOfTheUser)
     EXPECT_TRUE(file.deleteFile());
 }
 
-TEST_F(Header, doesNothingWithoutPresetsOrBeforeItIsAttached)
+TEST_F(Header, survivesNumbersOfProgramsThatDoNotExist)
 {
-    PlugInEditorHeader header;
-    for (juce::Component* const child : header.getChildren())
-        if (child->getName() != "logoButton")
-            header.buttonClicked(dynamic_cast<juce::Button*>(child));
-    header.updatePresetName();
+    for (const int wrong : {-5, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()})
+    {
+        plugIn.setCurrentProgram(wrong);
+        click("nextPresetButton");
+        EXPECT_TRUE(juce::isPositiveAndBelow(plugIn.getCurrentProgram(), plugIn.getNumPrograms()));
+    }
+}
+
+TEST_F(Header, showsWhatOtherInstancesHaveChosen)
+{
+    KalimAudioProcessor other;
+    {
+        KalimAudioProcessorEditor otherEditor(&other);
+        otherEditor.setTheme(BasePluginEditor::brushedSteel);
+    }
+    reopen();
+    EXPECT_EQ(editor->getTheme(), BasePluginEditor::brushedSteel);
+    editor->setTheme(BasePluginEditor::simplisticDark);
 }

@@ -137,6 +137,7 @@ TEST_F(Knob, turnsByOneStepAtATimeWithAModifierAndTheWheel)
     turnWheel(control, 0.3F);
     turnWheel(control, 0.3F); // too soon
     EXPECT_EQ(slider.getValue(), 16.0);
+    EXPECT_EQ(told, "(2v2)2");
     turnWheel(shift, 0.3F, true); // the momentum of a fine move
     EXPECT_EQ(slider.getValue(), 16.0);
     juce::Thread::sleep(60);
@@ -144,4 +145,22 @@ TEST_F(Knob, turnsByOneStepAtATimeWithAModifierAndTheWheel)
     EXPECT_EQ(slider.getValue(), 15.0);
     turnWheel(0, 0.3F);
     EXPECT_GT(slider.getValue(), 15.0);
+
+    slider.setEnabled(false);
+    const double value = slider.getValue();
+    juce::Thread::sleep(60);
+    turnWheel(control, 0.3F);
+    slider.mouseDrag(at(10, control | leftButton));
+    EXPECT_EQ(slider.getValue(), value);
+}
+
+TEST_F(Knob, letsGoOfItsParameterWhenItIsDestroyedInADrag)
+{
+    {
+        ParameterSlider dragged("dragged");
+        dragged.attachParameter(&plugIn, plugIn.getBaseProcessor().get(), Kalimmer::Sensitivity,
+                                true);
+        dragged.startedDragging();
+    }
+    EXPECT_EQ(told, "(1)1");
 }
