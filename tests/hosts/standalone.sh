@@ -4,7 +4,7 @@ set -eu
 program=$1
 file=$2
 
-for tool in Xvfb xvfb-run xauth openbox xdotool import identify convert compare base64; do
+for tool in Xvfb xvfb-run xauth openbox xdotool wmctrl import identify convert compare base64; do
     if ! command -v "$tool" >/dev/null 2>&1; then
         echo "skipped: $tool is not installed"
         exit 77
@@ -54,6 +54,13 @@ settings="$HOME/Orvotech/KalimStandalone.prop"
 : >"$work/said"
 openbox >"$work/manager" 2>&1 &
 manager=$!
+# A window that is there before its manager does not survive.
+tries=0
+until wmctrl -m >/dev/null 2>&1; do
+    tries=$((tries + 1))
+    [ "$tries" -lt 100 ] || fail "the window manager does not start"
+    sleep 0.1
+done
 
 start() {
     "$program" "$@" >"$work/said" 2>&1 &
@@ -78,7 +85,7 @@ differences() {
 }
 
 close() {
-    xdotool key alt+F4
+    wmctrl -i -c "$window"
     tries=0
     while kill -0 "$app" 2>/dev/null; do
         tries=$((tries + 1))
@@ -114,6 +121,17 @@ bar "$work/playing.png" "$work/playing-bar.png"
 # The loop switch, beside the two buttons on the left.
 xdotool mousemove --window "$window" 160 $((line - 20)) click 1
 sleep 1
+# The editor, below the notice that there is no audio device: the last of the switches, and the first of
+# the knobs, which is dragged upwards.
+notice=30
+xdotool mousemove --window "$window" 410 $((notice + 398)) click 1
+xdotool mousemove --window "$window" 52 $((notice + 352)) mousedown 1
+for step in 10 20 30 40; do
+    xdotool mousemove --window "$window" 52 $((notice + 352 - step))
+    sleep 0.1
+done
+xdotool mouseup 1
+sleep 0.5
 xdotool windowmove "$window" 111 122
 sleep 1
 [ -z "${KALIM_KEEP_PICTURES:-}" ] || cp "$work"/*.png "$KALIM_KEEP_PICTURES"
@@ -123,6 +141,10 @@ close
 remembered() { sed -n "s/.*name=\"$1\" val=\"\([^\"]*\)\".*/\1/p" "$settings"; }
 remembered State | base64 -d 2>/dev/null | head -c 4 | grep -q OVRO ||
     fail "the state is '$(remembered State)'"
+value() { remembered State | base64 -d | od -A n -t f4 -j $((20 + 8 * $1)) -N 4 | tr -d ' '; }
+[ "$(value 6)" = 1 ] || fail "the switch for the removed signal is $(value 6)"
+awk -v frequency="$(value 0)" 'BEGIN { exit !(frequency > 55 && frequency < 450) }' ||
+    fail "the knob for the frequency is at $(value 0)"
 [ "$(remembered Folder)" = "$(dirname "$file")" ] || fail "the folder is '$(remembered Folder)'"
 [ "$(remembered InputMuted)" = 1 ] || fail "the input is not muted"
 [ "$(remembered Looping)" = 1 ] || fail "the loop switch was not switched on"
