@@ -2,18 +2,16 @@
 #include "dsp/hum/SteadyState.h"
 #include "dsp/hum/TrackerBank.h"
 #include "tests/support/InstructionSets.h"
+#include "tests/support/PlainEngine.h"
 #include "tests/support/TestSignals.h"
 
 #include <gtest/gtest.h>
-
-#include <vector>
 
 using namespace testing_support;
 using orvo::audio::HarmonicSelection;
 using orvo::audio::IirCoefficients;
 using orvo::audio::IirFilter64;
 using orvo::audio::NotchCascade;
-using orvo::audio::SinusoidalSynthesis;
 using orvo::audio::TrackerBank;
 
 namespace
@@ -25,66 +23,6 @@ constexpr double sampleRate = 48000.0;
 // far below single precision, so what remains is the rounding of a few samples to the other
 // neighbour.
 constexpr float rounding = 1.2e-7F;
-
-/// Subtracts what each tracker makes by itself.
-class PlainBank
-{
-public:
-    PlainBank(int numChannels, double rate)
-        : trackers(HarmonicSelection::maximum)
-    {
-        for (SinusoidalSynthesis& tracker : trackers)
-            tracker.setFormat(numChannels, rate);
-    }
-
-    Signal32 clean(const Signal32& frame, float fundamental, HarmonicSelection selection)
-    {
-        Signal32 output = frame;
-        for (int index = 0; index < selection.count; ++index)
-            output =
-                difference(output, trackers[static_cast<std::size_t>(index)].generateSignal(
-                                       frame, fundamental, selection.getHarmonicNumber(index)));
-        return output;
-    }
-
-    bool isPresent(int index) const
-    {
-        return trackers[static_cast<std::size_t>(index)].isSinusoidalPresent();
-    }
-
-private:
-    std::vector<SinusoidalSynthesis> trackers;
-};
-
-/// The cascade by its definition, stage after stage.
-class PlainCascade
-{
-public:
-    PlainCascade()
-        : filters(HarmonicSelection::maximum)
-    {
-    }
-
-    Signal32 clean(const Signal32& frame, float fundamental, HarmonicSelection selection)
-    {
-        Signal32 output = frame;
-        for (int index = 0; index < selection.count; ++index)
-        {
-            const float frequency = selection.getFrequency(index, fundamental);
-            if (!(static_cast<float>(0.49 * sampleRate) > frequency))
-                continue;
-            IirFilter64& filter = filters[static_cast<std::size_t>(index)];
-            filter.setFilter(
-                frame.getNumChannels(),
-                IirCoefficients::createBandPass(static_cast<double>(frequency), 25.0, sampleRate));
-            output = difference(output, filter.process(output.toSignal64()).toSignal32());
-        }
-        return output;
-    }
-
-private:
-    std::vector<IirFilter64> filters;
-};
 
 /// A fundamental that wanders, as a tracked one does.
 float wandering(int frame)
@@ -149,7 +87,7 @@ TEST(NotchCascade, doesWhatItsStagesDoOneAfterTheOther)
             {
                 NotchCascade cascade;
                 cascade.setFormat(2, sampleRate);
-                PlainCascade plain;
+                PlainCascade plain(sampleRate);
                 int position = 0;
                 for (const int length : {2048, 1, 3, 15, 16, 17, 64, 2048, 500, 2048})
                 {
