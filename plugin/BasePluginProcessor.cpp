@@ -273,7 +273,9 @@ void BasePlugInProcessor::switchToAlternateSettings()
     juce::MemoryBlock other;
     {
         const std::lock_guard lock(settingsGuard);
-        other = alternateSettings;
+        // The framework copies an empty block through null pointers.
+        if (!alternateSettings.isEmpty())
+            other = alternateSettings;
     }
     loadSettingsBlock(other);
     const std::lock_guard lock(settingsGuard);
