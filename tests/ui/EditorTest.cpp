@@ -59,6 +59,15 @@ TEST_F(Editor, hasItsControlsWhereTheyBelong)
 
 TEST_F(Editor, opensAtItsLastSizeIfThatIsSensible)
 {
+    const auto forget = [&]
+    {
+        editor.reset();
+        plugIn.getProperties().removeValue("Kalim-LastWindowWidth");
+        plugIn.getProperties().removeValue("Kalim-LastWindowHeight");
+        plugIn.getProperties().save();
+    };
+    forget();
+    reopen();
     EXPECT_EQ(editor->getBounds(), juce::Rectangle<int>(680, 424));
     const auto sizeWith = [&](const juce::var& width, const juce::var& height)
     {
@@ -77,10 +86,7 @@ TEST_F(Editor, opensAtItsLastSizeIfThatIsSensible)
     editor->setSize(690, 431);
     reopen();
     EXPECT_EQ(editor->getBounds(), juce::Rectangle<int>(690, 431));
-    editor.reset();
-    plugIn.getProperties().removeValue("Kalim-LastWindowWidth");
-    plugIn.getProperties().removeValue("Kalim-LastWindowHeight");
-    plugIn.getProperties().saveIfNeeded();
+    forget();
 }
 
 TEST_F(Editor, writesItsSwitchesWithOneUndoStepEach)
