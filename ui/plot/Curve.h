@@ -22,6 +22,8 @@ struct Curve
     {
     }
 
+    bool operator==(const Curve& other) const = default;
+
     Points points;
     /// Between the line and the lower edge.
     juce::Colour fill;

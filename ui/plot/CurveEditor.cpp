@@ -20,8 +20,8 @@ CurveEditor::~CurveEditor()
 
 void CurveEditor::setCurve(int index, const Curve& curve)
 {
-    picture.setCurve(index, curve);
-    repaint();
+    if (picture.setCurve(index, curve))
+        repaint();
 }
 
 void CurveEditor::setHandle(int index, const Handle& handle)

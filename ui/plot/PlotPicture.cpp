@@ -49,10 +49,14 @@ void PlotPicture::setGrid(std::vector<double> horizontal, std::vector<double> ve
     isBackdropCurrent = false;
 }
 
-void PlotPicture::setCurve(int index, const Curve& curve)
+bool PlotPicture::setCurve(int index, const Curve& curve)
 {
-    curves[index] = curve;
+    const auto [place, isNew] = curves.try_emplace(index, curve);
+    if (!isNew && place->second == curve)
+        return false;
+    place->second = curve;
     isPictureCurrent = false;
+    return true;
 }
 
 void PlotPicture::setMarkerLines(const std::vector<MarkerLine>& newLines)

@@ -29,7 +29,8 @@ public:
     void setGrid(std::vector<double> horizontal, std::vector<double> vertical);
 
     /// Curves are drawn in ascending order of their numbers.
-    void setCurve(int index, const Curve& curve);
+    /// Returns whether the curve differs from the one before.
+    bool setCurve(int index, const Curve& curve);
 
     /// In ascending order of x.
     void setMarkerLines(const std::vector<MarkerLine>& newLines);
