@@ -41,4 +41,10 @@ std::unique_ptr<juce::PropertiesFile> open(const juce::String& applicationName,
     return std::make_unique<juce::PropertiesFile>(putAsideIfUnsafe(file), options);
 }
 
+void reload(juce::PropertiesFile& properties)
+{
+    if (putAsideIfUnsafe(properties.getFile()) == properties.getFile())
+        properties.reload();
+}
+
 } // namespace SettingsFile

@@ -14,4 +14,8 @@ namespace SettingsFile
 std::unique_ptr<juce::PropertiesFile> open(const juce::String& applicationName,
                                            const juce::File& folderOfBinary);
 
+/// Takes over what others have written to the file since it was read, with the same care. Message
+/// thread.
+void reload(juce::PropertiesFile& properties);
+
 } // namespace SettingsFile

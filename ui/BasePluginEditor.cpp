@@ -1,5 +1,6 @@
 #include "ui/BasePluginEditor.h"
 
+#include "plugin/SettingsFile.h"
 #include "ui/MenuItems.h"
 #include "ui/ParameterSlider.h"
 
@@ -62,7 +63,7 @@ BasePluginEditor::BasePluginEditor(BasePlugInProcessor* owner)
     if ((juce::SystemStats::getOperatingSystemType() & juce::SystemStats::MacOSX) != 0)
         openGLContext.attachTo(*this);
     // Another instance may have written the file since.
-    plugIn->getProperties().reload();
+    SettingsFile::reload(plugIn->getProperties());
     BasePluginEditor::setTheme(
         static_cast<ThemeId>(plugIn->getProperties().getIntValue(themeKey, simplisticDark)));
     updatePresetMenu();
@@ -92,7 +93,7 @@ void BasePluginEditor::remember(const char* key, int value)
     if (file.containsKey(key) && file.getIntValue(key) == value)
         return;
     // What other instances have written in the meantime stays.
-    file.reload();
+    SettingsFile::reload(file);
     file.setValue(key, value);
     file.saveIfNeeded();
 }
