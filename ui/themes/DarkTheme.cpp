@@ -1,16 +1,11 @@
 #include "ui/themes/DarkTheme.h"
 
+#include "ui/themes/KnobArc.h"
+
 namespace
 {
 
 constexpr float scaleWidth = 4.0F;
-
-juce::Path makeArc(juce::Point<float> centre, float radius, float from, float to)
-{
-    juce::Path arc;
-    arc.addCentredArc(centre.x, centre.y, radius, radius, 0.0F, from, to, true);
-    return arc;
-}
 
 } // namespace
 
@@ -96,10 +91,10 @@ void DarkTheme::drawKnobScale(juce::Graphics& g, juce::Point<float> centre, floa
     const juce::PathStrokeType stroke(scaleWidth, juce::PathStrokeType::curved,
                                       juce::PathStrokeType::rounded);
     g.setColour(state.isEnabled ? palette.track : palette.track.withMultipliedAlpha(0.6F));
-    g.strokePath(makeArc(centre, middle, angles.getStart(), angles.getEnd()), stroke);
+    g.strokePath(makeKnobArc(centre, middle, angles.getStart(), angles.getEnd()), stroke);
     g.setColour(state.isEnabled ? palette.accent : palette.mutedAccent);
     if (valueAngle - angles.getStart() > 0.01F)
-        g.strokePath(makeArc(centre, middle, angles.getStart(), valueAngle), stroke);
+        g.strokePath(makeKnobArc(centre, middle, angles.getStart(), valueAngle), stroke);
 }
 
 void DarkTheme::drawCap(juce::Graphics& g, juce::Point<float> centre, float radius,

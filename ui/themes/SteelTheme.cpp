@@ -1,6 +1,7 @@
 #include "ui/themes/SteelTheme.h"
 
 #include "ui/themes/BrushedMetal.h"
+#include "ui/themes/KnobArc.h"
 
 namespace
 {
@@ -16,13 +17,6 @@ BrushedMetal::Look makePlateLook()
 BrushedMetal::Look makeBarLook()
 {
     return {juce::Colour(0xff3d4348), juce::Colour(0xff2e3338), 0.016F, 0.03F};
-}
-
-juce::Path makeArc(juce::Point<float> centre, float radius, float from, float to)
-{
-    juce::Path arc;
-    arc.addCentredArc(centre.x, centre.y, radius, radius, 0.0F, from, to, true);
-    return arc;
 }
 
 } // namespace
@@ -123,7 +117,7 @@ void SteelTheme::drawKnobScale(juce::Graphics& g, juce::Point<float> centre, flo
         return juce::PathStrokeType(width, juce::PathStrokeType::curved,
                                     juce::PathStrokeType::rounded);
     };
-    const juce::Path whole = makeArc(centre, middle, angles.getStart(), angles.getEnd());
+    const juce::Path whole = makeKnobArc(centre, middle, angles.getStart(), angles.getEnd());
     // The groove's lower edge catches the light.
     g.setColour(juce::Colours::white.withAlpha(0.4F));
     g.strokePath(whole, stroke(grooveWidth), juce::AffineTransform::translation(0.0F, 1.0F));
@@ -132,7 +126,7 @@ void SteelTheme::drawKnobScale(juce::Graphics& g, juce::Point<float> centre, flo
     if (valueAngle - angles.getStart() < 0.01F)
         return;
     g.setColour(state.isEnabled ? palette.accent : palette.mutedAccent);
-    g.strokePath(makeArc(centre, middle, angles.getStart(), valueAngle), stroke(scaleWidth));
+    g.strokePath(makeKnobArc(centre, middle, angles.getStart(), valueAngle), stroke(scaleWidth));
 }
 
 const juce::Image& SteelTheme::getDisc(int radius)
