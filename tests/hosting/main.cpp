@@ -1,4 +1,4 @@
-#include "tests/plugin/ScratchHome.h"
+#include "tests/support/framework/ScratchHome.h"
 
 #include <gtest/gtest.h>
 
