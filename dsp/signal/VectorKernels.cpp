@@ -1,6 +1,7 @@
 #include "dsp/signal/VectorKernels.h"
 
 #include <cmath>
+#include <numbers>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "dsp/signal/VectorKernels.cpp"
@@ -124,21 +125,19 @@ void convert64To32Kernel(const double* src, float* dst, std::size_t n)
         [=](std::size_t i) { dst[i] = static_cast<float>(src[i]); });
 }
 
-/// In double, so that neither large nor small components leave the range when they are squared.
-void calcMagnitudesKernel(const float* interleaved, float* dst, std::size_t n)
+/// dst = operation(re, im) for interleaved complex numbers, in double. So neither large nor small
+/// components leave the range when they are squared, and results are the nearest floats.
+template <typename VectorOperation, typename ScalarOperation>
+HWY_INLINE void mapComplex(const float* interleaved, float* dst, std::size_t n,
+                           const VectorOperation& onVectors, const ScalarOperation& onNumbers)
 {
     const Floats d;
     const Doubles wide;
     const HalfFloats half;
-    const auto magnitude = [=](auto re, auto im)
-    {
-        const auto x = hn::PromoteTo(wide, re);
-        const auto y = hn::PromoteTo(wide, im);
-        return hn::DemoteTo(half, hn::Sqrt(hn::MulAdd(x, x, hn::Mul(y, y))));
-    };
     HWY_ALIGN float re[hn::MaxLanes(Floats())];
     HWY_ALIGN float im[hn::MaxLanes(Floats())];
     const std::size_t step = hn::Lanes(wide);
+    const auto wideAt = [=](const float* x) { return hn::PromoteTo(wide, hn::LoadU(half, x)); };
     forAll(
         d, n,
         [&](std::size_t i)
@@ -149,15 +148,93 @@ void calcMagnitudesKernel(const float* interleaved, float* dst, std::size_t n)
             hn::Store(real, d, re);
             hn::Store(imaginary, d, im);
             for (std::size_t k = 0; k < hn::Lanes(d); k += step)
-                hn::StoreU(magnitude(hn::LoadU(half, re + k), hn::LoadU(half, im + k)), half,
+                hn::StoreU(hn::DemoteTo(half, onVectors(wideAt(re + k), wideAt(im + k))), half,
                            dst + i + k);
         },
-        [=](std::size_t i)
+        [&](std::size_t i)
         {
-            const double x = static_cast<double>(interleaved[2 * i]);
-            const double y = static_cast<double>(interleaved[2 * i + 1]);
-            dst[i] = static_cast<float>(std::sqrt(x * x + y * y));
+            dst[i] = static_cast<float>(onNumbers(static_cast<double>(interleaved[2 * i]),
+                                                  static_cast<double>(interleaved[2 * i + 1])));
         });
+}
+
+void calcMagnitudesKernel(const float* interleaved, float* dst, std::size_t n)
+{
+    mapComplex(
+        interleaved, dst, n,
+        [](auto x, auto y) { return hn::Sqrt(hn::MulAdd(x, x, hn::Mul(y, y))); },
+        [](double x, double y) { return std::sqrt(x * x + y * y); });
+}
+
+/// The sum of coefficients[i] x^(n - 1 - i).
+template <std::size_t n>
+HWY_INLINE hn::Vec<Doubles> polynomial(hn::Vec<Doubles> x, const double (&coefficients)[n])
+{
+    const Doubles d;
+    auto sum = hn::Set(d, coefficients[0]);
+    for (std::size_t i = 1; i < n; ++i)
+        sum = hn::MulAdd(sum, x, hn::Set(d, coefficients[i]));
+    return sum;
+}
+
+/// The arc tangent of |x| <= 0.66, to two units of the last place of a double.
+/// (S. L. Moshier, "Methods and Programs for Mathematical Functions", 1989.)
+HWY_INLINE hn::Vec<Doubles> smallArcTangent(hn::Vec<Doubles> x)
+{
+    constexpr double numerator[] = {-8.750608600031904122785e-1, -1.615753718733365076637e1,
+                                    -7.500855792314704667340e1, -1.228866684490136173410e2,
+                                    -6.485021904942025371773e1};
+    constexpr double denominator[] = {1.0,
+                                      2.485846490142306297962e1,
+                                      1.650270098316988542046e2,
+                                      4.328810604912902668951e2,
+                                      4.853903996359136964868e2,
+                                      1.945506571482613964425e2};
+    const auto square = hn::Mul(x, x);
+    const auto quotient =
+        hn::Div(hn::Mul(square, polynomial(square, numerator)), polynomial(square, denominator));
+    return hn::MulAdd(x, quotient, x);
+}
+
+/// As std::atan2, with its signs of zero; not-a-number gives not-a-number.
+HWY_INLINE hn::Vec<Doubles> arcTangent(hn::Vec<Doubles> y, hn::Vec<Doubles> x)
+{
+    const Doubles d;
+    const auto zero = hn::Zero(d);
+    const auto one = hn::Set(d, 1.0);
+    const auto pi = hn::Set(d, std::numbers::pi);
+    const auto width = hn::Abs(x);
+    const auto height = hn::Abs(y);
+    const auto isSteep = hn::Gt(height, width);
+    const auto longer = hn::IfThenElse(isSteep, height, width);
+    const auto shorter = hn::IfThenElse(isSteep, width, height);
+
+    // Towards the diagonal, what is left to it: atan(a) = pi/4 + atan((a - 1) / (a + 1)). Two equal
+    // sides must not be divided, as they may be zeros or infinite.
+    const auto isZero = hn::Eq(longer, zero);
+    const auto isNearDiagonal =
+        hn::AndNot(isZero, hn::Ge(shorter, hn::Mul(longer, hn::Set(d, 0.66))));
+    const auto isOnDiagonal = hn::Eq(shorter, longer);
+    const auto over = hn::IfThenElse(isNearDiagonal, hn::Sub(shorter, longer), shorter);
+    const auto under = hn::IfThenElse(isNearDiagonal, hn::Add(shorter, longer), longer);
+    const auto ratio =
+        hn::Div(hn::IfThenElse(isOnDiagonal, zero, over), hn::IfThenElse(isOnDiagonal, one, under));
+    const auto offset = hn::IfThenElseZero(isNearDiagonal, hn::Set(d, std::numbers::pi / 4));
+    const auto octant = hn::Add(offset, smallArcTangent(ratio));
+
+    const auto quadrant =
+        hn::IfThenElse(isSteep, hn::Sub(hn::Set(d, std::numbers::pi / 2), octant), octant);
+    const auto half =
+        hn::IfThenElse(hn::Lt(hn::CopySignToAbs(one, x), zero), hn::Sub(pi, quadrant), quadrant);
+    const auto isNumber = hn::And(hn::Eq(x, x), hn::Eq(y, y));
+    return hn::IfThenElse(isNumber, hn::CopySignToAbs(half, y), hn::Add(x, y));
+}
+
+void calcPhasesKernel(const float* interleaved, float* dst, std::size_t n)
+{
+    mapComplex(
+        interleaved, dst, n, [](auto x, auto y) { return arcTangent(y, x); },
+        [](double x, double y) { return std::atan2(y, x); });
 }
 
 bool isWithinKernel(const float* src, float limit, std::size_t n)
@@ -261,6 +338,7 @@ HWY_EXPORT(lowerBoundKernel);
 HWY_EXPORT(convert32To64Kernel);
 HWY_EXPORT(convert64To32Kernel);
 HWY_EXPORT(calcMagnitudesKernel);
+HWY_EXPORT(calcPhasesKernel);
 HWY_EXPORT(isWithinKernel);
 HWY_EXPORT(limitToFiniteKernel);
 HWY_EXPORT(calcGoertzelKernel);
@@ -318,6 +396,11 @@ void convert64To32(const double* src, float* dst, std::size_t n)
 void calcMagnitudes(const float* interleaved, float* dst, std::size_t n)
 {
     HWY_DYNAMIC_DISPATCH(calcMagnitudesKernel)(interleaved, dst, n);
+}
+
+void calcPhases(const float* interleaved, float* dst, std::size_t n)
+{
+    HWY_DYNAMIC_DISPATCH(calcPhasesKernel)(interleaved, dst, n);
 }
 
 bool isWithin(const float* src, float limit, std::size_t n)

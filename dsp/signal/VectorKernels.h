@@ -23,6 +23,7 @@ void lowerBound(const float* src, float* dst, float bound, std::size_t n);
 void convert32To64(const float* src, double* dst, std::size_t n);
 void convert64To32(const double* src, float* dst, std::size_t n);
 void calcMagnitudes(const float* interleaved, float* dst, std::size_t n);
+void calcPhases(const float* interleaved, float* dst, std::size_t n);
 bool isWithin(const float* src, float limit, std::size_t n);
 void limitToFinite(const float* src, float* dst, float limit, std::size_t n);
 std::complex<double> calcGoertzel(const float* src, std::size_t n, double radiansPerSample);

@@ -139,12 +139,10 @@ void calcMagnitudes(const std::complex<float>* src, float* dst, int n)
 
 void calcPhases(const std::complex<float>* src, float* dst, int n)
 {
-    // In double, so that every phase is the nearest float: an estimate of frequency follows from
-    // the difference of two of them, where every last bit counts.
-    const auto phaseOf = [](std::complex<double> x)
-    { return static_cast<float>(std::atan2(x.imag(), x.real())); };
+    // Every phase is the nearest float: an estimate of frequency follows from the difference of two
+    // of them, where every last bit counts.
     if (hasWork(n, {src, dst}))
-        std::transform(src, src + n, dst, phaseOf);
+        kernels::calcPhases(reinterpret_cast<const float*>(src), dst, count(n));
 }
 
 std::complex<float> calcGoertzel(const float* src, int n, float relativeFrequency)

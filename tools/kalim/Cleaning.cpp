@@ -72,6 +72,25 @@ orvo::audio::HarmonicSelection selectionOf(const HumSettings& settings)
             settings.isOn(Kalimmer::OnlyOddHarmonics)};
 }
 
+/// The spectra that the report of levels and the picture are drawn from. Measuring them takes a
+/// quarter of the time of a run, so it is left out where nobody will look.
+struct Spectra
+{
+    Spectra(int channels, int sampleRate, std::int64_t numSamples)
+        : before(channels, sampleRate, numSamples)
+        , after(channels, sampleRate, numSamples)
+    {
+    }
+
+    SpectrumMeter before;
+    SpectrumMeter after;
+};
+
+bool showsLevels(const Options& options)
+{
+    return !options.isQuiet || options.reportsJson || options.plot;
+}
+
 /// One run over one recording.
 class Cleaner
 {
@@ -87,8 +106,6 @@ public:
         , stretch(findStretch(given, reader))
         , output(given.output, existing)
         , writer(output, target.format, reader.channels(), reader.sampleRate())
-        , before(reader.channels(), reader.sampleRate(), stretch.getLength())
-        , after(reader.channels(), reader.sampleRate(), stretch.getLength())
         , tracking(given.settings.get(Kalimmer::FundamentalFrequency))
         , measuredTracking(tracking)
         , remover(given.settings, reader.channels(), reader.sampleRate(), given.blockSize,
@@ -98,9 +115,9 @@ public:
         if (options.trace)
             trace.emplace(*options.trace, existing, selectionOf(options.settings));
         if (options.plot)
-        {
             picture.emplace(*options.plot, existing);
-        }
+        if (showsLevels(options))
+            spectra.emplace(reader.channels(), reader.sampleRate(), stretch.getLength());
         metadata.applyTo(writer, fmt::format("Kalim {}", version));
     }
 
@@ -110,8 +127,11 @@ public:
         processAll();
         writer.close();
         const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-        before.finish();
-        after.finish();
+        if (spectra)
+        {
+            spectra->before.finish();
+            spectra->after.finish();
+        }
         Report report = describe();
         report.timesRealTime = report.getSeconds() / std::max(taken.count(), 1e-9);
         report.warnings = target.warnings;
@@ -146,7 +166,8 @@ private:
         {
             const auto piece = std::span<const float>(samples).first(
                 static_cast<std::size_t>(count) * static_cast<std::size_t>(channels));
-            before.add(stretch.cut(piece, position, channels));
+            if (spectra)
+                spectra->before.add(stretch.cut(piece, position, channels));
             remover.process(piece, write);
             position += count;
             if (progress)
@@ -174,7 +195,8 @@ private:
 
     void take(std::span<const float> cleaned)
     {
-        after.add(stretch.cut(cleaned, writer.framesWritten(), reader.channels()));
+        if (spectra)
+            spectra->after.add(stretch.cut(cleaned, writer.framesWritten(), reader.channels()));
         writer.write(cleaned);
     }
 
@@ -205,8 +227,10 @@ private:
         report.lowestFundamental = tracking.getLowest();
         report.highestFundamental = tracking.getHighest();
         report.measured = options.measured;
-        report.harmonics = measureHarmonics(before, after, selectionOf(options.settings),
-                                            static_cast<double>(measuredTracking.getMean()));
+        if (spectra)
+            report.harmonics = measureHarmonics(spectra->before, spectra->after,
+                                                selectionOf(options.settings),
+                                                static_cast<double>(measuredTracking.getMean()));
         report.nonFiniteSamples = remover.getNumNonFinite();
         report.clippedSamples = writer.clippedSamples();
         return report;
@@ -225,11 +249,11 @@ private:
                                            options.measured->end)
                              : "");
         data.sampleRate = reader.sampleRate();
-        data.binSpacing = before.getBinSpacing();
+        data.binSpacing = spectra->before.getBinSpacing();
         data.beforeLabel = "before";
         data.afterLabel = isResidual ? "what was removed" : "after";
-        data.before = withoutFloor(before.getLevels());
-        data.after = withoutFloor(after.getLevels());
+        data.before = withoutFloor(spectra->before.getLevels());
+        data.after = withoutFloor(spectra->after.getLevels());
         for (const HarmonicLevels& harmonic : report.harmonics)
             data.harmonics.push_back({harmonic.number, harmonic.frequency,
                                       withoutFloor(harmonic.before), withoutFloor(harmonic.after)});
@@ -274,8 +298,7 @@ private:
     AudioFileWriter writer;
     std::optional<TraceFile> trace;
     std::optional<OutputFile> picture;
-    SpectrumMeter before;
-    SpectrumMeter after;
+    std::optional<Spectra> spectra;
     TrackingSummary tracking;
     TrackingSummary measuredTracking;
     StreamRemover remover;

@@ -39,6 +39,49 @@ double lowestStep(double fullScale, const AudioFileFormat& format)
     return isCompanded ? 1 - fullScale : -fullScale;
 }
 
+/// To the nearest integer, ties to even, below 2^51: adding this number leaves no bits behind the
+/// point. The library function of the same meaning is a call for each sample.
+double rounded(double value)
+{
+    constexpr double noFraction = 6755399441055744.0;
+    return value + noFraction - noFraction;
+}
+
+struct QuantisedSample
+{
+    int leftAligned;
+    bool isClipped;
+};
+
+/// Rounds samples to the steps of an integer format. The audio library takes integers left-aligned
+/// in 32 bits and cuts them off without rounding.
+class Quantiser
+{
+public:
+    Quantiser(const AudioFileFormat& format, int bits)
+        : fullScale(std::ldexp(1.0, bits - 1))
+        , lowest(lowestStep(fullScale, format))
+        , alignment(1 << (32 - bits))
+    {
+    }
+
+    QuantisedSample quantise(float sample) const
+    {
+        const double scaled =
+            std::isnan(sample) ? 0.0 : static_cast<double>(sample) * fullScale;
+        const double step = rounded(std::clamp(scaled, -2 * fullScale, 2 * fullScale));
+        const double limited = std::clamp(step, lowest, fullScale - 1);
+        // Exactly +1 is the peak of every normalised file and loses one step only: no clipping.
+        const bool isClipped = std::abs(scaled) > fullScale && step != limited;
+        return {static_cast<int>(limited) * alignment, isClipped};
+    }
+
+private:
+    double fullScale;
+    double lowest;
+    int alignment;
+};
+
 } // namespace
 
 AudioFileWriter::AudioFileWriter(OutputFile& outputFile, const AudioFileFormat& format,
@@ -86,25 +129,16 @@ void AudioFileWriter::reserveChunks()
     sf_set_chunk(sound.get(), &info);
 }
 
-int AudioFileWriter::quantised(float sample, int bits)
-{
-    const double fullScale = std::ldexp(1.0, bits - 1);
-    const double scaled = std::isnan(sample) ? 0.0 : static_cast<double>(sample) * fullScale;
-    const double limited =
-        std::clamp(std::nearbyint(scaled), lowestStep(fullScale, fileFormat), fullScale - 1);
-    // Exactly +1 is the peak of every normalised file and loses one step only: no clipping.
-    if (std::abs(scaled) > fullScale && std::nearbyint(scaled) != limited)
-        ++clipped;
-    return static_cast<int>(limited);
-}
-
 void AudioFileWriter::writeIntegers(std::span<const float> interleaved, int bits)
 {
-    // The library takes integers left-aligned in 32 bits and cuts them off without rounding.
-    const int shift = 32 - bits;
+    const Quantiser quantiser(fileFormat, bits);
     integers.resize(interleaved.size());
-    std::ranges::transform(interleaved, integers.begin(),
-                           [&](float sample) { return quantised(sample, bits) * (1 << shift); });
+    for (std::size_t n = 0; n < interleaved.size(); ++n)
+    {
+        const QuantisedSample sample = quantiser.quantise(interleaved[n]);
+        integers[n] = sample.leftAligned;
+        clipped += sample.isClipped ? 1 : 0;
+    }
     const auto count = static_cast<sf_count_t>(integers.size());
     requireWritten(sf_write_int(sound.get(), integers.data(), count), interleaved.size());
 }

@@ -54,7 +54,6 @@ public:
 
 private:
     void writeIntegers(std::span<const float> interleaved, int bits);
-    int quantised(float sample, int bits);
     void requireWritten(std::int64_t written, std::size_t wanted) const;
     void reserveChunks();
     void placeChunks();
