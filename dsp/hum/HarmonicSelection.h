@@ -31,6 +31,8 @@ struct HarmonicSelection
         return static_cast<float>(getHarmonicNumber(index)) * fundamental;
     }
 
+    bool operator==(const HarmonicSelection&) const = default;
+
     int count;
     bool onlyOdd;
 };

@@ -5,6 +5,7 @@
 #include "dsp/signal/IirFilter64.h"
 #include "dsp/signal/Signals.h"
 
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -34,14 +35,27 @@ public:
     void process(Signal32& samples, float fundamental, HarmonicSelection selection);
 
 private:
-    void gatherStages(float fundamental, HarmonicSelection selection);
-    void loadBlocks(int channel);
-    void storeBlocks(int channel);
+    struct Tuning
+    {
+        float fundamental;
+        HarmonicSelection selection;
+
+        bool operator==(const Tuning&) const = default;
+    };
+
+    void tune(const Tuning& wanted);
+    void loadBlocks();
+    void loadStates(int channel);
+    void storeStates(int channel);
     std::span<kernels::NotchBlock> getBlocksInUse();
+    kernels::NotchState* getStates(int channel);
 
     std::vector<IirFilter64> filters;
     std::vector<IirFilter64*> stages;
     std::vector<kernels::NotchBlock> blocks;
+    std::optional<Tuning> tuning;
+    std::vector<kernels::NotchState> states;
+    std::vector<kernels::NotchChannel> channels;
     int numChannels = 0;
     double sampleRate = 0.0;
 };

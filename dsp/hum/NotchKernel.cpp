@@ -19,88 +19,110 @@ using FloatVector = hn::Vec<Floats>;
 
 constexpr std::size_t lanes = hn::MaxLanes(Doubles());
 
+/// Channels that run side by side, so that the processor has other work while one of them waits for
+/// the rounding between its stages.
+constexpr std::size_t channelsTogether = 2;
+
 /// A cascade in which every stage has to wait for the one before it leaves a processor idle. Here
 /// stage k works on sample t - k at step t, so all stages of a step are independent: a wave front
 /// that runs through samples and stages at once.
-template <std::size_t numVectors>
+template <std::size_t numVectors, std::size_t numChannels>
 class Wavefront
 {
 public:
     static constexpr std::size_t numStages = numVectors * lanes;
 
-    explicit HWY_INLINE Wavefront(NotchBlock& stages)
-        : block(stages)
+    using Samples = std::array<float, numChannels>;
+
+    HWY_INLINE Wavefront(const NotchBlock& stages, const std::array<NotchState*, numChannels>& from)
+        : states(from)
     {
         for (std::size_t v = 0; v < numVectors; ++v)
         {
-            b0[v] = hn::Load(d, block.b0.data() + v * lanes);
-            a1[v] = hn::Load(d, block.a1.data() + v * lanes);
-            a2[v] = hn::Load(d, block.a2.data() + v * lanes);
-            s1[v] = hn::Load(d, block.s1.data() + v * lanes);
-            s2[v] = hn::Load(d, block.s2.data() + v * lanes);
-            passedOn[v] = hn::Zero(f);
+            b0[v] = hn::Load(d, stages.b0.data() + v * lanes);
+            a1[v] = hn::Load(d, stages.a1.data() + v * lanes);
+            a2[v] = hn::Load(d, stages.a2.data() + v * lanes);
         }
+        for (std::size_t c = 0; c < numChannels; ++c)
+            for (std::size_t v = 0; v < numVectors; ++v)
+            {
+                s1[c][v] = hn::Load(d, states[c]->s1.data() + v * lanes);
+                s2[c][v] = hn::Load(d, states[c]->s2.data() + v * lanes);
+                passedOn[c][v] = hn::Zero(f);
+            }
     }
 
-    /// One step with all stages at work. Returns the output of the last one.
-    HWY_INLINE float step(float sample)
+    /// One step with all stages at work. Returns the outputs of the last one.
+    HWY_INLINE Samples step(const Samples& samples)
     {
-        shiftIn(sample);
+        shiftIn(samples);
         for (std::size_t v = 0; v < numVectors; ++v)
-            passedOn[v] = notch(v, [](DoubleVector, DoubleVector updated) { return updated; });
+            notch(v, [](DoubleVector, DoubleVector updated) { return updated; });
         return rotate();
     }
 
     /// A step at either end, where only stages `first` to below `last` have a sample to work on.
-    HWY_INLINE float step(float sample, double first, double last)
+    HWY_INLINE Samples step(const Samples& samples, double first, double last)
     {
-        shiftIn(sample);
+        shiftIn(samples);
         for (std::size_t v = 0; v < numVectors; ++v)
         {
             const DoubleVector stage = hn::Iota(d, static_cast<double>(v * lanes));
             const auto isAtWork =
                 hn::And(hn::Ge(stage, hn::Set(d, first)), hn::Lt(stage, hn::Set(d, last)));
-            passedOn[v] = notch(v, [isAtWork](DoubleVector old, DoubleVector updated)
-                                { return hn::IfThenElse(isAtWork, updated, old); });
+            notch(v, [isAtWork](DoubleVector old, DoubleVector updated)
+                  { return hn::IfThenElse(isAtWork, updated, old); });
         }
         return rotate();
     }
 
     HWY_INLINE void store() const
     {
-        for (std::size_t v = 0; v < numVectors; ++v)
-        {
-            hn::Store(s1[v], d, block.s1.data() + v * lanes);
-            hn::Store(s2[v], d, block.s2.data() + v * lanes);
-        }
+        for (std::size_t c = 0; c < numChannels; ++c)
+            for (std::size_t v = 0; v < numVectors; ++v)
+            {
+                hn::Store(s1[c][v], d, states[c]->s1.data() + v * lanes);
+                hn::Store(s2[c][v], d, states[c]->s2.data() + v * lanes);
+            }
     }
 
 private:
     template <typename Select>
-    HWY_INLINE FloatVector notch(std::size_t v, const Select& select)
+    HWY_INLINE void notch(std::size_t v, const Select& select)
     {
-        const DoubleVector scaled = hn::Mul(b0[v], hn::PromoteTo(d, inputs[v]));
-        const DoubleVector y = hn::Add(scaled, s1[v]);
-        s1[v] = select(s1[v], hn::NegMulAdd(a1[v], y, s2[v]));
-        s2[v] = select(s2[v], hn::NegMulSub(a2[v], y, scaled));
-        return hn::Sub(inputs[v], hn::DemoteTo(f, y));
+        for (std::size_t c = 0; c < numChannels; ++c)
+        {
+            const DoubleVector scaled = hn::Mul(b0[v], hn::PromoteTo(d, inputs[c][v]));
+            const DoubleVector y = hn::Add(scaled, s1[c][v]);
+            s1[c][v] = select(s1[c][v], hn::NegMulAdd(a1[v], y, s2[c][v]));
+            s2[c][v] = select(s2[c][v], hn::NegMulSub(a2[v], y, scaled));
+            passedOn[c][v] = hn::Sub(inputs[c][v], hn::DemoteTo(f, y));
+        }
     }
 
     /// Every stage takes what the one before it passed on; the first takes a new sample.
-    HWY_INLINE void shiftIn(float sample)
+    HWY_INLINE void shiftIn(const Samples& samples)
     {
         const auto isFirstLane = hn::FirstN(f, 1);
-        inputs[0] = hn::IfThenElse(isFirstLane, hn::Set(f, sample), passedOn[0]);
-        for (std::size_t v = 1; v < numVectors; ++v)
-            inputs[v] = hn::IfThenElse(isFirstLane, passedOn[v - 1], passedOn[v]);
+        for (std::size_t c = 0; c < numChannels; ++c)
+        {
+            inputs[c][0] = hn::IfThenElse(isFirstLane, hn::Set(f, samples[c]), passedOn[c][0]);
+            for (std::size_t v = 1; v < numVectors; ++v)
+                inputs[c][v] = hn::IfThenElse(isFirstLane, passedOn[c][v - 1], passedOn[c][v]);
+        }
     }
 
     /// Moves every lane one up, the last to the first, and returns what came out of the last stage.
-    HWY_INLINE float rotate()
+    HWY_INLINE Samples rotate()
     {
-        for (std::size_t v = 0; v < numVectors; ++v)
-            passedOn[v] = hn::TableLookupLanes(passedOn[v], oneUp);
-        return hn::GetLane(passedOn[numVectors - 1]);
+        Samples outputs;
+        for (std::size_t c = 0; c < numChannels; ++c)
+        {
+            for (std::size_t v = 0; v < numVectors; ++v)
+                passedOn[c][v] = hn::TableLookupLanes(passedOn[c][v], oneUp);
+            outputs[c] = hn::GetLane(passedOn[c][numVectors - 1]);
+        }
+        return outputs;
     }
 
     static HWY_INLINE auto makeRotation()
@@ -113,60 +135,104 @@ private:
 
     const Doubles d{};
     const Floats f{};
-    NotchBlock& block;
+    const std::array<NotchState*, numChannels> states;
     decltype(makeRotation()) oneUp = makeRotation();
     DoubleVector b0[numVectors];
     DoubleVector a1[numVectors];
     DoubleVector a2[numVectors];
-    DoubleVector s1[numVectors];
-    DoubleVector s2[numVectors];
-    FloatVector inputs[numVectors];
-    FloatVector passedOn[numVectors];
+    DoubleVector s1[numChannels][numVectors];
+    DoubleVector s2[numChannels][numVectors];
+    FloatVector inputs[numChannels][numVectors];
+    FloatVector passedOn[numChannels][numVectors];
 };
 
-template <std::size_t numVectors>
-void runBlock(NotchBlock& block, float* samples, std::size_t numSamples)
+/// Neighbouring channels and their part of one block.
+template <std::size_t numChannels>
+struct BlockRun
 {
-    constexpr std::size_t delay = Wavefront<numVectors>::numStages - 1;
-    Wavefront<numVectors> wavefront(block);
+    const NotchBlock& block;
+    std::array<NotchState*, numChannels> states;
+    std::array<float*, numChannels> samples;
+    std::size_t numSamples;
+};
+
+template <std::size_t numVectors, std::size_t numChannels>
+void runBlock(const BlockRun<numChannels>& run)
+{
+    using Front = Wavefront<numVectors, numChannels>;
+    using Samples = typename Front::Samples;
+    constexpr std::size_t delay = Front::numStages - 1;
+    Front wavefront(run.block, run.states);
+    const auto read = [&](std::size_t t)
+    {
+        Samples samples;
+        for (std::size_t c = 0; c < numChannels; ++c)
+            samples[c] = run.samples[c][t];
+        return samples;
+    };
+    const auto write = [&](std::size_t t, const Samples& samples)
+    {
+        for (std::size_t c = 0; c < numChannels; ++c)
+            run.samples[c][t] = samples[c];
+    };
     const auto rampStep = [&](std::size_t t)
     {
-        const float sample = t < numSamples ? samples[t] : 0.0F;
-        const double first = t < numSamples ? 0.0 : static_cast<double>(t - numSamples + 1);
-        const float output = wavefront.step(sample, first, static_cast<double>(t + 1));
+        const bool hasSample = t < run.numSamples;
+        const double first = hasSample ? 0.0 : static_cast<double>(t - run.numSamples + 1);
+        const Samples outputs =
+            wavefront.step(hasSample ? read(t) : Samples{}, first, static_cast<double>(t + 1));
         if (t >= delay)
-            samples[t - delay] = output;
+            write(t - delay, outputs);
     };
     std::size_t t = 0;
     for (; t < delay; ++t)
         rampStep(t);
-    for (; t < numSamples; ++t)
-        samples[t - delay] = wavefront.step(samples[t]);
-    for (; t < numSamples + delay; ++t)
+    for (; t < run.numSamples; ++t)
+        write(t - delay, wavefront.step(read(t)));
+    for (; t < run.numSamples + delay; ++t)
         rampStep(t);
     wavefront.store();
 }
 
 /// With the fewest vectors that hold the stages in use.
-template <std::size_t numVectors>
-void runFitting(NotchBlock& block, float* samples, std::size_t numSamples)
+template <std::size_t numVectors, std::size_t numChannels>
+void runFitting(const BlockRun<numChannels>& run)
 {
     if constexpr (numVectors > 1)
     {
-        if (block.numStages <= (numVectors - 1) * lanes)
+        if (run.block.numStages <= (numVectors - 1) * lanes)
         {
-            runFitting<numVectors - 1>(block, samples, numSamples);
+            runFitting<numVectors - 1>(run);
             return;
         }
     }
-    runBlock<numVectors>(block, samples, numSamples);
+    runBlock<numVectors>(run);
 }
 
-void runNotchesKernel(NotchBlock* blocks, std::size_t numBlocks, float* samples,
-                      std::size_t numSamples)
+template <std::size_t numChannels>
+void runChannels(const NotchBlock* blocks, std::size_t numBlocks, const NotchChannel* channels,
+                 std::size_t numSamples)
 {
     for (std::size_t i = 0; i < numBlocks; ++i)
-        runFitting<stagesPerBlock / lanes>(blocks[i], samples, numSamples);
+    {
+        BlockRun<numChannels> run{blocks[i], {}, {}, numSamples};
+        for (std::size_t c = 0; c < numChannels; ++c)
+        {
+            run.states[c] = channels[c].states + i;
+            run.samples[c] = channels[c].samples;
+        }
+        runFitting<stagesPerBlock / lanes>(run);
+    }
+}
+
+void runNotchesKernel(const NotchBlock* blocks, std::size_t numBlocks, const NotchChannel* channels,
+                      std::size_t numChannels, std::size_t numSamples)
+{
+    std::size_t channel = 0;
+    for (; channel + channelsTogether <= numChannels; channel += channelsTogether)
+        runChannels<channelsTogether>(blocks, numBlocks, channels + channel, numSamples);
+    for (; channel < numChannels; ++channel)
+        runChannels<1>(blocks, numBlocks, channels + channel, numSamples);
 }
 
 } // namespace orvo::audio::kernels::HWY_NAMESPACE
@@ -180,10 +246,11 @@ namespace orvo::audio::kernels
 
 HWY_EXPORT(runNotchesKernel);
 
-void runNotches(std::span<NotchBlock> blocks, std::span<float> samples)
+void runNotches(std::span<const NotchBlock> blocks, std::span<const NotchChannel> channels,
+                std::size_t numSamples)
 {
     HWY_DYNAMIC_DISPATCH(runNotchesKernel)
-    (blocks.data(), blocks.size(), samples.data(), samples.size());
+    (blocks.data(), blocks.size(), channels.data(), channels.size(), numSamples);
 }
 
 } // namespace orvo::audio::kernels

@@ -21,17 +21,28 @@ struct alignas(64) NotchBlock
     Lanes a1{};
     Lanes a2{};
 
-    /// State of the band-pass in transposed direct form II.
-    Lanes s1{};
-    Lanes s2{};
-
     /// How many of the stages are used, from the first; the others must be zeros.
     std::size_t numStages = 0;
 };
 
-/// Runs `samples` through all blocks, one after the other, in place. Signals between stages and the
-/// band-passes' outputs are rounded to single precision. Compiled once per instruction set; checks
-/// nothing and allocates nothing.
-void runNotches(std::span<NotchBlock> blocks, std::span<float> samples);
+/// State of one channel's band-passes in a block, in transposed direct form II.
+struct alignas(64) NotchState
+{
+    NotchBlock::Lanes s1{};
+    NotchBlock::Lanes s2{};
+};
+
+/// What a cascade works on: samples in place, and one state for every block.
+struct NotchChannel
+{
+    float* samples = nullptr;
+    NotchState* states = nullptr;
+};
+
+/// Runs `numSamples` samples of every channel through all blocks, one after the other. Signals
+/// between stages and the band-passes' outputs are rounded to single precision. Compiled once per
+/// instruction set; checks nothing and allocates nothing.
+void runNotches(std::span<const NotchBlock> blocks, std::span<const NotchChannel> channels,
+                std::size_t numSamples);
 
 } // namespace orvo::audio::kernels
