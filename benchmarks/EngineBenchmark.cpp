@@ -1,53 +1,29 @@
+#include "benchmarks/Work.h"
 #include "dsp/hum/Kalimmer.h"
 #include "dsp/hum/NotchCascade.h"
 #include "dsp/hum/TrackerBank.h"
 
-#include <benchmark/benchmark.h>
-
-#include <cmath>
-#include <cstdint>
 #include <vector>
 
 namespace
 {
 
+using namespace benchmarks;
 using namespace orvo::audio;
-
-constexpr double sampleRate = 48000.0;
-constexpr int frameLength = 2048;
-
-Signal32 makeHum(int numChannels, int length)
-{
-    Signal32 hum(numChannels, length, 0.0F);
-    for (int channel = 0; channel < numChannels; ++channel)
-        for (int n = 0; n < length; ++n)
-            for (int h = 1; h <= 96; ++h)
-                hum.getWriteChannelPtr(channel)[n] += static_cast<float>(
-                    0.05 / h * std::cos(h * n * 6.283185307 * 50.0 / sampleRate + h));
-    return hum;
-}
-
-/// Shows the time per harmonic, channel and sample, which makes all runs comparable.
-void countWork(benchmark::State& state, std::int64_t harmonics, std::int64_t channels,
-               std::int64_t samples)
-{
-    state.counters["per_hcs"] =
-        benchmark::Counter(static_cast<double>(state.iterations() * harmonics * channels * samples),
-                           benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
-}
 
 /// One frame through all trackers together.
 void trackerBank(benchmark::State& state)
 {
     const auto harmonics = static_cast<int>(state.range(0));
     const auto channels = static_cast<int>(state.range(1));
-    const Signal32 frame = makeHum(channels, frameLength);
+    const std::vector<Signal32> frames = makeFrames(channels);
     TrackerBank bank;
     bank.setFormat(channels, sampleRate, frameLength);
     Signal32 output(channels, frameLength);
+    std::size_t frame = 0;
     for (auto _ : state)
     {
-        bank.subtractHarmonics(frame, output, 50.0F, {harmonics, false});
+        bank.subtractHarmonics(frames[frame++ % framesPerCycle], output, 50.0F, {harmonics, false});
         benchmark::DoNotOptimize(output.getWriteChannelPtr(0));
     }
     countWork(state, harmonics, channels, frameLength);
@@ -58,17 +34,21 @@ void trackersOneByOne(benchmark::State& state)
 {
     const auto harmonics = static_cast<int>(state.range(0));
     const auto channels = static_cast<int>(state.range(1));
-    const Signal32 frame = makeHum(channels, frameLength);
+    const std::vector<Signal32> frames = makeFrames(channels);
     std::vector<SinusoidalSynthesis> trackers(static_cast<std::size_t>(harmonics));
     for (SinusoidalSynthesis& tracker : trackers)
     {
         tracker.setFormat(channels, sampleRate);
-        tracker.generateSignal(frame, 50.0F, 1); // past the priming
+        tracker.generateSignal(frames.back(), 50.0F, 1); // past the priming
     }
+    std::size_t frame = 0;
     for (auto _ : state)
+    {
         for (int index = 0; index < harmonics; ++index)
-            benchmark::DoNotOptimize(
-                trackers[static_cast<std::size_t>(index)].generateSignal(frame, 50.0F, index + 1));
+            benchmark::DoNotOptimize(trackers[static_cast<std::size_t>(index)].generateSignal(
+                frames[frame % framesPerCycle], 50.0F, index + 1));
+        ++frame;
+    }
     countWork(state, harmonics, channels, frameLength);
 }
 
@@ -101,16 +81,28 @@ void engine(benchmark::State& state)
     remover.setFormat(format, format);
     remover.setParameterValue(Kalimmer::NumberOfHarmonics, static_cast<float>(harmonics), false);
     remover.setParameterValue(Kalimmer::AggressiveMode, static_cast<float>(state.range(2)), false);
-    const Signal32 block = makeHum(channels, 512);
+    constexpr int length = 512;
+    std::vector<Signal32> blocks;
+    for (const Signal32& frame : makeFrames(channels))
+        for (int start = 0; start < frameLength; start += length)
+        {
+            blocks.emplace_back(channels, length);
+            for (int channel = 0; channel < channels; ++channel)
+                orvo::vo::copy(frame.getReadChannelPtr(channel) + start,
+                               blocks.back().getWriteChannelPtr(channel), length);
+        }
+    std::size_t block = 0;
     for (auto _ : state)
-        benchmark::DoNotOptimize(remover.process(block, false));
-    countWork(state, harmonics, channels, 512);
+        benchmark::DoNotOptimize(remover.process(blocks[block++ % blocks.size()], false));
+    countWork(state, harmonics, channels, length);
 }
 
-BENCHMARK(trackerBank)->ArgsProduct({{1, 8, 20, 96}, {1, 2}})->ArgNames({"harmonics", "channels"});
+BENCHMARK(trackerBank)
+    ->ArgsProduct({{1, 8, 24, 48, 96}, {1, 2, 4, 8}})
+    ->ArgNames({"harmonics", "channels"});
 BENCHMARK(trackersOneByOne)->Args({20, 1})->Args({96, 2})->ArgNames({"harmonics", "channels"});
 BENCHMARK(notchCascade)
-    ->ArgsProduct({{1, 16, 96}, {2}, {64, 2048}})
+    ->ArgsProduct({{1, 16, 48, 96}, {1, 2, 8}, {64, 2048}})
     ->ArgNames({"harmonics", "channels", "samples"});
 BENCHMARK(engine)
     ->ArgsProduct({{1, 20, 96}, {2}, {0, 1}})

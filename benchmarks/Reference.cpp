@@ -1,5 +1,5 @@
 // Normal mode done straightforwardly, one tracker after the other by its readable operations, on a
-// file: kalim_reference INPUT OUTPUT. What the fast engine is compared with.
+// file: kalim_reference HARMONICS INPUT OUTPUT. What the fast engine is compared with.
 
 #include "dsp/hum/SinusoidalSynthesis.h"
 #include "dsp/signal/FlushToZero.h"
@@ -8,6 +8,7 @@
 #include <sndfile.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <memory>
 #include <stdexcept>
@@ -20,7 +21,6 @@ using orvo::audio::Signal32;
 using orvo::audio::SinusoidalSynthesis;
 
 constexpr int frameLength = 2048;
-constexpr int numHarmonics = 96;
 constexpr float fundamental = 50.0F;
 
 struct FileCloser
@@ -35,7 +35,7 @@ void subtract(const Signal32& part, Signal32& whole)
             whole.getWriteChannelPtr(channel)[n] -= part.getReadChannelPtr(channel)[n];
 }
 
-void run(const char* input, const char* output)
+void run(int numHarmonics, const char* input, const char* output)
 {
     kalim::program::AudioFileReader reader(input);
     const int channels = reader.channels();
@@ -47,7 +47,7 @@ void run(const char* input, const char* output)
     if (file == nullptr)
         throw std::runtime_error(sf_strerror(nullptr));
 
-    std::vector<SinusoidalSynthesis> trackers(numHarmonics);
+    std::vector<SinusoidalSynthesis> trackers(static_cast<std::size_t>(numHarmonics));
     for (SinusoidalSynthesis& tracker : trackers)
         tracker.setFormat(channels, reader.sampleRate());
     const orvo::audio::ScopedFlushToZero flushToZero;
@@ -77,14 +77,15 @@ void run(const char* input, const char* output)
 
 int main(int numArguments, char** arguments)
 {
-    if (numArguments != 3)
+    const int numHarmonics = numArguments == 4 ? std::atoi(arguments[1]) : 0;
+    if (numHarmonics < 1)
     {
-        std::fputs("usage: kalim_reference INPUT OUTPUT\n", stderr);
+        std::fputs("usage: kalim_reference HARMONICS INPUT OUTPUT\n", stderr);
         return 2;
     }
     try
     {
-        run(arguments[1], arguments[2]);
+        run(numHarmonics, arguments[2], arguments[3]);
     }
     catch (const std::exception& error)
     {

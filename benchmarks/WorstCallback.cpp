@@ -8,14 +8,15 @@
 
 #include <fmt/format.h>
 
-#include <array>
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <exception>
-#include <fstream>
+#include <map>
 #include <numbers>
 #include <sched.h>
+#include <thread>
 #include <vector>
 
 namespace
@@ -34,7 +35,8 @@ struct Setup
     bool isAggressive;
 };
 
-/// One second of hum that drifts a little and of noise, to be played again and again.
+/// One second of hum that drifts a little, with all harmonics well above some noise: every one of
+/// them has to be rendered. To be played again and again.
 juce::AudioBuffer<float> makeSound(int numChannels)
 {
     juce::AudioBuffer<float> sound(numChannels, static_cast<int>(sampleRate));
@@ -45,16 +47,33 @@ juce::AudioBuffer<float> makeSound(int numChannels)
         const double frequency = 50.0 + 0.05 * std::sin(2.0 * std::numbers::pi * n / sampleRate);
         phase += 2.0 * std::numbers::pi * frequency / sampleRate;
         double hum = 0.0;
-        for (int harmonic = 1; harmonic <= 20; ++harmonic)
+        for (int harmonic = 1; harmonic <= 96; ++harmonic)
             hum += 0.05 / harmonic * std::sin(harmonic * phase);
         for (int channel = 0; channel < numChannels; ++channel)
             sound.setSample(channel, n,
-                            static_cast<float>(hum) + 0.01F * (random.nextFloat() - 0.5F));
+                            static_cast<float>(hum) + 0.0002F * (random.nextFloat() - 0.5F));
     }
     return sound;
 }
 
-/// Without a host around it, one callback after the other without a pause.
+/// A system takes the processor from a thread of real-time priority that never rests.
+class Rests
+{
+public:
+    void afterWork(double seconds)
+    {
+        worked += seconds;
+        if (worked < 0.008)
+            return;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        worked = 0.0;
+    }
+
+private:
+    double worked = 0.0;
+};
+
+/// Without a host around it, one callback soon after the other.
 CallbackTimes measure(const Setup& setup, const juce::AudioBuffer<float>& sound, double seconds)
 {
     KalimAudioProcessor plugIn;
@@ -71,6 +90,7 @@ CallbackTimes measure(const Setup& setup, const juce::AudioBuffer<float>& sound,
     juce::MidiBuffer midi;
     const int numCallbacks = static_cast<int>(seconds * sampleRate) / setup.numFrames;
     int position = 0;
+    Rests rests;
     for (int call = 0; call < numCallbacks; ++call)
     {
         if (position + setup.numFrames > sound.getNumSamples())
@@ -80,9 +100,36 @@ CallbackTimes measure(const Setup& setup, const juce::AudioBuffer<float>& sound,
         position += setup.numFrames;
         const auto start = std::chrono::steady_clock::now();
         plugIn.processBlock(block, midi);
-        times.add(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+        times.add(taken.count());
+        rests.afterWork(taken.count());
     }
     return times;
+}
+
+/// The longest time in seconds for which the machine stopped a loop that only reads the clock: what
+/// a maximum holds that is not the plug-in's.
+double findLongestInterruption(double seconds)
+{
+    using Clock = std::chrono::steady_clock;
+    constexpr std::chrono::milliseconds stretch(8);
+    std::chrono::duration<double> longest(0.0);
+    std::chrono::duration<double> watched(0.0);
+    Rests rests;
+    while (watched.count() < seconds)
+    {
+        const auto start = Clock::now();
+        auto previous = start;
+        while (previous - start < stretch)
+        {
+            const auto now = Clock::now();
+            longest = std::max<std::chrono::duration<double>>(longest, now - previous);
+            previous = now;
+        }
+        watched += previous - start;
+        rests.afterWork(std::chrono::duration<double>(previous - start).count());
+    }
+    return longest.count();
 }
 
 /// As audio threads run where they may; returns whether it was granted.
@@ -112,9 +159,12 @@ void run(double seconds, const char* picture)
                "first |\n|---|---|---|---|---|---|---|---|---|\n",
                seconds, isAhead ? "with" : "without");
     benchmarks::CallbackPlot plot;
+    std::map<int, juce::AudioBuffer<float>> sounds;
+    for (const int numChannels : {1, 2, 8})
+        sounds[numChannels] = makeSound(numChannels);
     for (const Setup& setup : makeSetups())
     {
-        const CallbackTimes times = measure(setup, makeSound(setup.numChannels), seconds);
+        const CallbackTimes times = measure(setup, sounds[setup.numChannels], seconds);
         fmt::print("| {} | {} | {} | {} | {:.2f} ms | {:.1f} | {:.1f} | {:.1f} | {:.1f} |\n",
                    setup.isAggressive ? "aggressive" : "normal", setup.numHarmonics,
                    setup.numChannels, setup.numFrames, 1000.0 * times.getDeadline(),
@@ -125,6 +175,10 @@ void run(double seconds, const char* picture)
             plot.add({setup.numFrames, setup.isAggressive, times.getShare(0.5),
                       times.getShare(0.999), times.getShare(1.0)});
     }
+    fmt::print(
+        "\nThe machine alone, with a loop that only reads the clock for {} s: interrupted for "
+        "up to {:.2f} ms.\n",
+        seconds, 1000.0 * findLongestInterruption(seconds));
     if (picture != nullptr)
         plot.write(picture);
 }

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <complex>
+#include <utility>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "dsp/hum/TrackerKernels.cpp"
@@ -30,6 +30,18 @@ constexpr std::size_t vectorsPerBlock = lanesPerBlock / doubleLanes;
 /// With narrow vectors one block is several vectors already, and more would not fit the registers.
 constexpr std::size_t blocksTogether = vectorsPerBlock == 1 ? 3 : 1;
 
+/// Calls `step` with 0 .. count - 1 as constants: an array of vectors stays in registers only where
+/// the compiler knows every index from the start.
+template <std::size_t count, typename Step>
+HWY_INLINE void unrolled(const Step& step)
+{
+    [&]<std::size_t... index>(std::index_sequence<index...>)
+    {
+        (step(std::integral_constant<std::size_t, index>()), ...);
+    }
+    (std::make_index_sequence<count>());
+}
+
 /// The lanes of `numBlocks` blocks as vectors in registers.
 template <std::size_t numBlocks>
 class Recursion
@@ -40,31 +52,30 @@ public:
     explicit HWY_INLINE Recursion(TrackerBlock* firstBlock)
         : blocks(firstBlock)
     {
-        for (std::size_t v = 0; v < numVectors; ++v)
-        {
-            b0[v] = load(&TrackerBlock::b0, v);
-            a1[v] = load(&TrackerBlock::a1, v);
-            a2[v] = load(&TrackerBlock::a2, v);
-            s1[v] = load(&TrackerBlock::s1, v);
-            s2[v] = load(&TrackerBlock::s2, v);
-            coefficient[v] = load(&TrackerBlock::coefficient, v);
-            w1[v] = hn::Zero(d);
-            w2[v] = hn::Zero(d);
-        }
+        unrolled<numVectors>(
+            [&](auto v)
+            {
+                b0[v] = load(&TrackerBlock::b0, v);
+                a1[v] = load(&TrackerBlock::a1, v);
+                a2[v] = load(&TrackerBlock::a2, v);
+                s1[v] = load(&TrackerBlock::s1, v);
+                s2[v] = load(&TrackerBlock::s2, v);
+                coefficient[v] = load(&TrackerBlock::coefficient, v);
+                w1[v] = hn::Zero(d);
+                w2[v] = hn::Zero(d);
+            });
     }
 
     HWY_INLINE void isolate(double sample)
     {
         const DoubleVector x = hn::Set(d, sample);
-        for (std::size_t v = 0; v < numVectors; ++v)
-            static_cast<void>(bandPass(x, v));
+        unrolled<numVectors>([&](auto v) { static_cast<void>(bandPass(x, v)); });
     }
 
     HWY_INLINE void isolateAndTransform(double sample)
     {
         const DoubleVector x = hn::Set(d, sample);
-        for (std::size_t v = 0; v < numVectors; ++v)
-            transform(roundToFloat(bandPass(x, v)), v);
+        unrolled<numVectors>([&](auto v) { transform(roundToFloat(bandPass(x, v)), v); });
     }
 
     /// As above, but lanes whose transform has ended by sample `n` get zeros.
@@ -72,22 +83,24 @@ public:
     {
         const DoubleVector x = hn::Set(d, sample);
         const DoubleVector now = hn::Set(d, static_cast<double>(n));
-        for (std::size_t v = 0; v < numVectors; ++v)
-        {
-            const auto isCovered = hn::Lt(now, load(&TrackerBlock::transformLength, v));
-            transform(hn::IfThenElseZero(isCovered, roundToFloat(bandPass(x, v))), v);
-        }
+        unrolled<numVectors>(
+            [&](auto v)
+            {
+                const auto isCovered = hn::Lt(now, load(&TrackerBlock::transformLength, v));
+                transform(hn::IfThenElseZero(isCovered, roundToFloat(bandPass(x, v))), v);
+            });
     }
 
     HWY_INLINE void store() const
     {
-        for (std::size_t v = 0; v < numVectors; ++v)
-        {
-            store(s1[v], &TrackerBlock::s1, v);
-            store(s2[v], &TrackerBlock::s2, v);
-            store(w1[v], &TrackerBlock::w1, v);
-            store(w2[v], &TrackerBlock::w2, v);
-        }
+        unrolled<numVectors>(
+            [&](auto v)
+            {
+                store(s1[v], &TrackerBlock::s1, v);
+                store(s2[v], &TrackerBlock::s2, v);
+                store(w1[v], &TrackerBlock::w1, v);
+                store(w2[v], &TrackerBlock::w2, v);
+            });
     }
 
 private:
@@ -193,56 +206,108 @@ void isolateKernel(TrackerBlock* blocks, std::size_t numBlocks, const double* in
         isolateTogether<1>(blocks + block, input, numSamples);
 }
 
-/// A cosine with one vector of samples per step: cos(n + k) = 2 cos(k) cos(n) - cos(n - k), in
-/// double, where the rounding of a whole frame stays far below single precision.
+/// A cosine with a vector of doubles per step: cos(n + k) = 2 cos(k) cos(n) - cos(n - k). The
+/// rounding of a whole frame stays far below single precision.
 class CosineRecurrence
 {
 public:
     HWY_INLINE void start(double startPhase, double phaseStep)
     {
-        // One vector before the first sample up to the end of the first vector.
-        HWY_ALIGN double values[2 * floatLanes];
-        std::complex<double> z =
-            std::polar(1.0, startPhase - phaseStep * static_cast<double>(floatLanes));
-        const std::complex<double> turn = std::polar(1.0, phaseStep);
-        for (double& value : values)
+        // From one vector before the first sample on: exp(i phase) times powers of exp(i step).
+        HWY_ALIGN double cosines[doubleLanes];
+        HWY_ALIGN double sines[doubleLanes];
+        const Point step = pointAt(phaseStep);
+        Point turn{1.0, 0.0};
+        for (std::size_t lane = 0; lane < doubleLanes; ++lane)
         {
-            value = z.real();
-            z = {z.real() * turn.real() - z.imag() * turn.imag(),
-                 z.real() * turn.imag() + z.imag() * turn.real()};
+            cosines[lane] = turn.cosine;
+            sines[lane] = turn.sine;
+            turn = Point{turn.cosine * step.cosine - turn.sine * step.sine,
+                         turn.cosine * step.sine + turn.sine * step.cosine};
         }
-        const Doubles d;
-        previousLow = hn::Load(d, values);
-        previousHigh = hn::Load(d, values + doubleLanes);
-        low = hn::Load(d, values + floatLanes);
-        high = hn::Load(d, values + floatLanes + doubleLanes);
-        factor = hn::Set(d, 2.0 * std::cos(phaseStep * static_cast<double>(floatLanes)));
+        const Point first = pointAt(startPhase);
+        const Point before{first.cosine * turn.cosine + first.sine * turn.sine,
+                           first.sine * turn.cosine - first.cosine * turn.sine};
+        const DoubleVector cosine = hn::Load(d, cosines);
+        const DoubleVector sine = hn::Load(d, sines);
+        previous = cosineOfSum(before, cosine, sine);
+        current = cosineOfSum(first, cosine, sine);
+        factor = hn::Set(d, 2.0 * std::cos(phaseStep * static_cast<double>(doubleLanes)));
     }
 
-    /// The present vector of samples, rounded to float; moves on to the next.
+    /// The present samples, rounded to float; moves on to the next.
     HWY_INLINE FloatVector next()
     {
         const HalfFloats half;
-        const FloatVector result =
-            hn::Combine(Floats(), hn::DemoteTo(half, high), hn::DemoteTo(half, low));
-        advance(previousLow, low);
-        advance(previousHigh, high);
-        return result;
+        const auto low = hn::DemoteTo(half, current);
+        advance();
+        const auto high = hn::DemoteTo(half, current);
+        advance();
+        return hn::Combine(Floats(), high, low);
     }
 
 private:
-    HWY_INLINE void advance(DoubleVector& previous, DoubleVector& current) const
+    /// On the unit circle.
+    struct Point
+    {
+        double cosine;
+        double sine;
+    };
+
+    static HWY_INLINE Point pointAt(double phase) { return {std::cos(phase), std::sin(phase)}; }
+
+    HWY_INLINE DoubleVector cosineOfSum(Point point, DoubleVector cosine, DoubleVector sine) const
+    {
+        return hn::NegMulAdd(hn::Set(d, point.sine), sine,
+                             hn::Mul(hn::Set(d, point.cosine), cosine));
+    }
+
+    HWY_INLINE void advance()
     {
         const DoubleVector following = hn::MulSub(factor, current, previous);
         previous = current;
         current = following;
     }
 
-    DoubleVector previousLow;
-    DoubleVector previousHigh;
-    DoubleVector low;
-    DoubleVector high;
+    const Doubles d{};
+    DoubleVector previous;
+    DoubleVector current;
     DoubleVector factor;
+};
+
+/// Some oscillations in step.
+template <std::size_t count>
+class Oscillators
+{
+public:
+    explicit HWY_INLINE Oscillators(const SinusoidalSynthesis::Oscillation* oscillations)
+    {
+        unrolled<count>(
+            [&](auto i)
+            {
+                cosines[i].start(oscillations[i].startPhase, oscillations[i].phaseStep);
+                startAmplitude[i] = hn::Set(d, oscillations[i].startAmplitude);
+                amplitudeChange[i] = hn::Set(d, oscillations[i].amplitudeChange);
+            });
+    }
+
+    /// Subtracts the present vector of all oscillations, and moves on to the next.
+    HWY_INLINE FloatVector subtractFrom(FloatVector samples, FloatVector fade)
+    {
+        unrolled<count>(
+            [&](auto i)
+            {
+                const auto envelope = hn::MulAdd(amplitudeChange[i], fade, startAmplitude[i]);
+                samples = hn::Sub(samples, hn::Mul(cosines[i].next(), envelope));
+            });
+        return samples;
+    }
+
+private:
+    const Floats d{};
+    CosineRecurrence cosines[count];
+    FloatVector startAmplitude[count];
+    FloatVector amplitudeChange[count];
 };
 
 template <std::size_t count>
@@ -250,35 +315,18 @@ void subtractTogether(const SinusoidalSynthesis::Oscillation* oscillations, cons
                       float* output, std::size_t numSamples)
 {
     const Floats d;
-    CosineRecurrence cosines[count];
-    FloatVector startAmplitude[count];
-    FloatVector amplitudeChange[count];
-    for (std::size_t i = 0; i < count; ++i)
-    {
-        cosines[i].start(oscillations[i].startPhase, oscillations[i].phaseStep);
-        startAmplitude[i] = hn::Set(d, oscillations[i].startAmplitude);
-        amplitudeChange[i] = hn::Set(d, oscillations[i].amplitudeChange);
-    }
-    const auto subtractAll = [&](FloatVector samples, FloatVector fade)
-    {
-        for (std::size_t i = 0; i < count; ++i)
-        {
-            const FloatVector envelope = hn::MulAdd(amplitudeChange[i], fade, startAmplitude[i]);
-            samples = hn::Sub(samples, hn::Mul(cosines[i].next(), envelope));
-        }
-        return samples;
-    };
+    Oscillators<count> oscillators(oscillations);
     std::size_t n = 0;
     for (; n + floatLanes <= numSamples; n += floatLanes)
-        hn::StoreU(subtractAll(hn::LoadU(d, output + n), hn::LoadU(d, crossfade + n)), d,
-                   output + n);
+        hn::StoreU(oscillators.subtractFrom(hn::LoadU(d, output + n), hn::LoadU(d, crossfade + n)),
+                   d, output + n);
     if (n < numSamples)
     {
         HWY_ALIGN float samples[floatLanes] = {};
         HWY_ALIGN float fade[floatLanes] = {};
         std::copy(output + n, output + numSamples, samples);
         std::copy(crossfade + n, crossfade + numSamples, fade);
-        hn::Store(subtractAll(hn::Load(d, samples), hn::Load(d, fade)), d, samples);
+        hn::Store(oscillators.subtractFrom(hn::Load(d, samples), hn::Load(d, fade)), d, samples);
         std::copy_n(samples, numSamples - n, output + n);
     }
 }

@@ -78,21 +78,25 @@ TEST(TrackerBank, doesWhatItsTrackersDoOneByOne)
 
 TEST(NotchCascade, doesWhatItsStagesDoOneAfterTheOther)
 {
-    const Signal32 program = mix(makeHum({.numHarmonics = 40}, sampleRate, 0.5, 2),
-                                 makeNoise(-30.0, sampleRate, 0.5, 2));
+    // A pair of channels that run side by side, and one that is left over.
+    constexpr int numChannels = 3;
+    const Signal32 program = mix(makeHum({.numHarmonics = 40}, sampleRate, 0.5, numChannels),
+                                 makeNoise(-30.0, sampleRate, 0.5, numChannels));
     forEachInstructionSet(
         [&](const char* instructionSet)
         {
             for (const int count : {1, 2, 7, 8, 16, 17, 40, 96})
             {
                 NotchCascade cascade;
-                cascade.setFormat(2, sampleRate);
+                cascade.setFormat(numChannels, sampleRate);
                 PlainCascade plain(sampleRate);
                 int position = 0;
+                int frame = 0;
                 for (const int length : {2048, 1, 3, 15, 16, 17, 64, 2048, 500, 2048})
                 {
-                    const float fundamental = wandering(length);
-                    const HarmonicSelection selection(count, count == 40);
+                    // Tuned anew at every second block, and the selection changes once.
+                    const float fundamental = wandering(frame++ / 2);
+                    const HarmonicSelection selection(count, count == 40 && frame > 5);
                     const Signal32 input = cut(program, position, length);
                     Signal32 output = input;
                     cascade.process(output, fundamental, selection);

@@ -1,0 +1,215 @@
+#include "benchmarks/Work.h"
+#include "dsp/hum/NotchKernel.h"
+#include "dsp/hum/TrackerKernels.h"
+#include "dsp/signal/FourierTransform.h"
+#include "dsp/signal/IirFilter64.h"
+#include "dsp/signal/VectorOperations.h"
+
+#include <complex>
+#include <numbers>
+#include <vector>
+
+namespace
+{
+
+using namespace benchmarks;
+using namespace orvo::audio;
+
+orvo::audio::SecondOrderSection designFor(int harmonic, double quality)
+{
+    return IirCoefficients::designBandPass(50.0 * harmonic, quality, sampleRate);
+}
+
+std::vector<kernels::TrackerBlock> makeTrackers(int harmonics)
+{
+    std::vector<kernels::TrackerBlock> blocks(
+        (static_cast<std::size_t>(harmonics) + kernels::lanesPerBlock - 1) /
+        kernels::lanesPerBlock);
+    for (int index = 0; index < harmonics; ++index)
+    {
+        IirFilter64 filter;
+        filter.setSection(1, designFor(index + 1, SinusoidalSynthesis::isolationQ));
+        const auto taps = filter.getNormalisedTaps();
+        const auto place = static_cast<std::size_t>(index);
+        kernels::TrackerBlock& block = blocks[place / kernels::lanesPerBlock];
+        const std::size_t lane = place % kernels::lanesPerBlock;
+        block.b0[lane] = taps[0];
+        block.a1[lane] = taps[4];
+        block.a2[lane] = taps[5];
+        block.coefficient[lane] =
+            2.0 * std::cos(2.0 * std::numbers::pi * 50.0 * (index + 1) / sampleRate);
+        block.transformLength[lane] = 1920.0;
+    }
+    return blocks;
+}
+
+/// Band-passes and single-bin transforms, harmonics as lanes.
+void isolateAndTransform(benchmark::State& state)
+{
+    const auto harmonics = static_cast<int>(state.range(0));
+    auto blocks = makeTrackers(harmonics);
+    const Signal64 input = makeHum(1, frameLength).toSignal64();
+    for (auto _ : state)
+    {
+        kernels::isolateAndTransform(blocks, input.getReadChannelPtr(0), frameLength);
+        benchmark::ClobberMemory();
+    }
+    countWork(state, harmonics, 1, frameLength);
+}
+
+/// One pass of the priming, which a closed form extends to all passes.
+void isolate(benchmark::State& state)
+{
+    const auto harmonics = static_cast<int>(state.range(0));
+    auto blocks = makeTrackers(harmonics);
+    const Signal64 input = makeHum(1, 960).toSignal64();
+    for (auto _ : state)
+    {
+        kernels::isolate(blocks, input.getReadChannelPtr(0), 960);
+        benchmark::ClobberMemory();
+    }
+    countWork(state, harmonics, 1, 960);
+}
+
+/// Synthesis and subtraction, time as lanes.
+void subtractOscillations(benchmark::State& state)
+{
+    const auto harmonics = static_cast<int>(state.range(0));
+    std::vector<SinusoidalSynthesis::Oscillation> oscillations;
+    for (int index = 0; index < harmonics; ++index)
+        oscillations.push_back(
+            {0.1 * index, 2.0 * std::numbers::pi * 50.0 * (index + 1) / sampleRate, 0.01F, 0.0F});
+    Signal32 crossfade(1, frameLength);
+    for (int n = 0; n < frameLength; ++n)
+        crossfade.getWriteChannelPtr(0)[n] = SinusoidalSynthesis::crossfade(n, frameLength);
+    const Signal32 frame = makeHum(1, frameLength);
+    Signal32 output(1, frameLength);
+    for (auto _ : state)
+    {
+        orvo::vo::copy(frame.getReadChannelPtr(0), output.getWriteChannelPtr(0), frameLength);
+        kernels::subtractOscillations(oscillations, crossfade.getReadChannelPtr(0),
+                                      output.getWriteChannelPtr(0), frameLength);
+        benchmark::ClobberMemory();
+    }
+    countWork(state, harmonics, 1, frameLength);
+}
+
+/// The notch cascade's wave front alone, with all stages of all blocks in use.
+void runNotches(benchmark::State& state)
+{
+    constexpr int harmonics = 96;
+    const auto numChannels = static_cast<int>(state.range(0));
+    const auto length = static_cast<int>(state.range(1));
+    std::vector<kernels::NotchBlock> blocks(harmonics / kernels::stagesPerBlock);
+    for (int index = 0; index < harmonics; ++index)
+    {
+        IirFilter64 filter;
+        filter.setSection(1, designFor(index + 1, 25.0));
+        const auto taps = filter.getNormalisedTaps();
+        const auto place = static_cast<std::size_t>(index);
+        kernels::NotchBlock& block = blocks[place / kernels::stagesPerBlock];
+        const std::size_t lane = place % kernels::stagesPerBlock;
+        block.b0[lane] = taps[0];
+        block.a1[lane] = taps[4];
+        block.a2[lane] = taps[5];
+        block.numStages = lane + 1;
+    }
+    std::vector<kernels::NotchState> states(blocks.size() * static_cast<std::size_t>(numChannels));
+    const Signal32 frame = makeHum(numChannels, length);
+    Signal32 samples(numChannels, length);
+    std::vector<kernels::NotchChannel> channels;
+    for (int channel = 0; channel < numChannels; ++channel)
+        channels.push_back({samples.getWriteChannelPtr(channel),
+                            states.data() + static_cast<std::size_t>(channel) * blocks.size()});
+    for (auto _ : state)
+    {
+        for (int channel = 0; channel < numChannels; ++channel)
+            orvo::vo::copy(frame.getReadChannelPtr(channel),
+                           channels[static_cast<std::size_t>(channel)].samples, length);
+        kernels::runNotches(blocks, channels, static_cast<std::size_t>(length));
+        benchmark::ClobberMemory();
+    }
+    countWork(state, harmonics, numChannels, length);
+}
+
+/// What the wave front replaces: filter and subtract, stage after stage.
+void notchesOneByOne(benchmark::State& state)
+{
+    constexpr int harmonics = 96;
+    std::vector<IirFilter64> filters(harmonics);
+    for (int index = 0; index < harmonics; ++index)
+        filters[static_cast<std::size_t>(index)].setSection(2, designFor(index + 1, 25.0));
+    const Signal32 frame = makeHum(2, frameLength);
+    for (auto _ : state)
+    {
+        Signal32 samples = frame;
+        for (IirFilter64& filter : filters)
+        {
+            const Signal32 passed = filter.process(samples.toSignal64()).toSignal32();
+            for (int channel = 0; channel < 2; ++channel)
+                orvo::vo::subtract(passed.getReadChannelPtr(channel),
+                                   samples.getReadChannelPtr(channel),
+                                   samples.getWriteChannelPtr(channel), frameLength);
+        }
+        benchmark::DoNotOptimize(samples.getReadChannelPtr(0));
+    }
+    countWork(state, harmonics, 2, frameLength);
+}
+
+void transform(benchmark::State& state)
+{
+    const auto size = static_cast<int>(state.range(0));
+    const Signal32 input = makeHum(1, size);
+    ComplexSignal32 bins(1, size / 2 + 1);
+    FourierTransform fourier;
+    fourier.allocate(size, true);
+    for (auto _ : state)
+    {
+        fourier.forwardReal(input, bins);
+        benchmark::ClobberMemory();
+    }
+}
+
+ComplexSignal32 makeBins(int count)
+{
+    ComplexSignal32 bins(1, count);
+    for (int k = 0; k < count; ++k)
+        bins.getWriteChannelPtr(0)[k] =
+            std::polar(1.0F + 0.001F * static_cast<float>(k), 0.7F * static_cast<float>(k));
+    return bins;
+}
+
+void magnitudes(benchmark::State& state)
+{
+    const auto count = static_cast<int>(state.range(0));
+    const ComplexSignal32 bins = makeBins(count);
+    Signal32 result(1, count);
+    for (auto _ : state)
+    {
+        orvo::vo::calcMagnitudes(bins.getReadChannelPtr(0), result.getWriteChannelPtr(0), count);
+        benchmark::ClobberMemory();
+    }
+}
+
+void phases(benchmark::State& state)
+{
+    const auto count = static_cast<int>(state.range(0));
+    const ComplexSignal32 bins = makeBins(count);
+    Signal32 result(1, count);
+    for (auto _ : state)
+    {
+        orvo::vo::calcPhases(bins.getReadChannelPtr(0), result.getWriteChannelPtr(0), count);
+        benchmark::ClobberMemory();
+    }
+}
+
+BENCHMARK(isolateAndTransform)->Arg(8)->Arg(24)->Arg(96)->ArgName("harmonics");
+BENCHMARK(isolate)->Arg(96)->ArgName("harmonics");
+BENCHMARK(subtractOscillations)->Arg(8)->Arg(24)->Arg(96)->ArgName("harmonics");
+BENCHMARK(runNotches)->ArgsProduct({{1, 2}, {64, 2048}})->ArgNames({"channels", "samples"});
+BENCHMARK(notchesOneByOne);
+BENCHMARK(transform)->Arg(4096)->Arg(16384)->ArgName("points");
+BENCHMARK(magnitudes)->Arg(8193)->ArgName("bins");
+BENCHMARK(phases)->Arg(2049)->ArgName("bins");
+
+} // namespace
