@@ -23,7 +23,7 @@ constexpr double height = 420.0;
 constexpr double left = 60.0;
 constexpr double right = width - 20.0;
 constexpr double top = 60.0;
-constexpr double bottom = height - 60.0;
+constexpr double bottom = height - 68.0;
 constexpr PlotColour ink{0.15, 0.15, 0.18};
 constexpr PlotColour faint{0.15, 0.15, 0.18, 0.15};
 constexpr PlotColour limit{0.75, 0.15, 0.1};
@@ -72,10 +72,14 @@ void CallbackPlot::write(const std::string& file) const
     const double step = (right - left) / static_cast<double>(std::max<std::size_t>(bars.size(), 1));
     for (std::size_t i = 0; i < bars.size(); ++i)
         drawBar(canvas, bars[i], left + (static_cast<double>(i) + 0.2) * step, 0.6 * step);
-    canvas.drawText(
-        "frames per callback; blue: normal mode, orange: aggressive; bar: 99.9 % of the "
-        "callbacks, line in it: median, line above: maximum",
-        left, height - 16.0, {11.0, ink});
+    const double middle = (left + right) / 2;
+    canvas.drawText("normal mode", (left + middle) / 2, bottom + 36.0, {11.0, ink, true},
+                    TextAnchor::middle);
+    canvas.drawText("aggressive mode", (middle + right) / 2, bottom + 36.0, {11.0, ink, true},
+                    TextAnchor::middle);
+    canvas.drawText("frames per callback; bar: 99.9 % of the callbacks, line in it: median, line "
+                    "above: maximum",
+                    left, height - 8.0, {10.0, ink});
     const std::vector<std::byte> bytes = canvas.finish();
     std::ofstream stream(file, std::ios::binary);
     stream.write(reinterpret_cast<const char*>(bytes.data()),

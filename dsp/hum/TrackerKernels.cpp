@@ -211,6 +211,9 @@ void isolateKernel(TrackerBlock* blocks, std::size_t numBlocks, const double* in
 class CosineRecurrence
 {
 public:
+    /// Written out, since the compiler would make its own outside of the instruction set.
+    HWY_INLINE CosineRecurrence() {}
+
     HWY_INLINE void start(double startPhase, double phaseStep)
     {
         // From one vector before the first sample on: exp(i phase) times powers of exp(i step).

@@ -228,9 +228,9 @@ private:
         report.highestFundamental = tracking.getHighest();
         report.measured = options.measured;
         if (spectra)
-            report.harmonics = measureHarmonics(spectra->before, spectra->after,
-                                                selectionOf(options.settings),
-                                                static_cast<double>(measuredTracking.getMean()));
+            report.harmonics =
+                measureHarmonics(spectra->before, spectra->after, selectionOf(options.settings),
+                                 static_cast<double>(measuredTracking.getMean()));
         report.nonFiniteSamples = remover.getNumNonFinite();
         report.clippedSamples = writer.clippedSamples();
         return report;

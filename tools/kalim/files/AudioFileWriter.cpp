@@ -67,8 +67,7 @@ public:
 
     QuantisedSample quantise(float sample) const
     {
-        const double scaled =
-            std::isnan(sample) ? 0.0 : static_cast<double>(sample) * fullScale;
+        const double scaled = std::isnan(sample) ? 0.0 : static_cast<double>(sample) * fullScale;
         const double step = rounded(std::clamp(scaled, -2 * fullScale, 2 * fullScale));
         const double limited = std::clamp(step, lowest, fullScale - 1);
         // Exactly +1 is the peak of every normalised file and loses one step only: no clipping.
