@@ -53,11 +53,11 @@ void drawBar(const PlotCanvas& canvas, const CallbackPlot::Bar& bar, double x, d
     const PlotColour colour =
         bar.isAggressive ? PlotColour{0.85, 0.5, 0.1, 0.9} : PlotColour{0.15, 0.4, 0.7, 0.9};
     canvas.setColour(colour);
-    cairo_rectangle(canvas.context(), x, toY(bar.nearlyAll), barWidth, bottom - toY(bar.nearlyAll));
+    cairo_rectangle(canvas.context(), x, toY(bar.work), barWidth, bottom - toY(bar.work));
     cairo_fill(canvas.context());
     canvas.setColour(ink);
     canvas.strokeLine(x, toY(bar.median), x + barWidth, toY(bar.median));
-    canvas.strokeLine(x + barWidth / 2, toY(bar.nearlyAll), x + barWidth / 2, toY(bar.maximum));
+    canvas.strokeLine(x + barWidth / 2, toY(bar.work), x + barWidth / 2, toY(bar.maximum));
     canvas.strokeLine(x, toY(bar.maximum), x + barWidth, toY(bar.maximum));
     canvas.drawText(fmt::format("{}", bar.numFrames), x + barWidth / 2, bottom + 18.0, {11.0, ink},
                     TextAnchor::middle);
@@ -77,8 +77,8 @@ void CallbackPlot::write(const std::string& file) const
                     TextAnchor::middle);
     canvas.drawText("aggressive mode", (middle + right) / 2, bottom + 36.0, {11.0, ink, true},
                     TextAnchor::middle);
-    canvas.drawText("frames per callback; bar: 99.9 % of the callbacks, line in it: median, line "
-                    "above: maximum",
+    canvas.drawText("frames per callback; bar: the work of the longest callback, line in it: "
+                    "median; line above: with interruptions by the machine",
                     left, height - 8.0, {10.0, ink});
     const std::vector<std::byte> bytes = canvas.finish();
     std::ofstream stream(file, std::ios::binary);

@@ -16,7 +16,11 @@ public:
         int numFrames;
         bool isAggressive;
         double median;
-        double nearlyAll;
+
+        /// The longest that a callback's own work took.
+        double work;
+
+        /// The longest that a callback took, interruptions by the machine included.
         double maximum;
     };
 

@@ -21,8 +21,6 @@ public:
 
     double getDeadline() const { return deadline; }
 
-    double getFirstShare() const { return shares.front(); }
-
     /// The share that this part of the callbacks, from 0 to 1, does not exceed.
     double getShare(double part) const
     {
@@ -31,6 +29,14 @@ public:
             static_cast<std::ptrdiff_t>(part * static_cast<double>(sorted.size() - 1));
         std::nth_element(sorted.begin(), sorted.begin() + position, sorted.end());
         return sorted[static_cast<std::size_t>(position)];
+    }
+
+    /// Keeps the lesser time of each callback of two runs of the very same callbacks: what the
+    /// machine put into one of them goes, what the work takes stays.
+    void keepLesser(const CallbackTimes& other)
+    {
+        for (std::size_t call = 0; call < shares.size(); ++call)
+            shares[call] = std::min(shares[call], other.shares[call]);
     }
 
 private:

@@ -27,6 +27,9 @@ using orvo::audio::Kalimmer;
 
 constexpr double sampleRate = 48000.0;
 
+/// Runs of the same callbacks, to tell the work from what the machine does beside it.
+constexpr int numRuns = 3;
+
 struct Setup
 {
     int numFrames;
@@ -107,6 +110,28 @@ CallbackTimes measure(const Setup& setup, const juce::AudioBuffer<float>& sound,
     return times;
 }
 
+struct Result
+{
+    /// Of every callback, the least of all runs.
+    CallbackTimes work;
+
+    /// Of all callbacks of all runs.
+    double longest;
+};
+
+Result measureRepeatedly(const Setup& setup, const juce::AudioBuffer<float>& sound, double seconds)
+{
+    CallbackTimes work = measure(setup, sound, seconds);
+    double longest = work.getShare(1.0);
+    for (int run = 1; run < numRuns; ++run)
+    {
+        const CallbackTimes again = measure(setup, sound, seconds);
+        longest = std::max(longest, again.getShare(1.0));
+        work.keepLesser(again);
+    }
+    return {work, longest};
+}
+
 /// The longest time in seconds for which the machine stopped a loop that only reads the clock: what
 /// a maximum holds that is not the plug-in's.
 double findLongestInterruption(double seconds)
@@ -154,26 +179,28 @@ std::vector<Setup> makeSetups()
 void run(double seconds, const char* picture)
 {
     const bool isAhead = runAheadOfOthers();
-    fmt::print("{} s per line at 48 kHz, {} real-time priority; shares of the deadline in %\n\n"
-               "| mode | harmonics | channels | frames | deadline | median | 99.9 % | maximum | "
-               "first |\n|---|---|---|---|---|---|---|---|---|\n",
-               seconds, isAhead ? "with" : "without");
+    fmt::print("{} s per line at 48 kHz, {} times the same, {} real-time priority; shares of the "
+               "deadline in %\n\n"
+               "| mode | harmonics | channels | frames | deadline | median | 99.9 % | maximum of "
+               "the work | maximum with interruptions |\n|---|---|---|---|---|---|---|---|---|\n",
+               seconds, numRuns, isAhead ? "with" : "without");
     benchmarks::CallbackPlot plot;
     std::map<int, juce::AudioBuffer<float>> sounds;
     for (const int numChannels : {1, 2, 8})
         sounds[numChannels] = makeSound(numChannels);
     for (const Setup& setup : makeSetups())
     {
-        const CallbackTimes times = measure(setup, sounds[setup.numChannels], seconds);
+        const Result result = measureRepeatedly(setup, sounds[setup.numChannels], seconds);
+        const CallbackTimes& work = result.work;
         fmt::print("| {} | {} | {} | {} | {:.2f} ms | {:.1f} | {:.1f} | {:.1f} | {:.1f} |\n",
                    setup.isAggressive ? "aggressive" : "normal", setup.numHarmonics,
-                   setup.numChannels, setup.numFrames, 1000.0 * times.getDeadline(),
-                   100.0 * times.getShare(0.5), 100.0 * times.getShare(0.999),
-                   100.0 * times.getShare(1.0), 100.0 * times.getFirstShare());
+                   setup.numChannels, setup.numFrames, 1000.0 * work.getDeadline(),
+                   100.0 * work.getShare(0.5), 100.0 * work.getShare(0.999),
+                   100.0 * work.getShare(1.0), 100.0 * result.longest);
         std::fflush(stdout);
         if (setup.numHarmonics == 96 && setup.numChannels == 2)
-            plot.add({setup.numFrames, setup.isAggressive, times.getShare(0.5),
-                      times.getShare(0.999), times.getShare(1.0)});
+            plot.add({setup.numFrames, setup.isAggressive, work.getShare(0.5), work.getShare(1.0),
+                      result.longest});
     }
     fmt::print(
         "\nThe machine alone, with a loop that only reads the clock for {} s: interrupted for "
