@@ -179,26 +179,15 @@ ComplexSignal32 makeBins(int count)
     return bins;
 }
 
-void magnitudes(benchmark::State& state)
+template <auto operation>
+void onBins(benchmark::State& state)
 {
     const auto count = static_cast<int>(state.range(0));
     const ComplexSignal32 bins = makeBins(count);
     Signal32 result(1, count);
     for (auto _ : state)
     {
-        orvo::vo::calcMagnitudes(bins.getReadChannelPtr(0), result.getWriteChannelPtr(0), count);
-        benchmark::ClobberMemory();
-    }
-}
-
-void phases(benchmark::State& state)
-{
-    const auto count = static_cast<int>(state.range(0));
-    const ComplexSignal32 bins = makeBins(count);
-    Signal32 result(1, count);
-    for (auto _ : state)
-    {
-        orvo::vo::calcPhases(bins.getReadChannelPtr(0), result.getWriteChannelPtr(0), count);
+        operation(bins.getReadChannelPtr(0), result.getWriteChannelPtr(0), count);
         benchmark::ClobberMemory();
     }
 }
@@ -209,7 +198,7 @@ BENCHMARK(subtractOscillations)->Arg(8)->Arg(24)->Arg(96)->ArgName("harmonics");
 BENCHMARK(runNotches)->ArgsProduct({{1, 2}, {64, 2048}})->ArgNames({"channels", "samples"});
 BENCHMARK(notchesOneByOne);
 BENCHMARK(transform)->Arg(4096)->Arg(16384)->ArgName("points");
-BENCHMARK(magnitudes)->Arg(8193)->ArgName("bins");
-BENCHMARK(phases)->Arg(2049)->ArgName("bins");
+BENCHMARK(onBins<orvo::vo::calcMagnitudes>)->Name("magnitudes")->Arg(8193)->ArgName("bins");
+BENCHMARK(onBins<orvo::vo::calcPhases>)->Name("phases")->Arg(2049)->ArgName("bins");
 
 } // namespace
