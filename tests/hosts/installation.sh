@@ -1,29 +1,22 @@
 #!/bin/sh
 # What is installed works and is taken away again: installation.sh INSTALL BUILD VERSION
 set -eu
+. "$(dirname "$0")/common.sh"
 install=$1
 build=$2
 version=$3
 
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
-trap 'exit 1' HUP INT PIPE TERM
-
-fail() {
-    echo "FAILED: $*"
-    exit 1
-}
-
+open_folder
 # A blank in the name, as homes may have one.
-HOME="$scratch/a home"
+HOME="$work/a home"
 export HOME
 mkdir -p "$HOME/.lv2/Other.lv2" "$HOME/.local/bin"
 touch "$HOME/.lv2/Other.lv2/manifest.ttl" "$HOME/.local/bin/other"
 files() { (cd "$HOME" && find . -type f -o -type l | LC_ALL=C sort); }
 before=$(files)
 
-"$install" --built "$build" >"$scratch/first" || fail "does not install: $(cat "$scratch/first")"
-grep -q 'is not in PATH' "$scratch/first" || fail "does not say that the folder is not in PATH"
+"$install" --built "$build" >"$work/first" || fail "does not install: $(cat "$work/first")"
+grep -q 'is not in PATH' "$work/first" || fail "does not say that the folder is not in PATH"
 for file in .lv2/Kalim.lv2/manifest.ttl .lv2/Kalim.lv2/dsp.ttl .lv2/Kalim.lv2/libKalim.so \
     .lv2/Kalim.lv2/Contents/Resources/Presets/Reset.xml .vst3/Kalim.vst3/Contents \
     .vst3/Kalim.vst3/Contents/Resources/Presets/Reset.xml .local/bin/kalim-standalone \
@@ -39,20 +32,20 @@ echo "$said" | grep -q -F "$version" || fail "the installed program says '$said'
 
 once=$(files)
 touch "$HOME/.lv2/Kalim.lv2/left-over-of-an-older-version.ttl"
-PATH="$PATH:$HOME/.local/bin" "$install" --built "$build" >"$scratch/second" || fail "not twice"
+PATH="$PATH:$HOME/.local/bin" "$install" --built "$build" >"$work/second" || fail "not twice"
 [ "$(files)" = "$once" ] || fail "a second time installs something else"
-if grep -q 'is not in PATH' "$scratch/second"; then
+if grep -q 'is not in PATH' "$work/second"; then
     fail "does not see that the folder is in PATH"
 fi
 
-"$install" --remove >"$scratch/third" || fail "does not remove"
+"$install" --remove >"$work/third" || fail "does not remove"
 [ "$(files)" = "$before" ] || fail "leaves or takes too much: $(files)"
 for folder in .lv2/Kalim.lv2 .vst3/Kalim.vst3 .local/lib/kalim; do
     [ ! -e "$HOME/$folder" ] || fail "$folder is left"
 done
 "$install" --remove | grep -q 'nothing to remove' || fail "does not say that there is nothing left"
 
-if "$install" --built "$scratch" >"$scratch/fourth" 2>&1; then
+if "$install" --built "$work" >"$work/fourth" 2>&1; then
     fail "installs from a folder in which nothing was built"
 fi
 [ "$(files)" = "$before" ] || fail "installs half of what is missing"

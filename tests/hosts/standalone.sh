@@ -1,124 +1,75 @@
 #!/bin/sh
 # The stand-alone program shows a window, plays a file and remembers: standalone.sh PROGRAM FILE
 set -eu
+. "$(dirname "$0")/common.sh"
 program=$1
 file=$2
-
-for tool in Xvfb xvfb-run xauth openbox xdotool wmctrl import identify convert compare base64; do
-    if ! command -v "$tool" >/dev/null 2>&1; then
-        echo "skipped: $tool is not installed"
-        exit 77
-    fi
-done
+need Xvfb xvfb-run xauth openbox xdotool wmctrl import identify convert compare base64
 
 # What follows happens on a screen of its own.
 if [ "${KALIM_ON_OWN_SCREEN:-}" != yes ]; then
     if env -u DISPLAY "$program" >/dev/null 2>&1; then
-        echo "FAILED: starts without a screen"
-        exit 1
+        fail "starts without a screen"
     fi
     KALIM_ON_OWN_SCREEN=yes exec xvfb-run -a -s "-screen 0 1280x900x24" "$0" "$@"
 fi
 
-work=$(mktemp -d)
-manager=
-app=
-# Only what was started here is ended, and waited for.
-end() {
-    if [ -n "$1" ]; then
-        kill -KILL "$1" 2>/dev/null || true
-        wait "$1" 2>/dev/null || true
-    fi
-}
-clean_up() {
-    end "$app"
-    end "$manager"
-    rm -rf "$work"
-}
-trap clean_up EXIT
-trap 'exit 1' HUP INT PIPE TERM
-
-fail() {
-    echo "FAILED: $*"
-    echo "-- the program said:"
-    cat "$work/said"
-    exit 1
-}
-
-# The program must not meet the settings or sound servers of whoever runs the tests.
-mkdir -p "$work/home/.config"
-export HOME="$work/home" XDG_CONFIG_HOME="$work/home/.config" LC_ALL=C
-export JACK_DEFAULT_SERVER="kalim-test-$$" JACK_NO_START_SERVER=1
+open_folder
+use_own_home
+export LC_ALL=C
 settings="$HOME/Orvotech/KalimStandalone.prop"
 
-: >"$work/said"
-openbox >"$work/manager" 2>&1 &
-manager=$!
+run manager openbox
 # A window that is there before its manager does not survive.
-tries=0
-until wmctrl -m >/dev/null 2>&1; do
-    tries=$((tries + 1))
-    [ "$tries" -lt 100 ] || fail "the window manager does not start"
-    sleep 0.1
-done
+is_managed() { wmctrl -m >/dev/null 2>&1; }
+wait_for 10 is_managed || fail "the window manager does not start"
 
+has_window() {
+    window=$(xdotool search --onlyvisible --name '^Kalim$' 2>/dev/null | head -n 1)
+    [ -n "$window" ]
+}
 start() {
-    "$program" "$@" >"$work/said" 2>&1 &
-    app=$!
-    find_window() { xdotool search --onlyvisible --name '^Kalim$' 2>/dev/null | head -n 1; }
-    tries=0
-    while [ -z "$(find_window)" ]; do
-        tries=$((tries + 1))
-        kill -0 "$app" 2>/dev/null || fail "ended before it showed a window"
-        [ "$tries" -lt 200 ] || fail "shows no window"
-        sleep 0.1
-    done
+    run program "$program" "$@"
+    app=$started
+    wait_for 20 has_window || fail "shows no window"
     # Until it is laid out and painted for the first time.
     sleep 2
-    window=$(find_window)
+    has_window || fail "its window is gone"
     xdotool windowactivate --sync "$window"
-}
-
-# How many differently coloured points two pictures have, or a large number where their sizes differ.
-differences() {
-    compare -metric AE "$1" "$2" null: 2>&1 | sed 's/[^0-9.e+].*//' || true
 }
 
 close() {
     wmctrl -i -c "$window"
-    tries=0
-    while kill -0 "$app" 2>/dev/null; do
-        tries=$((tries + 1))
-        [ "$tries" -lt 100 ] || fail "does not close"
-        sleep 0.1
-    done
-    code=0
-    wait "$app" || code=$?
-    app=
-    [ "$code" = 0 ] || fail "ended with code $code"
+    expect_end "$app"
+}
+
+# The whole window, and the bar at its bottom.
+take_picture() {
+    import -window "$window" "$work/$1.png"
+    convert "$work/$1.png" -gravity south -crop x40+0+0 +repage "$work/$1-bar.png"
+}
+
+# How many differently coloured points the bar has than in the first picture.
+differences() {
+    compare -metric AE "$work/opened-bar.png" "$work/$1-bar.png" null: 2>&1 |
+        sed 's/[^0-9.e+].*//' || true
 }
 
 start "$file"
-import -window "$window" "$work/opened.png"
+take_picture opened
 colours=$(identify -format '%k' "$work/opened.png")
 [ "$colours" -gt 100 ] || fail "the window has only $colours colours"
 
 # The time and the position move while it plays, and only then.
-line=$(xdotool getwindowgeometry --shell "$window" | sed -n 's/^HEIGHT=//p')
-bar() { convert "$1" -gravity south -crop x40+0+0 +repage "$2"; }
 sleep 1
-import -window "$window" "$work/waiting.png"
-bar "$work/opened.png" "$work/opened-bar.png"
-bar "$work/waiting.png" "$work/waiting-bar.png"
-[ "$(differences "$work/opened-bar.png" "$work/waiting-bar.png")" = 0 ] ||
-    fail "something moves before it plays"
+take_picture waiting
+[ "$(differences waiting)" = 0 ] || fail "something moves before it plays"
 xdotool key space
 sleep 3
-import -window "$window" "$work/playing.png"
-bar "$work/playing.png" "$work/playing-bar.png"
-[ "$(differences "$work/opened-bar.png" "$work/playing-bar.png")" != 0 ] ||
-    fail "nothing moves while it plays"
+take_picture playing
+[ "$(differences playing)" != 0 ] || fail "nothing moves while it plays"
 # The loop switch, beside the two buttons on the left.
+line=$(xdotool getwindowgeometry --shell "$window" | sed -n 's/^HEIGHT=//p')
 xdotool mousemove --window "$window" 160 $((line - 20)) click 1
 sleep 1
 # The editor, below the notice that there is no audio device: the last of the switches, and the first of
@@ -138,7 +89,7 @@ sleep 1
 
 close
 [ -f "$settings" ] || fail "remembers nothing"
-remembered() { sed -n "s/.*name=\"$1\" val=\"\([^\"]*\)\".*/\1/p" "$settings"; }
+remembered() { sed -n "s/.*name=\"$1\" val=\"\([^\"]*\)\".*/\1/p" "${2:-$settings}"; }
 remembered State | base64 -d 2>/dev/null | head -c 4 | grep -q OVRO ||
     fail "the state is '$(remembered State)'"
 value() { remembered State | base64 -d | od -A n -t f4 -j $((20 + 8 * $1)) -N 4 | tr -d ' '; }
@@ -154,9 +105,9 @@ cp "$settings" "$work/first.prop"
 start
 close
 for key in WindowX WindowY EditorWidth EditorHeight Looping State; do
-    once=$(sed -n "s/.*name=\"$key\" val=\"\([^\"]*\)\".*/\1/p" "$work/first.prop")
+    once=$(remembered "$key" "$work/first.prop")
     [ "$(remembered "$key")" = "$once" ] || fail "$key was '$once' and is '$(remembered "$key")'"
 done
-if grep -i 'assertion' "$work/said"; then
+if grep -i 'assertion' "$work/program.said"; then
     fail "the framework reports a fault"
 fi

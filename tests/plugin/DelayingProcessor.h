@@ -1,7 +1,6 @@
 #pragma once
 
 #include "dsp/processor/BaseAudioProcessor.h"
-#include "dsp/processor/TypedProcessorParameter.h"
 #include "dsp/signal/SignalQueue.h"
 
 /// A processor that holds as much back as it says, gives its samples out in lumps, and can be asked
@@ -9,14 +8,6 @@
 class DelayingProcessor : public orvo::audio::BaseAudioProcessor
 {
 public:
-    DelayingProcessor()
-    {
-        describe(linear, "Linear", 20.0F, 200.0F, 110.0F);
-        describe(logarithmic, "Logarithmic", 1.0F, 1000.0F, 10.0F);
-        describe(toggle, "Toggle", 0.0F, 1.0F, 0.5F);
-        parameters = {&linear, &logarithmic, &toggle};
-    }
-
     bool setFormat(const orvo::audio::AudioFormat& input,
                    const orvo::audio::AudioFormat& output) override
     {
@@ -55,18 +46,5 @@ public:
     bool wasBypassed = false;
 
 private:
-    static void describe(orvo::audio::TypedProcessorParameter<float>& parameter, const char* name,
-                         float min, float max, float value)
-    {
-        parameter.name = name;
-        parameter.minValue = min;
-        parameter.maxValue = max;
-        parameter.defaultValue = value;
-        parameter.value = value;
-    }
-
-    orvo::audio::TypedProcessorParameter<float> linear;
-    orvo::audio::TypedProcessorParameter<float> logarithmic;
-    orvo::audio::TypedProcessorParameter<float> toggle;
     orvo::audio::SignalQueue<orvo::audio::Signal32> queue;
 };

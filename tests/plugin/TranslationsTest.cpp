@@ -24,7 +24,7 @@ std::set<std::string> collectTexts()
 {
     std::set<std::string> texts{"Factory presets", "User presets"};
     const std::regex call(R"re((?:translate|TRANS)\s*\(\s*((?:"(?:[^"\\]|\\.)*"\s*)+)\))re");
-    const std::regex literal(R"re("((?:[^"\\]|\\.)*)")re");
+    const std::regex joint(R"re("\s+")re");
     for (const char* const name : {"plugin", "ui", "standalone"})
         for (const juce::File& file :
              project.getChildFile(name).findChildFiles(juce::File::findFiles, true, "*.cpp;*.h"))
@@ -33,12 +33,8 @@ std::set<std::string> collectTexts()
             for (std::sregex_iterator found(source.begin(), source.end(), call), end; found != end;
                  ++found)
             {
-                const std::string literals = (*found)[1];
-                std::string text;
-                for (std::sregex_iterator part(literals.begin(), literals.end(), literal);
-                     part != end; ++part)
-                    text += (*part)[1];
-                texts.insert(juce::String(text).replace("\\n", "\n").toStdString());
+                const std::string text = std::regex_replace((*found)[1].str(), joint, "");
+                texts.insert(juce::String(text).unquoted().replace("\\n", "\n").toStdString());
             }
         }
     return texts;

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <utility>
 
 namespace
 {
@@ -41,12 +42,13 @@ TEST(Localisation, appliesToAllTextsOfThePlugIn)
 TEST(Help, isFoundInTheLanguageOrInEnglish)
 {
     const KalimAudioProcessor plugIn;
-    const juce::String german = plugIn.getHelpFilePath("de");
-    EXPECT_TRUE(german.endsWith("/Contents/Resources/Vellacore_de/kalim.html"));
-    EXPECT_TRUE(juce::File(german).existsAsFile());
-    const juce::String english = plugIn.getHelpFilePath("xx");
-    EXPECT_TRUE(english.endsWith("/Contents/Resources/Vellacore_en/kalim.html"));
-    EXPECT_TRUE(juce::File(english).existsAsFile());
+    for (const auto& [language, found] : {std::pair{"de", "de"}, {"xx", "en"}})
+    {
+        const juce::String path = plugIn.getHelpFilePath(language);
+        EXPECT_TRUE(
+            path.endsWith(juce::String("/Contents/Resources/Vellacore_") + found + "/kalim.html"));
+        EXPECT_TRUE(juce::File(path).existsAsFile());
+    }
 }
 
 TEST(UserFiles, areFoldersOfTheMakerInTheHome)

@@ -8,24 +8,6 @@
 
 #include <chrono>
 
-namespace
-{
-
-/// For as long as other threads may take on a busy machine.
-template <typename Condition>
-bool waitUntil(Condition condition)
-{
-    for (int tries = 0; tries < 5000; ++tries)
-    {
-        if (condition())
-            return true;
-        juce::Thread::sleep(1);
-    }
-    return condition();
-}
-
-} // namespace
-
 class AudioEngineDriving : public SoundFiles
 {
 protected:
@@ -40,15 +22,27 @@ protected:
         juce::AudioDeviceManager::AudioDeviceSetup setup;
         setup.inputDeviceName = setup.outputDeviceName = name;
         setup.sampleRate = rate;
-        setup.bufferSize = 64;
         EXPECT_EQ(engine.getDevices().initialise(2, 2, nullptr, true, {}, &setup), juce::String());
+        EXPECT_EQ(processor.rate, rate);
+    }
+
+    void expectProgress(int numFrames)
+    {
+        const auto present = processor.numProcessed.load();
+        EXPECT_TRUE(waitUntil([&] { return processor.numProcessed > present + numFrames; }));
+        EXPECT_TRUE(processor.wasDrivenWell);
+    }
+
+    static void expectOutput(float sample)
+    {
+        EXPECT_TRUE(waitUntil([=] { return FakeDevice::lastOutput == sample / 2.0F; }));
     }
 
     ProbeProcessor processor;
     AudioEngine engine{processor};
 };
 
-TEST_F(AudioEngineDriving, goesAtThePaceOfRealTimeWithoutADevice)
+TEST_F(AudioEngineDriving, goesAtThePaceOfRealTimeAndPlaysFilesWithoutADevice)
 {
     EXPECT_FALSE(engine.hasDevice());
     const auto start = std::chrono::steady_clock::now();
@@ -59,43 +53,33 @@ TEST_F(AudioEngineDriving, goesAtThePaceOfRealTimeWithoutADevice)
     EXPECT_EQ(processor.rate, 48000.0);
     EXPECT_EQ(processor.peak, 0.0F);
     EXPECT_TRUE(processor.wasDrivenWell);
-}
 
-TEST_F(AudioEngineDriving, playsFilesWithoutADevice)
-{
     engine.getPlayer().open(writeNumbered(44100, 44100 / 5));
     engine.getPlayer().play();
     EXPECT_TRUE(waitUntil([this] { return !engine.getPlayer().isPlaying(); }));
     EXPECT_NEAR(processor.peak, number(44100 / 5), 0.01F);
 }
 
-TEST_F(AudioEngineDriving, isHeardThroughADeviceUnlessMuted)
+TEST_F(AudioEngineDriving, letsTheInputBeHeardUnlessItIsMutedOrAFilePlays)
 {
     EXPECT_TRUE(engine.isInputMuted());
     openDevice("first", 44100.0);
     EXPECT_TRUE(engine.hasDevice());
     EXPECT_TRUE(engine.hasInput());
-    EXPECT_EQ(processor.rate, 44100.0);
-    EXPECT_EQ(processor.maximumFrames, 64);
-    const auto present = processor.numProcessed.load();
-    EXPECT_TRUE(waitUntil([&] { return processor.numProcessed > present + 2000; }));
+    EXPECT_EQ(processor.maximumFrames, FakeDevice::blockFrames);
+    expectProgress(2000);
     EXPECT_EQ(processor.peak, 0.0F);
     engine.setInputMuted(false);
-    EXPECT_TRUE(waitUntil([] { return FakeDevice::lastOutput == FakeDevice::input / 2.0F; }));
-    EXPECT_TRUE(processor.wasDrivenWell);
-}
+    expectOutput(FakeDevice::input);
 
-TEST_F(AudioEngineDriving, playsTheFileInsteadOfTheInput)
-{
-    openDevice("first", 44100.0);
-    engine.setInputMuted(false);
     engine.getPlayer().open(writeSound("loud.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, 44100, 4000,
                                        {[](int) { return -0.75F; }}));
     engine.getPlayer().setLooping(true);
     engine.getPlayer().play();
-    EXPECT_TRUE(waitUntil([] { return FakeDevice::lastOutput == -0.75F / 2.0F; }));
+    expectOutput(-0.75F);
     engine.getPlayer().stop();
-    EXPECT_TRUE(waitUntil([] { return FakeDevice::lastOutput == FakeDevice::input / 2.0F; }));
+    expectOutput(FakeDevice::input);
+    EXPECT_TRUE(processor.wasDrivenWell);
 }
 
 TEST_F(AudioEngineDriving, goesOnWhenDevicesComeChangeAndGo)
@@ -103,24 +87,17 @@ TEST_F(AudioEngineDriving, goesOnWhenDevicesComeChangeAndGo)
     engine.getPlayer().open(writeNumbered(48000, 60000));
     engine.getPlayer().setLooping(true);
     engine.getPlayer().play();
-    const auto expectProgress = [this]
-    {
-        const auto present = processor.numProcessed.load();
-        EXPECT_TRUE(waitUntil([&] { return processor.numProcessed > present + 1000; }));
-    };
     for (int round = 0; round < 5; ++round)
     {
         openDevice("first", 44100.0);
-        expectProgress();
+        expectProgress(1000);
         openDevice("second", 96000.0);
-        EXPECT_EQ(processor.rate, 96000.0);
-        expectProgress();
+        expectProgress(1000);
         engine.getPlayer().seek(0.1 * round);
         engine.getDevices().closeAudioDevice();
         EXPECT_FALSE(engine.hasDevice());
         EXPECT_EQ(processor.rate, 48000.0);
-        expectProgress();
+        expectProgress(1000);
     }
     EXPECT_TRUE(engine.getPlayer().isPlaying());
-    EXPECT_TRUE(processor.wasDrivenWell);
 }

@@ -12,6 +12,7 @@ class FakeDevice : public juce::AudioIODevice
 {
 public:
     static constexpr float input = 0.25F;
+    static constexpr int blockFrames = 64;
 
     explicit FakeDevice(const juce::String& deviceName)
         : juce::AudioIODevice(deviceName, "Fake")
@@ -26,28 +27,23 @@ public:
 
     juce::Array<double> getAvailableSampleRates() override { return {44100.0, 96000.0}; }
 
-    juce::Array<int> getAvailableBufferSizes() override { return {64, 256}; }
+    juce::Array<int> getAvailableBufferSizes() override { return {blockFrames}; }
 
-    int getDefaultBufferSize() override { return 64; }
+    int getDefaultBufferSize() override { return blockFrames; }
 
-    juce::String open(const juce::BigInteger& inputs, const juce::BigInteger& outputs, double hz,
-                      int frames) override
+    juce::String open(const juce::BigInteger&, const juce::BigInteger&, double hz, int) override
     {
-        activeInputs = inputs;
-        activeOutputs = outputs;
         rate = hz;
-        blockFrames = frames;
-        isOpened = true;
         return {};
     }
 
     void close() override
     {
         stop();
-        isOpened = false;
+        rate = 0.0;
     }
 
-    bool isOpen() override { return isOpened; }
+    bool isOpen() override { return rate > 0.0; }
 
     void start(juce::AudioIODeviceCallback* newCallback) override
     {
@@ -77,9 +73,9 @@ public:
 
     int getCurrentBitDepth() override { return 32; }
 
-    juce::BigInteger getActiveOutputChannels() const override { return activeOutputs; }
+    juce::BigInteger getActiveOutputChannels() const override { return 0b11; }
 
-    juce::BigInteger getActiveInputChannels() const override { return activeInputs; }
+    juce::BigInteger getActiveInputChannels() const override { return 0b11; }
 
     int getOutputLatencyInSamples() override { return 0; }
 
@@ -92,26 +88,20 @@ private:
     void run(const std::stop_token& token)
     {
         // More at a time than announced, as drivers do now and then.
-        const int numFrames = blockFrames * 3 + 5;
-        const std::vector<float> recorded(static_cast<std::size_t>(numFrames), input);
+        constexpr int numFrames = blockFrames * 3 + 5;
+        const std::vector<float> recorded(numFrames, input);
         std::vector<float> played[2] = {recorded, recorded};
         const float* const inputs[] = {recorded.data(), recorded.data()};
         float* const outputs[] = {played[0].data(), played[1].data()};
         while (!token.stop_requested())
         {
-            callback->audioDeviceIOCallbackWithContext(
-                inputs, activeInputs.countNumberOfSetBits(), outputs,
-                activeOutputs.countNumberOfSetBits(), numFrames, {});
+            callback->audioDeviceIOCallbackWithContext(inputs, 2, outputs, 2, numFrames, {});
             lastOutput = played[1].back();
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     }
 
-    juce::BigInteger activeInputs;
-    juce::BigInteger activeOutputs;
     double rate = 0.0;
-    int blockFrames = 0;
-    bool isOpened = false;
     juce::AudioIODeviceCallback* callback = nullptr;
     std::jthread thread;
 };
@@ -130,10 +120,7 @@ public:
 
     int getDefaultDeviceIndex(bool) const override { return 0; }
 
-    int getIndexOfDevice(juce::AudioIODevice* device, bool) const override
-    {
-        return device == nullptr ? -1 : getDeviceNames(true).indexOf(device->getName());
-    }
+    int getIndexOfDevice(juce::AudioIODevice*, bool) const override { return 0; }
 
     bool hasSeparateInputsAndOutputs() const override { return false; }
 

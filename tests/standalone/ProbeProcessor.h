@@ -3,17 +3,10 @@
 #include <atomic>
 #include <juce_audio_processors/juce_audio_processors.h>
 
-/// Halves the sound, and tells what it was driven with.
-class ProbeProcessor : public juce::AudioProcessor
+/// Halves the sound, and tells what it was driven with. A graph for all that needs no answer here.
+class ProbeProcessor : public juce::AudioProcessorGraph
 {
 public:
-    ProbeProcessor()
-        : juce::AudioProcessor(BusesProperties()
-                                   .withInput("In", juce::AudioChannelSet::stereo())
-                                   .withOutput("Out", juce::AudioChannelSet::stereo()))
-    {
-    }
-
     void prepareToPlay(double hz, int frames) override
     {
         rate = hz;
@@ -32,29 +25,7 @@ public:
         buffer.applyGain(0.5F);
     }
 
-    using juce::AudioProcessor::processBlock;
-
-    const juce::String getName() const override { return "Probe"; }
-
-    double getTailLengthSeconds() const override { return 0.0; }
-
-    bool acceptsMidi() const override { return false; }
-
-    bool producesMidi() const override { return false; }
-
-    juce::AudioProcessorEditor* createEditor() override { return nullptr; }
-
-    bool hasEditor() const override { return false; }
-
-    int getNumPrograms() override { return 1; }
-
-    int getCurrentProgram() override { return 0; }
-
-    void setCurrentProgram(int) override {}
-
-    const juce::String getProgramName(int) override { return {}; }
-
-    void changeProgramName(int, const juce::String&) override {}
+    using juce::AudioProcessorGraph::processBlock;
 
     void getStateInformation(juce::MemoryBlock& destination) override
     {

@@ -5,6 +5,7 @@
 #include <sndfile.h>
 
 #include <functional>
+#include <juce_events/juce_events.h>
 #include <vector>
 
 /// Tests with sound files, which are made from functions of the frame.
@@ -38,6 +39,18 @@ protected:
     {
         return writeSound("numbered.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, rate, numFrames,
                           {number, [](int frame) { return -number(frame); }});
+    }
+
+    /// For as long as timers and other threads may take on a busy machine.
+    static bool waitUntil(const std::function<bool()>& condition)
+    {
+        for (int tries = 0; tries < 10000; ++tries)
+        {
+            if (condition())
+                return true;
+            juce::MessageManager::getInstance()->runDispatchLoopUntil(1);
+        }
+        return false;
     }
 
     static float number(int frame) { return static_cast<float>(frame + 1) / 65536.0F; }

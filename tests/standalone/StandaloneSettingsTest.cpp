@@ -6,53 +6,34 @@
 
 #include <gtest/gtest.h>
 
-namespace
-{
-
-juce::String makeFile(const juce::StringPairArray& values)
-{
-    juce::XmlElement root("PROPERTIES");
-    for (const juce::String& key : values.getAllKeys())
-    {
-        juce::XmlElement* const value = root.createNewChildElement("VALUE");
-        value->setAttribute("name", key);
-        value->setAttribute("val", values[key]);
-    }
-    return root.toString();
-}
-
-} // namespace
+#include <map>
 
 class Settings : public SoundFiles
 {
 protected:
     /// A file in the folder makes it the place of the settings.
-    void writeSettings(const juce::StringPairArray& values) const
+    void writeSettings(const std::map<juce::String, juce::String>& values) const
     {
-        write("KalimStandalone.prop", makeFile(values));
+        juce::PropertySet properties;
+        for (const auto& [key, value] : values)
+            properties.setValue(key, value);
+        write("KalimStandalone.prop", properties.createXml("PROPERTIES")->toString());
     }
+
+    ProbeProcessor processor;
 };
 
-TEST_F(Settings, haveCautiousDefaults)
-{
-    const StandaloneSettings settings(folder);
-    EXPECT_TRUE(settings.getFile().getFullPathName().endsWith("/Orvotech/KalimStandalone.prop"));
-    EXPECT_TRUE(settings.isInputMuted());
-    EXPECT_FALSE(settings.isLooping());
-    EXPECT_EQ(settings.getDevice(), nullptr);
-    EXPECT_TRUE(settings.getState().isEmpty());
-    EXPECT_FALSE(settings.getWindow().has_value());
-}
-
-TEST_F(Settings, areRememberedFromOneSessionToTheNext)
+TEST_F(Settings, areCautiousAtFirstAndRememberedFromOneSessionToTheNext)
 {
     writeSettings({});
-    const juce::File sound = writeNumbered(48000, 1000);
-    ProbeProcessor processor;
     {
         Session session(processor, folder);
+        EXPECT_TRUE(session.getEngine().isInputMuted());
+        EXPECT_FALSE(session.getPlayer().isLooping());
+        EXPECT_EQ(session.getSettings().getDevice(), nullptr);
+        EXPECT_FALSE(session.getSettings().getWindow().has_value());
         EXPECT_EQ(processor.state, juce::String());
-        EXPECT_EQ(session.openFile(sound), juce::String());
+        EXPECT_EQ(session.openFile(writeNumbered(48000, 1000)), juce::String());
         session.getEngine().setInputMuted(false);
         session.getPlayer().setLooping(true);
         session.getSettings().setWindow({-40, 30, 700, 500});
@@ -75,26 +56,20 @@ TEST_F(Settings, areRememberedFromOneSessionToTheNext)
 TEST_F(Settings, areWrittenBeforeTheEnd)
 {
     writeSettings({});
-    ProbeProcessor processor;
     Session session(processor, folder);
     processor.state = "changed";
     session.remember();
-    const auto deadline = juce::Time::getMillisecondCounter() + 10000;
-    juce::MemoryBlock state;
-    while (state.isEmpty() && juce::Time::getMillisecondCounter() < deadline)
-    {
-        juce::MessageManager::getInstance()->runDispatchLoopUntil(100);
-        state = StandaloneSettings(folder).getState();
-    }
-    EXPECT_EQ(state.toString(), "changed");
+    const auto isWritten = [this]
+    { return StandaloneSettings(folder).getState().toString() == "changed"; };
+    EXPECT_TRUE(waitUntil(isWritten));
 }
 
 TEST_F(Settings, tellWhyAFileCannotBePlayed)
 {
-    ProbeProcessor processor;
     Session session(processor, folder);
-    const juce::String problem = session.openFile(write("text.wav", "no sound"));
-    EXPECT_TRUE(problem.contains("text.wav: ")) << problem;
+    const juce::File text = write("text.wav", "no sound");
+    const juce::String problem = session.openFile(text);
+    EXPECT_TRUE(problem.startsWith(text.getFullPathName() + ": ")) << problem;
     EXPECT_NE(session.getSettings().getFolder(), folder);
 }
 
@@ -104,18 +79,14 @@ TEST_F(Settings, areNotHarmedByHostileValues)
         juce::String::repeatedString("<a>", 5000) + juce::String::repeatedString("</a>", 5000);
     const juce::String laughs =
         "<!DOCTYPE a [<!ENTITY b \"&c;&c;\"><!ENTITY c \"&b;&b;\">]><DEVICESETUP>&b;</DEVICESETUP>";
-    juce::StringPairArray values;
-    values.set("AudioDevice", laughs);
-    values.set("Unknown", deep);
-    values.set("State", "2147483647.AAAA");
-    values.set("Folder", "../../..");
-    values.set("WindowX", "99999999999999999999");
-    values.set("WindowY", "-2147483648");
-    values.set("EditorWidth", "2147483647");
-    values.set("EditorHeight", "2147483647");
-    writeSettings(values);
-
-    ProbeProcessor processor;
+    writeSettings({{"AudioDevice", laughs},
+                   {"Unknown", deep},
+                   {"State", "2147483647.AAAA"},
+                   {"Folder", "../../.."},
+                   {"WindowX", "99999999999999999999"},
+                   {"WindowY", "-2147483648"},
+                   {"EditorWidth", "2147483647"},
+                   {"EditorHeight", "2147483647"}});
     {
         Session session(processor, folder);
         EXPECT_EQ(session.getSettings().getDevice(), nullptr);
@@ -128,13 +99,11 @@ TEST_F(Settings, areNotHarmedByHostileValues)
     }
     EXPECT_EQ(processor.state, juce::String());
 
-    values.clear();
-    values.set("WindowX", "1");
-    values.set("WindowY", "1");
-    values.set("EditorWidth", "-5");
-    values.set("EditorHeight", "x");
-    values.set("AudioDevice", deep);
-    writeSettings(values);
+    writeSettings({{"WindowX", "1"},
+                   {"WindowY", "1"},
+                   {"EditorWidth", "-5"},
+                   {"EditorHeight", "x"},
+                   {"AudioDevice", deep}});
     const StandaloneSettings settings(folder);
     EXPECT_EQ(settings.getDevice(), nullptr);
     EXPECT_FALSE(settings.getWindow().has_value());

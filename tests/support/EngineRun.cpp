@@ -1,38 +1,15 @@
 #include "tests/support/EngineRun.h"
 
+#include "dsp/signal/SignalQueue.h"
 #include "tests/support/TestSignals.h"
 
 #include <algorithm>
-#include <array>
-#include <vector>
 
 namespace testing_support
 {
 
 using orvo::audio::Kalimmer;
 using orvo::audio::Signal32;
-
-namespace
-{
-
-Signal32 join(const std::vector<Signal32>& parts, int numChannels)
-{
-    int length = 0;
-    for (const Signal32& part : parts)
-        length += part.getNumSamples();
-    Signal32 result(numChannels, length);
-    int position = 0;
-    for (const Signal32& part : parts)
-    {
-        for (int channel = 0; part.getNumSamples() > 0 && channel < numChannels; ++channel)
-            orvo::vo::copy(part.getReadChannelPtr(channel),
-                           result.getWriteChannelPtr(channel) + position, part.getNumSamples());
-        position += part.getNumSamples();
-    }
-    return result;
-}
-
-} // namespace
 
 void apply(const EngineSettings& settings, Kalimmer& engine)
 {
@@ -53,28 +30,31 @@ orvo::audio::AudioFormat makeFormat(int numChannels, double sampleRate)
     return format;
 }
 
-Signal32 run(Kalimmer& engine, const Signal32& input, std::span<const int> blockSizes)
+PreparedEngine::PreparedEngine(const EngineSettings& settings, int channels, double rate)
 {
-    std::vector<Signal32> parts;
+    apply(settings, *this);
+    setFormat(makeFormat(channels, rate), makeFormat(channels, rate));
+}
+
+Signal32 run(Kalimmer& engine, const Signal32& input, const std::vector<int>& blockSizes)
+{
+    orvo::audio::SignalQueue<Signal32> output;
     std::size_t call = 0;
     for (int position = 0; position < input.getNumSamples();)
     {
         const int count =
             std::min(blockSizes[call++ % blockSizes.size()], input.getNumSamples() - position);
-        parts.push_back(engine.process(cut(input, position, count), false));
+        output.add(engine.process(cut(input, position, count), false));
         position += count;
     }
-    return join(parts, input.getNumChannels());
+    return output.get(static_cast<int>(output.getNumSamples()));
 }
 
 Signal32 run(const EngineSettings& settings, const Signal32& input, double sampleRate,
              int blockSize)
 {
-    Kalimmer engine;
-    apply(settings, engine);
-    const auto format = makeFormat(input.getNumChannels(), sampleRate);
-    engine.setFormat(format, format);
-    return run(engine, input, std::array{blockSize});
+    PreparedEngine engine(settings, input.getNumChannels(), sampleRate);
+    return run(engine, input, {blockSize});
 }
 
 } // namespace testing_support

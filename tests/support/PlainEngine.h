@@ -11,19 +11,21 @@
 namespace testing_support
 {
 
+using orvo::audio::HarmonicSelection;
+using orvo::audio::SinusoidalSynthesis;
+
 /// Subtracts what each tracker makes by itself.
 class PlainBank
 {
 public:
     PlainBank(int numChannels, double rate)
-        : trackers(orvo::audio::HarmonicSelection::maximum)
+        : trackers(HarmonicSelection::maximum)
     {
-        for (orvo::audio::SinusoidalSynthesis& tracker : trackers)
+        for (SinusoidalSynthesis& tracker : trackers)
             tracker.setFormat(numChannels, rate);
     }
 
-    Signal32 clean(const Signal32& frame, float fundamental,
-                   orvo::audio::HarmonicSelection selection)
+    Signal32 clean(const Signal32& frame, float fundamental, HarmonicSelection selection)
     {
         Signal32 output = frame;
         for (int index = 0; index < selection.count; ++index)
@@ -39,7 +41,7 @@ public:
     }
 
 private:
-    std::vector<orvo::audio::SinusoidalSynthesis> trackers;
+    std::vector<SinusoidalSynthesis> trackers;
 };
 
 /// The cascade by its definition, stage after stage.
@@ -48,12 +50,11 @@ class PlainCascade
 public:
     explicit PlainCascade(double rate)
         : sampleRate(rate)
-        , filters(orvo::audio::HarmonicSelection::maximum)
+        , filters(HarmonicSelection::maximum)
     {
     }
 
-    Signal32 clean(const Signal32& frame, float fundamental,
-                   orvo::audio::HarmonicSelection selection)
+    Signal32 clean(const Signal32& frame, float fundamental, HarmonicSelection selection)
     {
         Signal32 output = frame;
         for (int index = 0; index < selection.count; ++index)

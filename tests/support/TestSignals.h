@@ -9,6 +9,20 @@ namespace testing_support
 
 using orvo::audio::Signal32;
 
+/// A signal whose sample n is `sampleAt(channel, n)`; asked for channel after channel.
+template <typename SampleAt>
+Signal32 makeSignal(int numChannels, int numSamples, const SampleAt& sampleAt)
+{
+    Signal32 signal(numChannels, numSamples);
+    for (int channel = 0; channel < numChannels; ++channel)
+    {
+        float* const samples = signal.getWriteChannelPtr(channel);
+        for (int n = 0; n < numSamples; ++n)
+            samples[n] = static_cast<float>(sampleAt(channel, n));
+    }
+    return signal;
+}
+
 /// A hum like that of bad earthing: harmonic h has 1 / h of the fundamental's amplitude and a phase
 /// of its own. The fundamental glides from `startFrequency` to `endFrequency` (Hz).
 struct Hum
@@ -22,15 +36,15 @@ struct Hum
 /// The hum in all channels, each with phases of its own.
 Signal32 makeHum(const Hum& hum, double sampleRate, double seconds, int numChannels = 1);
 
-/// A sine of constant frequency (Hz).
+/// A cosine of constant frequency (Hz) that starts with `phase` (radians).
 Signal32 makeTone(double frequency, double amplitude, double sampleRate, double seconds,
-                  int numChannels = 1);
+                  int numChannels = 1, double phase = 0.0);
 
 /// White noise of the given power, different in each channel and the same in each run.
 Signal32 makeNoise(double levelDb, double sampleRate, double seconds, int numChannels = 1);
 
-/// Something like speech: a gliding pitch through moving formants, in syllables with pauses and
-/// hissed consonants, with a mean power of `levelDb`.
+/// Something like speech: a gliding pitch through a formant that changes with every syllable, with
+/// pauses and hissed consonants and a mean power of `levelDb`.
 Signal32 makeVoice(double levelDb, double sampleRate, double seconds);
 
 /// The sum of two signals of one shape.
@@ -42,7 +56,7 @@ Signal32 cut(const Signal32& signal, int start, int count);
 /// a - b over the length of the shorter.
 Signal32 difference(const Signal32& a, const Signal32& b);
 
-/// The largest absolute sample of all channels.
+/// The largest absolute sample of all channels; infinite where one is no number.
 float peakOf(const Signal32& signal);
 
 /// Whether shapes and all bits of the samples are the same.

@@ -1,4 +1,3 @@
-#include "dsp/hum/Kalimmer.h"
 #include "tests/ui/OpenEditor.h"
 #include "ui/MenuItems.h"
 
@@ -6,8 +5,6 @@
 
 namespace
 {
-
-using orvo::audio::Kalimmer;
 
 using Header = OpenEditor;
 
@@ -32,50 +29,45 @@ juce::String describe(const juce::PopupMenu& menu)
 
 } // namespace
 
-TEST_F(Header, undoesAndRedoes)
-{
-    flip("residualToggle");
-    EXPECT_EQ(valueOf(Kalimmer::ResidualMode), 1.0F);
-    click("undoButton");
-    EXPECT_EQ(valueOf(Kalimmer::ResidualMode), 0.0F);
-    click("redoButton");
-    EXPECT_EQ(valueOf(Kalimmer::ResidualMode), 1.0F);
-}
-
 TEST_F(Header, switchesBetweenTwoSettingsThatBeginEqual)
 {
+    const auto expectAfter = [&](const char* button, float frequency, bool isA)
+    {
+        click(button);
+        EXPECT_EQ(valueOf(Kalimmer::FundamentalFrequency), frequency) << button;
+        EXPECT_EQ(find<juce::Button>("aSettingsButton").getToggleState(), isA) << button;
+        EXPECT_EQ(find<juce::Button>("bSettingsButton").getToggleState(), !isA) << button;
+    };
     setValue(Kalimmer::FundamentalFrequency, 60.0F);
     reopen();
-    EXPECT_TRUE(find<juce::Button>("aSettingsButton").getToggleState());
-    click("aSettingsButton"); // active already
-    EXPECT_TRUE(find<juce::Button>("aSettingsButton").getToggleState());
-    EXPECT_FALSE(find<juce::Button>("bSettingsButton").getToggleState());
-    click("bSettingsButton");
-    EXPECT_EQ(valueOf(Kalimmer::FundamentalFrequency), 60.0F);
-    EXPECT_FALSE(find<juce::Button>("aSettingsButton").getToggleState());
+    expectAfter("aSettingsButton", 60.0F, true); // active already
+    expectAfter("bSettingsButton", 60.0F, false);
     setValue(Kalimmer::FundamentalFrequency, 70.0F);
-    click("bSettingsButton");
-    EXPECT_EQ(valueOf(Kalimmer::FundamentalFrequency), 70.0F);
-    click("aSettingsButton");
-    EXPECT_EQ(valueOf(Kalimmer::FundamentalFrequency), 60.0F);
-    click("copyButton");
-    click("bSettingsButton");
-    EXPECT_EQ(valueOf(Kalimmer::FundamentalFrequency), 60.0F);
+    expectAfter("bSettingsButton", 70.0F, false);
+    expectAfter("aSettingsButton", 60.0F, true);
+    expectAfter("copyButton", 60.0F, true);
+    expectAfter("bSettingsButton", 60.0F, false);
 }
 
 TEST_F(Header, stepsThroughThePresetsRoundAndRound)
 {
-    const int last = plugIn.getNumPrograms() - 1;
+    const auto programAfter = [&](const char* button)
+    {
+        click(button);
+        return plugIn.getCurrentProgram();
+    };
     ASSERT_EQ(plugIn.getCurrentProgram(), 0);
-    click("previousPresetButton");
-    EXPECT_EQ(plugIn.getCurrentProgram(), last);
-    click("nextPresetButton");
-    EXPECT_EQ(plugIn.getCurrentProgram(), 0);
-    click("nextPresetButton");
-    EXPECT_EQ(plugIn.getCurrentProgram(), 1);
+    EXPECT_EQ(programAfter("previousPresetButton"), plugIn.getNumPrograms() - 1);
+    EXPECT_EQ(programAfter("nextPresetButton"), 0);
+    EXPECT_EQ(programAfter("nextPresetButton"), 1);
     editor->timerCallback();
-    EXPECT_EQ(find<juce::TextButton>("currentPresetButton").getButtonText(),
-              plugIn.getProgramName(1));
+    EXPECT_EQ(find<juce::Button>("currentPresetButton").getButtonText(), plugIn.getProgramName(1));
+    for (const int wrong : {-5, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()})
+    {
+        plugIn.setCurrentProgram(wrong);
+        EXPECT_TRUE(
+            juce::isPositiveAndBelow(programAfter("nextPresetButton"), plugIn.getNumPrograms()));
+    }
 }
 
 TEST_F(Header, offersHelpThemesAndAbout)
@@ -87,25 +79,12 @@ TEST_F(Header, offersHelpThemesAndAbout)
     EXPECT_EQ(editor->getTheme(), BasePluginEditor::brushedSteel);
     EXPECT_TRUE(describe(getHeader().getPlugInMenu()).contains("8225* Brushed steel"));
     PlugInEditorHeader::plugInMenuCallback(MenuItems::help, nullptr);
-
-    struct Listener : PlugInEditorHeader::Listener
-    {
-        void menuCommandChosen(int id) override { chosen = id; }
-
-        int chosen = 0;
-    };
-
-    Listener listener;
-    getHeader().addListener(&listener);
     getHeader().menuCommands.set(99, {"Mine", false, true});
     getHeader().updatePlugInMenu();
     EXPECT_TRUE(describe(getHeader().getPlugInMenu()).startsWith("99* Mine - 8194"));
-    PlugInEditorHeader::plugInMenuCallback(99, &getHeader());
-    EXPECT_EQ(listener.chosen, 99);
-    getHeader().removeListener(&listener);
 }
 
-TEST_F(Header, keepsAnUnknownThemeAsItIsAndShowsTheDarkOne)
+TEST_F(Header, keepsAnUnknownThemeShownAsTheDarkOneUntilAnotherInstanceChoosesOne)
 {
     plugIn.getProperties().setValue("ThemeId", 7);
     plugIn.getProperties().saveIfNeeded();
@@ -113,10 +92,11 @@ TEST_F(Header, keepsAnUnknownThemeAsItIsAndShowsTheDarkOne)
     EXPECT_EQ(static_cast<int>(editor->getTheme()), 7);
     EXPECT_NE(dynamic_cast<DarkTheme*>(&editor->getLookAndFeel()), nullptr);
     EXPECT_EQ(plugIn.getProperties().getIntValue("ThemeId"), 7);
-    editor->setTheme(BasePluginEditor::brushedSteel);
-    EXPECT_NE(dynamic_cast<SteelTheme*>(&editor->getLookAndFeel()), nullptr);
+    KalimAudioProcessor other;
+    KalimAudioProcessorEditor(&other).setTheme(BasePluginEditor::brushedSteel);
     reopen();
     EXPECT_EQ(editor->getTheme(), BasePluginEditor::brushedSteel);
+    EXPECT_NE(dynamic_cast<SteelTheme*>(&editor->getLookAndFeel()), nullptr);
     editor->setTheme(BasePluginEditor::simplisticDark);
 }
 
@@ -128,7 +108,6 @@ TEST_F(Header, laysItselfOutAroundTheTitle)
     const auto& previous = find<juce::Component>("previousPresetButton");
     EXPECT_EQ(name.getRight(), next.getX());
     EXPECT_EQ(previous.getRight(), name.getX());
-    EXPECT_EQ(next.getX(), 900 - 216);
     juce::LookAndFeel_V4 plain;
     getHeader().setLookAndFeel(&plain);
     EXPECT_EQ(previous.getX(), 120 + 152);
@@ -140,7 +119,7 @@ TEST_F(Header, savesAndLoadsPresetsOfTheUser)
     const juce::File file = plugIn.getUserPresetFolder().getChildFile("Test of mine.xml");
     setValue(Kalimmer::FundamentalFrequency, 61.5F);
     editor->savePresetFile(file.getFullPathName());
-    EXPECT_EQ(find<juce::TextButton>("currentPresetButton").getButtonText(), "Test of mine");
+    EXPECT_EQ(find<juce::Button>("currentPresetButton").getButtonText(), "Test of mine");
     const int index = plugIn.getNumPrograms() - 1;
     EXPECT_TRUE(describe(editor->getPresetMenu())
                     .contains("# User presets " + juce::String(MenuItems::firstPreset + index) +
@@ -156,28 +135,5 @@ TEST_F(Header, savesAndLoadsPresetsOfTheUser)
     click("undoButton");
     EXPECT_EQ(valueOf(Kalimmer::FundamentalFrequency), 50.0F);
     BasePluginEditor::plugInMenuCallback(MenuItems::firstPreset, nullptr);
-    BasePluginEditor::plugInMenuCallback(0, editor.get());
     EXPECT_TRUE(file.deleteFile());
-}
-
-TEST_F(Header, survivesNumbersOfProgramsThatDoNotExist)
-{
-    for (const int wrong : {-5, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()})
-    {
-        plugIn.setCurrentProgram(wrong);
-        click("nextPresetButton");
-        EXPECT_TRUE(juce::isPositiveAndBelow(plugIn.getCurrentProgram(), plugIn.getNumPrograms()));
-    }
-}
-
-TEST_F(Header, showsWhatOtherInstancesHaveChosen)
-{
-    KalimAudioProcessor other;
-    {
-        KalimAudioProcessorEditor otherEditor(&other);
-        otherEditor.setTheme(BasePluginEditor::brushedSteel);
-    }
-    reopen();
-    EXPECT_EQ(editor->getTheme(), BasePluginEditor::brushedSteel);
-    editor->setTheme(BasePluginEditor::simplisticDark);
 }

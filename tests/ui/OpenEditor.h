@@ -5,14 +5,14 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <memory>
-#include <vector>
 
 /// A plug-in with its editor open, as a host opens it, but without a screen.
 class OpenEditor : public ::testing::Test
 {
 protected:
+    using Kalimmer = orvo::audio::Kalimmer;
+
     /// The component with that name, wherever it is in the editor.
     template <typename Component>
     Component& find(const juce::String& name)
@@ -24,10 +24,7 @@ protected:
 
     PlugInEditorHeader& getHeader()
     {
-        for (juce::Component* const child : editor->getChildren())
-            if (auto* const header = dynamic_cast<PlugInEditorHeader*>(child))
-                return *header;
-        throw std::runtime_error("no header");
+        return *find<juce::Button>("undoButton").findParentComponentOfClass<PlugInEditorHeader>();
     }
 
     void click(const juce::String& buttonName)

@@ -2,8 +2,11 @@
 
 #include "dsp/hum/Kalimmer.h"
 #include "plugin/KalimAudioProcessor.h"
+#include "tests/ui/Mouse.h"
 
 #include <gtest/gtest.h>
+
+#include <memory>
 
 namespace
 {
@@ -15,8 +18,8 @@ class Knob : public ::testing::Test, private juce::AudioProcessorListener
 protected:
     Knob()
     {
-        slider.setSliderStyle(juce::Slider::RotaryVerticalDrag);
-        slider.setSize(88, 84);
+        slider->setSliderStyle(juce::Slider::RotaryVerticalDrag);
+        slider->setSize(88, 84);
         plugIn.juce::AudioProcessor::addListener(this);
     }
 
@@ -24,27 +27,12 @@ protected:
 
     void attach(int id)
     {
-        slider.attachParameter(&plugIn, plugIn.getBaseProcessor().get(), id, true);
+        slider->attachParameter(&plugIn, plugIn.getBaseProcessor().get(), id, true);
     }
 
-    juce::MouseEvent at(int y, int modifiers) const
+    juce::MouseEvent at(float y, int modifiers) const
     {
-        const juce::Point<float> position(40.0F, static_cast<float>(y));
-        return {juce::Desktop::getInstance().getMainMouseSource(),
-                position,
-                juce::ModifierKeys(modifiers),
-                juce::MouseInputSource::defaultPressure,
-                juce::MouseInputSource::defaultOrientation,
-                juce::MouseInputSource::defaultRotation,
-                juce::MouseInputSource::defaultTiltX,
-                juce::MouseInputSource::defaultTiltY,
-                const_cast<ParameterSlider*>(&slider),
-                const_cast<ParameterSlider*>(&slider),
-                juce::Time::getCurrentTime(),
-                position,
-                juce::Time(),
-                1,
-                false};
+        return makeMouseEvent(*slider, {40.0F, y}, {40.0F, y}, modifiers);
     }
 
     void turnWheel(int modifiers, float deltaY, bool isInertial = false)
@@ -52,11 +40,11 @@ protected:
         juce::MouseWheelDetails wheel{};
         wheel.deltaY = deltaY;
         wheel.isInertial = isInertial;
-        slider.mouseWheelMove(at(30, modifiers), wheel);
+        slider->mouseWheelMove(at(30.0F, modifiers), wheel);
     }
 
     KalimAudioProcessor plugIn;
-    ParameterSlider slider{"slider"};
+    std::unique_ptr<ParameterSlider> slider = std::make_unique<ParameterSlider>("slider");
     juce::String told;
 
 private:
@@ -79,55 +67,47 @@ private:
 };
 
 constexpr int control = juce::ModifierKeys::ctrlModifier;
-constexpr int leftButton = juce::ModifierKeys::leftButtonModifier;
+constexpr int controlDrag = control | juce::ModifierKeys::leftButtonModifier;
 constexpr int shift = juce::ModifierKeys::shiftModifier;
 
 } // namespace
 
-TEST_F(Knob, writesItsParameterAndTellsTheHost)
+TEST_F(Knob, writesItsParameterAndTellsTheHostOfDragsAndArrowKeys)
 {
-    EXPECT_EQ(slider.getPublicParameterIndex(), -1);
-    slider.setValue(3.0);
-    slider.startedDragging();
-    slider.stoppedDragging();
+    slider->setValue(3.0);
+    slider->startedDragging();
+    slider->stoppedDragging();
     EXPECT_EQ(told, "");
 
     attach(Kalimmer::Adaptivity);
     EXPECT_EQ(told, ""); // taking a value over is no change
-    EXPECT_EQ(slider.getPublicParameterIndex(), 2);
-    EXPECT_EQ(slider.getValue(), 15.0);
-    EXPECT_EQ(slider.getMaximum(), 80.0);
-    EXPECT_EQ(slider.getInterval(), 1.0);
-    EXPECT_EQ(slider.getDoubleClickReturnValue(), 15.0);
-    slider.startedDragging();
-    slider.setValue(20.0, juce::sendNotificationSync);
-    slider.stoppedDragging();
+    EXPECT_EQ(slider->getValue(), 15.0);
+    EXPECT_EQ(slider->getMaximum(), 80.0);
+    EXPECT_EQ(slider->getInterval(), 1.0);
+    EXPECT_EQ(slider->getDoubleClickReturnValue(), 15.0);
+    slider->startedDragging();
+    slider->setValue(20.0, juce::sendNotificationSync);
+    slider->stoppedDragging();
     EXPECT_EQ(plugIn.getBaseProcessor()->getParameterValue(Kalimmer::Adaptivity), 20.0F);
     EXPECT_EQ(told, "(2v2)2");
-}
-
-TEST_F(Knob, followsTheArrowKeys)
-{
-    attach(Kalimmer::Adaptivity);
-    EXPECT_TRUE(slider.keyPressed(juce::KeyPress(juce::KeyPress::upKey)));
-    EXPECT_EQ(plugIn.getBaseProcessor()->getParameterValue(Kalimmer::Adaptivity), 16.0F);
-    EXPECT_EQ(told, "(2v2)2");
-    EXPECT_FALSE(slider.keyPressed(juce::KeyPress(juce::KeyPress::escapeKey)));
-    EXPECT_EQ(told, "(2v2)2");
+    EXPECT_TRUE(slider->keyPressed(juce::KeyPress(juce::KeyPress::upKey)));
+    EXPECT_FALSE(slider->keyPressed(juce::KeyPress(juce::KeyPress::escapeKey)));
+    EXPECT_EQ(plugIn.getBaseProcessor()->getParameterValue(Kalimmer::Adaptivity), 21.0F);
+    EXPECT_EQ(told, "(2v2)2(2v2)2");
 }
 
 TEST_F(Knob, dragsInFineStepsWithAModifier)
 {
     attach(Kalimmer::FundamentalFrequency);
-    slider.mouseDown(at(40, control | leftButton));
-    slider.mouseDrag(at(36, control | leftButton)); // too soon
-    EXPECT_NEAR(slider.getValue(), 50.0, 1.0e-6);
+    slider->mouseDown(at(40.0F, controlDrag));
+    slider->mouseDrag(at(36.0F, controlDrag)); // too soon
+    EXPECT_NEAR(slider->getValue(), 50.0, 1.0e-6);
     juce::Thread::sleep(60);
-    slider.mouseDrag(at(36, control | leftButton));
-    EXPECT_NEAR(slider.getValue(), 50.1, 1.0e-6);
+    slider->mouseDrag(at(36.0F, controlDrag));
+    EXPECT_NEAR(slider->getValue(), 50.1, 1.0e-6);
     juce::Thread::sleep(60);
-    slider.mouseDrag(at(44, control | leftButton));
-    EXPECT_NEAR(slider.getValue(), 49.9, 1.0e-6);
+    slider->mouseDrag(at(44.0F, controlDrag));
+    EXPECT_NEAR(slider->getValue(), 49.9, 1.0e-6);
 }
 
 TEST_F(Knob, turnsByOneStepAtATimeWithAModifierAndTheWheel)
@@ -136,31 +116,28 @@ TEST_F(Knob, turnsByOneStepAtATimeWithAModifierAndTheWheel)
     juce::Thread::sleep(60);
     turnWheel(control, 0.3F);
     turnWheel(control, 0.3F); // too soon
-    EXPECT_EQ(slider.getValue(), 16.0);
+    EXPECT_EQ(slider->getValue(), 16.0);
     EXPECT_EQ(told, "(2v2)2");
     turnWheel(shift, 0.3F, true); // the momentum of a fine move
-    EXPECT_EQ(slider.getValue(), 16.0);
+    EXPECT_EQ(slider->getValue(), 16.0);
     juce::Thread::sleep(60);
     turnWheel(control, -0.3F);
-    EXPECT_EQ(slider.getValue(), 15.0);
+    EXPECT_EQ(slider->getValue(), 15.0);
     turnWheel(0, 0.3F);
-    EXPECT_GT(slider.getValue(), 15.0);
+    EXPECT_GT(slider->getValue(), 15.0);
 
-    slider.setEnabled(false);
-    const double value = slider.getValue();
+    slider->setEnabled(false);
+    const double value = slider->getValue();
     juce::Thread::sleep(60);
     turnWheel(control, 0.3F);
-    slider.mouseDrag(at(10, control | leftButton));
-    EXPECT_EQ(slider.getValue(), value);
+    slider->mouseDrag(at(10.0F, controlDrag));
+    EXPECT_EQ(slider->getValue(), value);
 }
 
 TEST_F(Knob, letsGoOfItsParameterWhenItIsDestroyedInADrag)
 {
-    {
-        ParameterSlider dragged("dragged");
-        dragged.attachParameter(&plugIn, plugIn.getBaseProcessor().get(), Kalimmer::Sensitivity,
-                                true);
-        dragged.startedDragging();
-    }
+    attach(Kalimmer::Sensitivity);
+    slider->startedDragging();
+    slider.reset();
     EXPECT_EQ(told, "(1)1");
 }

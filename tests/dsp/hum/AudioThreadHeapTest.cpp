@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <cstdlib>
 #include <new>
 
@@ -65,7 +64,6 @@ void operator delete(void* memory, std::size_t, std::align_val_t) noexcept
 }
 
 using namespace testing_support;
-using orvo::audio::Kalimmer;
 
 TEST(AudioThread, leavesTheHeapAloneFromTheFirstBlockOn)
 {
@@ -74,9 +72,8 @@ TEST(AudioThread, leavesTheHeapAloneFromTheFirstBlockOn)
         for (const bool residual : {false, true})
             for (const int blockSize : {32, 64, 441, 1024, 2048})
             {
-                Kalimmer engine;
-                apply({.harmonics = 96, .aggressive = aggressive, .residual = residual}, engine);
-                engine.setFormat(makeFormat(2, 48000.0), makeFormat(2, 48000.0));
+                PreparedEngine engine(
+                    {.harmonics = 96, .aggressive = aggressive, .residual = residual}, 2);
                 numHeapCalls = 0;
                 for (int start = 0; start + blockSize <= program.getNumSamples();
                      start += blockSize)

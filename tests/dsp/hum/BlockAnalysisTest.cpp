@@ -6,10 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
+#include <initializer_list>
 #include <numbers>
-#include <utility>
-#include <vector>
 
 using namespace testing_support;
 using orvo::audio::BlockAnalysis;
@@ -24,12 +22,6 @@ constexpr int numBins = blockSize / 2 + 1;
 constexpr double binSpacing = sampleRate / blockSize;
 constexpr BlockAnalysis::Tracking usual{50.0F, 15.0F};
 
-void prepare(BlockAnalysis& analysis, int numChannels = 1)
-{
-    analysis.setFormat(numChannels, sampleRate, blockSize, hop);
-    analysis.reset();
-}
-
 /// Magnitudes that are 1 in the given bins.
 Signal32 peaksAt(std::initializer_list<int> bins)
 {
@@ -39,54 +31,49 @@ Signal32 peaksAt(std::initializer_list<int> bins)
     return magnitudes;
 }
 
-/// What the analysis makes of one strong bin whose phase advanced by `advance` beyond the expected
-/// one.
-float estimateFor(const BlockAnalysis& analysis, int bin, double advance, float near)
+class Analysis : public testing::Test
 {
-    const double expected = bin * std::numbers::pi; // half a block per hop: half a turn per bin
-    Signal32 differences(1, numBins, 0.0F);
-    differences.getWriteChannelPtr(0)[bin] = static_cast<float>(expected + advance);
-    return analysis.estimateFundamental(peaksAt({bin}), differences, hop, near);
-}
+protected:
+    Analysis()
+    {
+        analysis.setFormat(1, sampleRate, blockSize, hop);
+        analysis.reset();
+    }
+
+    /// The estimate near 47 Hz, with these bins as peaks.
+    float estimateFor(std::initializer_list<int> peaks, const Signal32& phaseDifferences) const
+    {
+        return analysis.estimateFundamental(peaksAt(peaks), phaseDifferences, hop, 47.0F);
+    }
+
+    BlockAnalysis analysis;
+};
 
 } // namespace
 
-TEST(FundamentalEstimate, refinesTheStrongestBinByItsPhaseAdvance)
+TEST_F(Analysis, refinesTheStrongestBinByItsPhaseAdvanceAndWrapsOnlyTheNegativeSide)
 {
-    BlockAnalysis analysis;
-    prepare(analysis);
-    const float perRadian = static_cast<float>(sampleRate / (hop * 2.0 * std::numbers::pi));
-    for (const double advance : {0.0, 0.5, -0.5, 3.0, -3.0})
-        EXPECT_NEAR(estimateFor(analysis, 4, advance, 47.0F),
-                    static_cast<float>(4 * binSpacing) + perRadian * static_cast<float>(advance),
-                    1e-4F);
+    constexpr double turn = 2.0 * std::numbers::pi;
+    const double advances[][2] = {{0.0, 0.0},   {0.5, 0.5}, {-0.5, -0.5},      {3.0, 3.0},
+                                  {-3.0, -3.0}, {5.0, 5.0}, {-5.0, turn - 5.0}};
+    for (const auto& [advance, taken] : advances)
+    {
+        // Half a block per hop: half a turn per bin is expected.
+        const Signal32 differences(1, numBins, static_cast<float>(4 * std::numbers::pi + advance));
+        EXPECT_NEAR(estimateFor({4}, differences),
+                    static_cast<float>(4 * binSpacing + taken * sampleRate / (hop * turn)), 1e-4F);
+    }
 }
 
-TEST(FundamentalEstimate, wrapsOnlyTheNegativeSide)
+TEST_F(Analysis, looksAtTheNearestBinAndItsNeighboursAndPrefersTheLowerOne)
 {
-    BlockAnalysis analysis;
-    prepare(analysis);
-    const float turn = static_cast<float>(sampleRate / hop);
-    const float centre = static_cast<float>(4 * binSpacing);
-    const float atFive = static_cast<float>(sampleRate * 5.0 / (hop * 2.0 * std::numbers::pi));
-    EXPECT_NEAR(estimateFor(analysis, 4, 5.0, 47.0F), centre + atFive, 1e-4F);
-    EXPECT_NEAR(estimateFor(analysis, 4, -5.0, 47.0F), centre - atFive + turn, 1e-4F);
-}
-
-TEST(FundamentalEstimate, looksAtTheNearestBinAndItsNeighboursAndPrefersTheLowerOne)
-{
-    BlockAnalysis analysis;
-    prepare(analysis);
     // Every bin advances by something of its own beyond what is expected, which tells it apart.
-    Signal32 differences(1, numBins, 0.0F);
-    for (int bin = 0; bin < 8; ++bin)
-        differences.getWriteChannelPtr(0)[bin] =
-            static_cast<float>(bin * std::numbers::pi + 0.01 * bin);
+    const auto differences = makeSignal(
+        1, numBins, [](int, int bin) { return bin < 8 ? bin * (std::numbers::pi + 0.01) : 0.0; });
     const auto chosenBin = [&](std::initializer_list<int> bins)
     {
-        const float estimate = analysis.estimateFundamental(peaksAt(bins), differences, hop, 47.0F);
         for (const int bin : {3, 4, 5})
-            if (estimate == analysis.estimateFundamental(peaksAt({bin}), differences, hop, 47.0F))
+            if (estimateFor(bins, differences) == estimateFor({bin}, differences))
                 return bin;
         return -1;
     };
@@ -97,35 +84,27 @@ TEST(FundamentalEstimate, looksAtTheNearestBinAndItsNeighboursAndPrefersTheLower
     EXPECT_EQ(chosenBin({2, 6}), 3); // out of its sight; all three are equally weak
 }
 
-TEST(FundamentalEstimate, leavesFrequenciesOutsideTheBinsAlone)
+TEST_F(Analysis, leavesFrequenciesOutsideTheBinsAlone)
 {
-    BlockAnalysis analysis;
-    prepare(analysis);
     const Signal32 zeros(1, numBins, 0.0F);
     for (const float frequency : {17.0F, 0.0F, -50.0F, 23998.0F, 1.0e20F})
         EXPECT_EQ(analysis.estimateFundamental(zeros, zeros, hop, frequency), frequency);
 }
 
-TEST(BlockAnalysis, drawsTheFundamentalBackWhenTheEstimateIsOutOfReach)
+TEST_F(Analysis, drawsTheFundamentalBackWhenTheEstimateIsOutOfReach)
 {
-    BlockAnalysis analysis;
-    prepare(analysis);
-    const Signal32 far = makeTone(70.0, 0.5, sampleRate, 1.0);
-    float fundamental = 60.0F;
-    const float expected = 0.3F * 50.0F + 0.7F * 60.0F;
-    EXPECT_FLOAT_EQ(analysis.analyseBlock(cut(far, 0, blockSize), fundamental, usual), expected);
+    const Signal32 far = cut(makeTone(70.0, 0.5, sampleRate, 1.0), 0, blockSize);
+    EXPECT_FLOAT_EQ(analysis.analyseBlock(far, 60.0F, usual), 0.3F * 50.0F + 0.7F * 60.0F);
     // Without adaptivity nothing is within reach, not even the right frequency.
-    const BlockAnalysis::Tracking fixed{50.0F, 0.0F};
+    float fundamental = 57.0F;
     for (int block = 0; block < 40; ++block)
-        fundamental = analysis.analyseBlock(cut(far, 0, blockSize), fundamental, fixed);
+        fundamental = analysis.analyseBlock(far, fundamental, {50.0F, 0.0F});
     EXPECT_NEAR(fundamental, 50.0F, 1e-4F);
 }
 
-TEST(BlockAnalysis, refusesAnEstimateExactlyAtTheLargestStep)
+TEST_F(Analysis, refusesAnEstimateExactlyAtTheLargestStep)
 {
     // Silence after a reset: the strongest bin is the lowest of the three, its estimate known.
-    BlockAnalysis analysis;
-    prepare(analysis);
     const Signal32 silence(1, blockSize, 0.0F);
     const Signal32 zeros(1, numBins, 0.0F);
     const float fundamental = 48.0F;
@@ -141,10 +120,8 @@ TEST(BlockAnalysis, refusesAnEstimateExactlyAtTheLargestStep)
               estimate);
 }
 
-TEST(BlockAnalysis, displayRisesAtOnceAndFallsSmoothly)
+TEST_F(Analysis, displayRisesAtOnceAndFallsSmoothly)
 {
-    BlockAnalysis analysis;
-    prepare(analysis);
     const Signal32 loud = cut(makeTone(64 * binSpacing, 0.5, sampleRate, 1.0), 0, blockSize);
     const Signal32 silence(1, blockSize, 0.0F);
     const auto level = [&](const Signal32& block)
@@ -159,17 +136,13 @@ TEST(BlockAnalysis, displayRisesAtOnceAndFallsSmoothly)
     EXPECT_NEAR(level(loud), full, 1e-6F);
 }
 
-TEST(BlockAnalysis, neverChangesASpectrumThatItHasHandedOut)
+TEST_F(Analysis, neverChangesASpectrumThatItHasHandedOut)
 {
-    BlockAnalysis analysis;
-    prepare(analysis);
-    EXPECT_EQ(analysis.getInputMagnitudes().getNumSamples(), 0);
     const Signal32 noise = makeNoise(-20.0, sampleRate, 1.0);
     analysis.analyseBlock(cut(noise, 0, blockSize), 50.0F, usual);
     const Signal32 handedOut = analysis.getInputMagnitudes();
-    const std::vector<float> before(handedOut.getReadChannelPtr(0),
-                                    handedOut.getReadChannelPtr(0) + handedOut.getNumSamples());
+    const Signal32 before = cut(handedOut, 0, handedOut.getNumSamples());
     analysis.analyseBlock(cut(noise, 9000, blockSize), 50.0F, usual);
-    EXPECT_TRUE(std::equal(before.begin(), before.end(), handedOut.getReadChannelPtr(0)));
+    EXPECT_TRUE(areIdentical(handedOut, before));
     EXPECT_NE(analysis.getInputMagnitudes().getReadChannelPtr(0), handedOut.getReadChannelPtr(0));
 }

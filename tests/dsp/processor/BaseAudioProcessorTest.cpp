@@ -122,13 +122,15 @@ std::string makeState(std::int32_t count, const std::vector<Record>& records)
 class BaseProcessor : public testing::Test
 {
 protected:
-    bool load(const std::string& bytes)
+    /// Loads over the defaults and returns what is then set.
+    Values load(const std::string& bytes, bool isAccepted = true)
     {
         for (int index = 0; index < 3; ++index)
             processor.resetParameterValue(index, false);
         MemoryStream stream;
         stream.bytes = bytes;
-        return processor.loadState(&stream);
+        EXPECT_EQ(processor.loadState(&stream), isAccepted);
+        return processor.getValues();
     }
 
     Processor processor;
@@ -146,8 +148,7 @@ TEST_F(BaseProcessor, savesACountAndARecordPerParameterAndLoadsThem)
     MemoryStream stream;
     EXPECT_TRUE(processor.saveState(&stream));
     EXPECT_EQ(stream.bytes, makeState(3, records));
-    EXPECT_TRUE(load(stream.bytes));
-    EXPECT_EQ(processor.getValues(), (Values{41.0F, 42.25F, 70.0F}));
+    EXPECT_EQ(load(stream.bytes), (Values{41.0F, 42.25F, 70.0F}));
     EXPECT_EQ(log, Log{"a state"}) << "one notice for all values";
 }
 
@@ -155,24 +156,21 @@ TEST_F(BaseProcessor, loadsRecordsInAnyOrderWithSomeOrAllMissing)
 {
     constexpr std::int32_t huge = std::numeric_limits<std::int32_t>::max();
     for (const std::int32_t count : {3, 4, huge})
-    {
-        EXPECT_TRUE(load(makeState(count, {{2, 44.0F}, {1, 66.0F}, {2, 1000.0F}})));
-        EXPECT_EQ(processor.getValues(), (Values{50.0F, 66.0F, 70.0F})) << count;
-    }
+        EXPECT_EQ(load(makeState(count, {{2, 44.0F}, {1, 66.0F}, {2, 1000.0F}})),
+                  (Values{50.0F, 66.0F, 70.0F}))
+            << count;
     for (const std::int32_t count : {0, -1, -huge})
-        EXPECT_TRUE(load(makeState(count, {{1, 66.0F}}))) << count;
-    EXPECT_TRUE(load({}));
-    EXPECT_EQ(processor.getValues(), Values(3, 50.0F));
+        EXPECT_EQ(load(makeState(count, {{1, 66.0F}})), Values(3, 50.0F)) << count;
+    EXPECT_EQ(load({}), Values(3, 50.0F));
     EXPECT_EQ(log, Log(7, "a state"));
 }
 
 TEST_F(BaseProcessor, refusesAnUnknownIndexAndKeepsWhatCameBefore)
 {
     for (const std::int32_t unknown : {99, 3, -1})
-    {
-        EXPECT_FALSE(load(makeState(3, {{2, 60.0F}, {unknown, 1.0F}, {0, 61.0F}}))) << unknown;
-        EXPECT_EQ(processor.getValues(), (Values{50.0F, 50.0F, 60.0F}));
-    }
+        EXPECT_EQ(load(makeState(3, {{2, 60.0F}, {unknown, 1.0F}, {0, 61.0F}}), false),
+                  (Values{50.0F, 50.0F, 60.0F}))
+            << unknown;
     EXPECT_EQ(log, Log());
 }
 
@@ -181,9 +179,9 @@ TEST_F(BaseProcessor, keepsTheWholeRecordsOfAStateCutAnywhere)
     const std::string whole = makeState(3, {{0, 41.0F}, {1, 42.0F}, {2, 43.0F}});
     for (std::size_t length = 0; length < whole.size(); ++length)
     {
-        EXPECT_TRUE(load(whole.substr(0, length))) << length;
+        const Values values = load(whole.substr(0, length));
         for (std::size_t index = 0; 4 + 8 * (index + 1) <= length; ++index)
-            EXPECT_EQ(processor.getValues()[index], 41.0F + static_cast<float>(index)) << length;
+            EXPECT_EQ(values[index], 41.0F + static_cast<float>(index)) << length;
     }
 }
 

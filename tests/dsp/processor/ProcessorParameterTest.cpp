@@ -1,9 +1,7 @@
 #include "dsp/processor/BoolProcessorParameter.h"
-#include "dsp/processor/Uuid.h"
 
 #include <gtest/gtest.h>
 
-#include <bit>
 #include <clocale>
 #include <cmath>
 #include <locale>
@@ -68,19 +66,6 @@ TEST(Parameter, ofFloatStaysInItsRangeButKeepsNotANumber)
     EXPECT_TRUE(std::isnan(stored<float>(40.0F, 70.0F, std::nanf(""))));
 }
 
-TEST(Parameter, showsItsRangeAndDefaultAsFloats)
-{
-    TypedProcessorParameter<int> number;
-    number.defaultValue = 12;
-    number.minValue = -20;
-    float min = 5.0F;
-    float max = 5.0F;
-    number.getFloatParameterRange(min, max);
-    EXPECT_EQ(number.getDefaultValueAsFloat(), 12.0F);
-    EXPECT_EQ(min, -20.0F);
-    EXPECT_EQ(max, 0.0F);
-}
-
 TEST(ParameterText, hasTheDecimalPlacesAskedForOrTheWordsOfItsOwner)
 {
     EXPECT_EQ(textOf(50.0F, 2), "50.00");
@@ -112,14 +97,4 @@ TEST(ParameterText, doesNotDependOnTheLanguageOfTheSystem)
     EXPECT_EQ(number.getValueText(), "-12345");
     std::locale::global(previous);
     std::setlocale(LC_ALL, "C");
-}
-
-TEST(Uuid, isSixteenBytesInTheOrderOfItsParts)
-{
-    const orvo::UUID id{0x01020304, 0x0506, 0x0708, {9, 10, 11, 12, 13, 14, 15, 16}};
-    const auto bytes = std::bit_cast<std::array<unsigned char, 16>>(id);
-    EXPECT_EQ(bytes[6] + bytes[7], 0x07 + 0x08); // whichever byte order
-    EXPECT_EQ(bytes[15], 16);
-    EXPECT_NE(id, orvo::stock_uuids::Nil);
-    EXPECT_EQ(orvo::UUID(), orvo::stock_uuids::Nil);
 }

@@ -1,8 +1,11 @@
 #include "dsp/signal/SignalQueue.h"
 
+#include "tests/support/TestSignals.h"
+
 #include <gtest/gtest.h>
 
 using namespace orvo::audio;
+using namespace testing_support;
 
 namespace
 {
@@ -10,20 +13,8 @@ namespace
 /// Sample n of channel c is start + n + 1000 c, so that a wrong place shows.
 Signal32 makeRamp(int numChannels, int numSamples, int start)
 {
-    Signal32 ramp(numChannels, numSamples);
-    for (int channel = 0; channel < numChannels; ++channel)
-        for (int n = 0; n < numSamples; ++n)
-            ramp.getWriteChannelPtr(channel)[n] = static_cast<float>(start + n + 1000 * channel);
-    return ramp;
-}
-
-void expectRamp(const Signal32& signal, int numChannels, int numSamples, int start)
-{
-    const Signal32 expected = makeRamp(numChannels, numSamples, start);
-    ASSERT_EQ(signal.getNumChannels(), numChannels);
-    for (int channel = 0; channel < numChannels; ++channel)
-        for (int n = 0; n < numSamples; ++n)
-            ASSERT_EQ(signal.getReadChannelPtr(channel)[n], expected.getReadChannelPtr(channel)[n]);
+    return makeSignal(numChannels, numSamples,
+                      [&](int channel, int n) { return start + n + 1000 * channel; });
 }
 
 class Queue : public testing::Test
@@ -46,8 +37,8 @@ TEST_F(Queue, givesTheSameSamplesHoweverTheyAreCut)
         const int wanted = step % 5 == 0 ? written - read : 1 + step * 11 % 31;
         if (written - read < wanted)
             continue;
-        expectRamp(queue.peek(wanted), 2, wanted, read);
-        expectRamp(queue.get(wanted), 2, wanted, read);
+        EXPECT_TRUE(areIdentical(queue.peek(wanted), makeRamp(2, wanted, read)));
+        EXPECT_TRUE(areIdentical(queue.get(wanted), makeRamp(2, wanted, read)));
         read += wanted;
         ASSERT_EQ(queue.getNumSamples(), static_cast<std::uint64_t>(written - read));
     }
@@ -60,18 +51,10 @@ TEST_F(Queue, leavesWhatAPeekPastTheEndDoesNotCover)
     Signal32 out(1, 200, -1.0F); // fewer channels are filled as well
     const Signal32 sharer = out;
     queue.peek(out);
-    expectRamp(out, 1, 150, 0);
+    EXPECT_TRUE(areIdentical(cut(out, 0, 150), makeRamp(1, 150, 0)));
     EXPECT_EQ(out.getReadChannelPtr(0)[150], -1.0F);
     EXPECT_EQ(sharer.getReadChannelPtr(0)[0], -1.0F);
     EXPECT_EQ(queue.getNumSamples(), 150U);
-}
-
-TEST_F(Queue, sharesItsBlocksWithoutSeeingLaterWrites)
-{
-    Signal32 block = makeRamp(1, 10, 0);
-    queue.add(block);
-    block.getWriteChannelPtr(0)[0] = 99.0F;
-    expectRamp(queue.get(10), 1, 10, 0);
 }
 
 TEST_F(Queue, dropsAcrossBlocksAndNoMoreThanThereIs)
@@ -80,11 +63,11 @@ TEST_F(Queue, dropsAcrossBlocksAndNoMoreThanThereIs)
         queue.add(makeRamp(1, 6, start));
     for (const int count : {-3, 0, 2, 11})
         queue.drop(count);
-    expectRamp(queue.peek(5), 1, 5, 13);
+    EXPECT_TRUE(areIdentical(queue.peek(5), makeRamp(1, 5, 13)));
     queue.drop(1000);
     EXPECT_EQ(queue.getNumSamples(), 0U);
     queue.add(makeRamp(1, 3, 40));
-    expectRamp(queue.get(3), 1, 3, 40);
+    EXPECT_TRUE(areIdentical(queue.get(3), makeRamp(1, 3, 40)));
 }
 
 TEST_F(Queue, startsAgainWithUnknownChannelsWhenTheirNumberChanges)
@@ -97,7 +80,7 @@ TEST_F(Queue, startsAgainWithUnknownChannelsWhenTheirNumberChanges)
     EXPECT_FALSE(queue.get(10).hasStorage());
     EXPECT_FALSE(queue.peek(10).hasStorage());
     queue.add(makeRamp(2, 10, 20));
-    expectRamp(queue.get(30), 2, 30, 0);
+    EXPECT_TRUE(areIdentical(queue.get(30), makeRamp(2, 30, 0)));
 }
 
 TEST_F(Queue, ignoresBlocksWithoutSamples)
@@ -107,7 +90,7 @@ TEST_F(Queue, ignoresBlocksWithoutSamples)
     EXPECT_EQ(queue.getNumChannels(), -1);
     queue.add(makeRamp(1, 4, 0));
     queue.add(Signal32(2, 0)); // would empty the queue if it counted
-    expectRamp(queue.get(4), 1, 4, 0);
+    EXPECT_TRUE(areIdentical(queue.get(4), makeRamp(1, 4, 0)));
     queue.clear();
     EXPECT_FALSE(queue.get(1).hasStorage());
 }

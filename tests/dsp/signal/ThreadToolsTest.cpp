@@ -1,7 +1,6 @@
 #include "dsp/signal/AlignedMemory.h"
 #include "dsp/signal/FlushToZero.h"
 #include "dsp/signal/PublishedSignal.h"
-#include "dsp/signal/RelaxedAtomic.h"
 
 #include <gtest/gtest.h>
 
@@ -99,16 +98,6 @@ TEST(PublishedSignal, isNeverTornNorOlderThanBeforeAndLeavesReadersTheirs)
     second.join();
     EXPECT_EQ(numFaults, 0);
     EXPECT_EQ(early.getReadChannelPtr(0)[15], 0.0F);
-}
-
-TEST(RelaxedAtomic, travelsWithTheObjectThatHoldsIt)
-{
-    std::vector<RelaxedAtomic<int>> values(2, 3);
-    std::vector<RelaxedAtomic<int>> copies = values;
-    values[0] = 7;
-    EXPECT_EQ(copies[0], 3);
-    copies = values;
-    EXPECT_EQ(copies[0], 7);
 }
 
 TEST(FlushToZero, endsWithItsScopeAndLeavesTheRoundingAlone)

@@ -1,9 +1,6 @@
 #include "dsp/signal/VectorOperations.h"
 
-#include "dsp/signal/VectorKernels.h"
-
-#include <gtest/gtest.h>
-#include <hwy/targets.h>
+#include "tests/support/InstructionSets.h"
 
 #include <algorithm>
 #include <bit>
@@ -52,76 +49,42 @@ bool isSame(float a, float b)
 template <typename Operation, typename Plain>
 void compare(Operation operation, Plain plain)
 {
-    for (const int n : lengths)
-        for (const int start : {0, 1})
-            for (const int place : {0, 1, 2})
-            {
-                const Floats a = makeSamples(static_cast<std::size_t>(std::max(n, 0)) + 20, 1);
-                const Floats b = makeSamples(a.size(), 2);
-                Floats x = a, y = b, apart(a.size(), 777.0F);
-                Floats& target = place == 0 ? apart : place == 1 ? x : y;
-                const Floats before = target;
-                operation(&x[0] + start, &y[0] + start, &target[0] + start, n);
-                for (std::size_t i = 0; i < a.size(); ++i)
-                {
-                    const int k = static_cast<int>(i) - start;
-                    const float expected = k >= 0 && k < n ? plain(a[i], b[i]) : before[i];
-                    ASSERT_PRED2(isSame, target[i], expected)
-                        << "sample " << k << " of " << n << ", place " << place;
-                }
-            }
-}
-
-/// Those that the processor has and that there is code for.
-std::vector<std::int64_t> findInstructionSets()
-{
-    std::vector<std::int64_t> found;
-    for (std::int64_t rest = hwy::SupportedTargets(); rest != 0; rest &= rest - 1)
-        found.push_back(rest & -rest);
-    const auto isMissing = [](std::int64_t set)
+    const auto compareCase = [&](int n, int start, int place)
     {
-        hwy::SetSupportedTargetsForTest(set);
-        return std::string(chooseInstructionSet()) != hwy::TargetName(set);
+        const Floats a = makeSamples(static_cast<std::size_t>(std::max(n, 0)) + 20, 1);
+        const Floats b = makeSamples(a.size(), 2);
+        Floats x = a, y = b, apart(a.size(), 777.0F);
+        Floats& target = place == 0 ? apart : place == 1 ? x : y;
+        const Floats before = target;
+        operation(&x[0] + start, &y[0] + start, &target[0] + start, n);
+        for (std::size_t i = 0; i < a.size(); ++i)
+        {
+            const int k = static_cast<int>(i) - start;
+            const float expected = k >= 0 && k < n ? plain(a[i], b[i]) : before[i];
+            ASSERT_PRED2(isSame, target[i], expected)
+                << "sample " << k << " of " << n << ", place " << place;
+        }
     };
-    std::erase_if(found, isMissing);
-    hwy::SetSupportedTargetsForTest(0);
-    EXPECT_TRUE(std::any_of(found.begin(), found.end(),
-                            [](std::int64_t set) {
-                                return std::string(chooseInstructionSet()) == hwy::TargetName(set);
-                            }));
-    return found;
-}
-
-class VectorOperations : public testing::TestWithParam<std::int64_t>
-{
-protected:
-    VectorOperations() { use(GetParam()); }
-
-    ~VectorOperations() override { use(0); }
-
-    static void use(std::int64_t instructionSet)
+    const auto compareAll = [&]
     {
-        hwy::SetSupportedTargetsForTest(instructionSet);
-        chooseInstructionSet();
-    }
-};
-
-INSTANTIATE_TEST_SUITE_P(all, VectorOperations, testing::ValuesIn(findInstructionSets()),
-                         [](const auto& set) { return hwy::TargetName(set.param); });
+        for (const int n : lengths)
+            for (const int start : {0, 1})
+                for (const int place : {0, 1, 2})
+                    compareCase(n, start, place);
+    };
+    testing_support::forEachInstructionSet(compareAll);
+}
 
 } // namespace
 
-TEST_P(VectorOperations, computeWhatAPlainLoopComputes)
+TEST(VectorOperations, computeWhatAPlainLoopComputes)
 {
     compare(add, [](float a, float b) { return a + b; });
     compare(subtract, [](float a, float b) { return b - a; });
     compare(multiply, [](float a, float b) { return a * b; });
     compare([](auto a, auto, auto dst, int n) { constantMultiply(a, -1.7F, dst, n); },
             [](float a, float) { return a * -1.7F; });
-}
-
-TEST_P(VectorOperations, boundWithNotANumberPassingUnlessAskedForFiniteValues)
-{
+    // Bounds let not-a-number pass unless they are asked for finite values.
     compare([](auto a, auto, auto dst, int n) { upperBound(a, dst, 0.5F, n); },
             [](float a, float) { return a > 0.5F ? 0.5F : a; });
     compare([](auto a, auto, auto dst, int n) { lowerBound(a, dst, -0.5F, n); },
@@ -130,7 +93,7 @@ TEST_P(VectorOperations, boundWithNotANumberPassingUnlessAskedForFiniteValues)
             [](float a, float) { return std::isfinite(a) ? std::clamp(a, -0.75F, 0.75F) : 0.0F; });
 }
 
-TEST_P(VectorOperations, convertBothWaysToTheNearestFloat)
+TEST(VectorOperations, convertBothWaysToTheNearestFloat)
 {
     // A third of a float is never a float, and never out of its range.
     const auto convert = [](const float* a, const float*, float* dst, int n)
@@ -145,7 +108,7 @@ TEST_P(VectorOperations, convertBothWaysToTheNearestFloat)
             [](float a, float) { return static_cast<float>(static_cast<double>(a) / 3.0); });
 }
 
-TEST_P(VectorOperations, takeMagnitudesAndPhasesOverTheWholeRangeOfFloat)
+TEST(VectorOperations, takeMagnitudesAndPhasesOverTheWholeRangeOfFloat)
 {
     using Bins = std::vector<std::complex<float>>;
     const auto onBins = [](auto operation)
@@ -168,50 +131,53 @@ TEST_P(VectorOperations, takeMagnitudesAndPhasesOverTheWholeRangeOfFloat)
             { return static_cast<float>(std::atan2(toDouble(b), toDouble(a))); });
 }
 
-TEST_P(VectorOperations, findASingleSampleBeyondTheLimit)
+TEST(VectorOperations, findASingleSampleBeyondTheLimit)
 {
-    for (const int n : lengths)
+    const auto findAll = []
     {
-        Floats samples(static_cast<std::size_t>(std::max(n, 0)) + 1, -2.0F);
-        samples.back() = notANumber; // behind the end
-        EXPECT_TRUE(isWithin(samples.data(), 2.0F, n));
-        for (std::size_t i = 0; i + 1 < samples.size(); ++i)
-            for (const float bad : {2.0000002F, -infinite, notANumber})
-            {
-                samples[i] = bad;
-                EXPECT_FALSE(isWithin(samples.data(), 2.0F, n)) << i << " of " << n;
-                samples[i] = 2.0F;
-            }
-    }
+        for (const int n : lengths)
+        {
+            Floats samples(static_cast<std::size_t>(std::max(n, 0)) + 1, -2.0F);
+            samples.back() = notANumber; // behind the end
+            EXPECT_TRUE(isWithin(samples.data(), 2.0F, n));
+            for (std::size_t i = 0; i + 1 < samples.size(); ++i)
+                for (const float bad : {2.0000002F, -infinite, notANumber})
+                {
+                    samples[i] = bad;
+                    EXPECT_FALSE(isWithin(samples.data(), 2.0F, n)) << i << " of " << n;
+                    samples[i] = 2.0F;
+                }
+        }
+    };
+    testing_support::forEachInstructionSet(findAll);
 }
 
-TEST_P(VectorOperations, giveASingleBinAsTheDirectSumDoes)
+TEST(VectorOperations, giveASingleBinAsTheDirectSumDoesAndASilentOneThePhaseZero)
 {
     Floats samples;
     for (int k = 0; k < 9601; ++k)
         samples.push_back(static_cast<float>(0.25 + std::sin(0.37 * k * k)));
-    for (const float frequency : {50.0F / 48000.0F, 0.0F, 0.03125F, 0.5F, 0.9999F})
-        for (const int n : {1, 2, 63, 961, 1919, 9601})
+    const Floats silence(samples.size(), -0.0F);
+    const auto compareBins = [&](float frequency, int n)
+    {
+        std::complex<double> sum = 0.0;
+        for (int k = 0; k < n; ++k)
+            sum += static_cast<double>(samples[static_cast<std::size_t>(k)]) *
+                   std::polar(1.0, -2.0 * std::numbers::pi * static_cast<double>(frequency) * k);
+        const auto compareBin = [&]
         {
-            std::complex<double> sum = 0.0;
-            for (int k = 0; k < n; ++k)
-                sum +=
-                    static_cast<double>(samples[static_cast<std::size_t>(k)]) *
-                    std::polar(1.0, -2.0 * std::numbers::pi * static_cast<double>(frequency) * k);
             const std::complex<double> bin = calcGoertzel(samples.data(), n, frequency);
             // The result is rounded to float; the recursion in double loses far less.
             EXPECT_LE(std::abs(bin - sum), 1e-7 * std::abs(sum) + 1e-10 * n) << frequency;
-        }
-}
-
-TEST_P(VectorOperations, giveASilentBinThePhaseZero)
-{
-    for (const int n : {0, 1, 17, 961})
-    {
-        const auto bin = calcGoertzel(Floats(961, -0.0F).data(), n, 50.0F / 48000.0F);
-        EXPECT_PRED2(isSame, bin.real(), 0.0F);
-        EXPECT_PRED2(isSame, bin.imag(), 0.0F);
-    }
+            const auto silentBin = calcGoertzel(silence.data(), n, frequency);
+            EXPECT_PRED2(isSame, silentBin.real(), 0.0F);
+            EXPECT_PRED2(isSame, silentBin.imag(), 0.0F);
+        };
+        testing_support::forEachInstructionSet(compareBin);
+    };
+    for (const float frequency : {50.0F / 48000.0F, 0.0F, 0.03125F, 0.5F, 0.9999F})
+        for (const int n : {0, 1, 2, 17, 63, 961, 1919, 9601})
+            compareBins(frequency, n);
 }
 
 TEST(VectorErrors, nameAMissingBufferOnlyWhenThereIsWork)

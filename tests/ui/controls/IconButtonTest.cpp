@@ -4,45 +4,23 @@
 
 #include <gtest/gtest.h>
 
-namespace
-{
-
-class CountedDrawable : public juce::DrawableComposite
-{
-public:
-    explicit CountedDrawable(int& aliveCount)
-        : count(aliveCount)
-    {
-        ++count;
-    }
-
-    ~CountedDrawable() override { --count; }
-
-private:
-    int& count;
-};
-
-} // namespace
-
 TEST(IconButton, OwnsItsIcon)
 {
-    const juce::ScopedJuceInitialiser_GUI framework;
-    int alive = 0;
-    {
-        IconButton button("button");
-        auto* const icon = std::make_unique<CountedDrawable>(alive).release();
-        button.setIcon(icon);
-        button.setIcon(icon);
-        EXPECT_EQ(alive, 1);
-        button.setIcon(std::make_unique<CountedDrawable>(alive).release());
-        EXPECT_EQ(alive, 1);
-    }
-    EXPECT_EQ(alive, 0);
+    using Icon = juce::Component::SafePointer<juce::Drawable>;
+    auto button = std::make_unique<IconButton>("button");
+    const Icon first(std::make_unique<juce::DrawableComposite>().release());
+    const Icon second(std::make_unique<juce::DrawableComposite>().release());
+    button->setIcon(first);
+    button->setIcon(first);
+    EXPECT_NE(first, nullptr);
+    button->setIcon(second);
+    EXPECT_EQ(first, nullptr);
+    button.reset();
+    EXPECT_EQ(second, nullptr);
 }
 
 TEST(IconButton, PaintsItsIconInTheTextColourOfTheTheme)
 {
-    const juce::ScopedJuceInitialiser_GUI framework;
     DarkTheme theme;
     IconButton button("button");
     button.setLookAndFeel(&theme);

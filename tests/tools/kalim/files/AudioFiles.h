@@ -17,13 +17,15 @@
 namespace kalim::program::test
 {
 
+constexpr int wav16 = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+constexpr int flac16 = SF_FORMAT_FLAC | SF_FORMAT_PCM_16;
+constexpr int oggVorbis = SF_FORMAT_OGG | SF_FORMAT_VORBIS;
+constexpr int mp3 = SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III;
+
 inline SoundFileHandle openLibraryFile(const std::filesystem::path& path, int mode, int format = 0,
                                        int channels = 1)
 {
-    SF_INFO info{};
-    info.format = format;
-    info.channels = mode == SFM_WRITE ? channels : 0;
-    info.samplerate = mode == SFM_WRITE ? 48000 : 0;
+    SF_INFO info{0, 48000, channels, format, 0, 0};
     return SoundFileHandle(sf_open(path.c_str(), mode, &info));
 }
 
@@ -60,7 +62,7 @@ inline std::vector<std::string> copyAudio(const std::filesystem::path& from,
 {
     AudioFileReader reader(from);
     const FileMetadata metadata(reader);
-    OutputFile output(to, Existing::keep);
+    OutputFile output(to, Existing::replace);
     AudioFileWriter writer(output, AudioFileFormat(format), reader.channels(), reader.sampleRate());
     metadata.applyTo(writer, "Kalim test");
     writer.write(readAll(from));

@@ -3,25 +3,22 @@
 #include "tests/tools/kalim/files/AudioFiles.h"
 #include "tests/tools/kalim/files/ScratchFolder.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-namespace kalim::program
+namespace kalim::program::test
 {
 namespace
 {
 
+using namespace std::string_literals;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-class FileDamageTest : public test::ScratchFolder
+class FileDamageTest : public ScratchFolder
 {
 protected:
     /// The bytes of a file of three seconds of zeros.
     std::string recording(int format) const
     {
-        test::writeLibraryFile(path("whole"), format, std::vector<int>(144000));
+        writeLibraryFile(path("whole"), format, std::vector<int>(144000));
         return contentsOf(path("whole"));
     }
 
@@ -59,25 +56,22 @@ TEST_F(FileDamageTest, TellsHowMuchOfACutFileIsThere)
 
 TEST_F(FileDamageTest, TellsThatARecorderWasCutOff)
 {
-    const auto wav = recording(SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+    const auto wav = recording(wav16);
     const std::string none(4, '\0');
     EXPECT_THAT(damages(withSize(wav, "data", none)),
                 ElementsAre("the header claims no samples although 288000 bytes follow, which are "
                             "left out"));
     // What the library repairs by itself.
-    const auto unfinished =
-        withSize(withSize(wav, "RIFF", std::string("\x08\0\0\0", 4)), "data", none);
-    EXPECT_THAT(damages(unfinished),
+    EXPECT_THAT(damages(withSize(withSize(wav, "RIFF", "\x08\0\0\0"s), "data", none)),
                 ElementsAre(HasSubstr("288000 bytes follow, which are taken")));
-
-    const std::string emptyWithText =
-        withSize(wav, "data", none).substr(0, 44) + "LIST\x04" + none.substr(1) + "INFO";
-    EXPECT_THAT(damages(emptyWithText), IsEmpty());
+    // No samples at all, but a description.
+    EXPECT_THAT(damages(withSize(wav, "data", none).substr(0, 44) + "LIST\x04\0\0\0INFO"s),
+                IsEmpty());
 }
 
 TEST_F(FileDamageTest, TakesNoUnknownSizeForDamage)
 {
-    const auto wav = recording(SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+    const auto wav = recording(wav16);
     for (const std::uint32_t size : {0xffffffffU, 0x7fffffffU - 36, 0x7ffff000U, 0x80000000U})
     {
         const std::string stated(reinterpret_cast<const char*>(&size), sizeof size);
@@ -88,7 +82,7 @@ TEST_F(FileDamageTest, TakesNoUnknownSizeForDamage)
 
 TEST_F(FileDamageTest, TellsThatAnOggStreamHasNoEnd)
 {
-    for (const int format : {SF_FORMAT_OGG | SF_FORMAT_VORBIS, SF_FORMAT_OGG | SF_FORMAT_OPUS})
+    for (const int format : {oggVorbis, SF_FORMAT_OGG | SF_FORMAT_OPUS})
     {
         const auto bytes = recording(format);
         EXPECT_THAT(damages(bytes), IsEmpty());
@@ -96,4 +90,4 @@ TEST_F(FileDamageTest, TellsThatAnOggStreamHasNoEnd)
     }
 }
 
-} // namespace kalim::program
+} // namespace kalim::program::test

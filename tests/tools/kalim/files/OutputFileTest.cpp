@@ -1,78 +1,58 @@
 #include "tools/kalim/files/OutputFile.h"
 
 #include "tests/tools/kalim/files/ScratchFolder.h"
-#include "tools/kalim/files/FileError.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace kalim::program
+namespace kalim::program::test
 {
 namespace
 {
 
-using test::messageOf;
-using ::testing::HasSubstr;
-
-class OutputFileTest : public test::ScratchFolder
+class OutputFileTest : public ScratchFolder
 {
 protected:
-    static void put(const OutputFile& file, const std::string& text)
+    static void put(OutputFile& file, const std::string& text)
     {
-        ASSERT_EQ(write(file.descriptor(), text.data(), text.size()),
-                  static_cast<ssize_t>(text.size()));
+        file.write(std::as_bytes(std::span(text)));
     }
 
     static std::string refusal(const std::filesystem::path& target,
                                Existing existing = Existing::replace)
     {
-        return messageOf<FileError>([&] { const OutputFile file(target, existing); });
+        return messageOf([&] { const OutputFile file(target, existing); });
     }
 };
 
 } // namespace
 
-TEST_F(OutputFileTest, AppearsCompleteOrNotAtAll)
-{
-    {
-        const OutputFile file(path("a.wav"), Existing::keep);
-        put(file, "half");
-        EXPECT_FALSE(std::filesystem::exists(path("a.wav")));
-    }
-    EXPECT_EQ(filesInFolder(), 0U);
-
-    OutputFile file(path("a.wav"), Existing::keep);
-    put(file, "whole");
-    file.commit();
-    EXPECT_EQ(contentsOf(path("a.wav")), "whole");
-    EXPECT_EQ(filesInFolder(), 1U);
-}
-
-TEST_F(OutputFileTest, FilesThatBelongTogetherAppearOnlyWhenAllAreFinished)
+TEST_F(OutputFileTest, FilesAppearCompleteAndWhenAllAreFinishedOrNotAtAll)
 {
     OutputFile first(path("a"), Existing::keep);
     {
-        OutputFile second(path("b"), Existing::keep);
+        OutputFile unfinished(path("b"), Existing::keep);
+        put(unfinished, "half");
+        OutputFile second(path("c"), Existing::keep);
         put(first, "whole");
         first.finish();
         second.finish();
         second.finish();
         EXPECT_FALSE(std::filesystem::exists(path("a")));
+        EXPECT_FALSE(std::filesystem::exists(path("b")));
         EXPECT_EQ(contentsOf(first.temporaryPath()), "whole");
     }
-    EXPECT_EQ(filesInFolder(), 1U);
+    EXPECT_EQ(filesInFolder(), 1);
     first.commit();
     EXPECT_EQ(contentsOf(path("a")), "whole");
+    EXPECT_EQ(filesInFolder(), 1);
 }
 
 TEST_F(OutputFileTest, TakesAnyNameThatTheSystemTakes)
 {
-    for (const auto& name :
+    for (const std::string& name :
          {std::string("with space"), std::string("Grüße"), std::string("録音"),
           std::string("two\nlines"), std::string("\"quoted\"'"), std::string(255, 'x')})
     {
@@ -91,7 +71,7 @@ TEST_F(OutputFileTest, KeepsWhatExistsUnlessToldToReplaceIt)
 
     OutputFile late(path("b.wav"), Existing::keep);
     writeText("b.wav", "made meanwhile");
-    EXPECT_THAT(messageOf<FileError>([&] { late.commit(); }), HasSubstr("already exists"));
+    EXPECT_THAT(messageOf([&] { late.commit(); }), HasSubstr("already exists"));
     EXPECT_EQ(contentsOf(path("b.wav")), "made meanwhile");
 
     std::filesystem::permissions(target, std::filesystem::perms(0640));
@@ -153,7 +133,7 @@ TEST_F(OutputFileTest, ASignalRemovesTheUnfinishedFileAndEndsTheProcess)
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_TRUE(WIFSIGNALED(status));
     EXPECT_EQ(WTERMSIG(status), SIGTERM);
-    EXPECT_EQ(filesInFolder(), 0U);
+    EXPECT_EQ(filesInFolder(), 0);
 }
 
-} // namespace kalim::program
+} // namespace kalim::program::test

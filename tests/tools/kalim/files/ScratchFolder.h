@@ -1,10 +1,11 @@
 #pragma once
 
-#include <gtest/gtest.h>
+#include "tools/kalim/files/FileError.h"
+
+#include <gmock/gmock.h>
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -12,6 +13,8 @@
 
 namespace kalim::program::test
 {
+
+using ::testing::HasSubstr;
 
 /// A folder of its own for every test, removed at the end.
 class ScratchFolder : public ::testing::Test
@@ -40,17 +43,16 @@ protected:
         return {std::istreambuf_iterator<char>(stream), {}};
     }
 
-    std::size_t filesInFolder() const
+    std::ptrdiff_t filesInFolder() const
     {
-        return static_cast<std::size_t>(
-            std::distance(std::filesystem::directory_iterator(folder), {}));
+        return std::distance(std::filesystem::directory_iterator(folder), {});
     }
 
     std::filesystem::path folder;
 };
 
 /// The message of the error that an action throws, empty if it throws none.
-template <typename Error, typename Action>
+template <typename Error = FileError, typename Action>
 std::string messageOf(const Action& action)
 {
     try

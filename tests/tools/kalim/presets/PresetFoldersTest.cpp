@@ -2,21 +2,14 @@
 
 #include "tests/tools/kalim/files/ScratchFolder.h"
 
-#include <gtest/gtest.h>
-
-namespace kalim::program
+namespace kalim::program::test
 {
 namespace
 {
 
-class PresetFoldersTest : public test::ScratchFolder
+class PresetFoldersTest : public ScratchFolder
 {
 protected:
-    void makeFolder(const std::string& name) const
-    {
-        std::filesystem::create_directories(path(name));
-    }
-
     /// The folder for settings that a table of folders leads to, relative to the home folder.
     std::string configFolderWith(const std::string& table) const
     {
@@ -32,12 +25,12 @@ protected:
 
 TEST_F(PresetFoldersTest, TheFactorysAreInTheNearestBundleAroundTheProgram)
 {
-    makeFolder("outer/Contents/Resources");
-    makeFolder("outer/inner/Contents");
-    makeFolder("outer/inner/bin");
+    for (const char* const name :
+         {"outer/Contents/Resources", "outer/inner/Contents", "outer/inner/bin"})
+        std::filesystem::create_directories(path(name));
     const auto program = path("outer/inner/bin/kalim");
     EXPECT_EQ(findFactoryPresets(program), path("outer/Contents/Resources/Presets"));
-    makeFolder("outer/inner/Contents/Resources");
+    std::filesystem::create_directory(path("outer/inner/Contents/Resources"));
     EXPECT_EQ(findFactoryPresets(program), path("outer/inner/Contents/Resources/Presets"));
     EXPECT_EQ(findFactoryPresets("/nowhere/at/all/kalim"), "");
     EXPECT_EQ(findFactoryPresets(""), "");
@@ -45,8 +38,8 @@ TEST_F(PresetFoldersTest, TheFactorysAreInTheNearestBundleAroundTheProgram)
 
 TEST_F(PresetFoldersTest, TheUsersAreWhereTheTableOfFoldersLeads)
 {
-    makeFolder(".config");
-    makeFolder("my settings");
+    std::filesystem::create_directory(path(".config"));
+    std::filesystem::create_directory(path("my settings"));
     EXPECT_EQ(configFolderWith(""), ".config");
     const std::string elsewhere = "XDG_CONFIG_HOME=\"" + path("my settings").string() + "\"";
     EXPECT_EQ(configFolderWith(elsewhere), "my settings");
@@ -58,4 +51,4 @@ TEST_F(PresetFoldersTest, TheUsersAreWhereTheTableOfFoldersLeads)
     EXPECT_EQ(findUserPresets(""), "");
 }
 
-} // namespace kalim::program
+} // namespace kalim::program::test

@@ -4,40 +4,33 @@
 #include "tools/kalim/presets/PresetList.h"
 #include "tools/kalim/presets/PresetOverview.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <sys/stat.h>
 
-namespace kalim::program
+namespace kalim::program::test
 {
 namespace
 {
 
-using test::messageOf;
-using ::testing::HasSubstr;
-
-class PresetLookupTest : public test::ScratchFolder
+class PresetLookupTest : public ScratchFolder
 {
 protected:
-    /// Makes an empty file in the folder of all presets, "factory" or "user".
-    void add(const std::string& name) const
+    /// Makes empty files in the folders of all presets, "factory" and "user".
+    void add(std::initializer_list<const char*> names) const
     {
-        std::filesystem::create_directories(path(name).parent_path());
-        writeText(name, "");
+        for (const char* const name : names)
+        {
+            std::filesystem::create_directories(path(name).parent_path());
+            writeText(name, "");
+        }
     }
 
     /// The file that is found, or the reason why there is none.
     std::string find(const std::string& text) const
     {
-        try
-        {
-            return findPreset(text, folders()).file.lexically_proximate(folder).string();
-        }
-        catch (const std::invalid_argument& error)
-        {
-            return error.what();
-        }
+        std::string found;
+        const auto reason = messageOf<std::invalid_argument>(
+            [&] { found = findPreset(text, folders()).file.lexically_proximate(folder).string(); });
+        return found + reason;
     }
 
     PresetFolders folders() const { return {path("factory"), path("user")}; }
@@ -47,12 +40,10 @@ protected:
 
 TEST_F(PresetLookupTest, ListsOneLevelOfFoldersSortedWithoutRegardToCase)
 {
-    for (const char* const name :
-         {"factory/b.xml", "factory/A.xml", "factory/a.xml", "factory/zoo/y.xml",
-          "factory/Bar/x.xml", "factory/Bar/deep/no.xml", "factory/.hidden.xml",
-          "factory/.git/no.xml", "factory/readme.txt", "factory/folder.xml/no.txt", "user/a b.xml",
-          "user/a.xml"})
-        add(name);
+    add({"factory/b.xml", "factory/A.xml", "factory/a.xml", "factory/zoo/y.xml",
+         "factory/Bar/x.xml", "factory/Bar/deep/no.xml", "factory/.hidden.xml",
+         "factory/.git/no.xml", "factory/readme.txt", "factory/folder.xml/no.txt", "user/a b.xml",
+         "user/a.xml"});
     ASSERT_EQ(mkfifo(path("user/pipe.xml").c_str(), 0600), 0);
     std::string names;
     for (const Preset& preset : listPresets(folders()))
@@ -67,9 +58,8 @@ TEST_F(PresetLookupTest, ListsOneLevelOfFoldersSortedWithoutRegardToCase)
 
 TEST_F(PresetLookupTest, PrefersExactNamesThenTheUsersOwn)
 {
-    for (const char* const name : {"factory/Hum.xml", "factory/Guitar/Buzz.xml", "user/buzz.xml",
-                                   "user/My/Hum.xml", "user/My/Own.xml"})
-        add(name);
+    add({"factory/Hum.xml", "factory/Guitar/Buzz.xml", "user/buzz.xml", "user/My/Hum.xml",
+         "user/My/Own.xml"});
     EXPECT_EQ(find("Hum"), "user/My/Hum.xml");
     EXPECT_EQ(find("hum"), "user/My/Hum.xml");
     EXPECT_EQ(find("/Hum"), "factory/Hum.xml");
@@ -83,15 +73,13 @@ TEST_F(PresetLookupTest, PrefersExactNamesThenTheUsersOwn)
 
 TEST_F(PresetLookupTest, NamesTheCandidatesWhereSeveralAreMeant)
 {
-    for (const char* const name : {"factory/A/Hum.xml", "factory/B/Hum.xml", "factory/C/HUM.xml"})
-        add(name);
+    add({"factory/A/Hum.xml", "factory/B/Hum.xml", "factory/C/HUM.xml"});
     EXPECT_EQ(find("Hum"), "there are several presets 'Hum': A/Hum, B/Hum");
     EXPECT_EQ(find("hum"), "there are several presets 'hum': A/Hum, B/Hum, C/HUM");
     EXPECT_EQ(find("HUM"), "factory/C/HUM.xml");
-    add("user/D/hum.xml");
-    add("user/hum.xml");
+    add({"user/D/hum.xml", "user/hum.xml"});
     EXPECT_EQ(find("hum"), "there are several presets 'hum': /hum, D/hum");
     EXPECT_EQ(find("b/hum"), "factory/B/Hum.xml");
 }
 
-} // namespace kalim::program
+} // namespace kalim::program::test

@@ -2,23 +2,19 @@
 
 #include "tests/tools/kalim/files/ScratchFolder.h"
 #include "tools/kalim/ValidUtf8.h"
-#include "tools/kalim/files/FileError.h"
 #include "tools/kalim/report/PlotAxes.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
 
-namespace kalim::program
+namespace kalim::program::test
 {
 namespace
 {
 
-using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
+constexpr double silence = -std::numeric_limits<double>::infinity();
 constexpr PlotArea area{100, 0, 1100, 500};
 
 SpectrumPlotData humAt(double fundamental, int harmonics, double sampleRate = 48000)
@@ -31,7 +27,7 @@ SpectrumPlotData humAt(double fundamental, int harmonics, double sampleRate = 48
     return data;
 }
 
-class SpectrumPlotTest : public test::ScratchFolder
+class SpectrumPlotTest : public ScratchFolder
 {
 protected:
     std::string drawn(const std::string& name, const SpectrumPlotData& data) const
@@ -45,22 +41,14 @@ protected:
 
 } // namespace
 
-TEST_F(SpectrumPlotTest, TheNameDecidesTheKindOfPicture)
-{
-    EXPECT_THAT(drawn("a.PNG", humAt(50, 8)), StartsWith("\x89PNG"));
-    EXPECT_THAT(drawn("a.svg", humAt(50, 8)), HasSubstr("<svg"));
-    EXPECT_THAT(test::messageOf<FileError>([] { pictureKindOf("a.jpg"); }),
-                HasSubstr(".png or .svg"));
-}
-
-TEST_F(SpectrumPlotTest, DrawsWhateverTheDataHold)
+TEST_F(SpectrumPlotTest, DrawsWhateverTheDataHoldInTheKindThatTheNameAsksFor)
 {
     auto data = humAt(50, 96);
     data.title = "broken \xff\xfe name \xe3\x81";
-    data.before.assign(100, -std::numeric_limits<double>::infinity());
+    data.before.assign(100, silence);
     data.after.assign(24000, std::numeric_limits<double>::quiet_NaN());
-    data.harmonics[0].levelAfter = -std::numeric_limits<double>::infinity();
-    EXPECT_THAT(drawn("a.png", data), StartsWith("\x89PNG"));
+    data.harmonics[0].levelAfter = silence;
+    EXPECT_THAT(drawn("a.PNG", data), StartsWith("\x89PNG"));
     EXPECT_THAT(drawn("b.svg", {"", "", 8000, 1, "", "", {}, {}, {}}), HasSubstr("<svg"));
 }
 
@@ -68,7 +56,6 @@ TEST_F(SpectrumPlotTest, ShowsEveryHarmonicAndNothingBeyondHalfTheSampleRate)
 {
     const FrequencyAxis usual(humAt(50, 4), area);
     EXPECT_EQ(usual.lowest(), 20);
-    EXPECT_EQ(usual.highest(), 2000);
     EXPECT_LT(FrequencyAxis(humAt(16.7, 4), area).lowest(), 10);
     EXPECT_GT(FrequencyAxis(humAt(60, 96), area).highest(), 60 * 96);
     EXPECT_EQ(FrequencyAxis(humAt(60, 96, 8000), area).highest(), 4000);
@@ -82,11 +69,11 @@ TEST_F(SpectrumPlotTest, LevelsFollowTheVisibleData)
     auto data = humAt(50, 4);
     data.before[50] = -12;
     data.before[5] = 40;
-    data.after[300] = -std::numeric_limits<double>::infinity();
+    data.after[300] = silence;
     const LevelAxis axis(data, FrequencyAxis(data, area), area);
     EXPECT_EQ(axis.highest(), -10);
     EXPECT_EQ(axis.lowest(), -90);
-    EXPECT_EQ(axis.position(-std::numeric_limits<double>::infinity()), area.bottom);
+    EXPECT_EQ(axis.position(silence), area.bottom);
     EXPECT_EQ(axis.ticks().front().label, "−90");
 }
 
@@ -97,4 +84,4 @@ TEST(PlotCanvasTest, ReplacesOnlyWhatIsNoUtf8)
     EXPECT_EQ(validUtf8("\xed\xa0\x80"), "\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd");
 }
 
-} // namespace kalim::program
+} // namespace kalim::program::test
