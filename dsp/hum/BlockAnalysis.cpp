@@ -82,7 +82,8 @@ float BlockAnalysis::analyseBlock(const Signal32& block, float fundamental, Trac
     const float estimate = estimateFundamental(magnitudesOf(spectrum), differenceToPrevious(phases),
                                                hopSize, fundamental);
     previousPhases = phases;
-    updateDisplay(weighted);
+    if (isDisplayed)
+        updateDisplay(weighted);
 
     const double largestStep =
         static_cast<double>(static_cast<float>(hopSize) * tracking.adaptivity) / sampleRate;

@@ -29,6 +29,10 @@ public:
     /// Forgets the spectra. Not for the running audio thread.
     void reset();
 
+    /// Whether the spectrum for display is kept, which is as much work as all the rest of the
+    /// analysis; it is unless told otherwise. Not for the running audio thread.
+    void setDisplayed(bool shouldBeDisplayed) { isDisplayed = shouldBeDisplayed; }
+
     /// Analyses one block of blockSize samples, hopSize after the one before. Returns the new
     /// fundamental in Hz: the estimate where it lies within reach of `fundamental`, otherwise a
     /// step back towards the start frequency.
@@ -41,7 +45,8 @@ public:
                               float fundamental) const;
 
     /// One channel of 2 blockSize + 1 linear magnitudes, smoothed, bin i at i sampleRate / (4
-    /// blockSize) Hz; empty before the first block. A shared handle; not to be written. Any thread.
+    /// blockSize) Hz; empty before the first block and where none is kept. A shared handle; not to
+    /// be written. Any thread.
     Signal32 getInputMagnitudes() const { return publishedMagnitudes.get(); }
 
 private:
@@ -54,6 +59,7 @@ private:
     double sampleRate = 0.0;
     int blockSize = 0;
     int hopSize = 0;
+    bool isDisplayed = true;
 
     FourierTransform transform;
     Signal32 weighting;

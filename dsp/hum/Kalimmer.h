@@ -62,6 +62,10 @@ public:
     /// The smoothed spectrum of the input, see BlockAnalysis. Any thread, no lock.
     Signal32 getInputMagnitudes() const { return analysis.getInputMagnitudes(); }
 
+    /// Whether that spectrum is kept, as it is unless told otherwise; the audio does not depend on
+    /// it. Before audio runs.
+    void setDisplayed(bool shouldBeDisplayed) { analysis.setDisplayed(shouldBeDisplayed); }
+
     /// The tracked fundamental in Hz. Any thread, no lock.
     float getCurrentFundamental() const { return currentFundamental; }
 

@@ -46,6 +46,7 @@ StreamRemover::StreamRemover(const HumSettings& settings, int channels, int samp
 {
     const orvo::audio::AudioFormat format = formatOf(channels, sampleRate);
     settings.applyTo(remover);
+    remover.setDisplayed(false);
     remover.setFormat(format, format);
     if (canRemove())
         blockSize = std::min(blockSize, remover.getHopSize());

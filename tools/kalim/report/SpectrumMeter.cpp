@@ -13,7 +13,6 @@ namespace kalim::program
 namespace
 {
 
-using orvo::audio::ComplexSignal32;
 using orvo::audio::Signal32;
 
 constexpr std::int64_t segmentSeconds = 4;
@@ -58,6 +57,8 @@ SpectrumMeter::SpectrumMeter(int channels, int sampleRate, std::int64_t numSampl
     , binSpacing(static_cast<double>(sampleRate) / transformLength)
     , window(makeHannWindow(segmentLength))
     , segment(channels, segmentLength, 0.0F)
+    , weighted(1, transformLength, 0.0F)
+    , spectrum(1, transformLength / 2 + 1)
     , power(static_cast<std::size_t>(transformLength) / 2 + 1)
 {
 }
@@ -109,19 +110,15 @@ std::vector<double> SpectrumMeter::getLevels() const
 
 void SpectrumMeter::measureSegment()
 {
-    Signal32 weighted(segment.getNumChannels(), transformLength, 0.0F);
+    float* const samples = weighted.getWriteChannelPtr(0);
     for (int channel = 0; channel < segment.getNumChannels(); ++channel)
     {
         // One sample out of all range must not blot out the rest of the recording.
-        orvo::vo::limitToFinite(segment.getReadChannelPtr(channel),
-                                weighted.getWriteChannelPtr(channel), largestSample, segmentLength);
-        orvo::vo::multiply(weighted.getReadChannelPtr(channel), window.getReadChannelPtr(0),
-                           weighted.getWriteChannelPtr(channel), segmentLength);
-    }
-    const ComplexSignal32 spectrum = transform.forwardReal(weighted);
-    for (int channel = 0; channel < spectrum.getNumChannels(); ++channel)
-    {
-        const std::complex<float>* const bins = spectrum.getReadChannelPtr(channel);
+        orvo::vo::limitToFinite(segment.getReadChannelPtr(channel), samples, largestSample,
+                                segmentLength);
+        orvo::vo::multiply(samples, window.getReadChannelPtr(0), samples, segmentLength);
+        transform.forwardReal(weighted, spectrum);
+        const std::complex<float>* const bins = spectrum.getReadChannelPtr(0);
         for (std::size_t bin = 0; bin < power.size(); ++bin)
             power[bin] += std::norm(std::complex<double>(bins[bin]));
     }
@@ -130,8 +127,8 @@ void SpectrumMeter::measureSegment()
     const int half = segmentLength / 2;
     for (int channel = 0; channel < segment.getNumChannels(); ++channel)
     {
-        float* const samples = segment.getWriteChannelPtr(channel);
-        orvo::vo::copy(samples + segmentLength - half, samples, half);
+        float* const all = segment.getWriteChannelPtr(channel);
+        orvo::vo::copy(all + segmentLength - half, all, half);
     }
     filled = half;
 }

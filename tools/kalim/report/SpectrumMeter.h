@@ -48,6 +48,11 @@ private:
     orvo::audio::FourierTransform transform;
     orvo::audio::Signal32 window;
     orvo::audio::Signal32 segment;
+
+    /// One channel of the segment and its transform; behind the segment's end are zeros.
+    orvo::audio::Signal32 weighted;
+    orvo::audio::ComplexSignal32 spectrum;
+
     std::vector<double> power;
     std::int64_t numSegments = 0;
     int filled = 0;
