@@ -2,7 +2,11 @@
 #include "dsp/hum/Kalimmer.h"
 #include "dsp/hum/NotchCascade.h"
 #include "dsp/hum/TrackerBank.h"
+#include "dsp/signal/VectorKernels.h"
 
+#include <hwy/targets.h>
+
+#include <string>
 #include <vector>
 
 namespace
@@ -107,5 +111,38 @@ BENCHMARK(notchCascade)
 BENCHMARK(engine)
     ->ArgsProduct({{1, 20, 96}, {2}, {0, 1}})
     ->ArgNames({"harmonics", "channels", "aggressive"});
+
+/// Both modes again with every instruction set that is built in and that this processor has.
+bool compareInstructionSets()
+{
+    const auto use = [](std::int64_t set)
+    {
+        hwy::SetSupportedTargetsForTest(set);
+        return std::string(orvo::vo::chooseInstructionSet());
+    };
+    const auto add = [use](const std::string& name, std::int64_t set, auto run)
+    {
+        return benchmark::RegisterBenchmark(name.c_str(),
+                                            [=](benchmark::State& state)
+                                            {
+                                                use(set);
+                                                run(state);
+                                                use(0);
+                                            });
+    };
+    for (std::int64_t rest = hwy::SupportedTargets(); rest != 0; rest &= rest - 1)
+    {
+        const std::int64_t set = rest & -rest;
+        const std::string name = hwy::TargetName(set);
+        if (use(set) != name)
+            continue;
+        add("trackerBank/" + name, set, trackerBank)->Args({96, 2});
+        add("notchCascade/" + name, set, notchCascade)->Args({96, 2, frameLength});
+    }
+    use(0);
+    return true;
+}
+
+[[maybe_unused]] const bool hasInstructionSets = compareInstructionSets();
 
 } // namespace
