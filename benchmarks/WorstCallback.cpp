@@ -1,8 +1,9 @@
 // How long the plug-in takes for a callback, as a share of the time that a host has for it:
 // kalim_worst_callback [SECONDS [PICTURE.png]]
 
+#include "benchmarks/CallbackCosts.h"
 #include "benchmarks/CallbackPlot.h"
-#include "benchmarks/CallbackTimes.h"
+#include "benchmarks/HeapCalls.h"
 #include "dsp/hum/Kalimmer.h"
 #include "plugin/KalimAudioProcessor.h"
 
@@ -22,7 +23,8 @@
 namespace
 {
 
-using benchmarks::CallbackTimes;
+using benchmarks::CallbackCosts;
+using benchmarks::HeapCalls;
 using orvo::audio::Kalimmer;
 
 constexpr double sampleRate = 48000.0;
@@ -77,7 +79,7 @@ private:
 };
 
 /// Without a host around it, one callback soon after the other.
-CallbackTimes measure(const Setup& setup, const juce::AudioBuffer<float>& sound, double seconds)
+CallbackCosts measure(const Setup& setup, const juce::AudioBuffer<float>& sound, double seconds)
 {
     KalimAudioProcessor plugIn;
     const auto channels = juce::AudioChannelSet::canonicalChannelSet(setup.numChannels);
@@ -88,7 +90,7 @@ CallbackTimes measure(const Setup& setup, const juce::AudioBuffer<float>& sound,
     engine.setParameterValue(Kalimmer::AggressiveMode, setup.isAggressive ? 1.0F : 0.0F, false);
     plugIn.prepareToPlay(sampleRate, setup.numFrames);
 
-    CallbackTimes times(setup.numFrames / sampleRate);
+    CallbackCosts costs(setup.numFrames / sampleRate);
     juce::AudioBuffer<float> block(setup.numChannels, setup.numFrames);
     juce::MidiBuffer midi;
     const int numCallbacks = static_cast<int>(seconds * sampleRate) / setup.numFrames;
@@ -101,19 +103,25 @@ CallbackTimes measure(const Setup& setup, const juce::AudioBuffer<float>& sound,
         for (int channel = 0; channel < setup.numChannels; ++channel)
             block.copyFrom(channel, 0, sound, channel, position, setup.numFrames);
         position += setup.numFrames;
-        const auto start = std::chrono::steady_clock::now();
-        plugIn.processBlock(block, midi);
-        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-        times.add(taken.count());
+        std::chrono::duration<double> taken(0.0);
+        std::int64_t heapCalls = 0;
+        {
+            const HeapCalls heap;
+            const auto start = std::chrono::steady_clock::now();
+            plugIn.processBlock(block, midi);
+            taken = std::chrono::steady_clock::now() - start;
+            heapCalls = heap.getNumCalls();
+        }
+        costs.add(taken.count(), heapCalls);
         rests.afterWork(taken.count());
     }
-    return times;
+    return costs;
 }
 
 struct Result
 {
     /// Of every callback, the least of all runs.
-    CallbackTimes work;
+    CallbackCosts work;
 
     /// Of all callbacks of all runs.
     double longest;
@@ -121,11 +129,11 @@ struct Result
 
 Result measureRepeatedly(const Setup& setup, const juce::AudioBuffer<float>& sound, double seconds)
 {
-    CallbackTimes work = measure(setup, sound, seconds);
+    CallbackCosts work = measure(setup, sound, seconds);
     double longest = work.getShare(1.0);
     for (int run = 1; run < numRuns; ++run)
     {
-        const CallbackTimes again = measure(setup, sound, seconds);
+        const CallbackCosts again = measure(setup, sound, seconds);
         longest = std::max(longest, again.getShare(1.0));
         work.keepLesser(again);
     }
@@ -182,7 +190,8 @@ void run(double seconds, const char* picture)
     fmt::print("{} s per line at 48 kHz, {} times the same, {} real-time priority; shares of the "
                "deadline in %\n\n"
                "| mode | harmonics | channels | frames | deadline | median | 99.9 % | maximum of "
-               "the work | maximum with interruptions |\n|---|---|---|---|---|---|---|---|---|\n",
+               "the work | maximum with interruptions | heap calls |\n"
+               "|---|---|---|---|---|---|---|---|---|---|\n",
                seconds, numRuns, isAhead ? "with" : "without");
     benchmarks::CallbackPlot plot;
     std::map<int, juce::AudioBuffer<float>> sounds;
@@ -191,12 +200,12 @@ void run(double seconds, const char* picture)
     for (const Setup& setup : makeSetups())
     {
         const Result result = measureRepeatedly(setup, sounds[setup.numChannels], seconds);
-        const CallbackTimes& work = result.work;
-        fmt::print("| {} | {} | {} | {} | {:.2f} ms | {:.1f} | {:.1f} | {:.1f} | {:.1f} |\n",
+        const CallbackCosts& work = result.work;
+        fmt::print("| {} | {} | {} | {} | {:.2f} ms | {:.1f} | {:.1f} | {:.1f} | {:.1f} | {} |\n",
                    setup.isAggressive ? "aggressive" : "normal", setup.numHarmonics,
                    setup.numChannels, setup.numFrames, 1000.0 * work.getDeadline(),
                    100.0 * work.getShare(0.5), 100.0 * work.getShare(0.999),
-                   100.0 * work.getShare(1.0), 100.0 * result.longest);
+                   100.0 * work.getShare(1.0), 100.0 * result.longest, work.getNumHeapCalls());
         std::fflush(stdout);
         if (setup.numHarmonics == 96 && setup.numChannels == 2)
             plot.add({setup.numFrames, setup.isAggressive, work.getShare(0.5), work.getShare(1.0),

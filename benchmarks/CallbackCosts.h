@@ -2,22 +2,31 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 namespace benchmarks
 {
 
-/// How long callbacks took, as shares of the time that there is for each.
-class CallbackTimes
+/// How long callbacks took, as shares of the time that there is for each, and how often they called
+/// the heap.
+class CallbackCosts
 {
 public:
     /// `deadlineSeconds` is what a block lasts.
-    explicit CallbackTimes(double deadlineSeconds)
+    explicit CallbackCosts(double deadlineSeconds)
         : deadline(deadlineSeconds)
     {
     }
 
-    void add(double seconds) { shares.push_back(seconds / deadline); }
+    void add(double seconds, std::int64_t heapCalls)
+    {
+        shares.push_back(seconds / deadline);
+        numHeapCalls += heapCalls;
+    }
+
+    /// Of all callbacks together.
+    std::int64_t getNumHeapCalls() const { return numHeapCalls; }
 
     double getDeadline() const { return deadline; }
 
@@ -33,7 +42,7 @@ public:
 
     /// Keeps the lesser time of each callback of two runs of the very same callbacks: what the
     /// machine put into one of them goes, what the work takes stays.
-    void keepLesser(const CallbackTimes& other)
+    void keepLesser(const CallbackCosts& other)
     {
         for (std::size_t call = 0; call < shares.size(); ++call)
             shares[call] = std::min(shares[call], other.shares[call]);
@@ -42,6 +51,7 @@ public:
 private:
     double deadline;
     std::vector<double> shares;
+    std::int64_t numHeapCalls = 0;
 };
 
 } // namespace benchmarks
