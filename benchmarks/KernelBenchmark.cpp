@@ -1,5 +1,5 @@
 #include "benchmarks/Work.h"
-#include "dsp/hum/NotchKernel.h"
+#include "dsp/hum/NotchCascade.h"
 #include "dsp/hum/TrackerKernels.h"
 #include "dsp/signal/FourierTransform.h"
 #include "dsp/signal/IirFilter64.h"
@@ -15,30 +15,47 @@ namespace
 using namespace benchmarks;
 using namespace orvo::audio;
 
-orvo::audio::SecondOrderSection designFor(int harmonic, double quality)
+std::size_t count(int number)
 {
-    return IirCoefficients::designBandPass(50.0 * harmonic, quality, sampleRate);
+    return static_cast<std::size_t>(number);
+}
+
+IirFilter64 makeBandPass(int harmonic, double quality, int numChannels = 1)
+{
+    IirFilter64 filter;
+    filter.setSection(numChannels,
+                      IirCoefficients::designBandPass(50.0 * harmonic, quality, sampleRate));
+    return filter;
+}
+
+/// Band-passes for all harmonics in blocks of `lanes`.
+template <typename Block, std::size_t lanes>
+std::vector<Block> makeBlocks(int harmonics, double quality)
+{
+    std::vector<Block> blocks((count(harmonics) + lanes - 1) / lanes);
+    for (std::size_t index = 0; index < count(harmonics); ++index)
+    {
+        const IirFilter64 filter = makeBandPass(static_cast<int>(index) + 1, quality);
+        const auto taps = filter.getNormalisedTaps();
+        Block& block = blocks[index / lanes];
+        block.b0[index % lanes] = taps[0];
+        block.a1[index % lanes] = taps[4];
+        block.a2[index % lanes] = taps[5];
+    }
+    return blocks;
 }
 
 std::vector<kernels::TrackerBlock> makeTrackers(int harmonics)
 {
-    std::vector<kernels::TrackerBlock> blocks(
-        (static_cast<std::size_t>(harmonics) + kernels::lanesPerBlock - 1) /
-        kernels::lanesPerBlock);
-    for (int index = 0; index < harmonics; ++index)
+    constexpr std::size_t lanes = kernels::lanesPerBlock;
+    auto blocks =
+        makeBlocks<kernels::TrackerBlock, lanes>(harmonics, SinusoidalSynthesis::isolationQ);
+    for (std::size_t index = 0; index < count(harmonics); ++index)
     {
-        IirFilter64 filter;
-        filter.setSection(1, designFor(index + 1, SinusoidalSynthesis::isolationQ));
-        const auto taps = filter.getNormalisedTaps();
-        const auto place = static_cast<std::size_t>(index);
-        kernels::TrackerBlock& block = blocks[place / kernels::lanesPerBlock];
-        const std::size_t lane = place % kernels::lanesPerBlock;
-        block.b0[lane] = taps[0];
-        block.a1[lane] = taps[4];
-        block.a2[lane] = taps[5];
-        block.coefficient[lane] =
-            2.0 * std::cos(2.0 * std::numbers::pi * 50.0 * (index + 1) / sampleRate);
-        block.transformLength[lane] = 1920.0;
+        const double w =
+            2.0 * std::numbers::pi * 50.0 * static_cast<double>(index + 1) / sampleRate;
+        blocks[index / lanes].coefficient[index % lanes] = 2.0 * std::cos(w);
+        blocks[index / lanes].transformLength[index % lanes] = 1920.0;
     }
     return blocks;
 }
@@ -100,33 +117,23 @@ void runNotches(benchmark::State& state)
     constexpr int harmonics = 96;
     const auto numChannels = static_cast<int>(state.range(0));
     const auto length = static_cast<int>(state.range(1));
-    std::vector<kernels::NotchBlock> blocks(harmonics / kernels::stagesPerBlock);
-    for (int index = 0; index < harmonics; ++index)
-    {
-        IirFilter64 filter;
-        filter.setSection(1, designFor(index + 1, 25.0));
-        const auto taps = filter.getNormalisedTaps();
-        const auto place = static_cast<std::size_t>(index);
-        kernels::NotchBlock& block = blocks[place / kernels::stagesPerBlock];
-        const std::size_t lane = place % kernels::stagesPerBlock;
-        block.b0[lane] = taps[0];
-        block.a1[lane] = taps[4];
-        block.a2[lane] = taps[5];
-        block.numStages = lane + 1;
-    }
-    std::vector<kernels::NotchState> states(blocks.size() * static_cast<std::size_t>(numChannels));
+    auto blocks =
+        makeBlocks<kernels::NotchBlock, kernels::stagesPerBlock>(harmonics, NotchCascade::notchQ);
+    for (kernels::NotchBlock& block : blocks)
+        block.numStages = kernels::stagesPerBlock;
+    std::vector<kernels::NotchState> states(blocks.size() * count(numChannels));
     const Signal32 frame = makeHum(numChannels, length);
     Signal32 samples(numChannels, length);
     std::vector<kernels::NotchChannel> channels;
     for (int channel = 0; channel < numChannels; ++channel)
-        channels.push_back({samples.getWriteChannelPtr(channel),
-                            states.data() + static_cast<std::size_t>(channel) * blocks.size()});
+        channels.push_back(
+            {samples.getWriteChannelPtr(channel), states.data() + count(channel) * blocks.size()});
     for (auto _ : state)
     {
         for (int channel = 0; channel < numChannels; ++channel)
-            orvo::vo::copy(frame.getReadChannelPtr(channel),
-                           channels[static_cast<std::size_t>(channel)].samples, length);
-        kernels::runNotches(blocks, channels, static_cast<std::size_t>(length));
+            orvo::vo::copy(frame.getReadChannelPtr(channel), channels[count(channel)].samples,
+                           length);
+        kernels::runNotches(blocks, channels, count(length));
         benchmark::ClobberMemory();
     }
     countWork(state, harmonics, numChannels, length);
@@ -136,9 +143,9 @@ void runNotches(benchmark::State& state)
 void notchesOneByOne(benchmark::State& state)
 {
     constexpr int harmonics = 96;
-    std::vector<IirFilter64> filters(harmonics);
+    std::vector<IirFilter64> filters;
     for (int index = 0; index < harmonics; ++index)
-        filters[static_cast<std::size_t>(index)].setSection(2, designFor(index + 1, 25.0));
+        filters.push_back(makeBandPass(index + 1, NotchCascade::notchQ, 2));
     const Signal32 frame = makeHum(2, frameLength);
     for (auto _ : state)
     {
