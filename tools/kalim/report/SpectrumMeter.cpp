@@ -74,6 +74,8 @@ void SpectrumMeter::add(std::span<const float> interleaved)
             float* const samples = segment.getWriteChannelPtr(static_cast<int>(channel)) + filled;
             for (std::size_t n = 0; n < count; ++n)
                 samples[n] = interleaved[n * numChannels + channel];
+            // One sample out of all range must not blot out the rest of the recording.
+            orvo::vo::limitToFinite(samples, samples, largestSample, static_cast<int>(count));
         }
         interleaved = interleaved.subspan(count * numChannels);
         filled += static_cast<int>(count);
@@ -113,10 +115,8 @@ void SpectrumMeter::measureSegment()
     float* const samples = weighted.getWriteChannelPtr(0);
     for (int channel = 0; channel < segment.getNumChannels(); ++channel)
     {
-        // One sample out of all range must not blot out the rest of the recording.
-        orvo::vo::limitToFinite(segment.getReadChannelPtr(channel), samples, largestSample,
-                                segmentLength);
-        orvo::vo::multiply(samples, window.getReadChannelPtr(0), samples, segmentLength);
+        orvo::vo::multiply(segment.getReadChannelPtr(channel), window.getReadChannelPtr(0), samples,
+                           segmentLength);
         transform.forwardReal(weighted, spectrum);
         const std::complex<float>* const bins = spectrum.getReadChannelPtr(0);
         for (std::size_t bin = 0; bin < power.size(); ++bin)
