@@ -41,11 +41,12 @@ public:
     }
 
     /// Keeps the lesser time of each callback of two runs of the very same callbacks: what the
-    /// machine put into one of them goes, what the work takes stays.
+    /// machine put into one of them goes, what the work takes stays. Heap calls add up.
     void keepLesser(const CallbackCosts& other)
     {
         for (std::size_t call = 0; call < shares.size(); ++call)
             shares[call] = std::min(shares[call], other.shares[call]);
+        numHeapCalls += other.numHeapCalls;
     }
 
 private:

@@ -20,14 +20,14 @@ void trackerBank(benchmark::State& state)
 {
     const auto harmonics = static_cast<int>(state.range(0));
     const auto channels = static_cast<int>(state.range(1));
-    const std::vector<Signal32> frames = makeFrames(channels);
+    const std::vector<Signal32> frames = makePieces(channels, frameLength);
     TrackerBank bank;
     bank.setFormat(channels, sampleRate, frameLength);
     Signal32 output(channels, frameLength);
     std::size_t frame = 0;
     for (auto _ : state)
     {
-        bank.subtractHarmonics(frames[frame++ % framesPerCycle], output, 50.0F, {harmonics, false});
+        bank.subtractHarmonics(frames[frame++ % frames.size()], output, 50.0F, {harmonics, false});
         benchmark::DoNotOptimize(output.getWriteChannelPtr(0));
     }
     countWork(state, harmonics, channels, frameLength);
@@ -38,7 +38,7 @@ void trackersOneByOne(benchmark::State& state)
 {
     const auto harmonics = static_cast<int>(state.range(0));
     const auto channels = static_cast<int>(state.range(1));
-    const std::vector<Signal32> frames = makeFrames(channels);
+    const std::vector<Signal32> frames = makePieces(channels, frameLength);
     std::vector<SinusoidalSynthesis> trackers(static_cast<std::size_t>(harmonics));
     for (SinusoidalSynthesis& tracker : trackers)
     {
@@ -50,7 +50,7 @@ void trackersOneByOne(benchmark::State& state)
     {
         for (int index = 0; index < harmonics; ++index)
             benchmark::DoNotOptimize(trackers[static_cast<std::size_t>(index)].generateSignal(
-                frames[frame % framesPerCycle], 50.0F, index + 1));
+                frames[frame % frames.size()], 50.0F, index + 1));
         ++frame;
     }
     countWork(state, harmonics, channels, frameLength);
@@ -86,15 +86,7 @@ void engine(benchmark::State& state)
     remover.setParameterValue(Kalimmer::NumberOfHarmonics, static_cast<float>(harmonics), false);
     remover.setParameterValue(Kalimmer::AggressiveMode, static_cast<float>(state.range(2)), false);
     constexpr int length = 512;
-    std::vector<Signal32> blocks;
-    for (const Signal32& frame : makeFrames(channels))
-        for (int start = 0; start < frameLength; start += length)
-        {
-            blocks.emplace_back(channels, length);
-            for (int channel = 0; channel < channels; ++channel)
-                orvo::vo::copy(frame.getReadChannelPtr(channel) + start,
-                               blocks.back().getWriteChannelPtr(channel), length);
-        }
+    const std::vector<Signal32> blocks = makePieces(channels, length);
     std::size_t block = 0;
     for (auto _ : state)
         benchmark::DoNotOptimize(remover.process(blocks[block++ % blocks.size()], false));

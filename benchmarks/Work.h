@@ -1,7 +1,7 @@
 #pragma once
 
+#include "dsp/signal/SignalQueue.h"
 #include "dsp/signal/Signals.h"
-#include "dsp/signal/VectorOperations.h"
 
 #include <benchmark/benchmark.h>
 
@@ -14,9 +14,6 @@ namespace benchmarks
 
 inline constexpr double sampleRate = 48000.0;
 inline constexpr int frameLength = 2048;
-
-/// Frames after which 50 Hz are where they were at the first.
-inline constexpr int framesPerCycle = 15;
 
 /// 96 harmonics of 50 Hz that fall off, alike in all channels.
 inline orvo::audio::Signal32 makeHum(int numChannels, int length)
@@ -33,20 +30,18 @@ inline orvo::audio::Signal32 makeHum(int numChannels, int length)
     return hum;
 }
 
-/// Frames that follow one another without end. A frame that only repeats itself would not do: its
-/// harmonics are not where they are foreseen, so that nothing would be left to render.
-inline std::vector<orvo::audio::Signal32> makeFrames(int numChannels)
+/// That hum in pieces of `length` samples, a divisor of the frame length, that follow one another
+/// without end. A piece that only repeats itself would not do: its harmonics are not where they are
+/// foreseen, so that nothing would be left to render.
+inline std::vector<orvo::audio::Signal32> makePieces(int numChannels, int length)
 {
-    const orvo::audio::Signal32 hum = makeHum(numChannels, framesPerCycle * frameLength);
-    std::vector<orvo::audio::Signal32> frames;
-    for (int frame = 0; frame < framesPerCycle; ++frame)
-    {
-        frames.emplace_back(numChannels, frameLength);
-        for (int channel = 0; channel < numChannels; ++channel)
-            orvo::vo::copy(hum.getReadChannelPtr(channel) + frame * frameLength,
-                           frames.back().getWriteChannelPtr(channel), frameLength);
-    }
-    return frames;
+    // After 15 frames 50 Hz are where they were at the first.
+    orvo::audio::SignalQueue<orvo::audio::Signal32> hum;
+    hum.add(makeHum(numChannels, 15 * frameLength));
+    std::vector<orvo::audio::Signal32> pieces;
+    while (hum.getNumSamples() > 0)
+        pieces.push_back(hum.get(length));
+    return pieces;
 }
 
 /// Shows the time per harmonic, channel and sample, which makes all runs comparable.
