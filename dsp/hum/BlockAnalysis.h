@@ -29,8 +29,8 @@ public:
     /// Forgets the spectra. Not for the running audio thread.
     void reset();
 
-    /// Whether the spectrum for display is kept, which is as much work as all the rest of the
-    /// analysis; it is unless told otherwise. Not for the running audio thread.
+    /// Whether the spectrum for display is kept, which is most of the analysis's work; it is unless
+    /// told otherwise. Not for the running audio thread.
     void setDisplayed(bool shouldBeDisplayed) { isDisplayed = shouldBeDisplayed; }
 
     /// Analyses one block of blockSize samples, hopSize after the one before. Returns the new

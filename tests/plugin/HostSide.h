@@ -39,11 +39,8 @@ inline Signal32 play(juce::AudioProcessor& plugIn, Signal32 signal,
 /// 1, 2, 3, ... through one channel after the other.
 inline Signal32 makeRamp(int numChannels, int numSamples)
 {
-    Signal32 ramp(numChannels, numSamples);
-    for (int channel = 0, value = 0; channel < numChannels; ++channel)
-        for (int n = 0; n < numSamples; ++n)
-            ramp.getWriteChannelPtr(channel)[n] = static_cast<float>(++value);
-    return ramp;
+    return makeSignal(numChannels, numSamples,
+                      [&](int channel, int n) { return channel * numSamples + n + 1; });
 }
 
 /// Whether the output is the input, late by `delay` samples and silent before.
