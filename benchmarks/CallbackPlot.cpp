@@ -1,6 +1,6 @@
 #include "benchmarks/CallbackPlot.h"
 
-#include "tools/kalim/report/PlotCanvas.h"
+#include "kalim/report/PlotCanvas.h"
 
 #include <cairo.h>
 #include <fmt/format.h>

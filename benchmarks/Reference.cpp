@@ -3,7 +3,7 @@
 
 #include "dsp/hum/SinusoidalSynthesis.h"
 #include "dsp/signal/FlushToZero.h"
-#include "tools/kalim/files/AudioFileReader.h"
+#include "audiofile/AudioFileReader.h"
 
 #include <sndfile.h>
 
@@ -37,7 +37,7 @@ void subtract(const Signal32& part, Signal32& whole)
 
 void run(int numHarmonics, const char* input, const char* output)
 {
-    kalim::program::AudioFileReader reader(input);
+    kalim::AudioFileReader reader(input);
     const int channels = reader.channels();
     SF_INFO info{};
     info.samplerate = reader.sampleRate();

@@ -15,7 +15,7 @@ public:
     ~FilePlayer();
 
     /// Replaces the file and stands at its start. Where it fails, the old file stays.
-    /// @throws kalim::program::FileError when it cannot be played
+    /// @throws kalim::FileError when it cannot be played
     void open(const juce::File& fileToPlay);
 
     bool hasFile() const { return stream != nullptr; }

@@ -1,6 +1,6 @@
 #include "standalone/Session.h"
 
-#include "tools/kalim/files/FileError.h"
+#include "base/FileError.h"
 
 Session::Session(juce::AudioProcessor& processorToDrive, const juce::File& folderOfBinary)
     : processor(processorToDrive)
@@ -41,7 +41,7 @@ juce::String Session::openFile(const juce::File& file)
     {
         getPlayer().open(file);
     }
-    catch (const kalim::program::FileError& error)
+    catch (const kalim::FileError& error)
     {
         return juce::String::fromUTF8(error.what());
     }

@@ -1,14 +1,14 @@
 #include "standalone/SoundFileReader.h"
 
-#include "tools/kalim/files/FileError.h"
+#include "base/FileError.h"
 
 #include <sndfile.h>
 
 #include <algorithm>
 #include <cmath>
 
-using kalim::program::AudioFileReader;
-using kalim::program::FileError;
+using kalim::AudioFileReader;
+using kalim::FileError;
 
 namespace
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/kalim/files/AudioFileReader.h"
+#include "audiofile/AudioFileReader.h"
 
 #include <cstdint>
 #include <juce_core/juce_core.h>
@@ -12,7 +12,7 @@
 class SoundFileReader
 {
 public:
-    /// @throws kalim::program::FileError when it is no audio file, holds no samples, or has a rate
+    /// @throws kalim::FileError when it is no audio file, holds no samples, or has a rate
     /// that cannot be played
     explicit SoundFileReader(const juce::File& file);
 
@@ -31,7 +31,7 @@ private:
     bool startAgainUpTo(std::int64_t position);
     int readBlock(int numWanted);
 
-    std::unique_ptr<kalim::program::AudioFileReader> file;
+    std::unique_ptr<kalim::AudioFileReader> file;
     std::int64_t numFrames;
 
     /// Where the decoder stands; unknown when negative.

@@ -1,7 +1,7 @@
 #include "standalone/FilePlayer.h"
 
 #include "tests/standalone/SoundFiles.h"
-#include "tools/kalim/files/FileError.h"
+#include "base/FileError.h"
 
 #include <gtest/gtest.h>
 
@@ -150,7 +150,7 @@ TEST_F(FilePlaying, replacesTheFileUnlessTheNewOneIsRefused)
     player.open(sound);
     player.play();
     expectFrames(render(100), 0);
-    EXPECT_THROW(player.open(write("text.wav", "no sound")), kalim::program::FileError);
+    EXPECT_THROW(player.open(write("text.wav", "no sound")), kalim::FileError);
     EXPECT_EQ(player.getFile(), sound);
     expectFrames(render(100), 100);
     player.open(sound);

@@ -2,7 +2,7 @@
 
 #include "standalone/ResamplingReader.h"
 #include "tests/standalone/SoundFiles.h"
-#include "tools/kalim/files/FileError.h"
+#include "base/FileError.h"
 
 #include <gtest/gtest.h>
 
@@ -101,7 +101,7 @@ TEST_F(SoundFileReading, isSilentAfterDamage)
 
 TEST_F(SoundFileReading, refusesWhatCannotBePlayed)
 {
-    using kalim::program::FileError;
+    using kalim::FileError;
     EXPECT_THROW(SoundFileReader(write("text.wav", "no sound")), FileError);
     EXPECT_THROW(SoundFileReader(folder.getChildFile("missing.wav")), FileError);
     EXPECT_THROW(SoundFileReader{folder}, FileError);

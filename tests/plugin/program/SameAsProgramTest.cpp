@@ -1,9 +1,9 @@
 #include "dsp/hum/Kalimmer.h"
 #include "plugin/KalimAudioProcessor.h"
 #include "tests/plugin/HostSide.h"
-#include "tests/tools/kalim/RunningProgram.h"
-#include "tests/tools/kalim/files/AudioFiles.h"
-#include "tests/tools/kalim/files/ScratchFolder.h"
+#include "tests/kalim/RunningProgram.h"
+#include "tests/audiofile/AudioFiles.h"
+#include "tests/audiofile/ScratchFolder.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -47,12 +47,13 @@ Signal32 toSignal(const std::vector<float>& interleaved, int numChannels, int si
     return signal;
 }
 
-using SameAsProgram = kalim::program::test::ScratchFolder;
+using SameAsProgram = kalim::test::ScratchFolder;
 
 } // namespace
 
 TEST_F(SameAsProgram, theSameRecordingComesOutBitForBitInEveryMode)
 {
+    using namespace kalim;
     using namespace kalim::program;
     const std::string recordingFile = test::exampleRecording();
     const std::vector<float> recording = test::readAll(recordingFile);

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "audiofile/AudioFileFormat.h"
+#include "audiofile/DescriptorSink.h"
+#include "audiofile/OutputFile.h"
+#include "audiofile/RawChunk.h"
+#include "audiofile/SoundFileHandle.h"
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace kalim
+{
+
+/// Writes samples to an output file, which the caller commits after close(). Integer samples that
+/// were read and not changed come out bit for bit (up to the 24 bits of a float).
+class AudioFileWriter
+{
+public:
+    /// @param output must outlive the writer
+    /// @param sampleRate in Hz
+    /// @throws FileError when the format does not take the channels or the rate
+    AudioFileWriter(OutputFile& output, const AudioFileFormat& format, int channels,
+                    int sampleRate);
+
+    AudioFileWriter(const AudioFileWriter&) = delete;
+    AudioFileWriter& operator=(const AudioFileWriter&) = delete;
+
+    AudioFileFormat format() const { return fileFormat; }
+
+    int channels() const { return channelCount; }
+
+    int sampleRate() const { return rate; }
+
+    /// Description blocks to put into the file; before the first samples only.
+    void setChunks(std::vector<RawChunk> chunks);
+
+    /// Appends whole frames; full scale is ±1.
+    /// @throws FileError when the disk is full or fails
+    void write(std::span<const float> interleaved);
+
+    /// Completes the file, which then can be read and committed.
+    /// @throws FileError when the disk is full or fails
+    void close();
+
+    std::int64_t framesWritten() const { return frames; }
+
+    /// Samples beyond full scale that an integer format had to limit.
+    std::int64_t clippedSamples() const { return clipped; }
+
+    /// The open file for setting descriptions, before the first samples; null once closed.
+    SNDFILE* handle() const { return sound.get(); }
+
+private:
+    void writeIntegers(std::span<const float> interleaved, int bits);
+    void requireWritten(std::int64_t written, std::size_t wanted) const;
+    void reserveChunks();
+    void placeChunks();
+
+    OutputFile& output;
+    AudioFileFormat fileFormat;
+    int channelCount;
+    int rate;
+    DescriptorSink sink;
+    SF_VIRTUAL_IO io = DescriptorSink::functions();
+    SoundFileHandle sound;
+    std::vector<RawChunk> chunksInFront;
+    std::vector<RawChunk> chunksBehind;
+    std::vector<int> integers;
+    std::int64_t frames = 0;
+    std::int64_t clipped = 0;
+};
+
+} // namespace kalim

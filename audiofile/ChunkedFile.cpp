@@ -1,0 +1,226 @@
+#include "audiofile/ChunkedFile.h"
+
+#include "audiofile/FileBytes.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <string_view>
+
+namespace kalim
+{
+namespace
+{
+
+constexpr std::array<std::string_view, 23> notDescriptions{
+    "fmt ", "data", "fact", "ds64", "PEAK", "levl", "MD5 ", "JUNK", "junk", "PAD ", "FLLR", "COMM",
+    "SSND", "FVER", "CHAN", "desc", "pakt", "kuki", "chan", "peak", "free", "ovvw", "slnt"};
+
+constexpr std::uint64_t unknownSmallSize = 0xffffffff;
+
+/// What programs write that cannot come back to fill in the size: about the largest that 31, 32 or
+/// 64 bits hold, less the headers.
+bool isUnknownSize(std::uint64_t stated, std::size_t sizeBytes)
+{
+    constexpr std::uint64_t margin = 4097;
+    constexpr std::uint64_t signedLimit = 0x80000000;
+    if (sizeBytes > 4)
+        return stated >> 62 != 0;
+    return stated + margin > unknownSmallSize ||
+           (stated + margin > signedLimit && stated <= signedLimit);
+}
+
+bool isAudio(std::string_view id)
+{
+    return id == "data" || id == "SSND";
+}
+
+bool isPrintable(char character)
+{
+    return character >= 0x20 && character < 0x7f;
+}
+
+std::vector<std::byte> serialisedWith(const ChunkLayout& layout,
+                                      const std::vector<RawChunk>& chunks)
+{
+    std::vector<std::byte> result;
+    for (const auto& chunk : chunks)
+    {
+        const auto bytes = layout.serialised(chunk.id, chunk.data);
+        result.insert(result.end(), bytes.begin(), bytes.end());
+    }
+    return result;
+}
+
+} // namespace
+
+ChunkedFile::ChunkedFile(int fileDescriptor, const ChunkLayout& fileLayout)
+    : descriptor(fileDescriptor)
+    , layout(fileLayout)
+{
+}
+
+std::optional<ChunkedFile> ChunkedFile::open(int descriptor)
+{
+    if (const auto layout = chunkLayoutOf(descriptor))
+        return ChunkedFile(descriptor, *layout);
+    return {};
+}
+
+std::int64_t ChunkedFile::largeDataSize() const
+{
+    if (!layout.hasLargeSizes)
+        return -1;
+    constexpr std::int64_t dataSizeInFile = 28;
+    const auto bytes = readBytesAt(descriptor, dataSizeInFile, 8);
+    return bytes.size() == 8 ? static_cast<std::int64_t>(layout.number(bytes)) : -1;
+}
+
+std::optional<ChunkPlace> ChunkedFile::placeAt(std::int64_t offset,
+                                               std::int64_t statedDataSize) const
+{
+    const auto header = readBytesAt(descriptor, offset, layout.headerBytes());
+    if (static_cast<std::int64_t>(header.size()) < layout.headerBytes())
+        return {};
+    const auto stated = layout.number(std::span(header).subspan(layout.idBytes));
+    auto size = static_cast<std::int64_t>(stated);
+    if (layout.sizeCountsHeader)
+        size -= layout.headerBytes();
+    const auto id = layout.identifier(header);
+    const bool isInDs64 = isAudio(id) && stated == unknownSmallSize && statedDataSize >= 0;
+    if (isInDs64)
+        size = statedDataSize;
+
+    const auto dataStart = offset + layout.headerBytes();
+    ChunkPlace place{id, offset, dataStart, size, std::max<std::int64_t>(size, 0)};
+    if (!isInDs64 && isUnknownSize(stated, layout.sizeBytes))
+        place.statedSize.reset();
+    const auto rest = fileSizeOf(descriptor) - dataStart;
+    if (size >= 0 && size <= rest)
+        return place;
+    // Recorders that were cut off leave a wrong length of the samples, which then end the file.
+    if (!isAudio(id))
+        return {};
+    place.dataSize = rest;
+    return place;
+}
+
+std::vector<ChunkPlace> ChunkedFile::places() const
+{
+    std::vector<ChunkPlace> result;
+    const auto stated = largeDataSize();
+    auto offset = layout.firstChunk;
+    while (const auto place = placeAt(offset, stated))
+    {
+        result.push_back(*place);
+        offset = layout.aligned(place->dataStart + place->dataSize);
+    }
+    return result;
+}
+
+std::optional<ChunkPlace> ChunkedFile::audio() const
+{
+    for (auto& place : places())
+        if (isAudio(place.id))
+            return place;
+    return {};
+}
+
+std::int64_t ChunkedFile::unclaimedAudioBytes() const
+{
+    const auto all = places();
+    const auto found = std::ranges::find_if(all, isAudio, &ChunkPlace::id);
+    if (found == all.end() || !found->statedSize || *found->statedSize > audioFieldBytes())
+        return 0;
+    const auto next = std::next(found);
+    if (next != all.end() && std::ranges::all_of(next->id, isPrintable))
+        return 0;
+    const auto start = found->dataStart + audioFieldBytes();
+    return std::max<std::int64_t>(fileSizeOf(descriptor) - start, 0);
+}
+
+std::int64_t ChunkedFile::audioFieldBytes() const
+{
+    if (layout.family == ChunkFamily::aiff)
+        return 8;
+    return layout.family == ChunkFamily::caf ? 4 : 0;
+}
+
+std::vector<RawChunk> ChunkedFile::descriptions() const
+{
+    std::vector<RawChunk> result;
+    bool precedesAudio = true;
+    for (const auto& place : places())
+    {
+        precedesAudio = precedesAudio && !isAudio(place.id);
+        const bool isDescription =
+            std::ranges::find(notDescriptions, place.id) == notDescriptions.end();
+        if (isDescription && place.dataSize <= largestChunk)
+            result.push_back({place.id, readBytesAt(descriptor, place.dataStart, place.dataSize),
+                              precedesAudio});
+    }
+    return result;
+}
+
+std::size_t ChunkedFile::fillerSize(const ChunkLayout& layout, const std::vector<RawChunk>& chunks)
+{
+    const auto header = static_cast<std::size_t>(layout.headerBytes());
+    const auto needed = serialisedWith(layout, chunks).size();
+    std::size_t size = 4;
+    // What is left over must be nothing or large enough for a filler of its own.
+    while (size + header < needed || (size + header > needed && size < needed))
+        size += 4;
+    return size;
+}
+
+bool ChunkedFile::fill(const std::vector<RawChunk>& chunks) const
+{
+    auto bytes = serialisedWith(layout, chunks);
+    const auto size = static_cast<std::int64_t>(fillerSize(layout, chunks));
+    for (const auto& place : places())
+    {
+        if (place.id != fillerId || place.dataSize != size)
+            continue;
+        const auto room = static_cast<std::size_t>(place.dataStart + size - place.start);
+        if (room > bytes.size())
+        {
+            const auto header = static_cast<std::size_t>(layout.headerBytes());
+            const std::vector<std::byte> nothing(room - bytes.size() - header);
+            const auto filler = layout.serialised(fillerId, nothing);
+            bytes.insert(bytes.end(), filler.begin(), filler.end());
+        }
+        writeBytesAt(descriptor, place.start, bytes);
+        return true;
+    }
+    return false;
+}
+
+bool ChunkedFile::append(const std::vector<RawChunk>& chunks) const
+{
+    // Common readers of W64 play everything behind the samples as further samples.
+    if (layout.family == ChunkFamily::wave64)
+        return false;
+    const auto bytes = serialisedWith(layout, chunks);
+    const auto start = layout.aligned(fileSizeOf(descriptor));
+    const auto end = start + static_cast<std::int64_t>(bytes.size());
+    const bool isSmall = layout.sizeBytes == 4 && !layout.hasLargeSizes;
+    if (isSmall && end > std::numeric_limits<std::uint32_t>::max())
+        return false;
+    writeBytesAt(descriptor, fileSizeOf(descriptor),
+                 std::vector<std::byte>(static_cast<std::size_t>(start - fileSizeOf(descriptor))));
+    writeBytesAt(descriptor, start, bytes);
+    stateTotalSize(end);
+    return true;
+}
+
+void ChunkedFile::stateTotalSize(std::int64_t size) const
+{
+    constexpr std::int64_t outerHeader = 8;
+    const auto inside = static_cast<std::uint64_t>(size - outerHeader);
+    if (layout.hasLargeSizes)
+        writeBytesAt(descriptor, 20, layout.bytes(inside, 8));
+    else if (layout.family != ChunkFamily::caf)
+        writeBytesAt(descriptor, 4, layout.bytes(inside, 4));
+}
+
+} // namespace kalim

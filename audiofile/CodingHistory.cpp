@@ -1,0 +1,62 @@
+#include "audiofile/CodingHistory.h"
+
+#include <fmt/format.h>
+#include <sndfile.h>
+
+#include <algorithm>
+
+namespace kalim
+{
+namespace
+{
+
+/// The history follows the fields of fixed size.
+constexpr std::size_t historyStart = 602;
+
+std::string modeOf(int channels)
+{
+    if (channels == 1)
+        return "mono";
+    return channels == 2 ? "stereo" : "multi";
+}
+
+std::string codingOf(const AudioFileFormat& format)
+{
+    return format.subtype() == SF_FORMAT_MPEG_LAYER_III ? "MPEG1L3" : "PCM";
+}
+
+int wordLengthOf(const AudioFileFormat& format)
+{
+    return static_cast<int>(8 * format.bytesFor(1));
+}
+
+} // namespace
+
+std::string codingHistoryLine(const CodingStep& step)
+{
+    auto text = step.text;
+    std::ranges::replace_if(
+        text, [](char c) { return c == ',' || static_cast<unsigned char>(c) < 0x20; }, ';');
+    return fmt::format("A={},F={},W={},M={},T={}", codingOf(step.format), step.sampleRate,
+                       wordLengthOf(step.format), modeOf(step.channels), text);
+}
+
+RawChunk withCodingStep(const RawChunk& broadcastExtension, const CodingStep& step)
+{
+    auto result = broadcastExtension;
+    auto& data = result.data;
+    if (data.size() < historyStart)
+        return result;
+    while (data.size() > historyStart && data.back() == std::byte{0})
+        data.pop_back();
+
+    const bool isOpen = data.size() > historyStart && data.back() != std::byte{'\n'};
+    const auto added = (isOpen ? "\r\n" : "") + codingHistoryLine(step) + "\r\n";
+    std::ranges::transform(added, std::back_inserter(data),
+                           [](char c) { return static_cast<std::byte>(c); });
+    if (data.size() % 2 != 0)
+        data.push_back(std::byte{0});
+    return result;
+}
+
+} // namespace kalim

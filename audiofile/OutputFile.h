@@ -1,0 +1,77 @@
+#pragma once
+
+#include "audiofile/FileDescriptor.h"
+#include "audiofile/TemporaryFileRegistry.h"
+
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+#include <span>
+
+namespace kalim
+{
+
+/// What to do about a file that already has the output's name.
+enum class Existing
+{
+    keep,
+    replace
+};
+
+/// A file that appears under its name only when it is complete: it is written beside it under a
+/// hidden name, and the destructor removes what was not committed. Several files that belong
+/// together are all finished first and then committed, so that a full disk leaves none of them.
+class OutputFile
+{
+public:
+    /// Creates the hidden file, with the permissions that the umask leaves.
+    /// @param target final name; a symbolic link to a file stays one, the file is replaced
+    /// @throws FileError when the target exists and is to be kept, is a folder, no regular file or
+    /// a link that leads nowhere, when it has no name, or when its folder is missing or cannot be
+    /// written
+    OutputFile(const std::filesystem::path& target, Existing existing);
+    ~OutputFile();
+
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    const std::filesystem::path& target() const { return targetPath; }
+
+    const std::filesystem::path& temporaryPath() const { return hiddenPath; }
+
+    /// Open for reading and writing until finish() closes it.
+    int descriptor() const { return file.get(); }
+
+    /// Appends bytes. Throws FileError when the disk is full or fails.
+    void write(std::span<const std::byte> bytes);
+
+    /// Puts the content safely on the disk, still under the hidden name, and closes the file.
+    /// @throws FileError when the disk is full or fails
+    void finish();
+
+    /// Puts the file under its name in one step, after finish() if that was not called.
+    /// @throws FileError when the disk fails, or when meanwhile somebody made a file of that name
+    /// that is to be kept
+    void commit();
+
+private:
+    void create();
+    void moveToTarget() const;
+
+    std::filesystem::path targetPath;
+    std::filesystem::path finalPath;
+    std::filesystem::path hiddenPath;
+    Existing existing;
+    std::optional<TemporaryFileRegistry::Entry> registration;
+    FileDescriptor file;
+};
+
+/// The full path at which an output of that name will appear: without "." and "..", and behind
+/// symbolic links. Two names are one output exactly if these are equal.
+/// @throws FileError for an empty name
+std::filesystem::path resolvedTarget(const std::filesystem::path& target);
+
+/// Whether both names lead to one and the same existing file, through links or not.
+bool isSameFile(const std::filesystem::path& a, const std::filesystem::path& b);
+
+} // namespace kalim

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "dsp/hum/Kalimmer.h"
+#include "kalim/HumSettings.h"
+
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <vector>
+
+namespace kalim::program
+{
+
+/// Runs a recording through the hum remover in blocks, as a host would, and gives back as many
+/// samples as came in, at their old places. Memory does not grow with the length.
+class StreamRemover
+{
+public:
+    /// Takes interleaved output samples.
+    using Sink = std::function<void(std::span<const float> interleaved)>;
+
+    /// Called after every analysis with the remover and the samples per channel given to it so far.
+    using AnalysisObserver =
+        std::function<void(const orvo::audio::Kalimmer& remover, std::int64_t position)>;
+
+    /// `blockSize` is limited to one hop: the remover analyses once per call, so with longer calls
+    /// its analysis would fall behind and its queue grow.
+    StreamRemover(const HumSettings& settings, int channels, int sampleRate, int blockSize,
+                  AnalysisObserver observer);
+
+    /// Samples per channel of one call of the remover. Feed multiples of it, but for the end, so
+    /// that the result does not depend on how the recording was read.
+    int getBlockSize() const { return blockSize; }
+
+    /// Processes interleaved samples; what is ready goes to `sink`.
+    void process(std::span<const float> interleaved, const Sink& sink);
+
+    /// Processes silence until all output that belongs to the input has come out.
+    void finish(const Sink& sink);
+
+    /// Whether there is anything to remove at this sample rate; if not, all passes through.
+    bool canRemove() const { return remover.getHopSize() > 0; }
+
+    /// Samples so far that were no finite numbers; they count as silence.
+    std::int64_t getNumNonFinite() const { return numNonFinite; }
+
+private:
+    void processBlock(std::span<const float> interleaved, const Sink& sink);
+    void deliver(const orvo::audio::Signal32& block, const Sink& sink);
+
+    orvo::audio::Kalimmer remover;
+    AnalysisObserver observeAnalysis;
+    int numChannels;
+    int blockSize;
+    std::int64_t numTaken = 0;
+    std::int64_t numDelivered = 0;
+    std::int64_t numExpected = 0;
+    std::int64_t numNonFinite = 0;
+    std::uint32_t numAnalyses = 0;
+    std::vector<float> output;
+};
+
+} // namespace kalim::program

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "kalim/TimeRange.h"
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+namespace kalim::program
+{
+
+/// The part of a recording that is measured, in samples per channel.
+class Stretch
+{
+public:
+    /// All of a recording of `length` samples at `sampleRate` Hz, or the range given. Throws
+    /// std::invalid_argument with a line for the user when the range reaches past the end.
+    Stretch(const std::optional<TimeRange>& range, std::int64_t length, int sampleRate);
+
+    std::int64_t getLength() const { return last - first; }
+
+    bool contains(std::int64_t position) const { return first <= position && position < last; }
+
+    /// What of a piece of interleaved samples that starts at `position` lies within.
+    std::span<const float> cut(std::span<const float> interleaved, std::int64_t position,
+                               int channels) const;
+
+private:
+    std::int64_t first;
+    std::int64_t last;
+};
+
+} // namespace kalim::program

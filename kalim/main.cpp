@@ -1,0 +1,95 @@
+#include "kalim/Cleaning.h"
+#include "kalim/Options.h"
+#include "base/FileError.h"
+#include "audiofile/TemporaryFileRegistry.h"
+#include "presets/PresetList.h"
+#include "kalim/PresetOverview.h"
+
+#include <fmt/format.h>
+
+#include <signal.h>
+
+#include <cstdio>
+#include <exception>
+#include <iostream>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+constexpr int couldNotProcess = 1;
+constexpr int wrongUsage = 2;
+
+void say(const std::string& message)
+{
+    fmt::print(stderr, "kalim: {}\n", message);
+}
+
+void showPresets(bool asJson)
+{
+    using namespace kalim;
+    using namespace kalim::program;
+    const PresetFolders folders = findPresetFolders();
+    const std::vector<Preset> presets = listPresets(folders);
+    fmt::print("{}", asJson ? presetsToJson(presets, folders) : presetsToText(presets, folders));
+}
+
+/// Throws what went wrong.
+void runProgram(int argc, char** argv)
+{
+    using namespace kalim;
+    using namespace kalim::program;
+    const auto options = parseOptions(argc, argv);
+    if (!options)
+        return;
+    if (options->listsPresets)
+        return showPresets(options->reportsJson);
+    const Report report = clean(*options);
+    if (!options->isQuiet)
+        for (const std::string& warning : report.warnings)
+            say(fmt::format("warning: {}", warning));
+    if (options->reportsJson)
+        fmt::print("{}", report.toJson());
+    else if (!options->isQuiet)
+        fmt::print("{}", report.toText());
+}
+
+/// A report that did not arrive is a failure, for a script may wait for it.
+void finishOutput()
+{
+    std::cout.flush();
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0 || !std::cout)
+        throw std::runtime_error("standard output: cannot be written");
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    kalim::TemporaryFileRegistry::installSignalHandlers();
+    // A file that reaches the allowed size is reported like a full disk.
+    signal(SIGXFSZ, SIG_IGN);
+    try
+    {
+        runProgram(argc, argv);
+        finishOutput();
+        return 0;
+    }
+    catch (const kalim::program::UsageError& error)
+    {
+        say(error.what());
+        return wrongUsage;
+    }
+    catch (const std::bad_alloc&)
+    {
+        say("not enough memory");
+    }
+    catch (const std::exception& error)
+    {
+        say(error.what());
+    }
+    return couldNotProcess;
+}

@@ -1,0 +1,121 @@
+#include "kalim/report/PlotAxes.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace kalim::program
+{
+namespace
+{
+
+constexpr double usualLowest = 20;
+constexpr double leastHighest = 2000;
+constexpr double largestSpan = 140;
+
+double lowestFrequency(const SpectrumPlotData& data)
+{
+    double lowest = usualLowest;
+    for (const auto& harmonic : data.harmonics)
+        lowest = std::min(lowest, harmonic.frequency / 2);
+    return std::max({lowest, data.binSpacing, 1.0});
+}
+
+double highestFrequency(const SpectrumPlotData& data, double lowest)
+{
+    double highest = leastHighest;
+    for (const auto& harmonic : data.harmonics)
+        highest = std::max(highest, harmonic.frequency * 1.25);
+    return std::max(std::min(highest, data.sampleRate / 2), 2 * lowest);
+}
+
+std::string frequencyLabel(double frequency)
+{
+    return frequency < 1000 ? fmt::format("{:.0f}", frequency)
+                            : fmt::format("{:.0f}k", frequency / 1000);
+}
+
+std::vector<double> visibleLevels(const SpectrumPlotData& data, const FrequencyAxis& axis)
+{
+    std::vector<double> levels;
+    for (const auto* curve : {&data.before, &data.after})
+        for (std::size_t i = 0; i < curve->size(); ++i)
+        {
+            const double frequency = static_cast<double>(i) * data.binSpacing;
+            const bool isVisible = frequency >= axis.lowest() && frequency <= axis.highest();
+            if (isVisible && std::isfinite((*curve)[i]))
+                levels.push_back((*curve)[i]);
+        }
+    return levels;
+}
+
+} // namespace
+
+FrequencyAxis::FrequencyAxis(const SpectrumPlotData& data, const PlotArea& area)
+    : low(lowestFrequency(data))
+    , high(highestFrequency(data, low))
+    , left(area.left)
+    , width(area.width())
+{
+}
+
+double FrequencyAxis::position(double frequency) const
+{
+    const double share = std::log(frequency / low) / std::log(high / low);
+    return left + width * share;
+}
+
+std::vector<PlotTick> FrequencyAxis::ticks() const
+{
+    std::vector<PlotTick> result;
+    const double first = std::pow(10, std::floor(std::log10(low)));
+    for (double decade = first; decade <= high; decade *= 10)
+        for (int digit = 1; digit < 10; ++digit)
+        {
+            const double value = digit * decade;
+            const bool isMajor = digit == 1 || digit == 2 || digit == 5;
+            // A hair's breadth of room, so that an end on a tick keeps it.
+            if (value >= low * 0.9999 && value <= high * 1.0001)
+                result.push_back({value, isMajor ? frequencyLabel(value) : ""});
+        }
+    return result;
+}
+
+LevelAxis::LevelAxis(const SpectrumPlotData& data, const FrequencyAxis& frequencies,
+                     const PlotArea& area)
+    : bottom(area.bottom)
+    , height(area.height())
+{
+    auto levels = visibleLevels(data, frequencies);
+    if (levels.empty())
+        levels = {-100, 0};
+    std::ranges::sort(levels);
+    // Single deep notches between bins would push everything of interest together.
+    const double floorLevel = levels[levels.size() / 100];
+    const double peak = levels.back();
+    const double lowestWanted = std::max(floorLevel, peak - largestSpan);
+    step = peak - lowestWanted > 90 ? 20 : 10;
+    high = step * std::ceil((peak + 2) / step);
+    low = std::min(step * std::floor((lowestWanted - 2) / step), high - 4 * step);
+}
+
+double LevelAxis::position(double level) const
+{
+    const double limited = std::isnan(level) ? low : std::clamp(level, low, high);
+    return bottom - height * (limited - low) / (high - low);
+}
+
+std::vector<PlotTick> LevelAxis::ticks() const
+{
+    std::vector<PlotTick> result;
+    const auto count = std::lround((high - low) / step);
+    for (long i = 0; i <= count; ++i)
+    {
+        const double level = low + static_cast<double>(i) * step;
+        result.push_back({level, fmt::format("{}{:.0f}", level < 0 ? "−" : "", std::abs(level))});
+    }
+    return result;
+}
+
+} // namespace kalim::program

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "kalim/report/SpectrumPlotData.h"
+
+#include <string>
+#include <vector>
+
+namespace kalim::program
+{
+
+/// A rectangle in points of the picture, y downwards.
+struct PlotArea
+{
+    double left;
+    double top;
+    double right;
+    double bottom;
+
+    double width() const { return right - left; }
+
+    double height() const { return bottom - top; }
+};
+
+/// A line of the grid; one without a label is a minor one.
+struct PlotTick
+{
+    double value;
+    std::string label;
+};
+
+/// Frequencies on a logarithmic scale, from what the data call for.
+class FrequencyAxis
+{
+public:
+    FrequencyAxis(const SpectrumPlotData& data, const PlotArea& area);
+
+    double lowest() const { return low; }
+
+    double highest() const { return high; }
+
+    /// Frequencies beyond the ends lie beyond the area.
+    double position(double frequency) const;
+
+    /// 1 to 9 times every power of ten; labels at 1, 2 and 5.
+    std::vector<PlotTick> ticks() const;
+
+private:
+    double low;
+    double high;
+    double left;
+    double width;
+};
+
+/// Levels in dB on a linear scale, with ends on multiples of its step of 10 or 20 dB.
+class LevelAxis
+{
+public:
+    /// Looks at the levels between the ends of the frequency axis only.
+    LevelAxis(const SpectrumPlotData& data, const FrequencyAxis& frequencies, const PlotArea& area);
+
+    double lowest() const { return low; }
+
+    double highest() const { return high; }
+
+    /// Levels beyond the ends lie on the ends.
+    double position(double level) const;
+
+    std::vector<PlotTick> ticks() const;
+
+private:
+    double low = 0;
+    double high = 0;
+    double step = 0;
+    double bottom;
+    double height;
+};
+
+} // namespace kalim::program

@@ -1,0 +1,342 @@
+#include "kalim/report/SpectrumPlot.h"
+
+#include "base/FileError.h"
+#include "base/LetterCase.h"
+#include "kalim/report/PlotAxes.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <string>
+
+namespace kalim::program
+{
+namespace
+{
+
+constexpr double pictureWidth = 1600;
+constexpr double pictureHeight = 900;
+constexpr PlotArea area{100, 172, 1560, 814};
+
+constexpr PlotColour ink{0.13, 0.15, 0.18};
+constexpr PlotColour quietInk{0.38, 0.41, 0.46};
+constexpr PlotColour majorGrid{0.86, 0.87, 0.89};
+constexpr PlotColour minorGrid{0.94, 0.945, 0.955};
+constexpr PlotColour frame{0.62, 0.65, 0.69};
+constexpr PlotColour beforeLine{0.93, 0.53, 0.18};
+constexpr PlotColour beforeFill{0.98, 0.78, 0.55, 0.38};
+constexpr PlotColour afterLine{0.04, 0.22, 0.45};
+
+constexpr TextStyle titleStyle{28, ink, true};
+constexpr TextStyle subtitleStyle{17, quietInk};
+constexpr TextStyle axisStyle{16, quietInk};
+constexpr TextStyle tickStyle{15, ink};
+constexpr TextStyle legendStyle{16, ink};
+constexpr TextStyle numberStyle{15, ink, true};
+constexpr TextStyle reductionStyle{13, quietInk};
+
+/// Everything between the harmonic's number and the reduction under it in the strip on top.
+constexpr double numberBaseline = area.top - 31;
+constexpr double reductionBaseline = area.top - 14;
+
+class SpectrumPlot
+{
+public:
+    SpectrumPlot(const SpectrumPlotData& plotData, PictureKind kind)
+        : data(plotData)
+        , canvas(kind, pictureWidth, pictureHeight)
+        , frequencies(plotData, area)
+        , levels(plotData, frequencies, area)
+        , harmonics(visibleHarmonics())
+    {
+    }
+
+    std::vector<std::byte> render()
+    {
+        drawHeading();
+        drawGrid();
+        drawCurves();
+        drawFrame();
+        drawDots();
+        drawStripLabels();
+        return canvas.finish();
+    }
+
+private:
+    struct Point
+    {
+        double x;
+        double y;
+    };
+
+    void drawHeading() const
+    {
+        const double legendLeft = drawLegend();
+        canvas.drawText(canvas.shortened(data.title, titleStyle, area.width()), area.left, 56,
+                        titleStyle);
+        canvas.drawText(canvas.shortened(data.subtitle, subtitleStyle, legendLeft - area.left - 30),
+                        area.left, 91, subtitleStyle);
+    }
+
+    /// Right-aligned beside the subtitle; returns its left edge.
+    double drawLegend() const
+    {
+        const double afterLeft = drawLegendEntry(data.afterLabel, afterLine, area.right);
+        return drawLegendEntry(data.beforeLabel, beforeLine, afterLeft - 28);
+    }
+
+    double drawLegendEntry(const std::string& label, const PlotColour& colour, double right) const
+    {
+        constexpr double baseline = 91;
+        const auto text = canvas.shortened(label, legendStyle, 300);
+        canvas.drawText(text, right, baseline, legendStyle, TextAnchor::end);
+        const double lineRight = right - canvas.widthOf(text, legendStyle) - 10;
+        canvas.setColour(colour);
+        cairo_set_line_width(canvas.context(), 5);
+        canvas.strokeLine(lineRight - 34, baseline - 6, lineRight, baseline - 6);
+        return lineRight - 34;
+    }
+
+    void drawGrid() const
+    {
+        cairo_set_line_width(canvas.context(), 1);
+        for (const auto& tick : frequencies.ticks())
+            drawFrequencyTick(tick);
+        for (const auto& tick : levels.ticks())
+            drawLevelTick(tick);
+
+        canvas.drawText("Frequency in Hz", (area.left + area.right) / 2, area.bottom + 62,
+                        axisStyle, TextAnchor::middle);
+        cairo_save(canvas.context());
+        cairo_translate(canvas.context(), 36, (area.top + area.bottom) / 2);
+        cairo_rotate(canvas.context(), -std::numbers::pi / 2);
+        canvas.drawText("Level in dBFS", 0, 0, axisStyle, TextAnchor::middle);
+        cairo_restore(canvas.context());
+    }
+
+    void drawFrequencyTick(const PlotTick& tick) const
+    {
+        const double x = frequencies.position(tick.value);
+        canvas.setColour(tick.label.empty() ? minorGrid : majorGrid);
+        canvas.strokeLine(x, area.top, x, area.bottom);
+        canvas.drawText(tick.label, x, area.bottom + 27, tickStyle, TextAnchor::middle);
+    }
+
+    void drawLevelTick(const PlotTick& tick) const
+    {
+        const double y = levels.position(tick.value);
+        canvas.setColour(majorGrid);
+        canvas.strokeLine(area.left, y, area.right, y);
+        canvas.drawText(tick.label, area.left - 12, y + 5.5, tickStyle, TextAnchor::end);
+    }
+
+    void drawCurves() const
+    {
+        cairo_save(canvas.context());
+        cairo_rectangle(canvas.context(), area.left, area.top, area.width(), area.height());
+        cairo_clip(canvas.context());
+        cairo_set_line_join(canvas.context(), CAIRO_LINE_JOIN_ROUND);
+        const auto before = curve(data.before);
+        fillBelow(before);
+        stroke(before, beforeLine, 1.5);
+        const auto after = curve(data.after);
+        drawStems(after);
+        stroke(after, afterLine, 1.3);
+        cairo_restore(canvas.context());
+    }
+
+    /// One point per column of half a point, the highest of those that fall into it.
+    std::vector<Point> curve(const std::vector<double>& values) const
+    {
+        std::vector<Point> points;
+        double column = -std::numeric_limits<double>::infinity();
+        for (std::size_t i = 1; i < values.size(); ++i)
+        {
+            const double frequency = static_cast<double>(i) * data.binSpacing;
+            // One bin beyond either end leads the line to the edge, where it is clipped.
+            if (frequency < frequencies.lowest() - data.binSpacing ||
+                frequency > frequencies.highest() + data.binSpacing)
+                continue;
+            const Point point{frequencies.position(frequency), levels.position(values[i])};
+            if (std::floor(2 * point.x) > column)
+                points.push_back(point);
+            else if (point.y < points.back().y)
+                points.back() = point;
+            column = std::floor(2 * point.x);
+        }
+        return points;
+    }
+
+    void trace(const std::vector<Point>& points) const
+    {
+        for (const auto& point : points)
+            cairo_line_to(canvas.context(), point.x, point.y);
+    }
+
+    void fillBelow(const std::vector<Point>& points) const
+    {
+        if (points.empty())
+            return;
+        cairo_move_to(canvas.context(), points.front().x, area.bottom);
+        trace(points);
+        cairo_line_to(canvas.context(), points.back().x, area.bottom);
+        canvas.setColour(beforeFill);
+        cairo_fill(canvas.context());
+    }
+
+    void stroke(const std::vector<Point>& points, const PlotColour& colour, double width) const
+    {
+        trace(points);
+        canvas.setColour(colour);
+        cairo_set_line_width(canvas.context(), width);
+        cairo_stroke(canvas.context());
+    }
+
+    void drawFrame() const
+    {
+        canvas.setColour(frame);
+        cairo_set_line_width(canvas.context(), 1);
+        cairo_rectangle(canvas.context(), area.left, area.top, area.width(), area.height());
+        cairo_stroke(canvas.context());
+    }
+
+    std::vector<PlotHarmonic> visibleHarmonics() const
+    {
+        std::vector<PlotHarmonic> visible;
+        std::ranges::copy_if(data.harmonics, std::back_inserter(visible),
+                             [&](const PlotHarmonic& harmonic)
+                             {
+                                 return harmonic.frequency >= frequencies.lowest() &&
+                                        harmonic.frequency <= frequencies.highest();
+                             });
+        std::ranges::sort(visible, {}, &PlotHarmonic::frequency);
+        return visible;
+    }
+
+    /// Thin lines from the peaks down to what remains of them.
+    void drawStems(const std::vector<Point>& after) const
+    {
+        canvas.setColour({ink.red, ink.green, ink.blue, 0.55});
+        cairo_set_line_width(canvas.context(), 1);
+        for (const auto& harmonic : harmonics)
+        {
+            const double x = frequencies.position(harmonic.frequency);
+            const double top = levels.position(harmonic.levelBefore);
+            canvas.strokeLine(x, top, x, std::max(top, stemEnd(harmonic, after)));
+        }
+    }
+
+    /// The level afterwards, but not below the drawn line, which shows maxima of many bins.
+    double stemEnd(const PlotHarmonic& harmonic, const std::vector<Point>& after) const
+    {
+        const double x = frequencies.position(harmonic.frequency);
+        const auto next = std::ranges::lower_bound(after, x, {}, &Point::x);
+        const double end = levels.position(harmonic.levelAfter);
+        return next == after.end() ? end : std::min(end, next->y);
+    }
+
+    void drawDots() const
+    {
+        for (const auto& harmonic : harmonics)
+        {
+            const double x = frequencies.position(harmonic.frequency);
+            const double peak = levels.position(harmonic.levelBefore);
+            cairo_arc(canvas.context(), x, peak, 3.2, 0, 2 * std::numbers::pi);
+            canvas.setColour({1, 1, 1});
+            cairo_fill_preserve(canvas.context());
+            canvas.setColour(ink);
+            cairo_set_line_width(canvas.context(), 1.3);
+            cairo_stroke(canvas.context());
+        }
+    }
+
+    void drawStripLabels() const
+    {
+        double numberEnd = -std::numeric_limits<double>::infinity();
+        double reductionEnd = numberEnd;
+        bool hasRoom = true;
+        for (const auto& harmonic : harmonics)
+        {
+            const double x = frequencies.position(harmonic.frequency);
+            canvas.setColour(ink);
+            cairo_set_line_width(canvas.context(), 1);
+            canvas.strokeLine(x, area.top - 7, x, area.top);
+            drawIfFree(fmt::format("{}", harmonic.number), x, numberBaseline, numberStyle,
+                       numberEnd);
+            // The first few only, without holes that would need an explanation.
+            hasRoom = hasRoom && drawIfFree(reductionText(harmonic), x, reductionBaseline,
+                                            reductionStyle, reductionEnd);
+        }
+        if (!harmonics.empty())
+            drawStripTitle(harmonics.front());
+    }
+
+    /// What the numbers on top mean, left of the first one if there is room.
+    void drawStripTitle(const PlotHarmonic& first) const
+    {
+        const double room = frequencies.position(first.frequency) - area.left - 40;
+        if (canvas.widthOf("Change", reductionStyle) > room)
+            return;
+        canvas.drawText("Harmonic", area.left, numberBaseline, reductionStyle);
+        canvas.drawText("Change", area.left, reductionBaseline, reductionStyle);
+    }
+
+    bool drawIfFree(const std::string& text, double x, double y, const TextStyle& style,
+                    double& occupiedUntil) const
+    {
+        constexpr double gap = 9;
+        const double half = canvas.widthOf(text, style) / 2;
+        if (x - half < occupiedUntil + gap || x + half > pictureWidth - 4)
+            return false;
+        canvas.drawText(text, x, y, style, TextAnchor::middle);
+        occupiedUntil = x + half;
+        return true;
+    }
+
+    static std::string reductionText(const PlotHarmonic& harmonic)
+    {
+        const double change = harmonic.levelAfter - harmonic.levelBefore;
+        if (!std::isfinite(change))
+            return "";
+        const auto rounded = std::lround(change);
+        return fmt::format("{}{} dB",
+                           rounded < 0   ? "−"
+                           : rounded > 0 ? "+"
+                                         : "",
+                           std::abs(rounded));
+    }
+
+    const SpectrumPlotData& data;
+    PlotCanvas canvas;
+    FrequencyAxis frequencies;
+    LevelAxis levels;
+    std::vector<PlotHarmonic> harmonics;
+};
+
+} // namespace
+
+PictureKind pictureKindOf(const std::filesystem::path& path)
+{
+    const std::string extension = lowered(path.extension().string());
+    if (extension == ".png")
+        return PictureKind::png;
+    if (extension == ".svg")
+        return PictureKind::svg;
+    throw FileError(path, "a picture's name must end in .png or .svg");
+}
+
+std::vector<std::byte> renderSpectrumPlot(const SpectrumPlotData& data, PictureKind kind)
+{
+    return SpectrumPlot(data, kind).render();
+}
+
+void drawSpectrumPlot(OutputFile& output, const SpectrumPlotData& data)
+{
+    const auto kind = pictureKindOf(output.target());
+    output.write(renderSpectrumPlot(data, kind));
+}
+
+} // namespace kalim::program

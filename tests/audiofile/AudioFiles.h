@@ -1,0 +1,75 @@
+#pragma once
+
+#include "audiofile/AudioFileReader.h"
+#include "audiofile/AudioFileWriter.h"
+#include "audiofile/FileMetadata.h"
+#include "audiofile/OutputFile.h"
+#include "audiofile/SoundFileHandle.h"
+
+#include <sndfile.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace kalim::test
+{
+
+constexpr int wav16 = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+constexpr int flac16 = SF_FORMAT_FLAC | SF_FORMAT_PCM_16;
+constexpr int oggVorbis = SF_FORMAT_OGG | SF_FORMAT_VORBIS;
+constexpr int mp3 = SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III;
+
+inline SoundFileHandle openLibraryFile(const std::filesystem::path& path, int mode, int format = 0,
+                                       int channels = 1)
+{
+    SF_INFO info{0, 48000, channels, format, 0, 0};
+    return SoundFileHandle(sf_open(path.c_str(), mode, &info));
+}
+
+/// Writes with the library alone; describe sets whatever the file is to say of itself.
+inline void writeLibraryFile(
+    const std::filesystem::path& path, int format, const std::vector<int>& samples,
+    int channels = 1, const std::function<void(SNDFILE*)>& describe = [](SNDFILE*) {})
+{
+    const auto file = openLibraryFile(path, SFM_WRITE, format, channels);
+    describe(file.get());
+    sf_write_int(file.get(), samples.data(), static_cast<sf_count_t>(samples.size()));
+}
+
+inline std::vector<int> readLibraryIntegers(const std::filesystem::path& path, std::size_t count)
+{
+    std::vector<int> samples(count);
+    const auto file = openLibraryFile(path, SFM_READ);
+    const auto got = sf_read_int(file.get(), samples.data(), static_cast<sf_count_t>(count));
+    samples.resize(static_cast<std::size_t>(got));
+    return samples;
+}
+
+inline std::vector<float> readAll(const std::filesystem::path& path)
+{
+    AudioFileReader reader(path);
+    std::vector<float> samples(static_cast<std::size_t>(reader.frames() * reader.channels()));
+    reader.read(samples);
+    return samples;
+}
+
+/// Copies samples and descriptions unchanged, and returns the warnings.
+inline std::vector<std::string> copyAudio(const std::filesystem::path& from,
+                                          const std::filesystem::path& to, int format)
+{
+    AudioFileReader reader(from);
+    const FileMetadata metadata(reader);
+    OutputFile output(to, Existing::replace);
+    AudioFileWriter writer(output, AudioFileFormat(format), reader.channels(), reader.sampleRate());
+    metadata.applyTo(writer, "Kalim test");
+    writer.write(readAll(from));
+    writer.close();
+    auto warnings = metadata.lossesIn(output.temporaryPath());
+    output.commit();
+    return warnings;
+}
+
+} // namespace kalim::test

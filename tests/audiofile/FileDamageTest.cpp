@@ -1,0 +1,93 @@
+#include "audiofile/FileDamage.h"
+
+#include "tests/audiofile/AudioFiles.h"
+#include "tests/audiofile/ScratchFolder.h"
+
+namespace kalim::test
+{
+namespace
+{
+
+using namespace std::string_literals;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class FileDamageTest : public ScratchFolder
+{
+protected:
+    /// The bytes of a file of three seconds of zeros.
+    std::string recording(int format) const
+    {
+        writeLibraryFile(path("whole"), format, std::vector<int>(144000));
+        return contentsOf(path("whole"));
+    }
+
+    std::vector<std::string> damages(const std::string& bytes) const
+    {
+        return damagesOf(AudioFileReader(writeText("in", bytes)));
+    }
+
+    static std::string withSize(std::string bytes, const std::string& id, const std::string& size)
+    {
+        return bytes.replace(bytes.rfind(id, 200) + id.size(), size.size(), size);
+    }
+};
+
+} // namespace
+
+TEST_F(FileDamageTest, TellsHowMuchOfACutFileIsThere)
+{
+    for (const int container : {SF_FORMAT_WAV, SF_FORMAT_WAVEX, SF_FORMAT_RF64, SF_FORMAT_W64,
+                                SF_FORMAT_AIFF, SF_FORMAT_AU, SF_FORMAT_CAF})
+    {
+        const auto bytes = recording(container | SF_FORMAT_PCM_16);
+        EXPECT_THAT(damages(bytes), IsEmpty()) << container;
+        // The library refuses a short CAF file by itself.
+        if (container == SF_FORMAT_CAF)
+            continue;
+        EXPECT_THAT(damages(bytes.substr(0, bytes.size() - 192000)),
+                    ElementsAre("the file is cut short: 1.0 of 3.0 s are there, 192000 bytes are "
+                                "missing"))
+            << container;
+    }
+    EXPECT_THAT(damages(recording(SF_FORMAT_WAV | SF_FORMAT_IMA_ADPCM).substr(0, 30000)),
+                ElementsAre(HasSubstr("1.3 of 3.1 s")));
+}
+
+TEST_F(FileDamageTest, TellsThatARecorderWasCutOff)
+{
+    const auto wav = recording(wav16);
+    const std::string none(4, '\0');
+    EXPECT_THAT(damages(withSize(wav, "data", none)),
+                ElementsAre("the header claims no samples although 288000 bytes follow, which are "
+                            "left out"));
+    // What the library repairs by itself.
+    EXPECT_THAT(damages(withSize(withSize(wav, "RIFF", "\x08\0\0\0"s), "data", none)),
+                ElementsAre(HasSubstr("288000 bytes follow, which are taken")));
+    // No samples at all, but a description.
+    EXPECT_THAT(damages(withSize(wav, "data", none).substr(0, 44) + "LIST\x04\0\0\0INFO"s),
+                IsEmpty());
+}
+
+TEST_F(FileDamageTest, TakesNoUnknownSizeForDamage)
+{
+    const auto wav = recording(wav16);
+    for (const std::uint32_t size : {0xffffffffU, 0x7fffffffU - 36, 0x7ffff000U, 0x80000000U})
+    {
+        const std::string stated(reinterpret_cast<const char*>(&size), sizeof size);
+        EXPECT_THAT(damages(withSize(wav, "data", stated)), IsEmpty());
+        EXPECT_EQ(AudioFileReader(path("in")).frames(), 144000);
+    }
+}
+
+TEST_F(FileDamageTest, TellsThatAnOggStreamHasNoEnd)
+{
+    for (const int format : {oggVorbis, SF_FORMAT_OGG | SF_FORMAT_OPUS})
+    {
+        const auto bytes = recording(format);
+        EXPECT_THAT(damages(bytes), IsEmpty());
+        EXPECT_THAT(damages(bytes.substr(0, bytes.size() - 10)), ElementsAre(HasSubstr("no end")));
+    }
+}
+
+} // namespace kalim::test

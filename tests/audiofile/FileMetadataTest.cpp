@@ -1,0 +1,291 @@
+#include "audiofile/FileMetadata.h"
+
+#include "tests/audiofile/AudioFiles.h"
+#include "tests/audiofile/ScratchFolder.h"
+#include "audiofile/ChunkedFile.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstring>
+
+namespace kalim::test
+{
+namespace
+{
+
+using namespace std::string_literals;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::IsEmpty;
+
+constexpr int rf64 = SF_FORMAT_RF64 | SF_FORMAT_PCM_16;
+constexpr int w64 = SF_FORMAT_W64 | SF_FORMAT_PCM_16;
+constexpr int aiff = SF_FORMAT_AIFF | SF_FORMAT_PCM_16;
+constexpr int caf = SF_FORMAT_CAF | SF_FORMAT_PCM_16;
+constexpr int wavex = SF_FORMAT_WAVEX | SF_FORMAT_PCM_16;
+
+void setBlock(SNDFILE* file, const char* id, std::string text)
+{
+    SF_CHUNK_INFO info{};
+    std::strncpy(info.id, id, sizeof info.id - 1);
+    info.id_size = 4;
+    info.datalen = static_cast<unsigned>(text.size());
+    info.data = text.data();
+    sf_set_chunk(file, &info);
+}
+
+void setStrings(SNDFILE* file)
+{
+    sf_set_string(file, SF_STR_TITLE, "Night train");
+    sf_set_string(file, SF_STR_ARTIST, "Jürgen");
+}
+
+void setCue(SNDFILE* file)
+{
+    SF_CUES cues{};
+    cues.cue_count = 1;
+    cues.cue_points[0].indx = 7;
+    cues.cue_points[0].position = 2;
+    cues.cue_points[0].sample_offset = 2;
+    std::memcpy(&cues.cue_points[0].fcc_chunk, "data", 4);
+    std::strcpy(cues.cue_points[0].name, "Verse");
+    sf_command(file, SFC_SET_CUE, &cues, sizeof cues);
+}
+
+void setBroadcast(SNDFILE* file)
+{
+    SF_BROADCAST_INFO info{};
+    std::strcpy(info.description, "Evening news");
+    info.time_reference_low = 48000;
+    std::strcpy(info.coding_history, "A=ANALOGUE,M=mono,T=tape\r\n");
+    info.coding_history_size = static_cast<std::uint32_t>(std::strlen(info.coding_history));
+    sf_command(file, SFC_SET_BROADCAST_INFO, &info, sizeof info);
+}
+
+/// What a recorder of the broadcast kind leaves behind.
+void describeFully(SNDFILE* file)
+{
+    setStrings(file);
+    setCue(file);
+    setBroadcast(file);
+    setBlock(file, "iXML", "<BWFXML></BWFXML> ");
+    setBlock(file, "chna", "tracks");
+    setBlock(file, "LIST", "adtllabl\x0c\0\0\0\x07\0\0\0Refrain\0"s);
+}
+
+/// Gives the pages of a changed Ogg file valid checksums again.
+void sumOggPages(std::string& bytes)
+{
+    for (auto start = bytes.find("OggS"); start != std::string::npos;)
+    {
+        const auto end = std::min(bytes.find("OggS", start + 4), bytes.size());
+        bytes.replace(start + 22, 4, 4, '\0');
+        std::uint32_t sum = 0;
+        for (std::size_t bit = 8 * start; bit < 8 * end; ++bit)
+        {
+            const auto next = static_cast<std::uint32_t>(bytes[bit / 8] >> (7 - bit % 8) & 1);
+            sum = sum << 1 ^ (sum >> 31 ^ next) * 0x04c11db7;
+        }
+        for (std::size_t i = 0; i < 4; ++i)
+            bytes[start + 22 + i] = static_cast<char>(sum >> 8 * i);
+        start = bytes.find("OggS", end);
+    }
+}
+
+class FileMetadataTest : public ScratchFolder
+{
+protected:
+    std::vector<std::string> copied(int from, int to,
+                                    const std::function<void(SNDFILE*)>& describe) const
+    {
+        writeLibraryFile(path("in"), from, {0, 65536, 0, 65536, 0}, 1, describe);
+        auto warnings = copyAudio(path("in"), path("out"), to);
+        EXPECT_EQ(readAll(path("out")), readAll(path("in")));
+        return warnings;
+    }
+
+    std::vector<RawChunk> chunksOf(const std::string& name) const
+    {
+        const FileDescriptor file(open(path(name).c_str(), O_RDONLY));
+        return ChunkedFile::open(file.get()).value().descriptions();
+    }
+
+    std::string chunkText(const std::string& name, const std::string& id) const
+    {
+        for (const RawChunk& chunk : chunksOf(name))
+            if (chunk.id == id)
+                return {reinterpret_cast<const char*>(chunk.data.data()), chunk.data.size()};
+        return "";
+    }
+
+    std::string titleOf(const std::string& name) const
+    {
+        const AudioFileReader reader(path(name));
+        const char* title = sf_get_string(reader.handle(), SF_STR_TITLE);
+        return title == nullptr ? "" : title;
+    }
+};
+
+} // namespace
+
+TEST_F(FileMetadataTest, EveryBlockOfABroadcastFileStaysWithinTheFamily)
+{
+    for (const int target : {wav16, wavex, rf64})
+    {
+        EXPECT_THAT(copied(wav16, target, describeFully), IsEmpty());
+        auto before = chunksOf("in");
+        auto after = chunksOf("out");
+        for (auto* const chunks : {&before, &after})
+            std::erase_if(*chunks, [](const RawChunk& chunk) { return chunk.id == "bext"; });
+        EXPECT_EQ(before, after);
+    }
+    EXPECT_EQ(titleOf("in"), "Night train");
+    EXPECT_EQ(copied(wav16, w64, describeFully).size(), chunksOf("in").size());
+}
+
+TEST_F(FileMetadataTest, TheBroadcastHistoryGainsExactlyOneLine)
+{
+    copied(wav16, wav16, setBroadcast);
+    const auto before = chunkText("in", "bext");
+    const auto after = chunkText("out", "bext");
+    EXPECT_EQ(after.substr(0, 602), before.substr(0, 602));
+    const auto history = std::string(after.substr(602).c_str());
+    EXPECT_THAT(history, EndsWith("A=PCM,F=48000,W=16,M=mono,T=Kalim test\r\n"));
+    EXPECT_EQ(std::ranges::count(history, '\n'), std::ranges::count(before.substr(602), '\n') + 1);
+    // Players look for it in front of the samples.
+    EXPECT_TRUE(chunksOf("out").front().precedesAudio);
+}
+
+TEST_F(FileMetadataTest, BlocksOfAnySizeAndParityGoOverByteForByte)
+{
+    for (const std::size_t size : {0U, 1U, 2U, 3U, 5U, 6U, 40000U})
+    {
+        writeLibraryFile(path("plain"), wav16, {0, 65536, 0});
+        FileDescriptor file(open(path("plain").c_str(), O_RDWR));
+        const RawChunk small{"iXML", std::vector<std::byte>(size, std::byte{'x'})};
+        const RawChunk large{"axml", std::vector<std::byte>(300001, std::byte{7})};
+        ASSERT_TRUE(ChunkedFile::open(file.get())->append({small, large}));
+        EXPECT_THAT(copyAudio(path("plain"), path("out"), wav16), IsEmpty());
+        EXPECT_EQ(chunkText("out", "iXML"), std::string(size, 'x'));
+        EXPECT_EQ(chunkText("out", "axml"), std::string(300001, '\7'));
+    }
+}
+
+TEST_F(FileMetadataTest, FrontBlocksOfAnySizeLeaveTheFileWhole)
+{
+    for (std::size_t size = 600; size < 612; ++size)
+    {
+        const auto describe = [&](SNDFILE* file)
+        { setBlock(file, "iXML", std::string(size, 'x')); };
+        EXPECT_THAT(copied(wav16, wav16, describe), IsEmpty()) << size;
+        EXPECT_TRUE(chunksOf("out").front().precedesAudio);
+    }
+}
+
+TEST_F(FileMetadataTest, KeepsWhatAiffAndCafSayWithinTheirKind)
+{
+    const auto describe = [](SNDFILE* file)
+    {
+        setStrings(file);
+        setCue(file);
+        setBlock(file, "abcd", "something of its own");
+    };
+    for (const auto& [format, chunk] : {std::pair(aiff, "MARK"), std::pair(caf, "abcd")})
+    {
+        EXPECT_THAT(copied(format, format, describe), IsEmpty());
+        EXPECT_EQ(titleOf("out"), "Night train");
+        EXPECT_NE(chunkText("in", chunk), "");
+        EXPECT_EQ(chunkText("out", chunk), chunkText("in", chunk));
+    }
+}
+
+TEST_F(FileMetadataTest, TranslatesBetweenKindsAndNamesWhatIsLost)
+{
+    EXPECT_THAT(copied(aiff, wav16, setCue), IsEmpty());
+    EXPECT_THAT(chunkText("out", "LIST"), HasSubstr("Verse"));
+    EXPECT_THAT(copied(wav16, aiff, setStrings), IsEmpty());
+    EXPECT_EQ(titleOf("out"), "Night train");
+
+    const auto losses = copied(wav16, flac16, describeFully);
+    EXPECT_EQ(titleOf("out"), "Night train");
+    EXPECT_THAT(losses, ElementsAre(HasSubstr("(bext)"), HasSubstr("'iXML'"), HasSubstr("'chna'"),
+                                    "not kept in the FLAC file: 1 cue point"));
+    EXPECT_THAT(copied(flac16, SF_FORMAT_AU | SF_FORMAT_PCM_16, setStrings),
+                Contains(HasSubstr("Night train")));
+}
+
+TEST_F(FileMetadataTest, KeepsLoudspeakerPositions)
+{
+    std::array map{SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT, SF_CHANNEL_MAP_LFE};
+    const auto describe = [&](SNDFILE* file)
+    { sf_command(file, SFC_SET_CHANNEL_MAP_INFO, map.data(), sizeof map); };
+    writeLibraryFile(path("in"), wavex, std::vector<int>(60), 3, describe);
+    EXPECT_THAT(copyAudio(path("in"), path("out"), wavex), IsEmpty());
+    EXPECT_THAT(copyAudio(path("in"), path("out"), rf64), IsEmpty());
+    EXPECT_THAT(copyAudio(path("in"), path("out"), w64),
+                ElementsAre(HasSubstr("loudspeaker positions")));
+}
+
+TEST_F(FileMetadataTest, WarnsOfFlacBlocksThatAreLost)
+{
+    writeLibraryFile(path("plain"), flac16, {0, 65536, 0}, 1, setStrings);
+    auto bytes = contentsOf(path("plain"));
+    // Behind the marker and the first block, whose length is fixed.
+    constexpr std::size_t secondBlock = 4 + 4 + 34;
+    const auto picture = "\x06\0\0\x20"s + std::string(32, '\0');
+    const auto application = "\x02\0\0\x04"
+                             "abcd"s;
+    const auto comments = "\x04\0\0\x15\0\0\0\0\x01\0\0\0\x09\0\0\0MOOD=calm"s;
+    bytes.insert(secondBlock, picture + application + comments);
+    EXPECT_THAT(copyAudio(writeText("in", bytes), path("out"), flac16),
+                ElementsAre("not kept in the FLAC file: 1 picture",
+                            "not kept in the FLAC file: 1 application block",
+                            "not kept in the FLAC file: the tags MOOD"));
+}
+
+TEST_F(FileMetadataTest, WarnsOfOggTagsThatAreLost)
+{
+    const auto describe = [](SNDFILE* file)
+    {
+        setStrings(file);
+        sf_set_string(file, SF_STR_COMMENT, "Bach");
+        sf_set_string(file, SF_STR_ALBUM, std::string(70000, 'x').c_str());
+    };
+    writeLibraryFile(path("plain"), oggVorbis, {0, 65536, 0}, 1, describe);
+    auto bytes = contentsOf(path("plain"));
+    const auto rename = [&](const std::string& from, const std::string& to)
+    { bytes.replace(bytes.find(from + "="), to.size(), to); };
+    rename("COMMENT", "CMPOSER");
+    rename("ALBUM", "tITLE");
+    sumOggPages(bytes);
+    EXPECT_THAT(copyAudio(writeText("in", bytes), path("out"), flac16),
+                ElementsAre("not kept in the FLAC file: the tags CMPOSER, a second tITLE"));
+}
+
+TEST_F(FileMetadataTest, WarnsOfId3FramesThatAreLost)
+{
+    writeLibraryFile(path("plain"), mp3, std::vector<int>(3000));
+    const auto sound = contentsOf(path("plain"));
+    const auto title = "TIT2\0\0\0\x04\0\0\0one"s;
+    const auto composer = "TCOM\0\0\0\x05\0\0\0Bach"s;
+    const auto picture = "APIC\0\0\x01\x02\0\0"s + std::string(130, 'x');
+    const auto losses = [&](char version, const std::string& frames)
+    {
+        const auto tag = "ID3"s + version + "\0\0\0\0"s + static_cast<char>(frames.size() / 128) +
+                         static_cast<char>(frames.size() % 128) + frames;
+        return copyAudio(writeText("in", tag + sound), path("out"), wav16);
+    };
+    EXPECT_THAT(losses(4, title + picture + composer + std::string(20, '\0')),
+                ElementsAre("not kept in the WAV file: 1 picture",
+                            "not kept in the WAV file: the tags TCOM"));
+    EXPECT_THAT(losses(3, composer + "TSRC\0\0\0\0\0\0"s),
+                ElementsAre("not kept in the WAV file: the tags TCOM, TSRC"));
+    EXPECT_THAT(losses(2, "TT2\0\0\x02\0xTCM\0\0\x02\0y"s),
+                ElementsAre("not kept in the WAV file: the tags TCM"));
+}
+
+} // namespace kalim::test

@@ -1,0 +1,139 @@
+#include "audiofile/OutputFile.h"
+
+#include "tests/audiofile/ScratchFolder.h"
+
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace kalim::test
+{
+namespace
+{
+
+class OutputFileTest : public ScratchFolder
+{
+protected:
+    static void put(OutputFile& file, const std::string& text)
+    {
+        file.write(std::as_bytes(std::span(text)));
+    }
+
+    static std::string refusal(const std::filesystem::path& target,
+                               Existing existing = Existing::replace)
+    {
+        return messageOf([&] { const OutputFile file(target, existing); });
+    }
+};
+
+} // namespace
+
+TEST_F(OutputFileTest, FilesAppearCompleteAndWhenAllAreFinishedOrNotAtAll)
+{
+    OutputFile first(path("a"), Existing::keep);
+    {
+        OutputFile unfinished(path("b"), Existing::keep);
+        put(unfinished, "half");
+        OutputFile second(path("c"), Existing::keep);
+        put(first, "whole");
+        first.finish();
+        second.finish();
+        second.finish();
+        EXPECT_FALSE(std::filesystem::exists(path("a")));
+        EXPECT_FALSE(std::filesystem::exists(path("b")));
+        EXPECT_EQ(contentsOf(first.temporaryPath()), "whole");
+    }
+    EXPECT_EQ(filesInFolder(), 1);
+    first.commit();
+    EXPECT_EQ(contentsOf(path("a")), "whole");
+    EXPECT_EQ(filesInFolder(), 1);
+}
+
+TEST_F(OutputFileTest, TakesAnyNameThatTheSystemTakes)
+{
+    for (const std::string& name :
+         {std::string("with space"), std::string("Grüße"), std::string("録音"),
+          std::string("two\nlines"), std::string("\"quoted\"'"), std::string(255, 'x')})
+    {
+        OutputFile file(path(name), Existing::keep);
+        put(file, name);
+        file.commit();
+        EXPECT_EQ(contentsOf(path(name)), name);
+    }
+    EXPECT_THAT(refusal(path(std::string(256, 'x'))), HasSubstr("too long"));
+}
+
+TEST_F(OutputFileTest, KeepsWhatExistsUnlessToldToReplaceIt)
+{
+    const auto target = writeText("a.wav", "old");
+    EXPECT_THAT(refusal(target, Existing::keep), HasSubstr("already exists"));
+
+    OutputFile late(path("b.wav"), Existing::keep);
+    writeText("b.wav", "made meanwhile");
+    EXPECT_THAT(messageOf([&] { late.commit(); }), HasSubstr("already exists"));
+    EXPECT_EQ(contentsOf(path("b.wav")), "made meanwhile");
+
+    std::filesystem::permissions(target, std::filesystem::perms(0640));
+    OutputFile file(target, Existing::replace);
+    put(file, "new");
+    EXPECT_EQ(contentsOf(target), "old");
+    file.commit();
+    EXPECT_EQ(contentsOf(target), "new");
+    EXPECT_EQ(std::filesystem::status(target).permissions(), std::filesystem::perms(0640));
+}
+
+TEST_F(OutputFileTest, HonoursTheUmaskAndLinks)
+{
+    const auto previous = umask(0027);
+    OutputFile file(path("a"), Existing::keep);
+    umask(previous);
+    file.commit();
+    EXPECT_EQ(std::filesystem::status(path("a")).permissions(), std::filesystem::perms(0640));
+
+    std::filesystem::create_symlink("a", path("link"));
+    EXPECT_TRUE(isSameFile(path("a"), path("link")));
+    EXPECT_FALSE(isSameFile(path("a"), path("missing")));
+    OutputFile throughLink(path("link"), Existing::replace);
+    put(throughLink, "linked");
+    throughLink.commit();
+    EXPECT_TRUE(std::filesystem::is_symlink(path("link")));
+    EXPECT_EQ(contentsOf(path("a")), "linked");
+
+    const auto roundabout = std::filesystem::relative(path("new")).parent_path() / "./link";
+    EXPECT_EQ(resolvedTarget(roundabout), resolvedTarget(path("a")));
+    EXPECT_EQ(resolvedTarget("./new"), resolvedTarget("new"));
+    EXPECT_NE(resolvedTarget("new"), resolvedTarget("other"));
+}
+
+TEST_F(OutputFileTest, RefusesPlacesThatCannotHoldAFile)
+{
+    EXPECT_THAT(refusal(folder), HasSubstr("is a folder"));
+    EXPECT_THAT(refusal(path("missing/a.wav")), HasSubstr("does not exist"));
+    EXPECT_THAT(refusal(writeText("file", "") / "a.wav"), HasSubstr("Not a directory"));
+    EXPECT_THAT(refusal("/dev/null"), HasSubstr("not a regular file"));
+    EXPECT_THAT(refusal("/proc/a.wav"), HasSubstr("cannot create a file"));
+    EXPECT_EQ(refusal(""), "the output has no name");
+    std::filesystem::create_symlink("missing", path("dangling"));
+    EXPECT_THAT(refusal(path("dangling")), HasSubstr("is a link that leads nowhere"));
+    EXPECT_TRUE(std::filesystem::is_symlink(path("dangling")));
+}
+
+TEST_F(OutputFileTest, ASignalRemovesTheUnfinishedFileAndEndsTheProcess)
+{
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        TemporaryFileRegistry::installSignalHandlers();
+        const OutputFile file(path("a.wav"), Existing::keep);
+        raise(SIGTERM);
+        _exit(0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(WTERMSIG(status), SIGTERM);
+    EXPECT_EQ(filesInFolder(), 0);
+}
+
+} // namespace kalim::test
