@@ -15,9 +15,6 @@
 
 namespace kalim::test
 {
-
-using namespace program;
-
 namespace
 {
 

@@ -1,5 +1,6 @@
 #include "presets/PresetFile.h"
 
+#include "kalim/HumSettings.h"
 #include "tests/audiofile/ScratchFolder.h"
 
 #include <sys/stat.h>
@@ -9,6 +10,7 @@ namespace kalim::test
 namespace
 {
 
+using namespace program;
 using orvo::audio::Kalimmer;
 using ::testing::ElementsAre;
 
