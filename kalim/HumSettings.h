@@ -13,17 +13,17 @@ namespace kalim::program
 class HumSettings
 {
 public:
-    static constexpr std::size_t count = 7;
+    static constexpr std::size_t count = orvo::audio::numHumParameters;
 
     /// The defaults.
     HumSettings();
 
-    float get(orvo::audio::Kalimmer::ParameterId id) const
+    float get(orvo::audio::HumParameterId id) const
     {
         return values[static_cast<std::size_t>(id)];
     }
 
-    bool isOn(orvo::audio::Kalimmer::ParameterId id) const { return get(id) > 0.5F; }
+    bool isOn(orvo::audio::HumParameterId id) const { return get(id) > 0.5F; }
 
     /// Takes values over one after the other, limited as the hum remover limits them; it would work
     /// with the default in place of not-a-number, so that is taken. Skips ids of no parameter.

@@ -120,12 +120,12 @@ private:
     }
 
     /// A preset is read when all is parsed, and must not replace what was given.
-    void setExplicitly(Kalimmer::ParameterId id, float value)
+    void setExplicitly(orvo::audio::HumParameterId id, float value)
     {
         explicitValues.push_back({id, value});
     }
 
-    void addValue(const char* flags, Kalimmer::ParameterId id, const char* unit, const char* type,
+    void addValue(const char* flags, orvo::audio::HumParameterId id, const char* unit, const char* type,
                   const std::string& text, NumberKind kind = NumberKind::any)
     {
         float min = 0.0F;
@@ -139,7 +139,7 @@ private:
             ->group("Hum");
     }
 
-    void addSwitch(const char* flag, Kalimmer::ParameterId id, const char* text)
+    void addSwitch(const char* flag, orvo::audio::HumParameterId id, const char* text)
     {
         app.add_flag_function(
                flag, [this, id](std::int64_t count) { setExplicitly(id, count > 0 ? 1.0F : 0.0F); },

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "dsp/hum/HumParameters.h"
+
 #include <algorithm>
 
 namespace orvo::audio
@@ -9,8 +11,7 @@ namespace orvo::audio
 /// settings from another thread never takes effect in the middle of one.
 struct HarmonicSelection
 {
-    /// The most harmonics that can be treated.
-    static constexpr int maximum = 96;
+    static constexpr int maximum = maximumNumberOfHarmonics;
 
     /// The highest frequency that is treated, as a share of the sample rate. Closer to its half, a
     /// band-pass has nothing left to tell a harmonic from its mirror image.

@@ -8,8 +8,6 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <string>
-#include <utility>
 
 namespace orvo::audio
 {
@@ -23,33 +21,17 @@ constexpr float largestSample = 1.0e6F;
 /// Sample rates above this have no block size; audio at them passes through.
 constexpr double highestSampleRate = 1.1e7;
 
-void describe(TypedProcessorParameter<float>& parameter, std::string name, std::string unit,
-              float min, float max, float defaultValue, int numOfDecimalPlaces)
+template <typename T>
+void describe(TypedProcessorParameter<T>& parameter, HumParameterId id)
 {
-    parameter.name = std::move(name);
-    parameter.unit = std::move(unit);
-    parameter.numOfDecimalPlaces = numOfDecimalPlaces;
-    parameter.minValue = min;
-    parameter.maxValue = max;
-    parameter.defaultValue = defaultValue;
-    parameter.value = defaultValue;
-}
-
-void describe(TypedProcessorParameter<int>& parameter, std::string name, int min, int max,
-              int defaultValue)
-{
-    parameter.name = std::move(name);
-    parameter.minValue = min;
-    parameter.maxValue = max;
-    parameter.defaultValue = defaultValue;
-    parameter.value = defaultValue;
-}
-
-void describe(BoolProcessorParameter& parameter, std::string name)
-{
-    parameter.name = std::move(name);
-    parameter.minValue = false;
-    parameter.maxValue = true;
+    const HumParameter& row = humParameters[static_cast<std::size_t>(id)];
+    parameter.name = row.name;
+    parameter.unit = row.unit;
+    parameter.numOfDecimalPlaces = row.decimals;
+    parameter.minValue = static_cast<T>(row.min);
+    parameter.maxValue = static_cast<T>(row.max);
+    parameter.defaultValue = static_cast<T>(row.defaultValue);
+    parameter.value = parameter.defaultValue;
 }
 
 /// A host may store not-a-number in a parameter; the engine then works with the default.
@@ -97,15 +79,18 @@ int countOf(const SignalQueue<Signal32>& queue)
 
 Kalimmer::Kalimmer()
 {
-    describe(fundamentalFrequency, "FundamentalFrequency", "Hz", 40.0F, 500.0F, 50.0F, 2);
-    describe(sensitivity, "Sensitivity", "%", 0.0F, 100.0F, 30.0F, 1);
-    describe(adaptivity, "Adaptivity", "Hz/s", 0.0F, 80.0F, 15.0F, 1);
-    describe(numberOfHarmonics, "NumberOfHarmonics", 0, HarmonicSelection::maximum, 1);
-    describe(onlyOddHarmonics, "OnlyOddHarmonics");
-    describe(aggressiveMode, "AggressiveMode");
-    describe(residualMode, "ResidualMode");
-    parameters = {&fundamentalFrequency, &sensitivity,    &adaptivity,  &numberOfHarmonics,
-                  &onlyOddHarmonics,     &aggressiveMode, &residualMode};
+    const auto add = [this](auto& parameter)
+    {
+        describe(parameter, static_cast<HumParameterId>(parameters.size()));
+        parameters.push_back(&parameter);
+    };
+    add(fundamentalFrequency);
+    add(sensitivity);
+    add(adaptivity);
+    add(numberOfHarmonics);
+    add(onlyOddHarmonics);
+    add(aggressiveMode);
+    add(residualMode);
     currentFundamental = fundamentalFrequency.defaultValue;
 }
 

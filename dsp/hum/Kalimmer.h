@@ -3,6 +3,7 @@
 #include "dsp/hum/BlockAnalysis.h"
 #include "dsp/hum/HarmonicSelection.h"
 #include "dsp/hum/HarmonicStatus.h"
+#include "dsp/hum/HumParameters.h"
 #include "dsp/hum/NotchCascade.h"
 #include "dsp/hum/TrackerBank.h"
 #include "dsp/processor/BaseAudioProcessor.h"
@@ -25,17 +26,8 @@ namespace orvo::audio
 class Kalimmer : public BaseAudioProcessor
 {
 public:
-    /// Indices of the parameters, which are also their ids everywhere.
-    enum ParameterId
-    {
-        FundamentalFrequency,
-        Sensitivity,
-        Adaptivity,
-        NumberOfHarmonics,
-        OnlyOddHarmonics,
-        AggressiveMode,
-        ResidualMode
-    };
+    /// The parameters by their plain names, as in Kalimmer::Adaptivity.
+    using enum HumParameterId;
 
     Kalimmer();
 

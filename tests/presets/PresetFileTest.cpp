@@ -29,7 +29,7 @@ protected:
         settings.update(readPresetFile(writeText("a.xml", preset(elements))));
         std::vector<float> values;
         for (int id = 0; id < static_cast<int>(HumSettings::count); ++id)
-            values.push_back(settings.get(static_cast<Kalimmer::ParameterId>(id)));
+            values.push_back(settings.get(static_cast<orvo::audio::HumParameterId>(id)));
         return values;
     }
 

@@ -49,10 +49,10 @@ TEST_F(PresetLookupTest, ListsOneLevelOfFoldersSortedWithoutRegardToCase)
     for (const Preset& preset : listPresets(folders()))
         names += preset.folder + "/" + preset.name + " ";
     EXPECT_EQ(names, "/A /a /b Bar/x zoo/y /a /a b ");
-    EXPECT_EQ(presetsToText(listPresets(folders()), {}),
+    EXPECT_EQ(program::presetsToText(listPresets(folders()), {}),
               "Factory presets\n  A\n  a\n  b\n  Bar/\n    x\n  zoo/\n    y\n"
               "User presets\n  a\n  a b\n");
-    EXPECT_EQ(presetsToText(listPresets({path("none"), ""}), {}),
+    EXPECT_EQ(program::presetsToText(listPresets({path("none"), ""}), {}),
               "Factory presets\n  none\nUser presets\n  none\n");
 }
 
