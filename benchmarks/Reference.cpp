@@ -2,7 +2,7 @@
 // file: kalim_reference HARMONICS INPUT OUTPUT. What the fast engine is compared with.
 
 #include "dsp/hum/SinusoidalSynthesis.h"
-#include "dsp/signal/FlushToZero.h"
+#include "dsp/signal/DspCore.h"
 #include "audiofile/AudioFileReader.h"
 
 #include <sndfile.h>

@@ -1,6 +1,6 @@
 #include "plugin/BasePluginProcessor.h"
 
-#include "dsp/signal/FlushToZero.h"
+#include "dsp/signal/DspCore.h"
 #include "plugin/ChannelMapping.h"
 #include "plugin/KalimConstants.h"
 

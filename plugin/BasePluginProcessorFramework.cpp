@@ -13,7 +13,7 @@ void BasePlugInProcessor::prepareToPlay(double sampleRate, int maximumBlockSize)
                                                   getMainBusNumInputChannels(), sampleRate);
     const auto output = ChannelMapping::makeFormat(getOutputSpeakerArrangement(),
                                                    getMainBusNumOutputChannels(), sampleRate);
-    blocks.prepare(input, output, getTotalNumOutputChannels());
+    blocks.prepare(input, output, getTotalNumOutputChannels(), maximumBlockSize);
 }
 
 void BasePlugInProcessor::sendToHost(int index)

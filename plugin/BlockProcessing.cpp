@@ -1,5 +1,6 @@
 #include "plugin/BlockProcessing.h"
 
+#include "dsp/signal/MathEx.h"
 #include "dsp/signal/VectorOperations.h"
 
 #include <algorithm>
@@ -14,19 +15,6 @@ using orvo::audio::Signal32;
 bool isSame(const AudioFormat& a, const AudioFormat& b)
 {
     return a.sampleRate == b.sampleRate && a.channelMapping == b.channelMapping;
-}
-
-Signal32 copyOf(const juce::AudioBuffer<float>& buffer, int numChannels)
-{
-    const int numSamples = buffer.getNumSamples();
-    Signal32 block(numChannels, numSamples);
-    for (int channel = 0; channel < numChannels; ++channel)
-        if (channel < buffer.getNumChannels())
-            orvo::vo::copy(buffer.getReadPointer(channel), block.getWriteChannelPtr(channel),
-                           numSamples);
-        else
-            orvo::vo::setToZero(block.getWriteChannelPtr(channel), numSamples);
-    return block;
 }
 
 /// A processor may return less than was asked for, when its mode changes between two questions;
@@ -55,7 +43,7 @@ BlockProcessing::BlockProcessing(std::shared_ptr<orvo::audio::BaseAudioProcessor
 }
 
 void BlockProcessing::prepare(const AudioFormat& input, const AudioFormat& output,
-                              int numOutputChannels)
+                              int numOutputChannels, int longestBlock)
 {
     if (!isSame(input, processor->getInputFormat()) ||
         !isSame(output, processor->getOutputFormat()))
@@ -66,6 +54,7 @@ void BlockProcessing::prepare(const AudioFormat& input, const AudioFormat& outpu
     extraLatency = info.additionalLatency;
     reportLatency(queueDelay + extraLatency);
     heldBack = 0;
+    takeMemory(input, numOutputChannels, std::max(longestBlock, 0));
     primeQueue(numOutputChannels);
 }
 
@@ -87,9 +76,53 @@ void BlockProcessing::followTiming(int numOutputChannels)
 void BlockProcessing::process(juce::AudioBuffer<float>& buffer, int numInputChannels,
                               int numOutputChannels, bool isBypassed)
 {
+    const int numSamples = buffer.getNumSamples();
     const Signal32 processed = processor->process(copyOf(buffer, numInputChannels), isBypassed);
-    copyInto(buffer, takeOutput(processed, numOutputChannels, buffer.getNumSamples()),
-             numOutputChannels);
+    if (queueDelay <= 0)
+    {
+        heldBack = std::max(numSamples - processed.getNumSamples(), 0);
+        copyInto(buffer, processed, numOutputChannels);
+        return;
+    }
+    outputQueue.add(processed);
+    const bool isReady = outputQueue.getNumChannels() > 0 &&
+                         outputQueue.getNumSamples() >= static_cast<std::uint64_t>(numSamples);
+    outputPointers.clear();
+    for (int channel = 0; channel < std::min(numOutputChannels, buffer.getNumChannels()); ++channel)
+    {
+        outputPointers.push_back(buffer.getWritePointer(channel));
+        if (!isReady || channel >= outputQueue.getNumChannels())
+            orvo::vo::setToZero(outputPointers.back(), numSamples);
+    }
+    if (isReady)
+        outputQueue.get(outputPointers, numSamples);
+}
+
+void BlockProcessing::takeMemory(const AudioFormat& format, int numOutputChannels, int longestBlock)
+{
+    constexpr int numHostBlocks = 2; // this one, and one that the processor may keep
+    const int numChannels = std::max(format.getNumChannels(), numOutputChannels);
+    // The delay may change while audio runs; more than a tenth of a second is not to be expected.
+    const int longestDelay =
+        std::max(queueDelay, orvo::MathEx::saturatingToInt(format.sampleRate / 10.0));
+    arena = std::make_shared<orvo::audio::SignalArena>(
+        Signal32::getSlotSize(numChannels, longestBlock), numHostBlocks);
+    outputPointers.reserve(static_cast<std::size_t>(numChannels));
+    outputQueue.reserve(numChannels, 2 * static_cast<std::size_t>(longestDelay) +
+                                         static_cast<std::size_t>(longestBlock));
+}
+
+Signal32 BlockProcessing::copyOf(const juce::AudioBuffer<float>& buffer, int numChannels) const
+{
+    const int numSamples = buffer.getNumSamples();
+    Signal32 block(numChannels, numSamples, arena);
+    for (int channel = 0; channel < numChannels; ++channel)
+        if (channel < buffer.getNumChannels())
+            orvo::vo::copy(buffer.getReadPointer(channel), block.getWriteChannelPtr(channel),
+                           numSamples);
+        else
+            orvo::vo::setToZero(block.getWriteChannelPtr(channel), numSamples);
+    return block;
 }
 
 void BlockProcessing::primeQueue(int numOutputChannels)
@@ -97,19 +130,5 @@ void BlockProcessing::primeQueue(int numOutputChannels)
     outputQueue.clear();
     const int silence = queueDelay - std::exchange(heldBack, 0);
     if (silence > 0)
-        outputQueue.add(Signal32(numOutputChannels, silence, 0.0F));
-}
-
-Signal32 BlockProcessing::takeOutput(const Signal32& processed, int numOutputChannels,
-                                     int numSamples)
-{
-    if (queueDelay <= 0)
-    {
-        heldBack = std::max(numSamples - processed.getNumSamples(), 0);
-        return processed;
-    }
-    outputQueue.add(processed);
-    if (outputQueue.getNumSamples() < static_cast<std::uint64_t>(numSamples))
-        return {numOutputChannels, numSamples, 0.0F};
-    return outputQueue.get(numSamples);
+        outputQueue.addSilence(numOutputChannels, silence);
 }

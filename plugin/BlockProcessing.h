@@ -6,6 +6,7 @@
 #include <functional>
 #include <juce_audio_basics/juce_audio_basics.h>
 #include <memory>
+#include <vector>
 
 /// The host's blocks through the processor and back: evens the processor's delay out with a queue
 /// that starts with as much silence, so that the output is the processed input late by a constant
@@ -20,9 +21,10 @@ public:
     BlockProcessing(std::shared_ptr<orvo::audio::BaseAudioProcessor> wrapped, LatencyReport report);
 
     /// Gives the processor its formats if they are new, resets it, reports its latency, and starts
-    /// the queue with silence.
+    /// the queue with silence. Takes the memory for host blocks of up to `longestBlock` samples;
+    /// with longer ones the audio thread has to ask the system for more. Throws std::bad_alloc.
     void prepare(const orvo::audio::AudioFormat& input, const orvo::audio::AudioFormat& output,
-                 int numOutputChannels);
+                 int numOutputChannels, int longestBlock);
 
     /// Follows a processor that has changed its timing since the last call. The latency is reported
     /// only when the part of it beyond the delay changed; a change of the delay alone starts the
@@ -35,9 +37,10 @@ public:
                  bool isBypassed);
 
 private:
+    void takeMemory(const orvo::audio::AudioFormat& format, int numOutputChannels,
+                    int longestBlock);
+    orvo::audio::Signal32 copyOf(const juce::AudioBuffer<float>& buffer, int numChannels) const;
     void primeQueue(int numOutputChannels);
-    orvo::audio::Signal32 takeOutput(const orvo::audio::Signal32& processed, int numOutputChannels,
-                                     int numSamples);
 
     std::shared_ptr<orvo::audio::BaseAudioProcessor> processor;
     LatencyReport reportLatency;
@@ -47,5 +50,9 @@ private:
     /// What a processor without delay owed of the last block, because its mode changed after it was
     /// asked for its timing.
     int heldBack = 0;
+
+    /// The memory of the host block.
+    std::shared_ptr<orvo::audio::SignalArena> arena;
+    std::vector<float*> outputPointers;
     orvo::audio::SignalQueue<orvo::audio::Signal32> outputQueue;
 };

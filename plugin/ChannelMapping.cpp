@@ -1,6 +1,6 @@
 #include "plugin/ChannelMapping.h"
 
-#include "dsp/signal/SpeakerDescription.h"
+#include "dsp/signal/AudioFormat.h"
 
 #include <algorithm>
 #include <iterator>

@@ -2,11 +2,12 @@
 
 #include "dsp/signal/MathEx.h"
 #include "dsp/signal/VectorOperations.h"
-#include "dsp/signal/WindowFunctions.h"
 
 #include <cmath>
 #include <limits>
 #include <numbers>
+#include <thread>
+#include <utility>
 
 namespace orvo::audio
 {
@@ -19,28 +20,16 @@ constexpr int displayPadding = 4;
 /// How fast the display falls, in dB per second.
 constexpr float displayFall = 96.0F;
 
+/// How many spectra for display are there at the same time: the one being made, the one before it,
+/// and what readers hold.
+constexpr int numDisplays = 6;
+
+/// Samples that the analysis may fall behind before its queue has to grow. It looks at one window
+/// per call, so longer calls than a hop leave it behind for good; half a minute of that costs no
+/// heap.
+constexpr std::size_t lag = std::size_t{1} << 20;
+
 constexpr double fullTurn = 2.0 * std::numbers::pi;
-
-bool haveSameShape(const Signal32& a, const Signal32& b)
-{
-    return a.getNumChannels() == b.getNumChannels() && a.getNumSamples() == b.getNumSamples();
-}
-
-Signal32 magnitudesOf(const ComplexSignal32& spectrum)
-{
-    Signal32 result(1, spectrum.getNumSamples());
-    vo::calcMagnitudes(spectrum.getReadChannelPtr(0), result.getWriteChannelPtr(0),
-                       spectrum.getNumSamples());
-    return result;
-}
-
-Signal32 phasesOf(const ComplexSignal32& spectrum)
-{
-    Signal32 result(1, spectrum.getNumSamples());
-    vo::calcPhases(spectrum.getReadChannelPtr(0), result.getWriteChannelPtr(0),
-                   spectrum.getNumSamples());
-    return result;
-}
 
 /// The strongest of bin k and its neighbours, the lower one on a tie.
 int findPeak(const float* magnitudes, int k)
@@ -53,43 +42,150 @@ int findPeak(const float* magnitudes, int k)
     return peak;
 }
 
-} // namespace
-
-void BlockAnalysis::setFormat(int newNumChannels, double newSampleRate, int newBlockSize,
-                              int newHopSize)
+Signal32 makeWeighting(const BlockAnalysis::Format& format)
 {
-    numChannels = newNumChannels;
-    sampleRate = newSampleRate;
-    blockSize = newBlockSize;
-    hopSize = newHopSize;
-    transform.allocate(displayPadding * blockSize, true);
-    transform.allocate(blockSize, true);
+    const int length = format.blockSize;
+    Signal32 weighting = WindowFunctions::generateHammingWindow(1, length);
+    float* const weights = weighting.getWriteChannelPtr(0);
+    vo::constantMultiply(
+        weights, 4.0F / (static_cast<float>(format.numChannels) * static_cast<float>(length)),
+        weights, length);
+    return weighting;
 }
 
-void BlockAnalysis::reset()
+void calcMagnitudes(const ComplexSignal32& spectrum, Signal32& magnitudes)
 {
-    weighting = Signal32::empty;
-    previousPhases = Signal32::empty;
+    vo::calcMagnitudes(spectrum.getReadChannelPtr(0), magnitudes.getWriteChannelPtr(0),
+                       spectrum.getNumSamples());
+}
+
+} // namespace
+
+Signal32 WindowFunctions::generateHammingWindow(int numChannels, int length)
+{
+    Signal32 window(numChannels, length);
+    float* const first = window.getWriteChannelPtr(0);
+    for (int n = 0; n < length; ++n)
+        first[n] =
+            static_cast<float>(0.54 - 0.46 * std::cos(2.0 * std::numbers::pi * (n + 0.5) / length));
+    for (int channel = 1; channel < numChannels; ++channel)
+        vo::copy(first, window.getWriteChannelPtr(channel), length);
+    return window;
+}
+
+bool PublishedSignal::tryPublish(const Signal32& newSignal) noexcept
+{
+    if (busy.test_and_set(std::memory_order_acquire))
+        return false;
+    const Signal32 previous = std::exchange(signal, newSignal);
+    busy.clear(std::memory_order_release);
+    return true; // the previous signal is let go here, after readers may come in again
+}
+
+void PublishedSignal::publish(const Signal32& newSignal) noexcept
+{
+    while (!tryPublish(newSignal))
+        std::this_thread::yield();
+}
+
+Signal32 PublishedSignal::get() const noexcept
+{
+    waitForTurn();
+    Signal32 handle = signal;
+    busy.clear(std::memory_order_release);
+    return handle;
+}
+
+void PublishedSignal::waitForTurn() const noexcept
+{
+    while (busy.test_and_set(std::memory_order_acquire))
+        std::this_thread::yield();
+}
+
+BlockAnalysis::Buffers BlockAnalysis::prepare(const Format& newFormat, int longestBlock)
+{
+    const int length = newFormat.blockSize;
+    const int numBins = length / 2 + 1;
+    const int paddedLength = displayPadding * length;
+    const int numDisplayBins = paddedLength / 2 + 1;
+    transform.allocate(paddedLength, true);
+    transform.allocate(length, true);
+    Buffers made{
+        {},
+        makeWeighting(newFormat),
+        {1, length},
+        {1, numBins},
+        {1, numBins},
+        {1, numBins},
+        {1, numBins},
+        {1, numBins},
+        {1, paddedLength, 0.0F},
+        {1, numDisplayBins},
+        {1, numDisplayBins},
+        {1, numDisplayBins},
+        std::make_shared<SignalArena>(Signal32::getSlotSize(1, numDisplayBins), numDisplays)};
+    made.queue.reserve(static_cast<std::size_t>(length) + static_cast<std::size_t>(longestBlock) +
+                       (longestBlock > newFormat.hopSize ? lag : 0));
+    return made;
+}
+
+void BlockAnalysis::setFormat(const Format& newFormat, Buffers newBuffers) noexcept
+{
+    format = newFormat;
+    buffers = std::move(newBuffers);
+    reset();
+}
+
+void BlockAnalysis::reset() noexcept
+{
+    buffers.queue.clear();
+    hasPreviousPhases = false;
     displayMagnitudes = Signal32::empty;
     publishedMagnitudes.publish(Signal32::empty);
 }
 
-float BlockAnalysis::analyseBlock(const Signal32& block, float fundamental, Tracking tracking)
+void BlockAnalysis::add(const Signal32& samples)
 {
-    const Signal32 weighted = weigh(block);
-    const ComplexSignal32 spectrum = transform.forwardReal(weighted);
-    const Signal32 phases = phasesOf(spectrum);
-    const float estimate = estimateFundamental(magnitudesOf(spectrum), differenceToPrevious(phases),
-                                               hopSize, fundamental);
-    previousPhases = phases;
+    if (samples.getNumSamples() < 1)
+        return;
+    int position = 0;
+    for (const std::span<float> piece :
+         buffers.queue.append(static_cast<std::size_t>(samples.getNumSamples())))
+    {
+        const int length = static_cast<int>(piece.size());
+        vo::copy(samples.getReadChannelPtr(0) + position, piece.data(), length);
+        for (int channel = 1; channel < samples.getNumChannels(); ++channel)
+            vo::add(piece.data(), samples.getReadChannelPtr(channel) + position, piece.data(),
+                    length);
+        position += length;
+    }
+}
+
+bool BlockAnalysis::hasBlock() const
+{
+    return buffers.queue.size() >= static_cast<std::size_t>(format.blockSize);
+}
+
+float BlockAnalysis::analyseBlock(float fundamental, Tracking tracking)
+{
+    weigh();
+    buffers.queue.drop(static_cast<std::size_t>(format.hopSize));
+    transform.forwardReal(buffers.weighted, buffers.spectrum);
+    calcMagnitudes(buffers.spectrum, buffers.magnitudes);
+    measurePhases();
+    const float estimate = estimateFundamental(buffers.magnitudes, buffers.phaseDifferences,
+                                               format.hopSize, fundamental);
     if (isDisplayed)
-        updateDisplay(weighted);
+        updateDisplay();
 
     const double largestStep =
-        static_cast<double>(static_cast<float>(hopSize) * tracking.adaptivity) / sampleRate;
-    // An estimate that is no number fails the comparison and is refused like one out of reach.
+        static_cast<double>(static_cast<float>(format.hopSize) * tracking.adaptivity) /
+        format.sampleRate;
+    // A NaN estimate fails the comparison and is refused like one out of reach.
     if (largestStep > static_cast<double>(std::fabs(fundamental - estimate)))
         return estimate;
+    // Three tenths of the way back to what the user has set: fast enough for a wrong track to die
+    // out within a second, slow enough for one bad estimate not to lose a right one.
     return 0.3F * tracking.startFrequency + 0.7F * fundamental;
 }
 
@@ -97,74 +193,81 @@ float BlockAnalysis::estimateFundamental(const Signal32& magnitudes,
                                          const Signal32& phaseDifferences, int hop,
                                          float fundamental) const
 {
+    const int length = format.blockSize;
     const int nearest = MathEx::saturatingToInt(
-        static_cast<double>(static_cast<float>(blockSize) * fundamental) / sampleRate + 0.5);
-    if (nearest < 2 || nearest >= blockSize / 2)
+        static_cast<double>(static_cast<float>(length) * fundamental) / format.sampleRate + 0.5);
+    if (nearest < 2 || nearest >= length / 2)
         return fundamental;
     const int bin = findPeak(magnitudes.getReadChannelPtr(0), nearest);
 
     constexpr auto turn = static_cast<float>(fullTurn);
     const float expectedAdvance =
-        static_cast<float>(bin * fullTurn * hop) / static_cast<float>(blockSize);
-    const auto centre = static_cast<float>(bin * sampleRate / blockSize);
+        static_cast<float>(bin * fullTurn * hop) / static_cast<float>(length);
+    const auto centre = static_cast<float>(bin * format.sampleRate / length);
     float deviation = std::fmod(phaseDifferences.getReadChannelPtr(0)[bin] - expectedAdvance, turn);
     // Only the negative side is wrapped: the expected advance is usually the larger of the two.
     // Where it is not, the estimate may lie up to a full turn above the bin.
     if (static_cast<double>(deviation) < -std::numbers::pi)
         deviation += turn;
-    return centre +
-           static_cast<float>(sampleRate * static_cast<double>(deviation) / (hop * fullTurn));
+    return centre + static_cast<float>(format.sampleRate * static_cast<double>(deviation) /
+                                       (hop * fullTurn));
 }
 
-Signal32 BlockAnalysis::weigh(const Signal32& block)
+void BlockAnalysis::weigh()
 {
-    if (weighting.getNumSamples() != blockSize)
+    const float* weights = buffers.weighting.getReadChannelPtr(0);
+    float* target = buffers.weighted.getWriteChannelPtr(0);
+    for (const std::span<const float> piece :
+         buffers.queue.getFront(static_cast<std::size_t>(format.blockSize)))
     {
-        weighting = WindowFunctions::generateHammingWindow(1, blockSize);
-        float* const weights = weighting.getWriteChannelPtr(0);
-        vo::constantMultiply(
-            weights, 4.0F / (static_cast<float>(numChannels) * static_cast<float>(blockSize)),
-            weights, blockSize);
+        vo::multiply(piece.data(), weights, target, static_cast<int>(piece.size()));
+        weights += piece.size();
+        target += piece.size();
     }
-    Signal32 weighted = Signal32::sumChannels(block);
-    float* const samples = weighted.getWriteChannelPtr(0);
-    vo::multiply(samples, weighting.getReadChannelPtr(0), samples, blockSize);
-    return weighted;
 }
 
-Signal32 BlockAnalysis::differenceToPrevious(const Signal32& phases) const
+void BlockAnalysis::measurePhases()
 {
-    const int numBins = phases.getNumSamples();
-    Signal32 difference(1, numBins, 0.0F);
-    if (haveSameShape(previousPhases, phases))
-        vo::subtract(previousPhases.getReadChannelPtr(0), phases.getReadChannelPtr(0),
-                     difference.getWriteChannelPtr(0), numBins);
-    return difference;
+    const int numBins = buffers.spectrum.getNumSamples();
+    std::swap(buffers.phases, buffers.previousPhases);
+    vo::calcPhases(buffers.spectrum.getReadChannelPtr(0), buffers.phases.getWriteChannelPtr(0),
+                   numBins);
+    float* const differences = buffers.phaseDifferences.getWriteChannelPtr(0);
+    if (hasPreviousPhases)
+        vo::subtract(buffers.previousPhases.getReadChannelPtr(0),
+                     buffers.phases.getReadChannelPtr(0), differences, numBins);
+    else
+        vo::setToZero(differences, numBins);
+    hasPreviousPhases = true;
 }
 
-void BlockAnalysis::updateDisplay(const Signal32& weighted)
+void BlockAnalysis::updateDisplay()
 {
-    Signal32 padded(1, displayPadding * blockSize, 0.0F);
-    vo::copy(weighted.getReadChannelPtr(0), padded.getWriteChannelPtr(0), blockSize);
-    const Signal32 newMagnitudes = magnitudesOf(transform.forwardReal(padded));
-    displayMagnitudes =
-        haveSameShape(displayMagnitudes, newMagnitudes) ? smooth(newMagnitudes) : newMagnitudes;
+    vo::copy(buffers.weighted.getReadChannelPtr(0), buffers.padded.getWriteChannelPtr(0),
+             format.blockSize);
+    transform.forwardReal(buffers.padded, buffers.displaySpectrum);
+    calcMagnitudes(buffers.displaySpectrum, buffers.newMagnitudes);
+    displayMagnitudes = smooth();
     publishedMagnitudes.tryPublish(displayMagnitudes);
 }
 
 /// At once up, with a one-pole decay down, into fresh storage: readers may hold the present one.
-Signal32 BlockAnalysis::smooth(const Signal32& newMagnitudes) const
+Signal32 BlockAnalysis::smooth()
 {
-    const int numBins = newMagnitudes.getNumSamples();
-    const float decay = MathEx::fromDecibel(static_cast<float>(-hopSize) * displayFall /
-                                            static_cast<float>(sampleRate));
-    Signal32 result(1, numBins);
-    Signal32 fall(1, numBins);
+    const int numBins = buffers.newMagnitudes.getNumSamples();
+    const float* const added = buffers.newMagnitudes.getReadChannelPtr(0);
+    Signal32 result(1, numBins, buffers.displays);
     float* const smoothed = result.getWriteChannelPtr(0);
-    float* const falling = fall.getWriteChannelPtr(0);
+    if (!displayMagnitudes.hasStorage())
+    {
+        vo::copy(added, smoothed, numBins);
+        return result;
+    }
+    const float decay = MathEx::fromDecibel(static_cast<float>(-format.hopSize) * displayFall /
+                                            static_cast<float>(format.sampleRate));
+    float* const falling = buffers.falling.getWriteChannelPtr(0);
     const float* const stored = displayMagnitudes.getReadChannelPtr(0);
-
-    vo::subtract(stored, newMagnitudes.getReadChannelPtr(0), falling, numBins);
+    vo::subtract(stored, added, falling, numBins);
     vo::lowerBound(falling, smoothed, 0.0F, numBins);
     vo::upperBound(falling, falling, 0.0F, numBins);
     vo::constantMultiply(falling, 1.0F - decay, falling, numBins);

@@ -6,8 +6,8 @@
 namespace orvo::audio
 {
 
-/// The engine's parameters: indices into its list and ids in states, presets and hosts. What is added
-/// later comes last, for the numbers are stored.
+/// The engine's parameters: indices into its list and ids in states, presets and hosts. What is
+/// added later comes last, for the numbers are stored.
 enum HumParameterId : int
 {
     FundamentalFrequency,
@@ -22,8 +22,8 @@ enum HumParameterId : int
 /// The most harmonics that can be treated.
 inline constexpr int maximumNumberOfHarmonics = 96;
 
-/// All that there is to know of a parameter. Engine, public parameters, options and reports are made
-/// from it; LV2 description and manuals are tested against it.
+/// All that there is to know of a parameter. Engine, public parameters, options and reports are
+/// made from it; LV2 description and manuals are tested against it.
 struct HumParameter
 {
     enum class Kind
@@ -66,8 +66,8 @@ struct HumParameter
 };
 
 inline constexpr std::array humParameters{
-    HumParameter{FundamentalFrequency, "FundamentalFrequency", HumParameter::Kind::real, "Hz", 40.0F,
-                 500.0F, 50.0F, 2, 0.1F, "fundamental", 'f', "HZ",
+    HumParameter{FundamentalFrequency, "FundamentalFrequency", HumParameter::Kind::real, "Hz",
+                 40.0F, 500.0F, 50.0F, 2, 0.1F, "fundamental", 'f', "HZ",
                  "Frequency of the hum to start from"},
     HumParameter{Sensitivity, "Sensitivity", HumParameter::Kind::real, "%", 0.0F, 100.0F, 30.0F, 1,
                  0.1F, "sensitivity", 's', "PERCENT",

@@ -4,10 +4,11 @@
 #include "dsp/signal/VectorOperations.h"
 
 #include <algorithm>
-#include <array>
+#include <cassert>
 #include <cmath>
 #include <cstdint>
-#include <limits>
+#include <mutex>
+#include <utility>
 
 namespace orvo::audio
 {
@@ -18,98 +19,79 @@ namespace
 /// single precision runs out of range.
 constexpr float largestSample = 1.0e6F;
 
-/// Sample rates above this have no block size; audio at them passes through.
+/// Sample rates above this have no window length; audio at them passes through.
 constexpr double highestSampleRate = 1.1e7;
 
-template <typename T>
-void describe(TypedProcessorParameter<T>& parameter, HumParameterId id)
-{
-    const HumParameter& row = humParameters[static_cast<std::size_t>(id)];
-    parameter.name = row.name;
-    parameter.unit = row.unit;
-    parameter.numOfDecimalPlaces = row.decimals;
-    parameter.minValue = static_cast<T>(row.min);
-    parameter.maxValue = static_cast<T>(row.max);
-    parameter.defaultValue = static_cast<T>(row.defaultValue);
-    parameter.value = parameter.defaultValue;
-}
+/// An analysis window is the power of two nearest to a tenth of a second: long enough to tell the
+/// harmonics of 40 Hz apart. A hop is the one nearest to a twenty-fifth, about half of that.
+constexpr double windowsPerSecond = 10.0;
+constexpr double hopsPerSecond = 25.0;
 
-/// A host may store not-a-number in a parameter; the engine then works with the default.
+/// What memory is taken for where no host has announced its largest block.
+constexpr int usualLongestBlock = 16384;
+
+/// Signals of the engine that live at the same time: a cleaned copy of the input, the output, and
+/// what its caller has not let go of.
+constexpr int numSignals = 4;
+
+/// A host may store NaN in a parameter; the engine then works with the default.
 float finiteValue(const TypedProcessorParameter<float>& parameter)
 {
     const float value = parameter.value;
     return std::isfinite(value) ? value : parameter.defaultValue;
 }
 
-/// Nearest power of two to a number of seconds in samples.
-int sizeFor(double sampleRate, double perSecond)
+/// The power of two nearest to one part of a second in samples.
+int getSize(double sampleRate, double partsPerSecond)
 {
     if (!(sampleRate <= highestSampleRate))
         return 0;
-    return MathEx::findNearestPowerOfTwo(MathEx::saturatingToInt(sampleRate / perSecond));
-}
-
-/// The signal itself where all of it is ordinary audio, otherwise a cleaned copy.
-Signal32 withoutExtremes(const Signal32& input)
-{
-    const int numSamples = input.getNumSamples();
-    const auto isOrdinary = [&]
-    {
-        for (int channel = 0; channel < input.getNumChannels(); ++channel)
-            if (!vo::isWithin(input.getReadChannelPtr(channel), largestSample, numSamples))
-                return false;
-        return true;
-    };
-    if (isOrdinary())
-        return input;
-    Signal32 cleaned(input.getNumChannels(), numSamples);
-    for (int channel = 0; channel < input.getNumChannels(); ++channel)
-        vo::limitToFinite(input.getReadChannelPtr(channel), cleaned.getWriteChannelPtr(channel),
-                          largestSample, numSamples);
-    return cleaned;
-}
-
-int countOf(const SignalQueue<Signal32>& queue)
-{
-    constexpr auto most = static_cast<std::uint64_t>(std::numeric_limits<int>::max());
-    return static_cast<int>(std::min(queue.getNumSamples(), most));
+    return MathEx::findNearestPowerOfTwo(MathEx::saturatingToInt(sampleRate / partsPerSecond));
 }
 
 } // namespace
 
-Kalimmer::Kalimmer()
+template <typename Parameter>
+Kalimmer::Listed<Parameter>::Listed(Kalimmer& engine, HumParameterId id)
 {
-    const auto add = [this](auto& parameter)
-    {
-        describe(parameter, static_cast<HumParameterId>(parameters.size()));
-        parameters.push_back(&parameter);
-    };
-    add(fundamentalFrequency);
-    add(sensitivity);
-    add(adaptivity);
-    add(numberOfHarmonics);
-    add(onlyOddHarmonics);
-    add(aggressiveMode);
-    add(residualMode);
-    currentFundamental = fundamentalFrequency.defaultValue;
+    using Value = decltype(Parameter::defaultValue);
+    assert(engine.parameters.size() == static_cast<std::size_t>(id));
+    const HumParameter& row = humParameters[static_cast<std::size_t>(id)];
+    this->name = row.name;
+    this->unit = row.unit;
+    this->numOfDecimalPlaces = row.decimals;
+    this->minValue = static_cast<Value>(row.min);
+    this->maxValue = static_cast<Value>(row.max);
+    this->defaultValue = static_cast<Value>(row.defaultValue);
+    this->value = this->defaultValue;
+    engine.parameters.push_back(this);
 }
+
+template struct Kalimmer::Listed<TypedProcessorParameter<float>>;
+template struct Kalimmer::Listed<TypedProcessorParameter<int>>;
+template struct Kalimmer::Listed<BoolProcessorParameter>;
 
 bool Kalimmer::setFormat(const AudioFormat& input, const AudioFormat& output)
 {
     const std::lock_guard lock(parameterLock);
-    storeFormats(input, output);
     const bool isAcceptable = input.getNumChannels() == output.getNumChannels() &&
                               input.getNumChannels() >= 1 && input.sampleRate == output.sampleRate;
     if (!isAcceptable)
+    {
+        storeFormats(input, output);
         return false;
-    numChannels = input.getNumChannels();
-    sampleRate = input.sampleRate;
-    blockSize = sizeFor(sampleRate, 10.0);
-    hopSize = sizeFor(sampleRate, 25.0);
-    trackers.setFormat(numChannels, sampleRate, hopSize);
-    notches.setFormat(numChannels, sampleRate);
-    analysis.setFormat(numChannels, sampleRate, blockSize, hopSize);
-    reserveMemory();
+    }
+    const BlockAnalysis::Format newFormat{input.getNumChannels(), input.sampleRate,
+                                          getSize(input.sampleRate, windowsPerSecond),
+                                          getSize(input.sampleRate, hopsPerSecond)};
+    // First everything that can fail, which leaves the engine as it was; then what cannot.
+    Memory memory = makeMemory(newFormat);
+    trackers.reserve(newFormat.numChannels, newFormat.hopSize);
+    notches.reserve(newFormat.numChannels);
+    storeFormats(input, output);
+    useMemory(newFormat, std::move(memory));
+    trackers.setFormat(format.numChannels, format.sampleRate, format.hopSize);
+    notches.setFormat(format.numChannels, format.sampleRate);
     reset();
     return true;
 }
@@ -124,12 +106,13 @@ ProcessingInfo Kalimmer::getProcessingInfo()
 void Kalimmer::reset()
 {
     const std::lock_guard lock(parameterLock);
+    if (format.numChannels > 0 && getLongestBlock() > preparedBlock)
+        useMemory(format, makeMemory(format));
     trackers.reset();
     notches.reset();
     synthesisQueue.clear();
-    analysisQueue.clear();
-    outputQueue.clear();
     analysis.reset();
+    hasOutput = false;
     currentFundamental = finiteValue(fundamentalFrequency);
 }
 
@@ -139,8 +122,9 @@ Signal32 Kalimmer::process(const Signal32& input, bool bypass)
     if (!canProcess(input))
         return input;
     const Signal32 samples = withoutExtremes(input);
-    analysisQueue.add(samples);
-    analyseQueue();
+    analysis.add(samples);
+    if (analysis.hasBlock())
+        followFundamental();
     if (bypass)
         return input;
     return aggressiveMode.value ? processWithNotchFilters(samples) : processWithTrackers(samples);
@@ -159,33 +143,59 @@ std::vector<HarmonicStatus> Kalimmer::getDetectionStatus() const
     return result;
 }
 
-/// Enough for the queues to be full of short blocks, and for one analysis.
-void Kalimmer::reserveMemory()
+int Kalimmer::getLongestBlock() const
 {
-    constexpr int shortestBlock = 32;
-    constexpr int piecesPerBlock = 3; // the shared storage, its list of channels, the queue's node
-    constexpr int piecesPerAnalysis = 8;
-    reserve.release();
-    const int longestQueue = blockSize + 2 * hopSize;
-    if (longestQueue < shortestBlock)
-        return;
-    constexpr std::array<std::size_t, 3> pieceSizes{64, 128, 256};
-    for (const std::size_t numBytes : pieceSizes)
-        reserve.add(numBytes, piecesPerBlock * longestQueue / shortestBlock);
-    for (int length = shortestBlock; length <= hopSize; length *= 2)
-        reserve.add(sizeof(float) * static_cast<std::size_t>(length),
-                    (longestQueue / length + 2) * numChannels);
-    // From a block of samples up to the complex spectrum for the display.
-    const auto blockBytes = sizeof(float) * static_cast<std::size_t>(blockSize);
-    for (std::size_t numBytes = blockBytes; numBytes <= 8 * blockBytes; numBytes *= 2)
-        reserve.add(numBytes, piecesPerAnalysis + numChannels);
+    return maximumBlockSize > 0 ? maximumBlockSize : usualLongestBlock;
+}
+
+Kalimmer::Memory Kalimmer::makeMemory(const BlockAnalysis::Format& newFormat)
+{
+    const int longestBlock = getLongestBlock();
+    synthesisQueue.reserve(newFormat.numChannels, static_cast<std::size_t>(newFormat.hopSize));
+    framePointers.reserve(static_cast<std::size_t>(newFormat.numChannels));
+    const std::size_t slotSize =
+        Signal32::getSlotSize(newFormat.numChannels, longestBlock + newFormat.hopSize);
+    return {analysis.prepare(newFormat, longestBlock),
+            std::make_shared<SignalArena>(slotSize, numSignals),
+            Signal32(newFormat.numChannels, newFormat.hopSize), longestBlock};
+}
+
+void Kalimmer::useMemory(const BlockAnalysis::Format& newFormat, Memory memory) noexcept
+{
+    format = newFormat;
+    hopSize = newFormat.hopSize;
+    framePointers.resize(static_cast<std::size_t>(newFormat.numChannels));
+    analysis.setFormat(newFormat, std::move(memory.analysis));
+    arena = std::move(memory.arena);
+    untouchedFrame = std::move(memory.untouchedFrame);
+    preparedBlock = memory.longestBlock;
 }
 
 bool Kalimmer::canProcess(const Signal32& input) const
 {
-    const bool hasSizes = blockSize >= 1 && hopSize >= 1;
-    const bool fits = input.getNumSamples() < 1 || input.getNumChannels() == numChannels;
+    const bool hasSizes = format.blockSize >= 1 && format.hopSize >= 1;
+    const bool fits = input.getNumSamples() < 1 || input.getNumChannels() == format.numChannels;
     return hasSizes && fits;
+}
+
+/// The input itself where all of it is ordinary audio, otherwise a cleaned copy.
+Signal32 Kalimmer::withoutExtremes(const Signal32& input) const
+{
+    const int numSamples = input.getNumSamples();
+    const auto isOrdinary = [&]
+    {
+        for (int channel = 0; channel < input.getNumChannels(); ++channel)
+            if (!vo::isWithin(input.getReadChannelPtr(channel), largestSample, numSamples))
+                return false;
+        return true;
+    };
+    if (isOrdinary())
+        return input;
+    Signal32 cleaned(input.getNumChannels(), numSamples, arena);
+    for (int channel = 0; channel < input.getNumChannels(); ++channel)
+        vo::limitToFinite(input.getReadChannelPtr(channel), cleaned.getWriteChannelPtr(channel),
+                          largestSample, numSamples);
+    return cleaned;
 }
 
 HarmonicSelection Kalimmer::getSelection() const
@@ -193,67 +203,89 @@ HarmonicSelection Kalimmer::getSelection() const
     return {numberOfHarmonics.value, onlyOddHarmonics.value};
 }
 
-void Kalimmer::analyseQueue()
-{
-    if (analysisQueue.getNumSamples() < static_cast<std::uint64_t>(blockSize))
-        return;
-    analyseBlock(analysisQueue.peek(blockSize));
-    analysisQueue.drop(hopSize);
-}
-
-void Kalimmer::analyseBlock(const Signal32& block)
+void Kalimmer::followFundamental()
 {
     const float start = finiteValue(fundamentalFrequency);
     const float updated =
-        analysis.analyseBlock(block, currentFundamental, {start, finiteValue(adaptivity)});
+        analysis.analyseBlock(currentFundamental, {start, finiteValue(adaptivity)});
     currentFundamental = std::isfinite(updated) ? updated : start;
     numAnalysedBlocks = numAnalysedBlocks + 1;
 }
 
 Signal32 Kalimmer::processWithTrackers(const Signal32& input)
 {
-    synthesisQueue.add(input);
-    // Strictly more: one hop always stays queued, which is the latency that is reported.
-    while (synthesisQueue.getNumSamples() > static_cast<std::uint64_t>(hopSize))
+    const int hop = format.hopSize;
+    const int numSamples = input.getNumSamples();
+    const int numQueued = static_cast<int>(synthesisQueue.getNumSamples());
+    // A frame leaves only once there is more than a hop: one always stays, which is the latency
+    // that is reported.
+    const int numFrames = std::max(numQueued + numSamples - 1, 0) / hop;
+    Signal32 output = makeOutput(numFrames * hop);
+    int numTaken = 0;
+    for (int frame = 0; frame < numFrames; ++frame)
     {
-        const Signal32 frame = synthesisQueue.get(hopSize);
-        Signal32 cleaned = frame;
-        trackers.subtractHarmonics(frame, cleaned, currentFundamental, getSelection());
-        queueOutput(frame, cleaned);
+        const int missing = hop - static_cast<int>(synthesisQueue.getNumSamples());
+        synthesisQueue.add(input, numTaken, missing);
+        numTaken += missing;
+        pointTo(output, frame * hop);
+        synthesisQueue.get(framePointers, hop);
+        cleanFrame(
+            hop, [this]
+            { trackers.subtractHarmonics(framePointers, currentFundamental, getSelection()); });
     }
-    return takeOutput();
+    synthesisQueue.add(input, numTaken, numSamples - numTaken);
+    return output;
 }
 
 Signal32 Kalimmer::processWithNotchFilters(const Signal32& input)
 {
-    synthesisQueue.add(input);
-    while (synthesisQueue.getNumSamples() > 0)
+    const int numQueued = static_cast<int>(synthesisQueue.getNumSamples());
+    const int numSamples = input.getNumSamples();
+    Signal32 output = makeOutput(numQueued + numSamples);
+    pointTo(output, 0);
+    synthesisQueue.get(framePointers, numQueued);
+    for (int channel = 0; channel < input.getNumChannels() && numSamples > 0; ++channel)
+        vo::copy(input.getReadChannelPtr(channel), output.getWriteChannelPtr(channel) + numQueued,
+                 numSamples);
+    for (int start = 0; start < output.getNumSamples(); start += format.hopSize)
     {
-        const Signal32 frame = synthesisQueue.get(std::min<int>(hopSize, countOf(synthesisQueue)));
-        Signal32 cleaned = frame;
-        notches.process(cleaned, currentFundamental, getSelection());
-        queueOutput(frame, cleaned);
+        const int length = std::min(format.hopSize, output.getNumSamples() - start);
+        pointTo(output, start);
+        cleanFrame(length, [&]
+                   { notches.process(framePointers, length, currentFundamental, getSelection()); });
     }
-    return takeOutput();
+    return output;
 }
 
-void Kalimmer::queueOutput(const Signal32& frame, const Signal32& cleaned)
+/// Settles where the frame is that the next steps work on.
+void Kalimmer::pointTo(Signal32& output, int start)
 {
-    if (!residualMode.value)
-    {
-        outputQueue.add(cleaned);
-        return;
-    }
-    Signal32 removed(frame.getNumChannels(), frame.getNumSamples());
-    for (int channel = 0; channel < frame.getNumChannels(); ++channel)
-        vo::subtract(cleaned.getReadChannelPtr(channel), frame.getReadChannelPtr(channel),
-                     removed.getWriteChannelPtr(channel), frame.getNumSamples());
-    outputQueue.add(removed);
+    for (int channel = 0; channel < output.getNumChannels(); ++channel)
+        framePointers[static_cast<std::size_t>(channel)] =
+            output.getWriteChannelPtr(channel) + start;
 }
 
-Signal32 Kalimmer::takeOutput()
+/// Lets `clean` work on the frame, and turns it into what was removed if that is wanted.
+template <typename Clean>
+void Kalimmer::cleanFrame(int length, const Clean& clean)
 {
-    return outputQueue.get(countOf(outputQueue));
+    const bool isResidual = residualMode.value;
+    for (int channel = 0; channel < format.numChannels && isResidual; ++channel)
+        vo::copy(framePointers[static_cast<std::size_t>(channel)],
+                 untouchedFrame.getWriteChannelPtr(channel), length);
+    clean();
+    for (int channel = 0; channel < format.numChannels && isResidual; ++channel)
+    {
+        float* const samples = framePointers[static_cast<std::size_t>(channel)];
+        vo::subtract(samples, untouchedFrame.getReadChannelPtr(channel), samples, length);
+    }
+}
+
+/// Before the first output after a reset there is no signal at all, not even an empty one.
+Signal32 Kalimmer::makeOutput(int numSamples)
+{
+    hasOutput = hasOutput || numSamples > 0;
+    return hasOutput ? Signal32(format.numChannels, numSamples, arena) : Signal32();
 }
 
 } // namespace orvo::audio

@@ -1,60 +1,52 @@
 #include "dsp/hum/NotchCascade.h"
 
+#include "dsp/signal/IirFilter64.h"
+
 #include <algorithm>
 #include <cmath>
 
 namespace orvo::audio
 {
-namespace
+
+using kernels::NotchGroup;
+using kernels::NotchState;
+using kernels::stagesPerGroup;
+
+void NotchCascade::reserve(int mostChannels)
 {
-
-constexpr std::size_t maximum = HarmonicSelection::maximum;
-constexpr std::size_t numBlocks = (maximum + kernels::stagesPerBlock - 1) / kernels::stagesPerBlock;
-
-} // namespace
-
-NotchCascade::NotchCascade()
-    : filters(maximum)
-    , blocks(numBlocks)
-{
-    stages.reserve(maximum);
+    const auto count = static_cast<std::size_t>(mostChannels);
+    states.reserve(count);
+    idleStates.reserve(count);
+    channels.reserve(count);
 }
 
 void NotchCascade::setFormat(int newNumChannels, double newSampleRate)
 {
-    numChannels = newNumChannels;
+    const auto count = static_cast<std::size_t>(newNumChannels);
     sampleRate = newSampleRate;
-    // Any frequency will do: each frame tunes the filters, here they get their memory.
-    const auto section = IirCoefficients::designBandPass(0.125, notchQ, 1.0);
-    for (IirFilter64& filter : filters)
-        filter.setSection(numChannels, section);
-    channels.resize(static_cast<std::size_t>(numChannels));
-    states.resize(channels.size() * numBlocks);
+    states.resize(count);
+    idleStates.resize(count);
+    channels.resize(count);
     tuning.reset();
     reset();
 }
 
 void NotchCascade::reset()
 {
-    for (IirFilter64& filter : filters)
-        filter.reset();
+    std::ranges::fill(states, States());
 }
 
-void NotchCascade::process(Signal32& samples, float fundamental, HarmonicSelection selection)
+void NotchCascade::process(std::span<float* const> samples, int numSamples, float fundamental,
+                           HarmonicSelection selection)
 {
     tune({fundamental, selection});
-    if (stages.empty())
+    if (numStages == 0)
         return;
-    for (int channel = 0; channel < numChannels; ++channel)
-    {
-        loadStates(channel);
-        channels[static_cast<std::size_t>(channel)] = {samples.getWriteChannelPtr(channel),
-                                                       getStates(channel)};
-    }
-    kernels::runNotches(getBlocksInUse(), channels,
-                        static_cast<std::size_t>(samples.getNumSamples()));
-    for (int channel = 0; channel < numChannels; ++channel)
-        storeStates(channel);
+    for (std::size_t channel = 0; channel < channels.size(); ++channel)
+        channels[channel] = {samples[channel], states[channel].data()};
+    run(numSamples);
+    for (States& channelStates : states)
+        sanitise(channelStates);
 }
 
 void NotchCascade::tune(const Tuning& wanted)
@@ -63,74 +55,61 @@ void NotchCascade::tune(const Tuning& wanted)
     if (tuning == wanted)
         return;
     tuning = wanted;
-    stages.clear();
+    groups.fill({});
+    numStages = 0;
     const auto limit = static_cast<float>(HarmonicSelection::highestRelativeFrequency * sampleRate);
-    for (int index = 0; index < wanted.selection.count; ++index)
+    // Frequencies rise, so that the first one beyond the limit ends the cascade.
+    for (; static_cast<int>(numStages) < wanted.selection.count; ++numStages)
     {
-        const float frequency = wanted.selection.getFrequency(index, wanted.fundamental);
+        const float frequency =
+            wanted.selection.getFrequency(static_cast<int>(numStages), wanted.fundamental);
         if (!(limit > frequency && frequency > 0.0F))
-            continue;
-        IirFilter64& filter = filters[static_cast<std::size_t>(index)];
-        filter.setSection(numChannels, IirCoefficients::designBandPass(
-                                           static_cast<double>(frequency), notchQ, sampleRate));
-        stages.push_back(&filter);
+            break;
+        const NormalisedSection section = normalise(
+            IirCoefficients::designBandPass(static_cast<double>(frequency), notchQ, sampleRate));
+        NotchGroup& group = groups[numStages / stagesPerGroup];
+        const std::size_t lane = numStages % stagesPerGroup;
+        group.b0[lane] = section.b0;
+        group.a1[lane] = section.a1;
+        group.a2[lane] = section.a2;
+        group.numStages = lane + 1;
     }
-    loadBlocks();
 }
 
-void NotchCascade::loadBlocks()
+/// The last group may have stages that are not selected: they must be at rest to pass the sound on,
+/// and have their state back afterwards, from which they go on when they are selected again.
+void NotchCascade::run(int numSamples)
 {
-    std::ranges::fill(getBlocksInUse(), kernels::NotchBlock());
-    for (std::size_t i = 0; i < stages.size(); ++i)
+    const std::size_t numInUse = (numStages + stagesPerGroup - 1) / stagesPerGroup;
+    const std::size_t last = numInUse - 1;
+    const auto firstIdle = static_cast<std::ptrdiff_t>(groups[last].numStages);
+    const auto copyIdle = [&](const NotchState& from, NotchState& to)
     {
-        const std::span<const double> taps = stages[i]->getNormalisedTaps();
-        kernels::NotchBlock& block = blocks[i / kernels::stagesPerBlock];
-        const std::size_t lane = i % kernels::stagesPerBlock;
-        block.b0[lane] = taps[0];
-        block.a1[lane] = taps[4];
-        block.a2[lane] = taps[5];
-        block.numStages = lane + 1;
-    }
-}
-
-void NotchCascade::loadStates(int channel)
-{
-    kernels::NotchState* const loaded = getStates(channel);
-    std::fill_n(loaded, getBlocksInUse().size(), kernels::NotchState());
-    for (std::size_t i = 0; i < stages.size(); ++i)
+        std::copy(from.s1.begin() + firstIdle, from.s1.end(), to.s1.begin() + firstIdle);
+        std::copy(from.s2.begin() + firstIdle, from.s2.end(), to.s2.begin() + firstIdle);
+    };
+    for (std::size_t channel = 0; channel < states.size(); ++channel)
     {
-        const std::span<const double> delayLine = stages[i]->getDelayLine(channel);
-        kernels::NotchState& state = loaded[i / kernels::stagesPerBlock];
-        state.s1[i % kernels::stagesPerBlock] = delayLine[0];
-        state.s2[i % kernels::stagesPerBlock] = delayLine[1];
+        copyIdle(states[channel][last], idleStates[channel]);
+        copyIdle({}, states[channel][last]);
     }
+    kernels::runNotches(std::span(groups).first(numInUse), channels,
+                        static_cast<std::size_t>(numSamples));
+    for (std::size_t channel = 0; channel < states.size(); ++channel)
+        copyIdle(idleStates[channel], states[channel][last]);
 }
 
-void NotchCascade::storeStates(int channel)
+/// A state that is NaN or infinite would never leave a recursive filter again.
+void NotchCascade::sanitise(States& channelStates) const
 {
-    const kernels::NotchState* const loaded = getStates(channel);
-    for (std::size_t i = 0; i < stages.size(); ++i)
+    for (std::size_t stage = 0; stage < numStages; ++stage)
     {
-        const kernels::NotchState& state = loaded[i / kernels::stagesPerBlock];
-        const double s1 = state.s1[i % kernels::stagesPerBlock];
-        const double s2 = state.s2[i % kernels::stagesPerBlock];
-        const std::span<double> delayLine = stages[i]->getDelayLine(channel);
-        // A state that is no number would never leave a recursive filter again.
-        const bool isFinite = std::isfinite(s1) && std::isfinite(s2);
-        delayLine[0] = isFinite ? s1 : 0.0;
-        delayLine[1] = isFinite ? s2 : 0.0;
+        NotchState& state = channelStates[stage / stagesPerGroup];
+        double& s1 = state.s1[stage % stagesPerGroup];
+        double& s2 = state.s2[stage % stagesPerGroup];
+        if (!std::isfinite(s1) || !std::isfinite(s2))
+            s1 = s2 = 0.0;
     }
-}
-
-kernels::NotchState* NotchCascade::getStates(int channel)
-{
-    return states.data() + static_cast<std::size_t>(channel) * numBlocks;
-}
-
-std::span<kernels::NotchBlock> NotchCascade::getBlocksInUse()
-{
-    return std::span(blocks).first((stages.size() + kernels::stagesPerBlock - 1) /
-                                   kernels::stagesPerBlock);
 }
 
 } // namespace orvo::audio

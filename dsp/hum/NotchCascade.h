@@ -2,9 +2,8 @@
 
 #include "dsp/hum/HarmonicSelection.h"
 #include "dsp/hum/NotchKernel.h"
-#include "dsp/signal/IirFilter64.h"
-#include "dsp/signal/Signals.h"
 
+#include <array>
 #include <optional>
 #include <span>
 #include <vector>
@@ -21,20 +20,30 @@ public:
     /// Quality of the band-passes.
     static constexpr double notchQ = 25.0;
 
-    NotchCascade();
+    /// Makes room for that many channels, so that setFormat() up to it allocates nothing. Changes
+    /// nothing else. Throws std::bad_alloc. Not for the audio thread.
+    void reserve(int mostChannels);
 
-    /// Sets all filters up, from rest. Not for the audio thread.
+    /// Sets all stages up, from rest. Allocates where no room was made. Not for the audio thread.
     void setFormat(int newNumChannels, double newSampleRate);
 
-    /// Brings all filters to rest.
+    /// Brings all stages to rest.
     void reset();
 
-    /// Tunes the selected stages to `fundamental` (Hz) and runs `samples` through them in place, in
-    /// harmonic order. Harmonics from 0.49 of the sample rate on are left alone, and so is their
-    /// filters' state. `samples` has the format's channels. Audio thread; allocates nothing.
-    void process(Signal32& samples, float fundamental, HarmonicSelection selection);
+    /// Tunes the selected stages to `fundamental` (Hz) and runs `numSamples` samples through them
+    /// in place, in harmonic order. Harmonics from 0.49 of the sample rate on are left alone, and
+    /// so is their stages' state. `samples` has the first sample of each channel of the format.
+    /// Audio thread; allocates nothing.
+    void process(std::span<float* const> samples, int numSamples, float fundamental,
+                 HarmonicSelection selection);
 
 private:
+    static constexpr std::size_t numGroups =
+        (HarmonicSelection::maximum + kernels::stagesPerGroup - 1) / kernels::stagesPerGroup;
+
+    /// Of one channel, by harmonic.
+    using States = std::array<kernels::NotchState, numGroups>;
+
     struct Tuning
     {
         float fundamental;
@@ -44,19 +53,15 @@ private:
     };
 
     void tune(const Tuning& wanted);
-    void loadBlocks();
-    void loadStates(int channel);
-    void storeStates(int channel);
-    std::span<kernels::NotchBlock> getBlocksInUse();
-    kernels::NotchState* getStates(int channel);
+    void run(int numSamples);
+    void sanitise(States& channelStates) const;
 
-    std::vector<IirFilter64> filters;
-    std::vector<IirFilter64*> stages;
-    std::vector<kernels::NotchBlock> blocks;
+    std::array<kernels::NotchGroup, numGroups> groups;
+    std::size_t numStages = 0;
     std::optional<Tuning> tuning;
-    std::vector<kernels::NotchState> states;
+    std::vector<States> states;
+    std::vector<kernels::NotchState> idleStates;
     std::vector<kernels::NotchChannel> channels;
-    int numChannels = 0;
     double sampleRate = 0.0;
 };
 

@@ -34,7 +34,7 @@ public:
 
     using Samples = std::array<float, numChannels>;
 
-    HWY_INLINE Wavefront(const NotchBlock& stages, const std::array<NotchState*, numChannels>& from)
+    HWY_INLINE Wavefront(const NotchGroup& stages, const std::array<NotchState*, numChannels>& from)
         : states(from)
     {
         for (std::size_t v = 0; v < numVectors; ++v)
@@ -146,23 +146,23 @@ private:
     FloatVector passedOn[numChannels][numVectors];
 };
 
-/// Neighbouring channels and their part of one block.
+/// Neighbouring channels and their part of one group.
 template <std::size_t numChannels>
-struct BlockRun
+struct GroupRun
 {
-    const NotchBlock& block;
+    const NotchGroup& group;
     std::array<NotchState*, numChannels> states;
     std::array<float*, numChannels> samples;
     std::size_t numSamples;
 };
 
 template <std::size_t numVectors, std::size_t numChannels>
-void runBlock(const BlockRun<numChannels>& run)
+void runGroup(const GroupRun<numChannels>& run)
 {
     using Front = Wavefront<numVectors, numChannels>;
     using Samples = typename Front::Samples;
     constexpr std::size_t delay = Front::numStages - 1;
-    Front wavefront(run.block, run.states);
+    Front wavefront(run.group, run.states);
     const auto read = [&](std::size_t t)
     {
         Samples samples;
@@ -196,43 +196,43 @@ void runBlock(const BlockRun<numChannels>& run)
 
 /// With the fewest vectors that hold the stages in use.
 template <std::size_t numVectors, std::size_t numChannels>
-void runFitting(const BlockRun<numChannels>& run)
+void runFitting(const GroupRun<numChannels>& run)
 {
     if constexpr (numVectors > 1)
     {
-        if (run.block.numStages <= (numVectors - 1) * lanes)
+        if (run.group.numStages <= (numVectors - 1) * lanes)
         {
             runFitting<numVectors - 1>(run);
             return;
         }
     }
-    runBlock<numVectors>(run);
+    runGroup<numVectors>(run);
 }
 
 template <std::size_t numChannels>
-void runChannels(const NotchBlock* blocks, std::size_t numBlocks, const NotchChannel* channels,
+void runChannels(const NotchGroup* groups, std::size_t numGroups, const NotchChannel* channels,
                  std::size_t numSamples)
 {
-    for (std::size_t i = 0; i < numBlocks; ++i)
+    for (std::size_t i = 0; i < numGroups; ++i)
     {
-        BlockRun<numChannels> run{blocks[i], {}, {}, numSamples};
+        GroupRun<numChannels> run{groups[i], {}, {}, numSamples};
         for (std::size_t c = 0; c < numChannels; ++c)
         {
             run.states[c] = channels[c].states + i;
             run.samples[c] = channels[c].samples;
         }
-        runFitting<stagesPerBlock / lanes>(run);
+        runFitting<stagesPerGroup / lanes>(run);
     }
 }
 
-void runNotchesKernel(const NotchBlock* blocks, std::size_t numBlocks, const NotchChannel* channels,
+void runNotchesKernel(const NotchGroup* groups, std::size_t numGroups, const NotchChannel* channels,
                       std::size_t numChannels, std::size_t numSamples)
 {
     std::size_t channel = 0;
     for (; channel + channelsTogether <= numChannels; channel += channelsTogether)
-        runChannels<channelsTogether>(blocks, numBlocks, channels + channel, numSamples);
+        runChannels<channelsTogether>(groups, numGroups, channels + channel, numSamples);
     for (; channel < numChannels; ++channel)
-        runChannels<1>(blocks, numBlocks, channels + channel, numSamples);
+        runChannels<1>(groups, numGroups, channels + channel, numSamples);
 }
 
 } // namespace orvo::audio::kernels::HWY_NAMESPACE
@@ -246,11 +246,11 @@ namespace orvo::audio::kernels
 
 HWY_EXPORT(runNotchesKernel);
 
-void runNotches(std::span<const NotchBlock> blocks, std::span<const NotchChannel> channels,
+void runNotches(std::span<const NotchGroup> groups, std::span<const NotchChannel> channels,
                 std::size_t numSamples)
 {
     HWY_DYNAMIC_DISPATCH(runNotchesKernel)
-    (blocks.data(), blocks.size(), channels.data(), channels.size(), numSamples);
+    (groups.data(), groups.size(), channels.data(), channels.size(), numSamples);
 }
 
 } // namespace orvo::audio::kernels

@@ -53,6 +53,14 @@ bool SinusoidalSynthesis::Measurement::isFinite() const
     return std::isfinite(amplitude) && std::isfinite(phase) && std::isfinite(deviation);
 }
 
+void SinusoidalSynthesis::reserve(int mostChannels)
+{
+    bandPass.reserve(mostChannels);
+    smoothedAmplitude.reserve(at(mostChannels));
+    lastAmplitude.reserve(at(mostChannels));
+    predictedPhase.reserve(at(mostChannels));
+}
+
 bool SinusoidalSynthesis::setFormat(int newNumChannels, double newSampleRate)
 {
     numChannels = newNumChannels;
@@ -162,6 +170,8 @@ SinusoidalSynthesis::Measurement SinusoidalSynthesis::measure(int channel, float
         result.amplitude = 2.0F * std::hypot(transform.real(), transform.imag()) /
                            static_cast<float>(wholePeriods);
     result.deviation = MathEx::toMinusPiToPi(result.phase - predictedPhase[at(channel)]);
+    // Strict here and not strict in planOscillation(): a deviation of exactly the threshold, which
+    // single precision does produce, keeps the amplitude as it was but the copy sounding.
     held = presenceThreshold > std::fabs(result.deviation);
     predictedPhase[at(channel)] =
         static_cast<float>(static_cast<double>(result.phase) +

@@ -51,7 +51,12 @@ public:
     SinusoidalSynthesis& operator=(const SinusoidalSynthesis&) = default;
     virtual ~SinusoidalSynthesis() = default;
 
-    /// Starts afresh for `numChannels` channels at `sampleRate` Hz. Returns true. Allocates.
+    /// Makes room for that many channels, so that setFormat() up to it allocates nothing. Changes
+    /// nothing else. Throws std::bad_alloc.
+    void reserve(int mostChannels);
+
+    /// Starts afresh for `numChannels` channels at `sampleRate` Hz. Returns true. Allocates where
+    /// no room was made.
     bool setFormat(int newNumChannels, double newSampleRate);
 
     /// Forgets everything but the format. Allocates nothing if the channel count stayed.

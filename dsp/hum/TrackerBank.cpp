@@ -1,6 +1,5 @@
 #include "dsp/hum/TrackerBank.h"
 
-#include "dsp/hum/SteadyState.h"
 #include "dsp/signal/VectorOperations.h"
 
 #include <algorithm>
@@ -13,28 +12,79 @@ namespace
 {
 
 constexpr std::size_t maximum = HarmonicSelection::maximum;
-constexpr std::size_t numBlocks = (maximum + kernels::lanesPerBlock - 1) / kernels::lanesPerBlock;
+constexpr std::size_t numGroups = (maximum + kernels::lanesPerGroup - 1) / kernels::lanesPerGroup;
 
-/// Which block and which lane of it a participant occupies.
+/// Which group and which lane of it a participant occupies.
 struct Place
 {
     explicit Place(std::size_t participant)
-        : block(participant / kernels::lanesPerBlock)
-        , lane(participant % kernels::lanesPerBlock)
+        : group(participant / kernels::lanesPerGroup)
+        , lane(participant % kernels::lanesPerGroup)
     {
     }
 
-    std::size_t block;
+    std::size_t group;
     std::size_t lane;
 };
+
+struct Matrix
+{
+    double m00;
+    double m01;
+    double m10;
+    double m11;
+};
+
+Matrix operator*(const Matrix& a, const Matrix& b)
+{
+    return {a.m00 * b.m00 + a.m01 * b.m10, a.m00 * b.m01 + a.m01 * b.m11,
+            a.m10 * b.m00 + a.m11 * b.m10, a.m10 * b.m01 + a.m11 * b.m11};
+}
+
+Matrix power(Matrix base, int exponent)
+{
+    Matrix result{1.0, 0.0, 0.0, 1.0};
+    for (; exponent > 0; exponent /= 2)
+    {
+        if (exponent % 2 == 1)
+            result = result * base;
+        base = base * base;
+    }
+    return result;
+}
+
+/// The state of a second-order filter that starts from rest and is run `numPasses` times over the
+/// same `period` samples, in closed form from `afterOnePass`, its state after the first pass: with
+/// M the filter's state transition over a period, the sum of M^k afterOnePass for k below
+/// numPasses.
+std::array<double, 2> repeatPasses(std::array<double, 2> afterOnePass, double a1, double a2,
+                                   int period, int numPasses)
+{
+    // Without input, y = s1, then s1 becomes s2 - a1 y and s2 becomes -a2 y.
+    const Matrix m = power({-a1, 1.0, -a2, 0.0}, period);
+    std::array<double, 2> state{};
+    for (int pass = 0; pass < numPasses; ++pass)
+        state = {m.m00 * state[0] + m.m01 * state[1] + afterOnePass[0],
+                 m.m10 * state[0] + m.m11 * state[1] + afterOnePass[1]};
+    return state;
+}
 
 } // namespace
 
 TrackerBank::TrackerBank()
     : trackers(maximum)
-    , blocks(numBlocks)
+    , groups(numGroups)
 {
     participants.reserve(maximum);
+}
+
+void TrackerBank::reserve(int mostChannels, int longestFrame)
+{
+    for (SinusoidalSynthesis& tracker : trackers)
+        tracker.reserve(mostChannels);
+    crossfade.reserve(static_cast<std::size_t>(longestFrame));
+    input.reserve(static_cast<std::size_t>(longestFrame));
+    oscillations.reserve(maximum * static_cast<std::size_t>(mostChannels));
 }
 
 void TrackerBank::setFormat(int newNumChannels, double newSampleRate, int newFrameLength)
@@ -44,11 +94,10 @@ void TrackerBank::setFormat(int newNumChannels, double newSampleRate, int newFra
     frameLength = newFrameLength;
     for (SinusoidalSynthesis& tracker : trackers)
         tracker.setFormat(numChannels, sampleRate);
-    crossfade = Signal32(1, frameLength);
-    float* const table = crossfade.getWriteChannelPtr(0);
+    crossfade.resize(static_cast<std::size_t>(frameLength));
     for (int n = 0; n < frameLength; ++n)
-        table[n] = SinusoidalSynthesis::crossfade(n, frameLength);
-    input = Signal64(1, frameLength);
+        crossfade[static_cast<std::size_t>(n)] = SinusoidalSynthesis::crossfade(n, frameLength);
+    input.resize(static_cast<std::size_t>(frameLength));
     oscillations.assign(maximum * static_cast<std::size_t>(numChannels), {});
 }
 
@@ -58,16 +107,16 @@ void TrackerBank::reset()
         tracker.reset();
 }
 
-void TrackerBank::subtractHarmonics(const Signal32& frame, Signal32& output, float fundamental,
+void TrackerBank::subtractHarmonics(std::span<float* const> frame, float fundamental,
                                     HarmonicSelection selection)
 {
     gatherParticipants(fundamental, selection);
     if (participants.empty())
         return;
     for (int channel = 0; channel < numChannels; ++channel)
-        measureChannel(frame, channel, fundamental);
+        measureChannel(frame[static_cast<std::size_t>(channel)], channel, fundamental);
     for (int channel = 0; channel < numChannels; ++channel)
-        subtractFrom(output.getWriteChannelPtr(channel), channel);
+        subtractFrom(frame[static_cast<std::size_t>(channel)], channel);
     finishFrame();
 }
 
@@ -89,12 +138,12 @@ void TrackerBank::gatherParticipants(float fundamental, HarmonicSelection select
     }
 }
 
-void TrackerBank::measureChannel(const Signal32& frame, int channel, float fundamental)
+void TrackerBank::measureChannel(const float* samples, int channel, float fundamental)
 {
-    vo::convert32To64(frame.getReadChannelPtr(channel), input.getWriteChannelPtr(0), frameLength);
+    vo::convert32To64(samples, input.data(), frameLength);
     primeNewTrackers(channel, fundamental);
     loadLanes(channel);
-    kernels::isolateAndTransform(getBlocksInUse(), input.getReadChannelPtr(0),
+    kernels::isolateAndTransform(getGroupsInUse(), input.data(),
                                  static_cast<std::size_t>(frameLength));
     planOscillations(channel);
 }
@@ -102,24 +151,24 @@ void TrackerBank::measureChannel(const Signal32& frame, int channel, float funda
 void TrackerBank::loadLanes(int channel)
 {
     // Lanes that nobody occupies stay at rest and must not shorten the run of the others.
-    kernels::TrackerBlock idle;
+    kernels::TrackerGroup idle;
     idle.transformLength.fill(frameLength);
-    std::ranges::fill(getBlocksInUse(), idle);
+    std::ranges::fill(getGroupsInUse(), idle);
     for (std::size_t i = 0; i < participants.size(); ++i)
     {
         const Participant& participant = participants[i];
-        const std::span<const double> taps = participant.tracker->getBandPass().getNormalisedTaps();
+        const NormalisedSection section = participant.tracker->getBandPass().getSection();
         const std::span<const double> state =
             participant.tracker->getBandPass().getDelayLine(channel);
         const Place place(i);
-        kernels::TrackerBlock& block = blocks[place.block];
-        block.b0[place.lane] = taps[0];
-        block.a1[place.lane] = taps[4];
-        block.a2[place.lane] = taps[5];
-        block.s1[place.lane] = state[0];
-        block.s2[place.lane] = state[1];
-        block.coefficient[place.lane] = 2.0 * participant.oneSampleBack.real();
-        block.transformLength[place.lane] =
+        kernels::TrackerGroup& group = groups[place.group];
+        group.b0[place.lane] = section.b0;
+        group.a1[place.lane] = section.a1;
+        group.a2[place.lane] = section.a2;
+        group.s1[place.lane] = state[0];
+        group.s2[place.lane] = state[1];
+        group.coefficient[place.lane] = 2.0 * participant.oneSampleBack.real();
+        group.transformLength[place.lane] =
             participant.tracker->getWholePeriods(participant.frequency, frameLength);
     }
 }
@@ -132,23 +181,22 @@ void TrackerBank::primeNewTrackers(int channel, float fundamental)
         return;
     loadLanes(channel);
     // All start afresh here; those that are not new do not take the result over.
-    for (kernels::TrackerBlock& block : getBlocksInUse())
+    for (kernels::TrackerGroup& group : getGroupsInUse())
     {
-        block.s1.fill(0.0);
-        block.s2.fill(0.0);
+        group.s1.fill(0.0);
+        group.s2.fill(0.0);
     }
     const int period = participants.front().tracker->getPrimingPeriod(fundamental, frameLength);
     const int numPasses = participants.front().tracker->getNumPrimingPasses(period, frameLength);
-    kernels::isolate(getBlocksInUse(), input.getReadChannelPtr(0),
-                     static_cast<std::size_t>(period));
+    kernels::isolate(getGroupsInUse(), input.data(), static_cast<std::size_t>(period));
     for (std::size_t i = 0; i < participants.size(); ++i)
     {
         if (!isNew(participants[i]))
             continue;
         const Place place(i);
-        const kernels::TrackerBlock& block = blocks[place.block];
-        std::ranges::copy(repeatPasses({block.s1[place.lane], block.s2[place.lane]},
-                                       block.a1[place.lane], block.a2[place.lane], period,
+        const kernels::TrackerGroup& group = groups[place.group];
+        std::ranges::copy(repeatPasses({group.s1[place.lane], group.s2[place.lane]},
+                                       group.a1[place.lane], group.a2[place.lane], period,
                                        numPasses),
                           participants[i].tracker->getBandPass().getDelayLine(channel).begin());
     }
@@ -162,13 +210,13 @@ void TrackerBank::planOscillations(int channel)
         Participant& participant = participants[i];
         SinusoidalSynthesis& tracker = *participant.tracker;
         const Place place(i);
-        const kernels::TrackerBlock& block = blocks[place.block];
-        std::ranges::copy(std::array{block.s1[place.lane], block.s2[place.lane]},
+        const kernels::TrackerGroup& group = groups[place.group];
+        std::ranges::copy(std::array{group.s1[place.lane], group.s2[place.lane]},
                           tracker.getBandPass().getDelayLine(channel).begin());
 
         // The recursion ran to the frame's end; adding zero makes silence +0, whose phase is 0.
         const std::complex<double> atEnd =
-            block.w1[place.lane] - participant.oneSampleBack * block.w2[place.lane];
+            group.w1[place.lane] - participant.oneSampleBack * group.w2[place.lane];
         const std::complex<double> transform = atEnd * participant.backToStart;
         const std::complex<float> rounded{static_cast<float>(transform.real()) + 0.0F,
                                           static_cast<float>(transform.imag()) + 0.0F};
@@ -190,8 +238,8 @@ void TrackerBank::subtractFrom(float* output, int channel) const
     for (std::size_t i = 0; i < participants.size(); ++i)
         if (!participants[i].hasFailed && !oscillations[first + i].isSilent())
             audible[count++] = oscillations[first + i];
-    kernels::subtractOscillations(std::span(audible).first(count), crossfade.getReadChannelPtr(0),
-                                  output, static_cast<std::size_t>(frameLength));
+    kernels::subtractOscillations(std::span(audible).first(count), crossfade.data(), output,
+                                  static_cast<std::size_t>(frameLength));
 }
 
 void TrackerBank::finishFrame()
@@ -203,11 +251,11 @@ void TrackerBank::finishFrame()
             participant.tracker->finishFrame();
 }
 
-std::span<kernels::TrackerBlock> TrackerBank::getBlocksInUse()
+std::span<kernels::TrackerGroup> TrackerBank::getGroupsInUse()
 {
     const std::size_t count =
-        (participants.size() + kernels::lanesPerBlock - 1) / kernels::lanesPerBlock;
-    return std::span(blocks).first(count);
+        (participants.size() + kernels::lanesPerGroup - 1) / kernels::lanesPerGroup;
+    return std::span(groups).first(count);
 }
 
 std::span<SinusoidalSynthesis::Oscillation> TrackerBank::getOscillations(int channel)

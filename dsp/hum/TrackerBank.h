@@ -19,17 +19,21 @@ class TrackerBank
 public:
     TrackerBank();
 
-    /// Sets all trackers up for frames of `frameLength` samples, from rest. Not for the audio
-    /// thread.
+    /// Makes room for that many channels and samples per frame, so that setFormat() up to it
+    /// allocates nothing. Changes nothing else. Throws std::bad_alloc. Not for the audio thread.
+    void reserve(int mostChannels, int longestFrame);
+
+    /// Sets all trackers up for frames of `newFrameLength` samples, from rest. Allocates where no
+    /// room was made. Not for the audio thread.
     void setFormat(int newNumChannels, double newSampleRate, int newFrameLength);
 
     /// Resets all trackers.
     void reset();
 
-    /// Lets the selected trackers follow `fundamental` (Hz) through `frame` and subtracts what they
-    /// make from `output`, in harmonic order. Both signals have the format's channels and frame
-    /// length. Audio thread; allocates nothing.
-    void subtractHarmonics(const Signal32& frame, Signal32& output, float fundamental,
+    /// Lets the selected trackers follow `fundamental` (Hz) through a frame and subtracts what they
+    /// make from it, in harmonic order. `frame` has the first sample of each channel of the format.
+    /// Audio thread; allocates nothing.
+    void subtractHarmonics(std::span<float* const> frame, float fundamental,
                            HarmonicSelection selection);
 
     /// The tracker of the harmonic at `index`, 0 <= index < HarmonicSelection::maximum.
@@ -53,14 +57,14 @@ private:
     };
 
     void gatherParticipants(float fundamental, HarmonicSelection selection);
-    void measureChannel(const Signal32& frame, int channel, float fundamental);
+    void measureChannel(const float* samples, int channel, float fundamental);
     void loadLanes(int channel);
     void primeNewTrackers(int channel, float fundamental);
     void planOscillations(int channel);
     void subtractFrom(float* output, int channel) const;
     void finishFrame();
 
-    std::span<kernels::TrackerBlock> getBlocksInUse();
+    std::span<kernels::TrackerGroup> getGroupsInUse();
     std::span<SinusoidalSynthesis::Oscillation> getOscillations(int channel);
 
     std::vector<SinusoidalSynthesis> trackers;
@@ -68,10 +72,10 @@ private:
     double sampleRate = 0.0;
     int frameLength = 0;
 
-    Signal32 crossfade;
-    Signal64 input;
+    AlignedVector<float> crossfade;
+    AlignedVector<double> input;
     std::vector<Participant> participants;
-    std::vector<kernels::TrackerBlock> blocks;
+    std::vector<kernels::TrackerGroup> groups;
     std::vector<SinusoidalSynthesis::Oscillation> oscillations;
 };
 

@@ -24,11 +24,11 @@ using DoubleVector = hn::Vec<Doubles>;
 
 constexpr std::size_t doubleLanes = hn::MaxLanes(Doubles());
 constexpr std::size_t floatLanes = hn::MaxLanes(Floats());
-constexpr std::size_t vectorsPerBlock = lanesPerBlock / doubleLanes;
+constexpr std::size_t vectorsPerGroup = lanesPerGroup / doubleLanes;
 
-/// Blocks run together, so that the processor has other work while one recursion waits for itself.
-/// With narrow vectors one block is several vectors already, and more would not fit the registers.
-constexpr std::size_t blocksTogether = vectorsPerBlock == 1 ? 3 : 1;
+/// Groups run together, so that the processor has other work while one recursion waits for itself.
+/// With narrow vectors one group is several vectors already, and more would not fit the registers.
+constexpr std::size_t groupsTogether = vectorsPerGroup == 1 ? 3 : 1;
 
 /// Calls `step` with 0 .. count - 1 as constants: an array of vectors stays in registers only where
 /// the compiler knows every index from the start.
@@ -42,25 +42,25 @@ HWY_INLINE void unrolled(const Step& step)
     (std::make_index_sequence<count>());
 }
 
-/// The lanes of `numBlocks` blocks as vectors in registers.
-template <std::size_t numBlocks>
+/// The lanes of `numGroups` groups as vectors in registers.
+template <std::size_t numGroups>
 class Recursion
 {
 public:
-    static constexpr std::size_t numVectors = numBlocks * vectorsPerBlock;
+    static constexpr std::size_t numVectors = numGroups * vectorsPerGroup;
 
-    explicit HWY_INLINE Recursion(TrackerBlock* firstBlock)
-        : blocks(firstBlock)
+    explicit HWY_INLINE Recursion(TrackerGroup* firstGroup)
+        : groups(firstGroup)
     {
         unrolled<numVectors>(
             [&](auto v)
             {
-                b0[v] = load(&TrackerBlock::b0, v);
-                a1[v] = load(&TrackerBlock::a1, v);
-                a2[v] = load(&TrackerBlock::a2, v);
-                s1[v] = load(&TrackerBlock::s1, v);
-                s2[v] = load(&TrackerBlock::s2, v);
-                coefficient[v] = load(&TrackerBlock::coefficient, v);
+                b0[v] = load(&TrackerGroup::b0, v);
+                a1[v] = load(&TrackerGroup::a1, v);
+                a2[v] = load(&TrackerGroup::a2, v);
+                s1[v] = load(&TrackerGroup::s1, v);
+                s2[v] = load(&TrackerGroup::s2, v);
+                coefficient[v] = load(&TrackerGroup::coefficient, v);
                 w1[v] = hn::Zero(d);
                 w2[v] = hn::Zero(d);
             });
@@ -86,7 +86,7 @@ public:
         unrolled<numVectors>(
             [&](auto v)
             {
-                const auto isCovered = hn::Lt(now, load(&TrackerBlock::transformLength, v));
+                const auto isCovered = hn::Lt(now, load(&TrackerGroup::transformLength, v));
                 transform(hn::IfThenElseZero(isCovered, roundToFloat(bandPass(x, v))), v);
             });
     }
@@ -96,19 +96,19 @@ public:
         unrolled<numVectors>(
             [&](auto v)
             {
-                store(s1[v], &TrackerBlock::s1, v);
-                store(s2[v], &TrackerBlock::s2, v);
-                store(w1[v], &TrackerBlock::w1, v);
-                store(w2[v], &TrackerBlock::w2, v);
+                store(s1[v], &TrackerGroup::s1, v);
+                store(s2[v], &TrackerGroup::s2, v);
+                store(w1[v], &TrackerGroup::w1, v);
+                store(w2[v], &TrackerGroup::w2, v);
             });
     }
 
 private:
-    using Member = TrackerBlock::Lanes TrackerBlock::*;
+    using Member = TrackerGroup::Lanes TrackerGroup::*;
 
     HWY_INLINE double* address(Member member, std::size_t v) const
     {
-        return (blocks[v / vectorsPerBlock].*member).data() + v % vectorsPerBlock * doubleLanes;
+        return (groups[v / vectorsPerGroup].*member).data() + v % vectorsPerGroup * doubleLanes;
     }
 
     HWY_INLINE DoubleVector load(Member member, std::size_t v) const
@@ -143,7 +143,7 @@ private:
     }
 
     const Doubles d{};
-    TrackerBlock* const blocks;
+    TrackerGroup* const groups;
     DoubleVector b0[numVectors];
     DoubleVector a1[numVectors];
     DoubleVector a2[numVectors];
@@ -154,22 +154,22 @@ private:
     DoubleVector w2[numVectors];
 };
 
-/// Samples that all transforms of the blocks cover.
-HWY_INLINE std::size_t commonLength(const TrackerBlock* blocks, std::size_t numBlocks,
+/// Samples that all transforms of the groups cover.
+HWY_INLINE std::size_t commonLength(const TrackerGroup* groups, std::size_t numGroups,
                                     std::size_t numSamples)
 {
     double shortest = static_cast<double>(numSamples);
-    for (std::size_t block = 0; block < numBlocks; ++block)
-        for (const double length : blocks[block].transformLength)
+    for (std::size_t group = 0; group < numGroups; ++group)
+        for (const double length : groups[group].transformLength)
             shortest = std::min(shortest, length);
     return static_cast<std::size_t>(shortest);
 }
 
-template <std::size_t numBlocks>
-void transformTogether(TrackerBlock* blocks, const double* input, std::size_t numSamples)
+template <std::size_t numGroups>
+void transformTogether(TrackerGroup* groups, const double* input, std::size_t numSamples)
 {
-    const std::size_t numCommon = commonLength(blocks, numBlocks, numSamples);
-    Recursion<numBlocks> recursion(blocks);
+    const std::size_t numCommon = commonLength(groups, numGroups, numSamples);
+    Recursion<numGroups> recursion(groups);
     for (std::size_t n = 0; n < numCommon; ++n)
         recursion.isolateAndTransform(input[n]);
     for (std::size_t n = numCommon; n < numSamples; ++n)
@@ -177,33 +177,33 @@ void transformTogether(TrackerBlock* blocks, const double* input, std::size_t nu
     recursion.store();
 }
 
-template <std::size_t numBlocks>
-void isolateTogether(TrackerBlock* blocks, const double* input, std::size_t numSamples)
+template <std::size_t numGroups>
+void isolateTogether(TrackerGroup* groups, const double* input, std::size_t numSamples)
 {
-    Recursion<numBlocks> recursion(blocks);
+    Recursion<numGroups> recursion(groups);
     for (std::size_t n = 0; n < numSamples; ++n)
         recursion.isolate(input[n]);
     recursion.store();
 }
 
-void isolateAndTransformKernel(TrackerBlock* blocks, std::size_t numBlocks, const double* input,
+void isolateAndTransformKernel(TrackerGroup* groups, std::size_t numGroups, const double* input,
                                std::size_t numSamples)
 {
-    std::size_t block = 0;
-    for (; block + blocksTogether <= numBlocks; block += blocksTogether)
-        transformTogether<blocksTogether>(blocks + block, input, numSamples);
-    for (; block < numBlocks; ++block)
-        transformTogether<1>(blocks + block, input, numSamples);
+    std::size_t group = 0;
+    for (; group + groupsTogether <= numGroups; group += groupsTogether)
+        transformTogether<groupsTogether>(groups + group, input, numSamples);
+    for (; group < numGroups; ++group)
+        transformTogether<1>(groups + group, input, numSamples);
 }
 
-void isolateKernel(TrackerBlock* blocks, std::size_t numBlocks, const double* input,
+void isolateKernel(TrackerGroup* groups, std::size_t numGroups, const double* input,
                    std::size_t numSamples)
 {
-    std::size_t block = 0;
-    for (; block + blocksTogether <= numBlocks; block += blocksTogether)
-        isolateTogether<blocksTogether>(blocks + block, input, numSamples);
-    for (; block < numBlocks; ++block)
-        isolateTogether<1>(blocks + block, input, numSamples);
+    std::size_t group = 0;
+    for (; group + groupsTogether <= numGroups; group += groupsTogether)
+        isolateTogether<groupsTogether>(groups + group, input, numSamples);
+    for (; group < numGroups; ++group)
+        isolateTogether<1>(groups + group, input, numSamples);
 }
 
 /// A cosine with a vector of doubles per step: cos(n + k) = 2 cos(k) cos(n) - cos(n - k). The
@@ -359,16 +359,16 @@ HWY_EXPORT(isolateAndTransformKernel);
 HWY_EXPORT(isolateKernel);
 HWY_EXPORT(subtractOscillationsKernel);
 
-void isolateAndTransform(std::span<TrackerBlock> blocks, const double* input,
+void isolateAndTransform(std::span<TrackerGroup> groups, const double* input,
                          std::size_t numSamples)
 {
     HWY_DYNAMIC_DISPATCH(isolateAndTransformKernel)
-    (blocks.data(), blocks.size(), input, numSamples);
+    (groups.data(), groups.size(), input, numSamples);
 }
 
-void isolate(std::span<TrackerBlock> blocks, const double* input, std::size_t numSamples)
+void isolate(std::span<TrackerGroup> groups, const double* input, std::size_t numSamples)
 {
-    HWY_DYNAMIC_DISPATCH(isolateKernel)(blocks.data(), blocks.size(), input, numSamples);
+    HWY_DYNAMIC_DISPATCH(isolateKernel)(groups.data(), groups.size(), input, numSamples);
 }
 
 void subtractOscillations(std::span<const SinusoidalSynthesis::Oscillation> oscillations,

@@ -11,14 +11,14 @@
 namespace orvo::audio::kernels
 {
 
-/// Harmonics that share a block; the widest vector holds that many doubles.
-inline constexpr std::size_t lanesPerBlock = 8;
+/// Harmonics that share a group; the widest vector holds that many doubles.
+inline constexpr std::size_t lanesPerGroup = 8;
 
 /// Band-passes and single-bin transforms of several harmonics of one channel, one lane each. Each
 /// lane computes with the normalised taps b0, 0, -b0 and a1, a2 of a band-pass.
-struct alignas(64) TrackerBlock
+struct alignas(64) TrackerGroup
 {
-    using Lanes = std::array<double, lanesPerBlock>;
+    using Lanes = std::array<double, lanesPerGroup>;
 
     Lanes b0{};
     Lanes a1{};
@@ -41,11 +41,11 @@ struct alignas(64) TrackerBlock
 
 /// Runs every lane over the `numSamples` samples of `input`: the band-pass, its output rounded to
 /// single precision, and the transform's recursion from rest.
-void isolateAndTransform(std::span<TrackerBlock> blocks, const double* input,
+void isolateAndTransform(std::span<TrackerGroup> groups, const double* input,
                          std::size_t numSamples);
 
 /// Runs the band-passes alone.
-void isolate(std::span<TrackerBlock> blocks, const double* input, std::size_t numSamples);
+void isolate(std::span<TrackerGroup> groups, const double* input, std::size_t numSamples);
 
 /// Renders the oscillations one after the other and subtracts each from `output`. `crossfade` holds
 /// SinusoidalSynthesis::crossfade() for the `numSamples` samples of the frame.

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <stdexcept>
+#include <utility>
 
 namespace orvo::audio
 {
@@ -127,8 +128,11 @@ const ProcessorParameter& BaseAudioProcessor::getParameter(int index) const
 
 void BaseAudioProcessor::storeFormats(const AudioFormat& input, const AudioFormat& output)
 {
-    inputFormat = input;
-    outputFormat = output;
+    // Copied before anything changes, in case there is no memory for the second one.
+    AudioFormat newInput = input;
+    AudioFormat newOutput = output;
+    inputFormat = std::move(newInput);
+    outputFormat = std::move(newOutput);
     listeners.callFirstToLast([&](Listener& listener) { listener.formatChanged(input, output); });
 }
 

@@ -1,21 +1,57 @@
 #pragma once
 
-#include "dsp/processor/InputStream.h"
 #include "dsp/processor/ListenerRegistry.h"
-#include "dsp/processor/OutputStream.h"
-#include "dsp/processor/ProcessingInfo.h"
 #include "dsp/processor/ProcessorParameter.h"
-#include "dsp/processor/PropertyContainer.h"
+#include "dsp/processor/Streams.h"
 #include "dsp/processor/Uuid.h"
 #include "dsp/signal/AudioFormat.h"
 #include "dsp/signal/Signals.h"
 
 #include <mutex>
 #include <string>
+#include <variant>
 #include <vector>
+
+namespace orvo
+{
+
+/// The value of a property.
+using Variant = std::variant<std::monostate, bool, int, double, std::string>;
+
+/// Root of everything that has properties which others may change.
+class PropertyContainer
+{
+public:
+    PropertyContainer() = default;
+    virtual ~PropertyContainer() = default;
+
+    PropertyContainer(const PropertyContainer&) = delete;
+    PropertyContainer& operator=(const PropertyContainer&) = delete;
+
+    /// Told of a changed property; does nothing unless overridden.
+    virtual void onPropertyChanged(int /*propertyId*/, const Variant& /*value*/) {}
+};
+
+} // namespace orvo
 
 namespace orvo::audio
 {
+
+/// What a processor says about its timing, in samples.
+struct ProcessingInfo
+{
+    /// Not used by any processor so far.
+    int baseLatency = 0;
+
+    /// The processor's own delay, which its owner evens out with a queue.
+    int processingLatency = 0;
+
+    /// Further latency to report beyond the delay.
+    int additionalLatency = 0;
+
+    /// Output samples per input sample.
+    double timeScale = 1.0;
+};
 
 class ProcessorUserInterface;
 

@@ -1,12 +1,10 @@
 #include "dsp/signal/FourierTransform.h"
 
-#include "dsp/signal/AlignedMemory.h"
 #include "dsp/signal/MathEx.h"
 
 #include <fftw3.h>
 
 #include <mutex>
-#include <vector>
 
 namespace orvo::audio
 {
@@ -40,8 +38,8 @@ class FourierTransform::Plan
 public:
     Plan(int numPoints, bool real)
     {
-        using Samples = std::vector<float, AlignedAllocator<float>>;
-        using Bins = std::vector<std::complex<float>, AlignedAllocator<std::complex<float>>>;
+        using Samples = AlignedVector<float>;
+        using Bins = AlignedVector<std::complex<float>>;
         const auto count = static_cast<std::size_t>(numPoints);
         constexpr unsigned int flags = FFTW_ESTIMATE | FFTW_PRESERVE_INPUT;
         Bins output(count);

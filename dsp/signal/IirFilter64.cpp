@@ -1,9 +1,45 @@
 #include "dsp/signal/IirFilter64.h"
 
 #include <algorithm>
+#include <cmath>
+#include <numbers>
 
 namespace orvo::audio
 {
+
+NormalisedSection normalise(const SecondOrderSection& section)
+{
+    const auto& [b, a] = section;
+    return {b[0] / a[0], b[1] / a[0], b[2] / a[0], a[1] / a[0], a[2] / a[0]};
+}
+
+IirCoefficients::IirCoefficients(const std::vector<double>& numerator,
+                                 const std::vector<double>& denominator)
+    : b(numerator)
+    , a(denominator)
+{
+}
+
+IirCoefficients IirCoefficients::createBandPass(double centreFrequency, double q, double sampleRate)
+{
+    const SecondOrderSection section = designBandPass(centreFrequency, q, sampleRate);
+    return {{section.b.begin(), section.b.end()}, {section.a.begin(), section.a.end()}};
+}
+
+SecondOrderSection IirCoefficients::designBandPass(double centreFrequency, double q,
+                                                   double sampleRate)
+{
+    const double w0 = centreFrequency * (2.0 * std::numbers::pi) / sampleRate;
+    const double alpha = std::sin(w0) / (2.0 * q);
+    return {{alpha, 0.0, -alpha}, {1.0 + alpha, -2.0 * std::cos(w0), 1.0 - alpha}};
+}
+
+void IirFilter64::reserve(int mostChannels)
+{
+    constexpr std::size_t order2 = 2;
+    taps.reserve(2 * (order2 + 1));
+    delayLines.reserve(order2 * static_cast<std::size_t>(mostChannels));
+}
 
 void IirFilter64::allocate(int newNumChannels, const IirCoefficients& coefficients)
 {

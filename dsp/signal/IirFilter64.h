@@ -1,13 +1,53 @@
 #pragma once
 
-#include "dsp/signal/IirCoefficients.h"
 #include "dsp/signal/Signals.h"
 
+#include <array>
 #include <span>
 #include <vector>
 
 namespace orvo::audio
 {
+
+/// Coefficients of a second-order section, b0..b2 and a0..a2, not normalised by a0.
+struct SecondOrderSection
+{
+    std::array<double, 3> b;
+    std::array<double, 3> a;
+};
+
+/// The taps of a second-order section divided by a0: y[n] = b0 x[n] + b1 x[n-1] + b2 x[n-2] - a1
+/// y[n-1]
+/// - a2 y[n-2].
+struct NormalisedSection
+{
+    double b0;
+    double b1;
+    double b2;
+    double a1;
+    double a2;
+};
+
+/// Any thread; allocates nothing.
+NormalisedSection normalise(const SecondOrderSection& section);
+
+/// Numerator and denominator of a recursive filter, b0..bN and a0..aN; a0 need not be 1.
+class IirCoefficients
+{
+public:
+    IirCoefficients(const std::vector<double>& numerator, const std::vector<double>& denominator);
+
+    /// Second-order band-pass with 0 dB at `centreFrequency` (Hz) and quality `q` > 0. (R.
+    /// Bristow-Johnson, "Cookbook formulae for audio EQ biquad filter coefficients", band-pass with
+    /// constant 0 dB peak gain.) Allocates.
+    static IirCoefficients createBandPass(double centreFrequency, double q, double sampleRate);
+
+    /// The same design as a plain value, for the audio thread.
+    static SecondOrderSection designBandPass(double centreFrequency, double q, double sampleRate);
+
+    std::vector<double> b;
+    std::vector<double> a;
+};
 
 /// Recursive filter over double-precision signals with one state per channel, in transposed direct
 /// form II (A. V. Oppenheim and R. W. Schafer, "Discrete-Time Signal Processing"). New coefficients
@@ -17,6 +57,10 @@ class IirFilter64
 public:
     /// Order 0, no channels.
     IirFilter64() = default;
+
+    /// Makes room for second-order sections of that many channels, so that setSection() up to it
+    /// allocates nothing. Changes nothing else. Throws std::bad_alloc.
+    void reserve(int mostChannels);
 
     /// Takes the coefficients and starts `numChannels` channels from rest. Allocates.
     void allocate(int newNumChannels, const IirCoefficients& coefficients);
@@ -39,8 +83,8 @@ public:
 
     int getNumChannels() const { return numChannels; }
 
-    /// The taps in use, b0..bN, a0..aN, all divided by a0.
-    std::span<const double> getNormalisedTaps() const { return taps; }
+    /// The taps in use of a filter of order 2.
+    NormalisedSection getSection() const { return {taps[0], taps[1], taps[2], taps[4], taps[5]}; }
 
     /// The channel's state of `order` values, in units of the normalised taps; unchecked.
     std::span<double> getDelayLine(int channel);

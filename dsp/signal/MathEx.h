@@ -26,7 +26,7 @@ public:
     /// The phase in radians brought into [-pi, pi] by whole turns.
     static float toMinusPiToPi(float phase);
 
-    /// x truncated towards zero, limited to the range of int; 0 for not-a-number.
+    /// x truncated towards zero, limited to the range of int; 0 for NaN.
     static int saturatingToInt(double x);
 };
 

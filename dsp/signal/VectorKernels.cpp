@@ -196,7 +196,7 @@ HWY_INLINE hn::Vec<Doubles> smallArcTangent(hn::Vec<Doubles> x)
     return hn::MulAdd(x, quotient, x);
 }
 
-/// As std::atan2, with its signs of zero; not-a-number gives not-a-number.
+/// As std::atan2, with its signs of zero; NaN gives NaN.
 HWY_INLINE hn::Vec<Doubles> arcTangent(hn::Vec<Doubles> y, hn::Vec<Doubles> x)
 {
     const Doubles d;
@@ -243,7 +243,7 @@ bool isWithinKernel(const float* src, float limit, std::size_t n)
     const auto bound = hn::Set(d, limit);
     auto allWithin = hn::Le(hn::Zero(d), bound);
     bool restWithin = true;
-    // A comparison with not-a-number is false, so one test covers it and the infinities.
+    // A comparison with NaN is false, so one test covers it and the infinities.
     forAll(
         d, n,
         [&](std::size_t i)
@@ -267,59 +267,6 @@ void limitToFiniteKernel(const float* src, float* dst, float limit, std::size_t 
         });
 }
 
-/// Lane r runs the recursion over samples r, r + K, r + 2K, ... at K times the frequency; the lanes
-/// are then turned to the phase of the first sample and added.
-std::complex<double> calcGoertzelKernel(const float* src, std::size_t n, double radiansPerSample)
-{
-    constexpr std::size_t numVectors = 4;
-    const Doubles d;
-    const HalfFloats f;
-    const std::size_t lanes = hn::Lanes(d);
-    const std::size_t stride = numVectors * lanes;
-    const double radiansPerStep = radiansPerSample * static_cast<double>(stride);
-    const auto coefficient = hn::Set(d, 2.0 * std::cos(radiansPerStep));
-    const std::size_t numSteps = n / stride;
-
-    const auto zero = hn::Zero(d);
-    auto a1 = zero, b1 = zero, c1 = zero, e1 = zero;
-    auto a2 = zero, b2 = zero, c2 = zero, e2 = zero;
-    const auto advance = [&](const float* x, auto& w1, auto& w2)
-    {
-        const auto w0 = hn::MulAdd(coefficient, w1, hn::Sub(hn::PromoteTo(d, hn::LoadU(f, x)), w2));
-        w2 = w1;
-        w1 = w0;
-    };
-    for (const float* x = src; x != src + numSteps * stride; x += stride)
-    {
-        advance(x, a1, a2);
-        advance(x + lanes, b1, b2);
-        advance(x + 2 * lanes, c1, c2);
-        advance(x + 3 * lanes, e1, e2);
-    }
-
-    constexpr std::size_t maxStride = numVectors * hn::MaxLanes(Doubles());
-    HWY_ALIGN double w1[maxStride];
-    HWY_ALIGN double w2[maxStride];
-    hn::Store(a1, d, w1), hn::Store(b1, d, w1 + lanes);
-    hn::Store(c1, d, w1 + 2 * lanes), hn::Store(e1, d, w1 + 3 * lanes);
-    hn::Store(a2, d, w2), hn::Store(b2, d, w2 + lanes);
-    hn::Store(c2, d, w2 + 2 * lanes), hn::Store(e2, d, w2 + 3 * lanes);
-
-    std::complex<double> sum = 0.0;
-    const std::complex<double> oneStepBack = std::polar(1.0, -radiansPerStep);
-    const double stepsToStart = static_cast<double>(numSteps) - 1.0;
-    for (std::size_t lane = 0; numSteps > 0 && lane < stride; ++lane)
-    {
-        const double turn =
-            -(radiansPerStep * stepsToStart + radiansPerSample * static_cast<double>(lane));
-        sum += (w1[lane] - oneStepBack * w2[lane]) * std::polar(1.0, turn);
-    }
-    for (std::size_t k = numSteps * stride; k < n; ++k)
-        sum += static_cast<double>(src[k]) *
-               std::polar(1.0, -radiansPerSample * static_cast<double>(k));
-    return sum;
-}
-
 } // namespace orvo::vo::HWY_NAMESPACE
 
 HWY_AFTER_NAMESPACE();
@@ -341,7 +288,6 @@ HWY_EXPORT(calcMagnitudesKernel);
 HWY_EXPORT(calcPhasesKernel);
 HWY_EXPORT(isWithinKernel);
 HWY_EXPORT(limitToFiniteKernel);
-HWY_EXPORT(calcGoertzelKernel);
 
 const char* chooseInstructionSet()
 {
@@ -411,11 +357,6 @@ bool isWithin(const float* src, float limit, std::size_t n)
 void limitToFinite(const float* src, float* dst, float limit, std::size_t n)
 {
     HWY_DYNAMIC_DISPATCH(limitToFiniteKernel)(src, dst, limit, n);
-}
-
-std::complex<double> calcGoertzel(const float* src, std::size_t n, double radiansPerSample)
-{
-    return HWY_DYNAMIC_DISPATCH(calcGoertzelKernel)(src, n, radiansPerSample);
 }
 
 } // namespace kernels

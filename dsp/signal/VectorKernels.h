@@ -1,12 +1,15 @@
 #pragma once
 
-#include <complex>
 #include <cstddef>
+#include <initializer_list>
 
 /// The loops behind the vector operations, compiled once per instruction set; each call runs the
 /// best one for the processor. No checks here.
 namespace orvo::vo
 {
+
+/// Whether there is anything to do; throws when there is and a buffer is missing.
+bool hasWork(int n, std::initializer_list<const void*> buffers);
 
 /// Settles which of the processor's instruction sets the kernels use from now on; returns its name.
 const char* chooseInstructionSet();
@@ -26,7 +29,6 @@ void calcMagnitudes(const float* interleaved, float* dst, std::size_t n);
 void calcPhases(const float* interleaved, float* dst, std::size_t n);
 bool isWithin(const float* src, float limit, std::size_t n);
 void limitToFinite(const float* src, float* dst, float limit, std::size_t n);
-std::complex<double> calcGoertzel(const float* src, std::size_t n, double radiansPerSample);
 
 } // namespace kernels
 } // namespace orvo::vo

@@ -3,9 +3,7 @@
 #include "dsp/signal/VectorKernels.h"
 
 #include <algorithm>
-#include <cmath>
 #include <initializer_list>
-#include <numbers>
 #include <stdexcept>
 #include <string>
 
@@ -28,16 +26,6 @@ const char* textOf(Status status)
     return "no error";
 }
 
-/// Whether there is anything to do; throws when there is and a buffer is missing.
-bool hasWork(int n, std::initializer_list<const void*> buffers)
-{
-    if (n < 1)
-        return false;
-    if (std::find(buffers.begin(), buffers.end(), nullptr) != buffers.end())
-        throwOnError(Status::nullPointer);
-    return true;
-}
-
 std::size_t count(int n)
 {
     return static_cast<std::size_t>(n);
@@ -51,6 +39,15 @@ void fill(T value, T* dst, int n)
 }
 
 } // namespace
+
+bool hasWork(int n, std::initializer_list<const void*> buffers)
+{
+    if (n < 1)
+        return false;
+    if (std::find(buffers.begin(), buffers.end(), nullptr) != buffers.end())
+        throwOnError(Status::nullPointer);
+    return true;
+}
 
 void throwOnError(Status status)
 {
@@ -143,18 +140,6 @@ void calcPhases(const std::complex<float>* src, float* dst, int n)
     // of them, where every last bit counts.
     if (hasWork(n, {src, dst}))
         kernels::calcPhases(reinterpret_cast<const float*>(src), dst, count(n));
-}
-
-std::complex<float> calcGoertzel(const float* src, int n, float relativeFrequency)
-{
-    if (!hasWork(n, {src}))
-        return {};
-    if (!(relativeFrequency >= 0.0F && relativeFrequency < 1.0F))
-        throwOnError(Status::relativeFrequency);
-    const double radiansPerSample = 2.0 * std::numbers::pi * static_cast<double>(relativeFrequency);
-    const std::complex<double> bin = kernels::calcGoertzel(src, count(n), radiansPerSample);
-    // Adding zero turns -0 into +0, so that silence always has phase 0.
-    return {static_cast<float>(bin.real()) + 0.0F, static_cast<float>(bin.imag()) + 0.0F};
 }
 
 bool isWithin(const float* src, float limit, int n)

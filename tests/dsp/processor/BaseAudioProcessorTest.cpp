@@ -1,6 +1,6 @@
 #include "dsp/processor/BaseAudioProcessor.h"
 
-#include "dsp/processor/TypedProcessorParameter.h"
+#include "dsp/processor/ProcessorParameter.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "dsp/processor/BoolProcessorParameter.h"
+#include "dsp/processor/ProcessorParameter.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "dsp/signal/AudioFormat.h"
 
-#include "dsp/signal/SpeakerDescription.h"
+#include "dsp/signal/AudioFormat.h"
 
 #include <gtest/gtest.h>
 

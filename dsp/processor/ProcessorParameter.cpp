@@ -1,4 +1,4 @@
-#include "dsp/processor/TypedProcessorParameter.h"
+#include "dsp/processor/ProcessorParameter.h"
 
 #include <algorithm>
 #include <array>
@@ -11,7 +11,7 @@ namespace orvo::audio
 namespace
 {
 
-/// To the nearest whole number, ties to even; not-a-number becomes the lowest int, as processors do
+/// To the nearest whole number, ties to even; NaN becomes the lowest int, as processors do
 /// it.
 int roundToInt(float x)
 {
@@ -97,5 +97,10 @@ void TypedProcessorParameter<T>::getFloatParameterRange(float& min, float& max) 
 template class TypedProcessorParameter<int>;
 template class TypedProcessorParameter<float>;
 template class TypedProcessorParameter<bool>;
+
+BoolProcessorParameter::BoolProcessorParameter()
+{
+    valueToText = [](bool isOn) { return isOn ? "On" : "Off"; };
+}
 
 } // namespace orvo::audio
