@@ -1,79 +1,83 @@
 #pragma once
 
-#include "dsp/hum/HarmonicSelection.h"
-#include "dsp/hum/SinusoidalSynthesis.h"
+#include "dsp/hum/Kalimmer.h"
+#include "dsp/signal/FourierTransform.h"
 #include "dsp/signal/IirFilter64.h"
+#include "tests/support/EngineRun.h"
 #include "tests/support/TestSignals.h"
 
 #include <vector>
 
-/// The two ways of removing hum without the kernels, as slow and as readable as they are defined.
 namespace testing_support
 {
 
-using orvo::audio::HarmonicSelection;
-using orvo::audio::SinusoidalSynthesis;
-
-/// Subtracts what each tracker makes by itself.
-class PlainBank
+/// One harmonic, followed by its definition: every sum written out, in double.
+class PlainTracker
 {
 public:
-    PlainBank(int numChannels, double rate)
-        : trackers(HarmonicSelection::maximum)
-    {
-        for (SinusoidalSynthesis& tracker : trackers)
-            tracker.setFormat(numChannels, rate);
-    }
+    PlainTracker(int numChannels, double rate);
 
-    Signal32 clean(const Signal32& frame, float fundamental, HarmonicSelection selection)
-    {
-        Signal32 output = frame;
-        for (int index = 0; index < selection.count; ++index)
-            output =
-                difference(output, trackers[static_cast<std::size_t>(index)].generateSignal(
-                                       frame, fundamental, selection.getHarmonicNumber(index)));
-        return output;
-    }
+    /// The harmonic's copy in a frame.
+    Signal32 generate(const Signal32& frame, float fundamental, int harmonicNumber);
 
-    bool isPresent(int index) const
-    {
-        return trackers[static_cast<std::size_t>(index)].isSinusoidalPresent();
-    }
+    bool isPresent() const { return present; }
 
 private:
-    std::vector<SinusoidalSynthesis> trackers;
+    struct Channel
+    {
+        double s1 = 0.0;
+        double s2 = 0.0;
+        float smoothed = 0.0F;
+        float last = 0.0F;
+        float predicted = 0.0F;
+    };
+
+    void track(Channel& channel, const float* input, int length, float frequency, float fundamental,
+               float* copy);
+    std::vector<float> isolate(Channel& channel, const float* input, int length,
+                               float frequency) const;
+
+    double sampleRate;
+    std::vector<Channel> channels;
+    bool isFirst = true;
+    bool present = false;
 };
 
-/// The cascade by its definition, stage after stage.
-class PlainCascade
+/// The whole engine by its definition, as slow and as readable as it can be. It shares the Fourier
+/// transform, magnitudes, phases and the single notch with the real one, nothing else.
+class PlainEngine
 {
 public:
-    explicit PlainCascade(double rate)
-        : sampleRate(rate)
-        , filters(HarmonicSelection::maximum)
-    {
-    }
+    explicit PlainEngine(const EngineSettings& initial);
 
-    Signal32 clean(const Signal32& frame, float fundamental, HarmonicSelection selection)
-    {
-        Signal32 output = frame;
-        for (int index = 0; index < selection.count; ++index)
-        {
-            const float frequency = selection.getFrequency(index, fundamental);
-            if (!(static_cast<float>(0.49 * sampleRate) > frequency))
-                continue;
-            orvo::audio::IirFilter64& filter = filters[static_cast<std::size_t>(index)];
-            filter.setFilter(frame.getNumChannels(),
-                             orvo::audio::IirCoefficients::createBandPass(
-                                 static_cast<double>(frequency), 25.0, sampleRate));
-            output = difference(output, filter.process(output.toSignal64()).toSignal32());
-        }
-        return output;
-    }
+    void setFormat(int channels, double rate);
+    void reset();
+    Signal32 process(const Signal32& input, bool isBypassed);
+
+    std::vector<orvo::audio::HarmonicStatus> getStatus() const;
+
+    EngineSettings settings;
+    float fundamental = 50.0F;
+    Signal32 display;
 
 private:
-    double sampleRate;
-    std::vector<orvo::audio::IirFilter64> filters;
+    int getNumber(int index) const { return settings.onlyOdd ? 2 * index + 1 : index + 1; }
+
+    void analyse();
+    float estimate(const Signal32& magnitudes, const Signal32& phases) const;
+    Signal32 cleanWithTrackers(const Signal32& frame);
+    Signal32 cleanWithNotches(const Signal32& frame);
+
+    int numChannels = 0;
+    double sampleRate = 0.0;
+    int blockSize = 0;
+    int hopSize = 0;
+    orvo::audio::FourierTransform transform;
+    std::vector<PlainTracker> trackers;
+    std::vector<orvo::audio::IirFilter64> notches;
+    Signal32 toAnalyse;
+    Signal32 toClean;
+    Signal32 previousPhases;
 };
 
 } // namespace testing_support

@@ -1,9 +1,15 @@
 #include "tests/support/EngineRun.h"
+#include "tests/support/Heap.h"
 #include "tests/support/TestSignals.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
+#include <functional>
+#include <future>
+#include <mutex>
+#include <new>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -85,6 +91,95 @@ TEST(Kalimmer, refusesFormatsThatDoNotMatchAndGoesOnAsBefore)
     EXPECT_TRUE(engine.setFormat(makeFormat(2, sampleRate), makeFormat(2, sampleRate)));
 }
 
+TEST(Kalimmer, goesOnAsBeforeWhenThereIsNoMemoryForAFormat)
+{
+    const Signal32 program = makeProgram();
+    for (const bool aggressive : {false, true})
+        for (int numLeft = 0, numFailures = 0;; ++numLeft)
+        {
+            PreparedEngine engine({.aggressive = aggressive}, 2);
+            PreparedEngine undisturbed({.aggressive = aggressive}, 2);
+            run(engine, cut(program, 0, 20000));
+            run(undisturbed, cut(program, 0, 20000));
+            const auto format = makeFormat(3, 96000.0);
+            bool isTaken = false;
+            try
+            {
+                const HeapLimit limit(numLeft);
+                isTaken = engine.setFormat(format, format);
+            }
+            catch (const std::bad_alloc&)
+            {
+                ++numFailures;
+            }
+            if (isTaken)
+            {
+                EXPECT_GT(numFailures, 100);
+                break;
+            }
+            ASSERT_EQ(engine.getInputFormat().getNumChannels(), 2);
+            // Not after each of some hundred, which would take minutes.
+            if (numLeft % 29 != 0)
+                continue;
+            ASSERT_TRUE(areIdentical(run(engine, cut(program, 20000, 9000)),
+                                     run(undisturbed, cut(program, 20000, 9000))))
+                << numLeft;
+        }
+}
+
+TEST(Kalimmer, leavesTheHeapAloneFromTheFirstBlockOn)
+{
+    for (const bool aggressive : {false, true})
+        for (const int numChannels : {1, 2, 8})
+            for (const int blockSize : {1, 4, 64, 2048, 4096, 10000})
+            {
+                Kalimmer engine;
+                apply({.harmonics = 96, .aggressive = aggressive, .residual = blockSize % 64 == 0},
+                      engine);
+                engine.maximumBlockSize = blockSize;
+                const auto format = makeFormat(numChannels, sampleRate);
+                engine.setFormat(format, format);
+                const Signal32 block =
+                    cut(makeNoise(-20.0, sampleRate, 0.3, numChannels), 0, blockSize);
+                const int numBlocks = std::min(24000 / blockSize, 3000) + 2;
+                const HeapCount heap;
+                for (int n = 0; n < numBlocks; ++n)
+                    engine.process(block, n == 3);
+                EXPECT_EQ(heap.getNumCalls(), 0)
+                    << blockSize << (aggressive ? " aggressive" : " normal") << numChannels;
+            }
+}
+
+TEST(Kalimmer, isLockedByWhatWouldDisturbIt)
+{
+    struct Open : PreparedEngine
+    {
+        Open()
+            : PreparedEngine({}, 1)
+        {
+        }
+
+        using PreparedEngine::parameterLock;
+    };
+
+    Open engine;
+    const auto format = makeFormat(1, sampleRate);
+    const Signal32 block = makeTone(50.0, 0.1, sampleRate, 0.1);
+    const std::vector<std::function<void()>> calls = {
+        [&] { engine.process(block, false); }, [&] { engine.reset(); },
+        [&] { engine.setParameterValue(0, 60.0F, false); },
+        [&] { engine.resetParameterValue(0, false); }, [&] { engine.setFormat(format, format); }};
+    for (std::size_t i = 0; i < calls.size(); ++i)
+    {
+        std::unique_lock lock(engine.parameterLock);
+        const auto call = std::async(std::launch::async, calls[i]);
+        // Without the lock, each is over in a fraction of this.
+        EXPECT_EQ(call.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout) << i;
+        lock.unlock();
+        call.wait();
+    }
+}
+
 TEST(Kalimmer, passesEverythingOnBeforeAFormatAndWhenChannelsDoNotFit)
 {
     const Signal32 program = makeProgram();
@@ -92,79 +187,6 @@ TEST(Kalimmer, passesEverythingOnBeforeAFormatAndWhenChannelsDoNotFit)
               program.getReadChannelPtr(0));
     EXPECT_EQ(PreparedEngine({}, 3).process(program, false).getReadChannelPtr(0),
               program.getReadChannelPtr(0));
-}
-
-TEST(Kalimmer, keepsOneHopBackInNormalMode)
-{
-    PreparedEngine engine({}, 1);
-    EXPECT_EQ(engine.process(Signal32(1, hop, 0.0F), false).getNumSamples(), 0);
-    EXPECT_EQ(engine.process(Signal32(1, 1, 0.0F), false).getNumSamples(), hop);
-    EXPECT_EQ(engine.process(Signal32::empty, false).getNumSamples(), 0);
-}
-
-TEST(Kalimmer, splitsTheInputIntoOutputAndResidual)
-{
-    const Signal32 program = makeProgram();
-    for (const bool aggressive : {false, true})
-        for (const int harmonics : {0, 20})
-        {
-            EngineSettings settings{.harmonics = harmonics, .aggressive = aggressive};
-            const Signal32 output = run(settings, program, sampleRate, 700);
-            settings.residual = true;
-            const Signal32 residual = run(settings, program, sampleRate, 700);
-            // Each of the two subtractions rounds once.
-            EXPECT_LT(peakOf(difference(mix(output, residual), program)), 1.0e-7F);
-            if (harmonics > 0)
-            {
-                EXPECT_GT(peakOf(residual), 0.03F);
-                continue;
-            }
-            EXPECT_TRUE(areIdentical(output, cut(program, 0, output.getNumSamples())));
-            EXPECT_EQ(peakOf(residual), 0.0F);
-        }
-}
-
-TEST(Kalimmer, doesNotCareAboutBlockSizesBelowAHop)
-{
-    const Signal32 program = makeProgram();
-    const Signal32 expected = run({}, program);
-    for (const std::vector<int>& blockSizes :
-         {std::vector{1}, {64}, {17, 441}, {2047}, {1, 2047, 3, 1023}, {1024}})
-    {
-        PreparedEngine engine({}, 2);
-        EXPECT_TRUE(areIdentical(run(engine, program, blockSizes), expected)) << blockSizes.front();
-    }
-}
-
-TEST(Kalimmer, isLikeNewAfterAReset)
-{
-    const Signal32 program = makeProgram();
-    for (const bool aggressive : {false, true})
-    {
-        const EngineSettings settings{.fundamental = 50.0F, .aggressive = aggressive};
-        PreparedEngine engine({.fundamental = 60.0F, .harmonics = 96, .aggressive = aggressive}, 2);
-        run(engine, makeHum({.startFrequency = 60.2, .endFrequency = 60.2}, sampleRate, 1.0, 2),
-            {333});
-        apply(settings, engine);
-        engine.reset();
-        EXPECT_EQ(engine.getInputMagnitudes().getNumSamples(), 0);
-        EXPECT_EQ(engine.getCurrentFundamental(), 50.0F);
-        EXPECT_TRUE(areIdentical(run(engine, program), run(settings, program)));
-    }
-}
-
-TEST(Kalimmer, goesOnTrackingWhileBypassed)
-{
-    PreparedEngine engine({}, 1);
-    const Signal32 program =
-        makeHum({.startFrequency = 50.4, .endFrequency = 50.4}, sampleRate, 3.0);
-    for (int position = 0; position + 512 <= program.getNumSamples(); position += 512)
-    {
-        const Signal32 block = cut(program, position, 512);
-        ASSERT_EQ(engine.process(block, true).getReadChannelPtr(0), block.getReadChannelPtr(0));
-    }
-    EXPECT_NEAR(engine.getCurrentFundamental(), 50.4F, 0.1F);
-    EXPECT_GT(engine.getInputMagnitudes().getNumSamples(), 0);
 }
 
 TEST(Kalimmer, neverWritesIntoItsInput)
@@ -199,26 +221,4 @@ TEST(Kalimmer, reportsTheHarmonicsThatItTreats)
     EXPECT_TRUE(allPresent());
     engine.setParameterValue(Kalimmer::NumberOfHarmonics, 0.0F, false);
     EXPECT_TRUE(engine.getDetectionStatus().empty());
-}
-
-TEST(Kalimmer, showsASpectrumOfFourTimesTheBins)
-{
-    PreparedEngine engine({}, 2, 44100.0);
-    constexpr double binSpacing = 44100.0 / 16384.0;
-    run(engine, makeTone(400 * binSpacing, 0.5, 44100.0, 1.0, 2));
-    const Signal32 magnitudes = engine.getInputMagnitudes();
-    ASSERT_EQ(magnitudes.getNumChannels(), 1);
-    ASSERT_EQ(magnitudes.getNumSamples(), 8193);
-    const float* const first = magnitudes.getReadChannelPtr(0);
-    EXPECT_EQ(std::max_element(first, first + 8193) - first, 400);
-    // A Hamming window times 4 / (channels * N) over the sum of both channels.
-    EXPECT_NEAR(first[400], 0.54F * 2 * 0.5F, 0.001F);
-}
-
-TEST(Kalimmer, lagsBehindWhenCallsBringMoreThanAHop)
-{
-    // One analysis per call: of 8192 samples each, only every fourth hop is looked at.
-    PreparedEngine engine({}, 2);
-    run(engine, makeProgram(), {8192});
-    EXPECT_EQ(engine.getNumAnalysedBlocks(), static_cast<unsigned int>(2 * 48000 / 8192 + 1));
 }

@@ -91,28 +91,17 @@ TEST(Robustness, survivesAFundamentalTrackedBelowOnePeriodPerFrame)
     EXPECT_TRUE(isFinite(run(engine, makeNoise(-20.0, sampleRate, 1.0))));
 }
 
-TEST(Robustness, changesSettingsWhilePlaying)
+TEST(Robustness, isReadAndSetFromOtherThreadsWhileOthersPlayComeAndGo)
 {
-    const Signal32 program = makeHum({}, sampleRate, 4.0, 2);
-    PreparedEngine engine({}, 2);
-    std::uint32_t random = 1;
-    for (int position = 0; position + 300 <= program.getNumSamples(); position += 300)
+    const Signal32 program = makeHum({}, sampleRate, 2.0, 2);
+    const auto play = [&](Kalimmer& engine, int blockSize)
     {
-        random = random * 1664525U + 1013904223U;
-        const auto id = static_cast<int>(random >> 24U) % 7;
-        const float share = static_cast<float>((random >> 8U) & 0xFFFFU) / 65535.0F;
-        float min = 0.0F;
-        float max = 0.0F;
-        engine.getParameterRange(id, min, max);
-        engine.setParameterValue(id, min + share * (max - min), false);
-        ASSERT_TRUE(isFinite(engine.process(cut(program, position, 300), random % 7 == 0)));
-    }
-}
-
-TEST(Robustness, isReadAndSetFromOtherThreadsWhileAudioRuns)
-{
-    const Signal32 program = makeHum({}, sampleRate, 3.0, 2);
+        for (int position = 0; position + blockSize <= program.getNumSamples();
+             position += blockSize)
+            engine.process(cut(program, position, blockSize), false);
+    };
     PreparedEngine engine({}, 2);
+    PreparedEngine neighbour({.aggressive = true}, 2);
     std::atomic<bool> isRunning{true};
     float sum = 0.0F;
     std::thread editor(
@@ -142,10 +131,24 @@ TEST(Robustness, isReadAndSetFromOtherThreadsWhileAudioRuns)
                 std::this_thread::yield();
             }
         });
-    for (int position = 0; position + 64 <= program.getNumSamples(); position += 64)
-        engine.process(cut(program, position, 64), false);
+    std::thread secondPlayer([&] { play(neighbour, 333); });
+    std::thread guests(
+        [&]
+        {
+            Signal32 kept;
+            while (isRunning)
+            {
+                PreparedEngine guest({}, 1, 8000.0);
+                guest.process(makeTone(50.0, 0.1, 8000.0, 0.3), false);
+                guest.setFormat(makeFormat(3, 48000.0), makeFormat(3, 48000.0));
+                guest.process(cut(makeNoise(-20.0, sampleRate, 0.2, 3), 0, 5000), false);
+                kept = guest.getInputMagnitudes(); // longer than the guest is there
+            }
+            sum += kept.getReadChannelPtr(0)[0] * 0.0F;
+        });
+    play(engine, 64);
     isRunning = false;
-    editor.join();
-    automation.join();
+    for (std::thread* const thread : {&editor, &automation, &secondPlayer, &guests})
+        thread->join();
     EXPECT_TRUE(std::isfinite(sum));
 }

@@ -1,7 +1,5 @@
 #include "dsp/signal/AudioFormat.h"
 
-#include "dsp/signal/AudioFormat.h"
-
 #include <gtest/gtest.h>
 
 #include <set>

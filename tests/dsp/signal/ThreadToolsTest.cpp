@@ -1,71 +1,49 @@
-#include "dsp/signal/AlignedMemory.h"
-#include "dsp/signal/FlushToZero.h"
-#include "dsp/signal/PublishedSignal.h"
+#include "dsp/hum/BlockAnalysis.h"
+#include "dsp/signal/DspCore.h"
+#include "dsp/signal/SignalArena.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
+#include <algorithm>
 #include <atomic>
 #include <cfenv>
 #include <cstdint>
-#include <cstring>
-#include <new>
-#include <random>
+#include <memory>
 #include <thread>
 #include <vector>
 
 using namespace orvo::audio;
 
-TEST(AlignedMemory, isAlignedAndWritableToItsEnd)
+TEST(SignalArena, givesEverySlotToOneOwnerAtATimeAndOutlivesItsMaker)
 {
-    const std::size_t largest = (std::size_t{1} << 26) + 1; // too large to be kept for reuse
-    for (const std::size_t size : {std::size_t{1}, std::size_t{64}, std::size_t{65}, largest})
-    {
-        auto* const first = static_cast<char*>(allocateAligned(size));
-        auto* const second = static_cast<char*>(allocateAligned(size));
-        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(first) % memoryAlignment, 0U) << size;
-        std::memset(first, 1, size);
-        std::memset(second, 2, size);
-        EXPECT_EQ(first[0] + first[size - 1], 2) << size;
-        freeAligned(first);
-        freeAligned(second);
-    }
-    EXPECT_THROW(allocateAligned(SIZE_MAX), std::bad_alloc);
-}
-
-TEST(AlignedMemory, hasOneOwnerPerBlockOnManyThreads)
-{
-    // Blocks wander through these places, so that most are freed by another thread.
-    std::array<std::atomic<std::uint64_t*>, 8> places{};
+    auto arena = std::make_shared<SignalArena>(Signal32::getSlotSize(2, 100), 4);
+    EXPECT_EQ(arena->take(Signal32::getSlotSize(2, 101) + memoryAlignment), nullptr) << "too long";
     std::atomic<int> numDamaged{0};
-    // Both ends are marked; a second owner of a block would overwrite a mark.
-    const auto freeChecked = [&](std::uint64_t* block)
+    const auto work = [&numDamaged](std::shared_ptr<SignalArena> shared, float mark)
     {
-        if (block != nullptr && block[block[1] - 1] != ~block[0])
-            ++numDamaged;
-        freeAligned(block);
-    };
-    const auto work = [&](std::uint64_t thread)
-    {
-        std::minstd_rand random(static_cast<unsigned int>(thread));
-        for (std::uint64_t step = 0; step < 60000; ++step)
+        for (int step = 0; step < 20000; ++step)
         {
-            const std::uint64_t length = step % 2 == 0 ? 8 : 100;
-            auto* const block = static_cast<std::uint64_t*>(allocateAligned(8 * length));
-            block[0] = thread << 32 | step;
-            block[1] = length;
-            block[length - 1] = ~block[0];
-            freeChecked(places[random() % places.size()].exchange(block));
+            Signal32 first(2, 100, shared); // from the heap when the others have all slots
+            const Signal32 second(1 + step % 2, 100, shared);
+            first.fill(mark);
+            const Signal32 sharer = first;
+            first = second;
+            numDamaged += std::count(sharer.getReadChannelPtr(1), sharer.getReadChannelPtr(1) + 100,
+                                     mark) == 100
+                              ? 0
+                              : 1;
         }
     };
     std::vector<std::thread> threads;
-    for (std::uint64_t thread = 1; thread <= 4; ++thread)
-        threads.emplace_back(work, thread);
+    for (const float mark : {1.0F, 2.0F, 3.0F})
+        threads.emplace_back(work, arena, mark);
+    Signal32 kept(2, 100, arena);
+    arena.reset();
     for (std::thread& thread : threads)
         thread.join();
-    for (const auto& place : places)
-        freeChecked(place);
+    kept.fill(5.0F); // its slot is still there
     EXPECT_EQ(numDamaged, 0);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(kept.getReadChannelPtr(1)) % memoryAlignment, 0U);
 }
 
 TEST(PublishedSignal, isNeverTornNorOlderThanBeforeAndLeavesReadersTheirs)
