@@ -28,47 +28,47 @@ IirFilter64 makeBandPass(int harmonic, double quality, int numChannels = 1)
     return filter;
 }
 
-/// Band-passes for all harmonics in blocks of `lanes`.
-template <typename Block, std::size_t lanes>
-std::vector<Block> makeBlocks(int harmonics, double quality)
+/// Band-passes for all harmonics in groups of `lanes`.
+template <typename Group, std::size_t lanes>
+std::vector<Group> makeGroups(int harmonics, double quality)
 {
-    std::vector<Block> blocks((count(harmonics) + lanes - 1) / lanes);
+    std::vector<Group> groups((count(harmonics) + lanes - 1) / lanes);
     for (std::size_t index = 0; index < count(harmonics); ++index)
     {
-        const IirFilter64 filter = makeBandPass(static_cast<int>(index) + 1, quality);
-        const auto taps = filter.getNormalisedTaps();
-        Block& block = blocks[index / lanes];
-        block.b0[index % lanes] = taps[0];
-        block.a1[index % lanes] = taps[4];
-        block.a2[index % lanes] = taps[5];
+        const NormalisedSection section =
+            makeBandPass(static_cast<int>(index) + 1, quality).getSection();
+        Group& group = groups[index / lanes];
+        group.b0[index % lanes] = section.b0;
+        group.a1[index % lanes] = section.a1;
+        group.a2[index % lanes] = section.a2;
     }
-    return blocks;
+    return groups;
 }
 
-std::vector<kernels::TrackerBlock> makeTrackers(int harmonics)
+std::vector<kernels::TrackerGroup> makeTrackers(int harmonics)
 {
-    constexpr std::size_t lanes = kernels::lanesPerBlock;
-    auto blocks =
-        makeBlocks<kernels::TrackerBlock, lanes>(harmonics, SinusoidalSynthesis::isolationQ);
+    constexpr std::size_t lanes = kernels::lanesPerGroup;
+    auto groups =
+        makeGroups<kernels::TrackerGroup, lanes>(harmonics, SinusoidalSynthesis::isolationQ);
     for (std::size_t index = 0; index < count(harmonics); ++index)
     {
         const double w =
             2.0 * std::numbers::pi * 50.0 * static_cast<double>(index + 1) / sampleRate;
-        blocks[index / lanes].coefficient[index % lanes] = 2.0 * std::cos(w);
-        blocks[index / lanes].transformLength[index % lanes] = 1920.0;
+        groups[index / lanes].coefficient[index % lanes] = 2.0 * std::cos(w);
+        groups[index / lanes].transformLength[index % lanes] = 1920.0;
     }
-    return blocks;
+    return groups;
 }
 
 /// Band-passes and single-bin transforms, harmonics as lanes.
 void isolateAndTransform(benchmark::State& state)
 {
     const auto harmonics = static_cast<int>(state.range(0));
-    auto blocks = makeTrackers(harmonics);
+    auto groups = makeTrackers(harmonics);
     const Signal64 input = makeHum(1, frameLength).toSignal64();
     for (auto _ : state)
     {
-        kernels::isolateAndTransform(blocks, input.getReadChannelPtr(0), frameLength);
+        kernels::isolateAndTransform(groups, input.getReadChannelPtr(0), frameLength);
         benchmark::ClobberMemory();
     }
     countWork(state, harmonics, 1, frameLength);
@@ -78,11 +78,11 @@ void isolateAndTransform(benchmark::State& state)
 void isolate(benchmark::State& state)
 {
     const auto harmonics = static_cast<int>(state.range(0));
-    auto blocks = makeTrackers(harmonics);
+    auto groups = makeTrackers(harmonics);
     const Signal64 input = makeHum(1, 960).toSignal64();
     for (auto _ : state)
     {
-        kernels::isolate(blocks, input.getReadChannelPtr(0), 960);
+        kernels::isolate(groups, input.getReadChannelPtr(0), 960);
         benchmark::ClobberMemory();
     }
     countWork(state, harmonics, 1, 960);
@@ -111,29 +111,29 @@ void subtractOscillations(benchmark::State& state)
     countWork(state, harmonics, 1, frameLength);
 }
 
-/// The notch cascade's wave front alone, with all stages of all blocks in use.
+/// The notch cascade's wave front alone, with all stages of all groups in use.
 void runNotches(benchmark::State& state)
 {
     constexpr int harmonics = 96;
     const auto numChannels = static_cast<int>(state.range(0));
     const auto length = static_cast<int>(state.range(1));
-    auto blocks =
-        makeBlocks<kernels::NotchBlock, kernels::stagesPerBlock>(harmonics, NotchCascade::notchQ);
-    for (kernels::NotchBlock& block : blocks)
-        block.numStages = kernels::stagesPerBlock;
-    std::vector<kernels::NotchState> states(blocks.size() * count(numChannels));
+    auto groups =
+        makeGroups<kernels::NotchGroup, kernels::stagesPerGroup>(harmonics, NotchCascade::notchQ);
+    for (kernels::NotchGroup& group : groups)
+        group.numStages = kernels::stagesPerGroup;
+    std::vector<kernels::NotchState> states(groups.size() * count(numChannels));
     const Signal32 frame = makeHum(numChannels, length);
     Signal32 samples(numChannels, length);
     std::vector<kernels::NotchChannel> channels;
     for (int channel = 0; channel < numChannels; ++channel)
         channels.push_back(
-            {samples.getWriteChannelPtr(channel), states.data() + count(channel) * blocks.size()});
+            {samples.getWriteChannelPtr(channel), states.data() + count(channel) * groups.size()});
     for (auto _ : state)
     {
         for (int channel = 0; channel < numChannels; ++channel)
             orvo::vo::copy(frame.getReadChannelPtr(channel), channels[count(channel)].samples,
                            length);
-        kernels::runNotches(blocks, channels, count(length));
+        kernels::runNotches(groups, channels, count(length));
         benchmark::ClobberMemory();
     }
     countWork(state, harmonics, numChannels, length);

@@ -1,9 +1,9 @@
 // Normal mode done straightforwardly, one tracker after the other by its readable operations, on a
 // file: kalim_reference HARMONICS INPUT OUTPUT. What the fast engine is compared with.
 
+#include "audiofile/AudioFileReader.h"
 #include "dsp/hum/SinusoidalSynthesis.h"
 #include "dsp/signal/DspCore.h"
-#include "audiofile/AudioFileReader.h"
 
 #include <sndfile.h>
 
