@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstring>
 #include <numbers>
-#include <numeric>
 #include <random>
 
 namespace testing_support
@@ -57,39 +56,6 @@ Signal32 makeNoise(double levelDb, double sampleRate, double seconds, int numCha
     return makeSignal(numChannels, lengthOf(sampleRate, seconds),
                       [&](int, int)
                       { return scale * (static_cast<double>(random()) - 2147483648.0); });
-}
-
-Signal32 makeVoice(double levelDb, double sampleRate, double seconds)
-{
-    const Signal32 hiss = makeNoise(-20.0, sampleRate, seconds);
-    const int length = hiss.getNumSamples();
-    constexpr double formants[] = {730.0, 270.0, 300.0, 530.0, 570.0}; // Hz
-    double turns = 0.0;
-    const auto sampleAt = [&](int, int n)
-    {
-        const double time = n / sampleRate;
-        const double inSyllable = std::fmod(time, 0.28) / 0.28;
-        const auto syllable = static_cast<std::size_t>(time / 0.28);
-        const double pitch = 125.0 + 25.0 * std::sin(1.9 * time) + 12.0 * std::sin(7.3 * time);
-        turns += pitch / sampleRate;
-        if (syllable % 6 == 5)
-            return 0.0;
-        double voiced = 0.0;
-        for (int h = 1; h <= 24; ++h)
-        {
-            const double distance = (h * pitch - formants[syllable % std::size(formants)]) / 100.0;
-            voiced += std::cos(h * fullTurn * turns) / (1.0 + distance * distance);
-        }
-        const bool isConsonant = inSyllable < 0.15;
-        return voiced * std::sin(std::numbers::pi * inSyllable) +
-               (isConsonant ? static_cast<double>(hiss.getReadChannelPtr(0)[n]) : 0.0);
-    };
-    Signal32 voice = makeSignal(1, length, sampleAt);
-    float* const samples = voice.getWriteChannelPtr(0);
-    const double energy = std::inner_product(samples, samples + length, samples, 0.0);
-    const double scale = amplitudeOf(levelDb) / std::sqrt(energy / length);
-    orvo::vo::constantMultiply(samples, static_cast<float>(scale), samples, length);
-    return voice;
 }
 
 Signal32 mix(const Signal32& a, const Signal32& b)

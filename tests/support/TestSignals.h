@@ -43,10 +43,6 @@ Signal32 makeTone(double frequency, double amplitude, double sampleRate, double 
 /// White noise of the given power, different in each channel and the same in each run.
 Signal32 makeNoise(double levelDb, double sampleRate, double seconds, int numChannels = 1);
 
-/// Something like speech: a gliding pitch through a formant that changes with every syllable, with
-/// pauses and hissed consonants and a mean power of `levelDb`.
-Signal32 makeVoice(double levelDb, double sampleRate, double seconds);
-
 /// The sum of two signals of one shape.
 Signal32 mix(const Signal32& a, const Signal32& b);
 

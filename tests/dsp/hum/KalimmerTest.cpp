@@ -10,6 +10,7 @@
 #include <future>
 #include <mutex>
 #include <new>
+#include <numeric>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -93,38 +94,34 @@ TEST(Kalimmer, refusesFormatsThatDoNotMatchAndGoesOnAsBefore)
 
 TEST(Kalimmer, goesOnAsBeforeWhenThereIsNoMemoryForAFormat)
 {
+    if (!canSeeHeap)
+        GTEST_SKIP() << "the allocation functions are the sanitizer's";
     const Signal32 program = makeProgram();
-    for (const bool aggressive : {false, true})
-        for (int numLeft = 0, numFailures = 0;; ++numLeft)
+    PreparedEngine engine({}, 2);
+    PreparedEngine undisturbed({}, 2);
+    const auto format = makeFormat(3, 96000.0);
+    // Every allocation fails once; what was reserved by then is not asked for again.
+    const auto isRefused = [&](int numLeft)
+    {
+        try
         {
-            PreparedEngine engine({.aggressive = aggressive}, 2);
-            PreparedEngine undisturbed({.aggressive = aggressive}, 2);
-            run(engine, cut(program, 0, 20000));
-            run(undisturbed, cut(program, 0, 20000));
-            const auto format = makeFormat(3, 96000.0);
-            bool isTaken = false;
-            try
-            {
-                const HeapLimit limit(numLeft);
-                isTaken = engine.setFormat(format, format);
-            }
-            catch (const std::bad_alloc&)
-            {
-                ++numFailures;
-            }
-            if (isTaken)
-            {
-                EXPECT_GT(numFailures, 100);
-                break;
-            }
-            ASSERT_EQ(engine.getInputFormat().getNumChannels(), 2);
-            // Not after each of some hundred, which would take minutes.
-            if (numLeft % 29 != 0)
-                continue;
-            ASSERT_TRUE(areIdentical(run(engine, cut(program, 20000, 9000)),
-                                     run(undisturbed, cut(program, 20000, 9000))))
-                << numLeft;
+            const HeapLimit limit(numLeft);
+            return !engine.setFormat(format, format);
         }
+        catch (const std::bad_alloc&)
+        {
+            return true;
+        }
+    };
+    int numRefused = 0;
+    for (; isRefused(numRefused); ++numRefused)
+    {
+        ASSERT_EQ(engine.getInputFormat().getNumChannels(), 2);
+        const Signal32 block = cut(program, numRefused * 700 % 90000, 700);
+        ASSERT_TRUE(areIdentical(engine.process(block, false), undisturbed.process(block, false)));
+    }
+    EXPECT_GT(numRefused, 20);
+    EXPECT_EQ(engine.getHopSize(), 4096);
 }
 
 TEST(Kalimmer, leavesTheHeapAloneFromTheFirstBlockOn)
@@ -198,6 +195,29 @@ TEST(Kalimmer, neverWritesIntoItsInput)
         PreparedEngine({.aggressive = aggressive}, 2).process(block, false);
         EXPECT_TRUE(areIdentical(block, cut(program, 0, 3 * hop)));
     }
+}
+
+TEST(Kalimmer, takesSteadyAndDriftingHumAwayAndNothingOfASilentChannel)
+{
+    for (const bool aggressive : {false, true})
+        for (const double drift : {0.0, 0.5})
+        {
+            Signal32 hum = makeHum({50.0 - drift, 50.0 + drift}, sampleRate, 12.0, 2);
+            orvo::vo::setToZero(hum.getWriteChannelPtr(1), hum.getNumSamples());
+            const Signal32 output = run({.aggressive = aggressive}, hum);
+            const int settled = 6 * 48000;
+            const Signal32 rest = cut(output, settled, output.getNumSamples() - settled);
+            const auto energyOf = [](const Signal32& signal)
+            {
+                const float* const samples = signal.getReadChannelPtr(0);
+                return std::inner_product(samples, samples + signal.getNumSamples(), samples, 0.0);
+            };
+            // Measured: 33 dB in normal mode, 42 in aggressive mode, a little less with drift.
+            EXPECT_LT(energyOf(rest), energyOf(cut(hum, settled, rest.getNumSamples())) * 0.001);
+            EXPECT_EQ(std::count(output.getReadChannelPtr(1),
+                                 output.getReadChannelPtr(1) + output.getNumSamples(), 0.0F),
+                      output.getNumSamples());
+        }
 }
 
 TEST(Kalimmer, reportsTheHarmonicsThatItTreats)
