@@ -4,8 +4,14 @@
 namespace testing_support
 {
 
-/// Counts the heap calls of its thread while it lives. Always 0 with the address sanitizer, which
-/// needs the allocation functions for itself.
+/// Not with the address sanitizer, which needs the allocation functions for itself.
+#if defined(__SANITIZE_ADDRESS__)
+inline constexpr bool canSeeHeap = false;
+#else
+inline constexpr bool canSeeHeap = true;
+#endif
+
+/// Counts the heap calls of its thread while it lives; 0 where they cannot be seen.
 class HeapCount
 {
 public:
