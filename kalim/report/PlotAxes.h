@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kalim/report/SpectrumPlotData.h"
+#include "kalim/report/SpectrumPlot.h"
 
 #include <string>
 #include <vector>

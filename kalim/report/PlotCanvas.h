@@ -63,8 +63,8 @@ public:
     /// The text, or its beginning with an ellipsis if it is wider than that.
     std::string shortened(const std::string& text, const TextStyle& style, double width) const;
 
-    /// The finished picture file; nothing can be drawn afterwards.
-    /// @throws std::runtime_error if anything went wrong since the beginning
+    /// The finished picture file; nothing can be drawn afterwards. Throws std::runtime_error if
+    /// anything went wrong since the beginning.
     std::vector<std::byte> finish();
 
 private:

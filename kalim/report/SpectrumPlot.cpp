@@ -203,16 +203,16 @@ private:
         cairo_stroke(canvas.context());
     }
 
-    std::vector<PlotHarmonic> visibleHarmonics() const
+    std::vector<HarmonicLevels> visibleHarmonics() const
     {
-        std::vector<PlotHarmonic> visible;
+        std::vector<HarmonicLevels> visible;
         std::ranges::copy_if(data.harmonics, std::back_inserter(visible),
-                             [&](const PlotHarmonic& harmonic)
+                             [&](const HarmonicLevels& harmonic)
                              {
                                  return harmonic.frequency >= frequencies.lowest() &&
                                         harmonic.frequency <= frequencies.highest();
                              });
-        std::ranges::sort(visible, {}, &PlotHarmonic::frequency);
+        std::ranges::sort(visible, {}, &HarmonicLevels::frequency);
         return visible;
     }
 
@@ -224,17 +224,17 @@ private:
         for (const auto& harmonic : harmonics)
         {
             const double x = frequencies.position(harmonic.frequency);
-            const double top = levels.position(harmonic.levelBefore);
+            const double top = levels.position(harmonic.before);
             canvas.strokeLine(x, top, x, std::max(top, stemEnd(harmonic, after)));
         }
     }
 
     /// The level afterwards, but not below the drawn line, which shows maxima of many bins.
-    double stemEnd(const PlotHarmonic& harmonic, const std::vector<Point>& after) const
+    double stemEnd(const HarmonicLevels& harmonic, const std::vector<Point>& after) const
     {
         const double x = frequencies.position(harmonic.frequency);
         const auto next = std::ranges::lower_bound(after, x, {}, &Point::x);
-        const double end = levels.position(harmonic.levelAfter);
+        const double end = levels.position(harmonic.after);
         return next == after.end() ? end : std::min(end, next->y);
     }
 
@@ -243,7 +243,7 @@ private:
         for (const auto& harmonic : harmonics)
         {
             const double x = frequencies.position(harmonic.frequency);
-            const double peak = levels.position(harmonic.levelBefore);
+            const double peak = levels.position(harmonic.before);
             cairo_arc(canvas.context(), x, peak, 3.2, 0, 2 * std::numbers::pi);
             canvas.setColour({1, 1, 1});
             cairo_fill_preserve(canvas.context());
@@ -275,7 +275,7 @@ private:
     }
 
     /// What the numbers on top mean, left of the first one if there is room.
-    void drawStripTitle(const PlotHarmonic& first) const
+    void drawStripTitle(const HarmonicLevels& first) const
     {
         const double room = frequencies.position(first.frequency) - area.left - 40;
         if (canvas.widthOf("Change", reductionStyle) > room)
@@ -296,9 +296,9 @@ private:
         return true;
     }
 
-    static std::string reductionText(const PlotHarmonic& harmonic)
+    static std::string reductionText(const HarmonicLevels& harmonic)
     {
-        const double change = harmonic.levelAfter - harmonic.levelBefore;
+        const double change = harmonic.after - harmonic.before;
         if (!std::isfinite(change))
             return "";
         const auto rounded = std::lround(change);
@@ -313,7 +313,7 @@ private:
     PlotCanvas canvas;
     FrequencyAxis frequencies;
     LevelAxis levels;
-    std::vector<PlotHarmonic> harmonics;
+    std::vector<HarmonicLevels> harmonics;
 };
 
 } // namespace
@@ -328,15 +328,9 @@ PictureKind pictureKindOf(const std::filesystem::path& path)
     throw FileError(path, "a picture's name must end in .png or .svg");
 }
 
-std::vector<std::byte> renderSpectrumPlot(const SpectrumPlotData& data, PictureKind kind)
-{
-    return SpectrumPlot(data, kind).render();
-}
-
 void drawSpectrumPlot(OutputFile& output, const SpectrumPlotData& data)
 {
-    const auto kind = pictureKindOf(output.target());
-    output.write(renderSpectrumPlot(data, kind));
+    output.write(SpectrumPlot(data, pictureKindOf(output.target())).render());
 }
 
 } // namespace kalim::program

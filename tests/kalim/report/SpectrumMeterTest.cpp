@@ -57,8 +57,8 @@ TEST(SpectrumMeter, hasAFloorForSilence)
         SpectrumMeter meter(1, 48000, static_cast<std::int64_t>(length));
         meter.add(std::vector<float>(length));
         meter.finish();
-        EXPECT_EQ(meter.getLevels().front(), SpectrumMeter::floorDb);
-        EXPECT_EQ(meter.getLevels().back(), SpectrumMeter::floorDb);
+        EXPECT_EQ(meter.getLevels().front(), SpectrumMeter::silence);
+        EXPECT_EQ(meter.getLevels().back(), SpectrumMeter::silence);
     }
 }
 

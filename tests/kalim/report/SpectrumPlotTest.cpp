@@ -50,7 +50,7 @@ TEST_F(SpectrumPlotTest, DrawsWhateverTheDataHoldInTheKindThatTheNameAsksFor)
     data.title = "broken \xff\xfe name \xe3\x81";
     data.before.assign(100, silence);
     data.after.assign(24000, std::numeric_limits<double>::quiet_NaN());
-    data.harmonics[0].levelAfter = silence;
+    data.harmonics[0].after = silence;
     EXPECT_THAT(drawn("a.PNG", data), StartsWith("\x89PNG"));
     EXPECT_THAT(drawn("b.svg", {"", "", 8000, 1, "", "", {}, {}, {}}), HasSubstr("<svg"));
 }
