@@ -4,11 +4,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdio>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace kalim::test
@@ -24,10 +22,8 @@ struct RunResult
 
 inline std::string contentsOf(std::FILE* file)
 {
-    std::fseek(file, 0, SEEK_END);
-    std::string text(static_cast<std::size_t>(std::ftell(file)), '\0');
-    std::rewind(file);
-    text.resize(std::fread(text.data(), 1, text.size(), file));
+    std::string text(1U << 20U, '\0');
+    text.resize(static_cast<std::size_t>(pread(fileno(file), text.data(), text.size(), 0)));
     return text;
 }
 
@@ -52,7 +48,7 @@ inline RunResult runKalim(const std::vector<std::string>& arguments,
         execv(pointers.front(), pointers.data());
         _exit(127);
     }
-    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+    usleep(static_cast<useconds_t>(1000 * milliseconds));
     if (process > 0 && signalNumber != 0)
         kill(process, signalNumber);
     int status = -1;

@@ -44,7 +44,7 @@ using SpectrumPlotTest = ScratchFolder;
 
 } // namespace
 
-TEST(SpectrumMeterTest, ShowsASineAtItsLevelHoweverLongItIsAndHoweverItArrives)
+TEST(SpectrumMeterTest, ShowsSilenceAndASineAtItsLevelHoweverLongItIsAndHoweverItArrives)
 {
     // All but the last are shorter than a segment.
     for (const double length : {0.05, 0.5, 3.0, 10.0})
@@ -53,6 +53,7 @@ TEST(SpectrumMeterTest, ShowsASineAtItsLevelHoweverLongItIsAndHoweverItArrives)
         std::vector<float> stereo;
         for (int n = 0; n < tone.getNumSamples(); ++n)
             stereo.insert(stereo.end(), 2, tone.getReadChannelPtr(0)[n]);
+        EXPECT_THAT(levelsOf(std::vector<float>(stereo.size(), 1.0e-12F), 100), Each(silence));
         for (const std::size_t piece : {std::size_t{2}, std::size_t{4098}, stereo.size()})
         {
             const auto levels = levelsOf(stereo, piece);
@@ -62,12 +63,6 @@ TEST(SpectrumMeterTest, ShowsASineAtItsLevelHoweverLongItIsAndHoweverItArrives)
             EXPECT_LT(levels.at(std::size_t(900.0 * binsPerHz)), length < 10.0 ? -20.0 : -100.0);
         }
     }
-}
-
-TEST(SpectrumMeterTest, KnowsSilence)
-{
-    for (const std::size_t length : {0U, 2000U})
-        EXPECT_THAT(levelsOf(std::vector<float>(length, 1.0e-12F), 100), Each(silence));
 }
 
 TEST_F(SpectrumPlotTest, DrawsWhateverTheDataHoldInTheKindThatTheNameAsksFor)
@@ -88,7 +83,6 @@ TEST_F(SpectrumPlotTest, DrawsWhateverTheDataHoldInTheKindThatTheNameAsksFor)
 TEST(PlotAxesTest, ShowEveryHarmonicBelowHalfTheSampleRateAndTheLevelsInSight)
 {
     const FrequencyAxis usual(humAt(50, 4), area);
-    EXPECT_EQ(usual.lowest(), 20);
     EXPECT_LT(FrequencyAxis(humAt(16.7, 4), area).lowest(), 10);
     EXPECT_GT(FrequencyAxis(humAt(60, 96), area).highest(), 60 * 96);
     EXPECT_EQ(FrequencyAxis(humAt(60, 96, 8000), area).highest(), 4000);
@@ -100,10 +94,8 @@ TEST(PlotAxesTest, ShowEveryHarmonicBelowHalfTheSampleRateAndTheLevelsInSight)
     data.before[5] = 40;
     data.after[300] = silence;
     const LevelAxis axis(data, usual, area);
-    EXPECT_EQ(axis.highest(), -10);
-    EXPECT_EQ(axis.lowest(), -90);
     EXPECT_EQ(axis.position(silence), area.bottom);
-    EXPECT_EQ(axis.ticks().front().label, "−90");
+    EXPECT_EQ(axis.ticks().front().label + axis.ticks().back().label, "−90−10");
 }
 
 TEST(PlotCanvasTest, ReplacesOnlyWhatIsNoUtf8)
