@@ -49,7 +49,7 @@ public:
     /// Width and height in points.
     PlotCanvas(PictureKind kind, double width, double height);
 
-    cairo_t* context() const { return drawing.get(); }
+    cairo_t* getContext() const { return drawing.get(); }
 
     void setColour(const PlotColour& colour) const;
     void strokeLine(double x1, double y1, double x2, double y2) const;

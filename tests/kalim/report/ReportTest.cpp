@@ -83,19 +83,19 @@ TEST_F(SpectrumPlotTest, DrawsWhateverTheDataHoldInTheKindThatTheNameAsksFor)
 TEST(PlotAxesTest, ShowEveryHarmonicBelowHalfTheSampleRateAndTheLevelsInSight)
 {
     const FrequencyAxis usual(humAt(50, 4), area);
-    EXPECT_LT(FrequencyAxis(humAt(16.7, 4), area).lowest(), 10);
-    EXPECT_GT(FrequencyAxis(humAt(60, 96), area).highest(), 60 * 96);
-    EXPECT_EQ(FrequencyAxis(humAt(60, 96, 8000), area).highest(), 4000);
-    EXPECT_EQ(usual.position(200), 600);
-    EXPECT_EQ(usual.ticks().front().label + usual.ticks().back().label, "202k");
+    EXPECT_LT(FrequencyAxis(humAt(16.7, 4), area).getLowest(), 10);
+    EXPECT_GT(FrequencyAxis(humAt(60, 96), area).getHighest(), 60 * 96);
+    EXPECT_EQ(FrequencyAxis(humAt(60, 96, 8000), area).getHighest(), 4000);
+    EXPECT_EQ(usual.getPosition(200), 600);
+    EXPECT_EQ(usual.getTicks().front().label + usual.getTicks().back().label, "202k");
 
     auto data = humAt(50, 4);
     data.before[50] = -12;
     data.before[5] = 40;
     data.after[300] = silence;
     const LevelAxis axis(data, usual, area);
-    EXPECT_EQ(axis.position(silence), area.bottom);
-    EXPECT_EQ(axis.ticks().front().label + axis.ticks().back().label, "−90−10");
+    EXPECT_EQ(axis.getPosition(silence), area.bottom);
+    EXPECT_EQ(axis.getTicks().front().label + axis.getTicks().back().label, "−90−10");
 }
 
 TEST(PlotCanvasTest, ReplacesOnlyWhatIsNoUtf8)
