@@ -29,7 +29,8 @@ void HumSettings::update(std::span<const ParameterValue> changes)
     for (const auto& parameter : humParameters)
     {
         const float limited = engine.getParameterValue(parameter.id);
-        values[parameter.id] = std::isnan(limited) ? parameter.defaultValue : limited;
+        values[static_cast<std::size_t>(parameter.id)] =
+            std::isnan(limited) ? parameter.defaultValue : limited;
     }
 }
 

@@ -49,7 +49,7 @@ std::string makeFooter()
     return fmt::format(footerPattern, switches);
 }
 
-/// Refuses what is no number of that kind within the range, NaN among it.
+/// Refuses anything but a number of that kind within the range; NaN is refused too.
 CLI::Validator within(double min, double max, std::string_view unit, HumParameter::Kind kind)
 {
     const std::string range = fmt::format("{} to {}{}{}", min, max, unit.empty() ? "" : " ", unit);
