@@ -53,8 +53,8 @@ void drawBar(const PlotCanvas& canvas, const CallbackPlot::Bar& bar, double x, d
     const PlotColour colour =
         bar.isAggressive ? PlotColour{0.85, 0.5, 0.1, 0.9} : PlotColour{0.15, 0.4, 0.7, 0.9};
     canvas.setColour(colour);
-    cairo_rectangle(canvas.context(), x, toY(bar.work), barWidth, bottom - toY(bar.work));
-    cairo_fill(canvas.context());
+    cairo_rectangle(canvas.getContext(), x, toY(bar.work), barWidth, bottom - toY(bar.work));
+    cairo_fill(canvas.getContext());
     canvas.setColour(ink);
     canvas.strokeLine(x, toY(bar.median), x + barWidth, toY(bar.median));
     canvas.strokeLine(x + barWidth / 2, toY(bar.work), x + barWidth / 2, toY(bar.maximum));

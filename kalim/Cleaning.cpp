@@ -1,29 +1,27 @@
 #include "kalim/Cleaning.h"
 
-#include "dsp/hum/HarmonicSelection.h"
-#include "kalim/StreamRemover.h"
-#include "kalim/Stretch.h"
-#include "kalim/Version.h"
 #include "audiofile/AudioFileReader.h"
 #include "audiofile/AudioFileWriter.h"
 #include "audiofile/FileDamage.h"
-#include "base/FileError.h"
 #include "audiofile/FileMetadata.h"
 #include "audiofile/OutputFile.h"
-#include "kalim/report/HarmonicLevels.h"
+#include "base/FileError.h"
+#include "kalim/EngineStream.h"
+#include "kalim/MeasuredRange.h"
+#include "kalim/Version.h"
 #include "kalim/report/ProgressBar.h"
 #include "kalim/report/SpectrumMeter.h"
 #include "kalim/report/SpectrumPlot.h"
-#include "kalim/report/TraceFile.h"
-#include "kalim/report/TrackingSummary.h"
+#include "kalim/report/Tracking.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <limits>
 #include <optional>
+#include <span>
+#include <string>
 #include <vector>
 
 namespace kalim::program
@@ -54,41 +52,137 @@ void requireDistinct(const Options& options)
     }
 }
 
-Stretch findStretch(const Options& options, const AudioFileReader& reader)
+/// What is measured on the way: where the fundamental went, and the spectra that the levels of the
+/// harmonics and the picture come from. Those take a quarter of the time of a run, so they are left
+/// out where nobody will look.
+class Measurements
 {
-    try
+public:
+    Measurements(const Options& options, const AudioFileReader& reader)
+        : samples(withUsageError<std::invalid_argument>(
+              "--measure: ", [&]
+              { return MeasuredSamples(options.measured, reader.frames(), reader.sampleRate()); }))
+        , numChannels(reader.channels())
+        , tracking(options.settings.get(Kalimmer::FundamentalFrequency))
+        , trackingInRange(tracking)
     {
-        return {options.measured, reader.frames(), reader.sampleRate()};
-    }
-    catch (const std::invalid_argument& error)
-    {
-        throw UsageError(fmt::format("--measure: {}", error.what()));
-    }
-}
-
-orvo::audio::HarmonicSelection selectionOf(const HumSettings& settings)
-{
-    return {static_cast<int>(settings.get(Kalimmer::NumberOfHarmonics)),
-            settings.isOn(Kalimmer::OnlyOddHarmonics)};
-}
-
-/// The spectra that the report of levels and the picture are drawn from. Measuring them takes a
-/// quarter of the time of a run, so it is left out where nobody will look.
-struct Spectra
-{
-    Spectra(int channels, int sampleRate, std::int64_t numSamples)
-        : before(channels, sampleRate, numSamples)
-        , after(channels, sampleRate, numSamples)
-    {
+        if (!options.isQuiet || options.reportsJson || options.plot)
+            spectra.emplace(reader.channels(), reader.sampleRate(), samples.getLength());
     }
 
-    SpectrumMeter before;
-    SpectrumMeter after;
+    /// Takes interleaved samples of the input from a position on.
+    void addInput(std::span<const float> interleaved, std::int64_t position)
+    {
+        if (spectra)
+            spectra->before.add(samples.cut(interleaved, position, numChannels));
+    }
+
+    /// The same for what comes out.
+    void addOutput(std::span<const float> interleaved, std::int64_t position)
+    {
+        if (spectra)
+            spectra->after.add(samples.cut(interleaved, position, numChannels));
+    }
+
+    void addFundamental(float frequency, std::int64_t position)
+    {
+        tracking.add(frequency);
+        if (samples.contains(position))
+            trackingInRange.add(frequency);
+    }
+
+    /// Once, when everything was added and before any result is asked for.
+    void finish()
+    {
+        if (!spectra)
+            return;
+        spectra->before.finish();
+        spectra->after.finish();
+    }
+
+    const TrackingSummary& getTracking() const { return tracking; }
+
+    /// In Hz, within the measured range.
+    float getMeanFundamental() const { return trackingInRange.getMean(); }
+
+    /// None where the spectra were left out.
+    std::vector<HarmonicLevels> getHarmonics(orvo::audio::HarmonicSelection selection) const
+    {
+        if (!spectra)
+            return {};
+        return measureHarmonics(spectra->before, spectra->after, selection,
+                                static_cast<double>(getMeanFundamental()));
+    }
+
+    /// Requires the spectra.
+    void drawInto(SpectrumPlotData& data) const
+    {
+        data.binSpacing = spectra->before.getBinSpacing();
+        data.before = spectra->before.getLevels();
+        data.after = spectra->after.getLevels();
+    }
+
+private:
+    struct Spectra
+    {
+        Spectra(int channels, int sampleRate, std::int64_t numSamples)
+            : before(channels, sampleRate, numSamples)
+            , after(channels, sampleRate, numSamples)
+        {
+        }
+
+        SpectrumMeter before;
+        SpectrumMeter after;
+    };
+
+    MeasuredSamples samples;
+    int numChannels;
+    TrackingSummary tracking;
+    TrackingSummary trackingInRange;
+    std::optional<Spectra> spectra;
 };
 
-bool showsLevels(const Options& options)
+/// The files that a run writes.
+struct OutputFiles
 {
-    return !options.isQuiet || options.reportsJson || options.plot;
+    /// All files are complete before the first of them appears.
+    void commit()
+    {
+        audio.finish();
+        if (trace)
+            trace->finish();
+        if (picture)
+            picture->finish();
+        audio.commit();
+        if (trace)
+            trace->commit();
+        if (picture)
+            picture->commit();
+    }
+
+    OutputFile audio;
+    std::optional<TraceFile> trace{};
+    std::optional<OutputFile> picture{};
+};
+
+SpectrumPlotData describePicture(const Options& options, const Report& report,
+                                 const Measurements& measurements)
+{
+    SpectrumPlotData data;
+    data.title = printable(options.input.filename());
+    data.subtitle =
+        fmt::format("hum at {:.2f} Hz, {} harmonic{}, {} mode{}", measurements.getMeanFundamental(),
+                    report.harmonics.size(), report.harmonics.size() == 1 ? "" : "s",
+                    options.settings.isOn(Kalimmer::AggressiveMode) ? "aggressive" : "normal",
+                    options.measured ? fmt::format(", from {:g} s to {:g} s",
+                                                   options.measured->start, options.measured->end)
+                                     : "");
+    data.sampleRate = report.sampleRate;
+    data.beforeLabel = "before";
+    data.afterLabel = options.settings.isOn(Kalimmer::ResidualMode) ? "what was removed" : "after";
+    data.harmonics = report.harmonics;
+    measurements.drawInto(data);
+    return data;
 }
 
 /// One run over one recording.
@@ -97,27 +191,23 @@ class Cleaner
 public:
     explicit Cleaner(const Options& given)
         : options(given)
-        , existing(given.overwrites ? Existing::replace : Existing::keep)
         , reader(given.input)
         , metadata(reader)
         , target(chooseOutputFormat(reader.format(),
                                     {reader.frames(), reader.channels(), reader.sampleRate()},
                                     given.output, given.format))
-        , stretch(findStretch(given, reader))
-        , output(given.output, existing)
-        , writer(output, target.format, reader.channels(), reader.sampleRate())
-        , tracking(given.settings.get(Kalimmer::FundamentalFrequency))
-        , measuredTracking(tracking)
-        , remover(given.settings, reader.channels(), reader.sampleRate(), given.blockSize,
-                  [this](const Kalimmer& engine, std::int64_t position)
-                  { observe(engine, position); })
+        , measurements(given, reader)
+        , existing(given.overwrites ? Existing::replace : Existing::keep)
+        , files{{given.output, existing}}
+        , writer(files.audio, target.format, reader.channels(), reader.sampleRate())
+        , engine(given.settings, reader.channels(), reader.sampleRate(), given.blockSize,
+                 [this](const Kalimmer& analysed, std::int64_t position)
+                 { observe(analysed, position); })
     {
         if (options.trace)
-            trace.emplace(*options.trace, existing, selectionOf(options.settings));
+            files.trace.emplace(*options.trace, existing, options.settings.getSelection());
         if (options.plot)
-            picture.emplace(*options.plot, existing);
-        if (showsLevels(options))
-            spectra.emplace(reader.channels(), reader.sampleRate(), stretch.getLength());
+            files.picture.emplace(*options.plot, existing);
         metadata.applyTo(writer, fmt::format("Kalim {}", version));
     }
 
@@ -127,25 +217,12 @@ public:
         processAll();
         writer.close();
         const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-        if (spectra)
-        {
-            spectra->before.finish();
-            spectra->after.finish();
-        }
+        measurements.finish();
         Report report = describe();
         report.timesRealTime = report.getSeconds() / std::max(taken.count(), 1e-9);
-        report.warnings = target.warnings;
-        for (const std::string& damage : damagesOf(reader))
-            report.warnings.push_back(fmt::format("{}: {}", report.input, damage));
-        if (!remover.canRemove())
-            report.warnings.push_back(fmt::format(
-                "nothing was removed: no hum can be told apart at a sample rate of {} Hz",
-                reader.sampleRate()));
-        const std::vector<std::string> losses = findLosses();
-        report.warnings.insert(report.warnings.end(), losses.begin(), losses.end());
-        if (picture)
-            drawSpectrumPlot(*picture, describePicture(report));
-        commit();
+        if (files.picture)
+            drawSpectrumPlot(*files.picture, describePicture(options, report, measurements));
+        files.commit();
         return report;
     }
 
@@ -153,9 +230,9 @@ private:
     void processAll()
     {
         const int channels = reader.channels();
-        const int blocksPerRead = std::max(readSize / channels / remover.getBlockSize(), 1);
+        const int blocksPerRead = std::max(readSize / channels / engine.getBlockSize(), 1);
         std::vector<float> samples(static_cast<std::size_t>(blocksPerRead) *
-                                   static_cast<std::size_t>(remover.getBlockSize()) *
+                                   static_cast<std::size_t>(engine.getBlockSize()) *
                                    static_cast<std::size_t>(channels));
         std::optional<ProgressBar> progress;
         if (!options.isQuiet)
@@ -166,47 +243,27 @@ private:
         {
             const auto piece = std::span<const float>(samples).first(
                 static_cast<std::size_t>(count) * static_cast<std::size_t>(channels));
-            if (spectra)
-                spectra->before.add(stretch.cut(piece, position, channels));
-            remover.process(piece, write);
+            measurements.addInput(piece, position);
+            engine.process(piece, write);
             position += count;
             if (progress)
                 progress->update(static_cast<double>(position) /
                                  static_cast<double>(reader.frames()));
         }
-        remover.finish(write);
-    }
-
-    /// Reads the finished file back, which also shows that others can read it.
-    std::vector<std::string> findLosses() const
-    {
-        try
-        {
-            return metadata.lossesIn(output.temporaryPath());
-        }
-        catch (const FileError&)
-        {
-            throw FileError(options.output,
-                            reader.frames() == 0
-                                ? target.format.containerName() + " cannot hold an empty recording"
-                                : "what was written cannot be read back");
-        }
+        engine.finish(write);
     }
 
     void take(std::span<const float> cleaned)
     {
-        if (spectra)
-            spectra->after.add(stretch.cut(cleaned, writer.framesWritten(), reader.channels()));
+        measurements.addOutput(cleaned, writer.framesWritten());
         writer.write(cleaned);
     }
 
-    void observe(const Kalimmer& engine, std::int64_t position)
+    void observe(const Kalimmer& analysed, std::int64_t position)
     {
-        tracking.add(engine.getCurrentFundamental());
-        if (stretch.contains(position))
-            measuredTracking.add(engine.getCurrentFundamental());
-        if (trace)
-            trace->add(static_cast<double>(position) / reader.sampleRate(), engine);
+        measurements.addFundamental(analysed.getCurrentFundamental(), position);
+        if (files.trace)
+            files.trace->add(static_cast<double>(position) / reader.sampleRate(), analysed);
     }
 
     Report describe() const
@@ -221,87 +278,55 @@ private:
         report.samples = writer.framesWritten();
         report.settings = options.settings;
         report.preset = options.preset;
-        report.blockSize = remover.getBlockSize();
-        report.fundamentalAtStart = tracking.getStart();
-        report.fundamentalAtEnd = tracking.getEnd();
-        report.lowestFundamental = tracking.getLowest();
-        report.highestFundamental = tracking.getHighest();
+        report.blockSize = engine.getBlockSize();
+        report.tracking = measurements.getTracking();
         report.measured = options.measured;
-        if (spectra)
-            report.harmonics =
-                measureHarmonics(spectra->before, spectra->after, selectionOf(options.settings),
-                                 static_cast<double>(measuredTracking.getMean()));
-        report.nonFiniteSamples = remover.getNumNonFinite();
+        report.harmonics = measurements.getHarmonics(options.settings.getSelection());
+        report.nonFiniteSamples = engine.getNumNonFinite();
         report.clippedSamples = writer.clippedSamples();
+        report.warnings = findWarnings();
         return report;
     }
 
-    SpectrumPlotData describePicture(const Report& report) const
+    std::vector<std::string> findWarnings() const
     {
-        SpectrumPlotData data;
-        const bool isResidual = options.settings.isOn(Kalimmer::ResidualMode);
-        data.title = printable(options.input.filename());
-        data.subtitle = fmt::format(
-            "hum at {:.2f} Hz, {} harmonic{}, {} mode{}", measuredTracking.getMean(),
-            report.harmonics.size(), report.harmonics.size() == 1 ? "" : "s",
-            options.settings.isOn(Kalimmer::AggressiveMode) ? "aggressive" : "normal",
-            options.measured ? fmt::format(", from {:g} s to {:g} s", options.measured->start,
-                                           options.measured->end)
-                             : "");
-        data.sampleRate = reader.sampleRate();
-        data.binSpacing = spectra->before.getBinSpacing();
-        data.beforeLabel = "before";
-        data.afterLabel = isResidual ? "what was removed" : "after";
-        data.before = withoutFloor(spectra->before.getLevels());
-        data.after = withoutFloor(spectra->after.getLevels());
-        for (const HarmonicLevels& harmonic : report.harmonics)
-            data.harmonics.push_back({harmonic.number, harmonic.frequency,
-                                      withoutFloor(harmonic.before), withoutFloor(harmonic.after)});
-        return data;
+        std::vector<std::string> warnings = target.warnings;
+        for (const std::string& damage : damagesOf(reader))
+            warnings.push_back(fmt::format("{}: {}", printable(options.input), damage));
+        if (!engine.canRemove())
+            warnings.push_back(fmt::format(
+                "nothing was removed: no hum can be told apart at a sample rate of {} Hz",
+                reader.sampleRate()));
+        const std::vector<std::string> losses = findLosses();
+        warnings.insert(warnings.end(), losses.begin(), losses.end());
+        return warnings;
     }
 
-    /// Silence has no place on a scale of levels.
-    static double withoutFloor(double level)
+    /// Reads the finished file back, which also shows that others can read it.
+    std::vector<std::string> findLosses() const
     {
-        return level <= SpectrumMeter::floorDb ? -std::numeric_limits<double>::infinity() : level;
-    }
-
-    static std::vector<double> withoutFloor(std::vector<double> levels)
-    {
-        std::ranges::transform(levels, levels.begin(),
-                               [](double level) { return withoutFloor(level); });
-        return levels;
-    }
-
-    /// All files are complete before the first of them appears.
-    void commit()
-    {
-        output.finish();
-        if (trace)
-            trace->finish();
-        if (picture)
-            picture->finish();
-        output.commit();
-        if (trace)
-            trace->commit();
-        if (picture)
-            picture->commit();
+        try
+        {
+            return metadata.lossesIn(files.audio.temporaryPath());
+        }
+        catch (const FileError&)
+        {
+            throw FileError(options.output,
+                            reader.frames() == 0
+                                ? target.format.containerName() + " cannot hold an empty recording"
+                                : "what was written cannot be read back");
+        }
     }
 
     const Options& options;
-    Existing existing;
     AudioFileReader reader;
     FileMetadata metadata;
     OutputFormat target;
-    Stretch stretch;
-    OutputFile output;
+    Measurements measurements;
+    Existing existing;
+    OutputFiles files;
     AudioFileWriter writer;
-    std::optional<TraceFile> trace;
-    std::optional<OutputFile> picture;
-    std::optional<Spectra> spectra;
-    TrackingSummary tracking;
-    TrackingSummary measuredTracking;
-    StreamRemover remover;
+    EngineStream engine;
 };
 
 } // namespace

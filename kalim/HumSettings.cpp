@@ -1,37 +1,43 @@
 #include "kalim/HumSettings.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace kalim::program
 {
 
+using orvo::audio::humParameters;
+using orvo::audio::Kalimmer;
+
 HumSettings::HumSettings()
 {
-    const orvo::audio::Kalimmer remover;
-    for (std::size_t id = 0; id < count; ++id)
-        values[id] = remover.getParameter(static_cast<int>(id)).getDefaultValueAsFloat();
+    std::ranges::transform(humParameters, values.begin(), &orvo::audio::HumParameter::defaultValue);
+}
+
+orvo::audio::HarmonicSelection HumSettings::getSelection() const
+{
+    return {static_cast<int>(get(Kalimmer::NumberOfHarmonics)), isOn(Kalimmer::OnlyOddHarmonics)};
 }
 
 void HumSettings::update(std::span<const ParameterValue> changes)
 {
-    orvo::audio::Kalimmer remover;
-    applyTo(remover);
+    Kalimmer engine;
+    applyTo(engine);
     for (const auto& [id, value] : changes)
-        if (id >= 0 && id < remover.getNumParameters())
-            remover.setParameterValue(id, value, false);
-    for (std::size_t id = 0; id < count; ++id)
+        if (id >= 0 && id < engine.getNumParameters())
+            engine.setParameterValue(id, value, false);
+    for (const auto& parameter : humParameters)
     {
-        const float limited = remover.getParameterValue(static_cast<int>(id));
-        values[id] = std::isnan(limited)
-                         ? remover.getParameter(static_cast<int>(id)).getDefaultValueAsFloat()
-                         : limited;
+        const float limited = engine.getParameterValue(parameter.id);
+        values[static_cast<std::size_t>(parameter.id)] =
+            std::isnan(limited) ? parameter.defaultValue : limited;
     }
 }
 
-void HumSettings::applyTo(orvo::audio::Kalimmer& remover) const
+void HumSettings::applyTo(Kalimmer& engine) const
 {
-    for (std::size_t id = 0; id < count; ++id)
-        remover.setParameterValue(static_cast<int>(id), values[id], false);
+    for (const auto& parameter : humParameters)
+        engine.setParameterValue(parameter.id, get(parameter.id), false);
 }
 
 } // namespace kalim::program

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dsp/hum/HarmonicSelection.h"
 #include "dsp/hum/Kalimmer.h"
 #include "presets/PresetFile.h"
 
@@ -9,7 +10,7 @@
 namespace kalim::program
 {
 
-/// Values of the hum remover's parameters by id, in their natural units.
+/// Values of the hum engine's parameters by id, in their natural units.
 class HumSettings
 {
 public:
@@ -18,19 +19,19 @@ public:
     /// The defaults.
     HumSettings();
 
-    float get(orvo::audio::HumParameterId id) const
-    {
-        return values[static_cast<std::size_t>(id)];
-    }
+    float get(orvo::audio::HumParameterId id) const { return values[static_cast<std::size_t>(id)]; }
 
     bool isOn(orvo::audio::HumParameterId id) const { return get(id) > 0.5F; }
 
-    /// Takes values over one after the other, limited as the hum remover limits them; it would work
-    /// with the default in place of not-a-number, so that is taken. Skips ids of no parameter.
+    /// Which multiples of the fundamental they ask to treat.
+    orvo::audio::HarmonicSelection getSelection() const;
+
+    /// Takes values over one after the other, limited as the engine limits them. NaN stands for the
+    /// default, with which the engine would work in its place. Skips ids of no parameter.
     void update(std::span<const ParameterValue> changes);
 
-    /// Gives them all to a hum remover.
-    void applyTo(orvo::audio::Kalimmer& remover) const;
+    /// Gives them all to an engine.
+    void applyTo(orvo::audio::Kalimmer& engine) const;
 
 private:
     std::array<float, count> values{};

@@ -1,13 +1,13 @@
 #include "kalim/Options.h"
 
-#include "dsp/hum/Kalimmer.h"
+#include "base/FileError.h"
+#include "dsp/hum/HumParameters.h"
 #include "dsp/signal/DspCore.h"
 #include "kalim/Version.h"
-#include "base/FileError.h"
+#include "kalim/report/SpectrumPlot.h"
 #include "presets/PresetFile.h"
 #include "presets/PresetFolders.h"
 #include "presets/PresetLookup.h"
-#include "kalim/report/SpectrumPlot.h"
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
@@ -17,6 +17,7 @@
 #include <cmath>
 #include <iostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kalim::program
@@ -24,29 +25,32 @@ namespace kalim::program
 namespace
 {
 
-using orvo::audio::Kalimmer;
+using orvo::audio::HumParameter;
 
 constexpr const char* description =
     "Removes mains hum - a 50 or 60 Hz tone that drifts, and its harmonics - from a recording.\n"
     "OUTPUT lines up with INPUT sample for sample, in the format that its name asks for.";
 
-constexpr const char* footer =
+constexpr const char* footerPattern =
     "Normal mode measures every harmonic and subtracts a copy of it: for voice and music.\n"
     "Aggressive mode cuts notches: for few harmonics, hum alone or damaged material.\n"
     "An estimate that lies further from the tracked frequency than adaptivity allows is not "
     "followed,\nso a small adaptivity also needs a fundamental that is nearly right.\n"
-    "What a preset switches on is switched off by --odd=off, --aggressive=off, --residual=off.\n"
+    "What a preset switches on is switched off by {}.\n"
     "\n"
     "Exit codes: 0 done, 1 could not process, 2 wrong usage.";
 
-enum class NumberKind
+std::string makeFooter()
 {
-    any,
-    whole
-};
+    std::string switches;
+    for (const HumParameter& parameter : orvo::audio::humParameters)
+        if (parameter.kind == HumParameter::Kind::toggle)
+            switches += fmt::format("{}--{}=off", switches.empty() ? "" : ", ", parameter.option);
+    return fmt::format(footerPattern, switches);
+}
 
-/// Refuses what is no number of that kind within the range; not-a-number is never within.
-CLI::Validator within(double min, double max, const std::string& unit, NumberKind kind)
+/// Refuses anything but a number of that kind within the range; NaN is refused too.
+CLI::Validator within(double min, double max, std::string_view unit, HumParameter::Kind kind)
 {
     const std::string range = fmt::format("{} to {}{}{}", min, max, unit.empty() ? "" : " ", unit);
     const auto check = [=](std::string& text)
@@ -55,7 +59,7 @@ CLI::Validator within(double min, double max, const std::string& unit, NumberKin
         const bool isNumber = CLI::detail::lexical_cast(text, value);
         if (!isNumber || !(value >= min && value <= max))
             return fmt::format("'{}' is not in the range {}", text, range);
-        if (kind == NumberKind::whole && value != std::floor(value))
+        if (kind == HumParameter::Kind::whole && value != std::floor(value))
             return fmt::format("'{}' is no whole number in the range {}", text, range);
         return std::string();
     };
@@ -76,8 +80,8 @@ CLI::Validator onOrOff()
     return {read, ""};
 }
 
-/// Adds the command line's own view of the options; the texts of the parameters come from the hum
-/// remover, so that ranges and defaults cannot differ from it.
+/// The options of the command line: those of the engine's parameters, all made from their table,
+/// and the program's own.
 class CommandLine
 {
 public:
@@ -86,7 +90,7 @@ public:
         app.set_version_flag("-V,--version", std::string("kalim ") + version + " (" +
                                                  orvo::audio::DspCore::getInstructionSet() + ")");
         app.set_help_flag("-h,--help", "Show this help and exit");
-        app.footer(footer);
+        app.footer(makeFooter());
         app.add_option("INPUT", input, "Audio file to clean")->required()->type_name("FILE");
         app.add_option("OUTPUT", output, "Audio file to write")->required()->type_name("FILE");
         addParameters();
@@ -119,51 +123,47 @@ private:
         return text.substr(0, text.find('\n'));
     }
 
-    /// A preset is read when all is parsed, and must not replace what was given.
-    void setExplicitly(orvo::audio::HumParameterId id, float value)
+    void addParameters()
     {
-        explicitValues.push_back({id, value});
+        for (const HumParameter& parameter : orvo::audio::humParameters)
+            if (parameter.kind == HumParameter::Kind::toggle)
+                addSwitch(parameter);
+            else
+                addValue(parameter);
     }
 
-    void addValue(const char* flags, orvo::audio::HumParameterId id, const char* unit, const char* type,
-                  const std::string& text, NumberKind kind = NumberKind::any)
+    void addValue(const HumParameter& parameter)
     {
-        float min = 0.0F;
-        float max = 0.0F;
-        remover.getParameterRange(id, min, max);
         app.add_option_function<float>(
-               flags, [this, id](float value) { setExplicitly(id, value); },
-               fmt::format("{} (default {:g})", text, options.settings.get(id)))
-            ->check(within(static_cast<double>(min), static_cast<double>(max), unit, kind))
-            ->type_name(type)
+               flagsOf(parameter),
+               [this, id = parameter.id](float value) {
+                   explicitValues.push_back({id, value});
+               },
+               fmt::format("{} (default {:g})", parameter.help, parameter.defaultValue))
+            ->check(within(static_cast<double>(parameter.min), static_cast<double>(parameter.max),
+                           parameter.unit, parameter.kind))
+            ->type_name(parameter.argument)
             ->group("Hum");
     }
 
-    void addSwitch(const char* flag, orvo::audio::HumParameterId id, const char* text)
+    void addSwitch(const HumParameter& parameter)
     {
         app.add_flag_function(
-               flag, [this, id](std::int64_t count) { setExplicitly(id, count > 0 ? 1.0F : 0.0F); },
-               text)
+               flagsOf(parameter),
+               [this, id = parameter.id](std::int64_t count) {
+                   explicitValues.push_back({id, count > 0 ? 1.0F : 0.0F});
+               },
+               parameter.help)
             ->transform(onOrOff())
             ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
             ->group("Hum");
     }
 
-    void addParameters()
+    static std::string flagsOf(const HumParameter& parameter)
     {
-        addValue("-f,--fundamental", Kalimmer::FundamentalFrequency, "Hz", "HZ",
-                 "Frequency of the hum to start from");
-        addValue("-n,--harmonics", Kalimmer::NumberOfHarmonics, "", "N",
-                 "How many harmonics to remove, the fundamental included", NumberKind::whole);
-        addValue("-a,--adaptivity", Kalimmer::Adaptivity, "Hz/s", "HZ_PER_S",
-                 "How fast the fundamental may drift");
-        addValue("-s,--sensitivity", Kalimmer::Sensitivity, "%", "PERCENT",
-                 "Stored and shown, but the processing does not use it");
-        addSwitch("--odd", Kalimmer::OnlyOddHarmonics,
-                  "Count the odd harmonics only: 1, 3, 5, ...");
-        addSwitch("--aggressive", Kalimmer::AggressiveMode, "Cut notches instead");
-        addSwitch("--residual", Kalimmer::ResidualMode,
-                  "Write what is removed instead of the rest");
+        return parameter.shortOption != 0
+                   ? fmt::format("-{},--{}", parameter.shortOption, parameter.option)
+                   : fmt::format("--{}", parameter.option);
     }
 
     void addPresets()
@@ -192,7 +192,7 @@ private:
         app.add_option("-b,--block-size", options.blockSize,
                        "Samples per call of the processor, as a host would feed it (default 512; "
                        "limited to one hop, 2048 samples at 48 kHz)")
-            ->check(within(1, 1 << 20, "samples", NumberKind::whole))
+            ->check(within(1, 1 << 20, "samples", HumParameter::Kind::whole))
             ->type_name("N")
             ->group("Files");
         app.add_option("--format", format,
@@ -226,8 +226,28 @@ private:
     {
         if (options.listsPresets)
             return options;
+        requireFileNames();
         options.input = input;
         options.output = output;
+        if (!format.empty())
+            options.format = withUsageError<std::invalid_argument>(
+                "--format: ", [&] { return parseFormatRequest(format); });
+        if (!measured.empty())
+            options.measured = withUsageError<std::invalid_argument>(
+                "--measure: ", [&] { return parseMeasuredRange(measured); });
+        if (!plot.empty())
+            options.plot = plot;
+        if (!trace.empty())
+            options.trace = trace;
+        withUsageError<FileError>("", [&] { requireKnownKinds(); });
+        if (preset)
+            applyPreset();
+        options.settings.update(explicitValues);
+        return options;
+    }
+
+    void requireFileNames() const
+    {
         for (const std::string& name : {input, output})
         {
             if (name.empty())
@@ -235,67 +255,28 @@ private:
             if (name == "-")
                 throw UsageError("-: standard streams are not supported, name a file");
         }
-        try
-        {
-            if (!format.empty())
-                options.format = parseFormatRequest(format);
-        }
-        catch (const std::invalid_argument& error)
-        {
-            throw UsageError(std::string("--format: ") + error.what());
-        }
-        try
-        {
-            if (!measured.empty())
-                options.measured = parseTimeRange(measured);
-        }
-        catch (const std::invalid_argument& error)
-        {
-            throw UsageError(std::string("--measure: ") + error.what());
-        }
-        if (!plot.empty())
-            options.plot = plot;
-        requireKnownKinds();
-        if (!trace.empty())
-            options.trace = trace;
-        if (preset)
-            applyPreset();
-        options.settings.update(explicitValues);
-        return options;
     }
 
     void applyPreset()
     {
-        try
-        {
-            options.preset = findPreset(*preset, findPresetFolders());
-        }
-        catch (const std::invalid_argument& error)
-        {
-            throw UsageError(std::string("--preset: ") + error.what());
-        }
+        options.preset = withUsageError<std::invalid_argument>(
+            "--preset: ", [&] { return findPreset(*preset, findPresetFolders()); });
         options.settings.update(readPresetFile(options.preset->file));
     }
 
     /// What the names alone tell to be wrong is told before any work is done.
     void requireKnownKinds() const
     {
-        try
-        {
-            if (!options.format.container)
-                containerOfExtension(options.output);
-            if (options.plot)
-                pictureKindOf(*options.plot);
-        }
-        catch (const FileError& error)
-        {
-            throw UsageError(error.what());
-        }
+        if (!options.format.container)
+            containerOfExtension(options.output);
+        if (options.plot)
+            pictureKindOf(*options.plot);
     }
 
-    orvo::audio::Kalimmer remover; // knows the parameters' ranges
     CLI::App app{description, "kalim"};
     Options options;
+
+    /// A preset is read when all is parsed, and must not replace what was given.
     std::vector<ParameterValue> explicitValues;
     std::optional<std::string> preset;
     std::string input;

@@ -1,13 +1,14 @@
 #pragma once
 
-#include "kalim/HumSettings.h"
-#include "kalim/TimeRange.h"
 #include "audiofile/OutputFormat.h"
+#include "kalim/HumSettings.h"
+#include "kalim/MeasuredRange.h"
 #include "presets/Preset.h"
 
 #include <filesystem>
 #include <optional>
 #include <stdexcept>
+#include <string>
 
 namespace kalim::program
 {
@@ -19,6 +20,20 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// What the action returns; an error of that kind is told as one of usage.
+template <typename Error, typename Action>
+auto withUsageError(const char* prefix, const Action& action)
+{
+    try
+    {
+        return action();
+    }
+    catch (const Error& error)
+    {
+        throw UsageError(std::string(prefix) + error.what());
+    }
+}
+
 /// Everything that the command line says.
 struct Options
 {
@@ -26,19 +41,19 @@ struct Options
     std::filesystem::path output;
     HumSettings settings;
 
-    /// Where the settings are from, as far as the command line does not give them.
+    /// Where the settings come from that the command line does not give.
     std::optional<Preset> preset;
 
     int blockSize = 512;
     FormatRequest format;
-    std::optional<TimeRange> measured;
+    std::optional<MeasuredRange> measured;
     std::optional<std::filesystem::path> trace;
     std::optional<std::filesystem::path> plot;
     bool overwrites = false;
     bool isQuiet = false;
     bool reportsJson = false;
 
-    /// Show the presets and do nothing else; there need not be an input and an output then.
+    /// Show the presets and do nothing else; input and output are empty then.
     bool listsPresets = false;
 };
 

@@ -43,7 +43,7 @@ std::vector<double> visibleLevels(const SpectrumPlotData& data, const FrequencyA
         for (std::size_t i = 0; i < curve->size(); ++i)
         {
             const double frequency = static_cast<double>(i) * data.binSpacing;
-            const bool isVisible = frequency >= axis.lowest() && frequency <= axis.highest();
+            const bool isVisible = frequency >= axis.getLowest() && frequency <= axis.getHighest();
             if (isVisible && std::isfinite((*curve)[i]))
                 levels.push_back((*curve)[i]);
         }
@@ -56,17 +56,17 @@ FrequencyAxis::FrequencyAxis(const SpectrumPlotData& data, const PlotArea& area)
     : low(lowestFrequency(data))
     , high(highestFrequency(data, low))
     , left(area.left)
-    , width(area.width())
+    , width(area.getWidth())
 {
 }
 
-double FrequencyAxis::position(double frequency) const
+double FrequencyAxis::getPosition(double frequency) const
 {
     const double share = std::log(frequency / low) / std::log(high / low);
     return left + width * share;
 }
 
-std::vector<PlotTick> FrequencyAxis::ticks() const
+std::vector<PlotTick> FrequencyAxis::getTicks() const
 {
     std::vector<PlotTick> result;
     const double first = std::pow(10, std::floor(std::log10(low)));
@@ -85,7 +85,7 @@ std::vector<PlotTick> FrequencyAxis::ticks() const
 LevelAxis::LevelAxis(const SpectrumPlotData& data, const FrequencyAxis& frequencies,
                      const PlotArea& area)
     : bottom(area.bottom)
-    , height(area.height())
+    , height(area.getHeight())
 {
     auto levels = visibleLevels(data, frequencies);
     if (levels.empty())
@@ -100,13 +100,13 @@ LevelAxis::LevelAxis(const SpectrumPlotData& data, const FrequencyAxis& frequenc
     low = std::min(step * std::floor((lowestWanted - 2) / step), high - 4 * step);
 }
 
-double LevelAxis::position(double level) const
+double LevelAxis::getPosition(double level) const
 {
     const double limited = std::isnan(level) ? low : std::clamp(level, low, high);
     return bottom - height * (limited - low) / (high - low);
 }
 
-std::vector<PlotTick> LevelAxis::ticks() const
+std::vector<PlotTick> LevelAxis::getTicks() const
 {
     std::vector<PlotTick> result;
     const auto count = std::lround((high - low) / step);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kalim/report/SpectrumPlotData.h"
+#include "kalim/report/SpectrumPlot.h"
 
 #include <string>
 #include <vector>
@@ -16,9 +16,9 @@ struct PlotArea
     double right;
     double bottom;
 
-    double width() const { return right - left; }
+    double getWidth() const { return right - left; }
 
-    double height() const { return bottom - top; }
+    double getHeight() const { return bottom - top; }
 };
 
 /// A line of the grid; one without a label is a minor one.
@@ -34,15 +34,15 @@ class FrequencyAxis
 public:
     FrequencyAxis(const SpectrumPlotData& data, const PlotArea& area);
 
-    double lowest() const { return low; }
+    double getLowest() const { return low; }
 
-    double highest() const { return high; }
+    double getHighest() const { return high; }
 
     /// Frequencies beyond the ends lie beyond the area.
-    double position(double frequency) const;
+    double getPosition(double frequency) const;
 
     /// 1 to 9 times every power of ten; labels at 1, 2 and 5.
-    std::vector<PlotTick> ticks() const;
+    std::vector<PlotTick> getTicks() const;
 
 private:
     double low;
@@ -58,14 +58,14 @@ public:
     /// Looks at the levels between the ends of the frequency axis only.
     LevelAxis(const SpectrumPlotData& data, const FrequencyAxis& frequencies, const PlotArea& area);
 
-    double lowest() const { return low; }
+    double getLowest() const { return low; }
 
-    double highest() const { return high; }
+    double getHighest() const { return high; }
 
     /// Levels beyond the ends lie on the ends.
-    double position(double level) const;
+    double getPosition(double level) const;
 
-    std::vector<PlotTick> ticks() const;
+    std::vector<PlotTick> getTicks() const;
 
 private:
     double low = 0;

@@ -48,28 +48,28 @@ PlotCanvas::PlotCanvas(PictureKind pictureKind, double width, double height)
     , drawing(cairo_create(surface.get()))
 {
     if (kind == PictureKind::png)
-        cairo_scale(context(), pngScale, pngScale);
+        cairo_scale(getContext(), pngScale, pngScale);
     setColour({1, 1, 1});
-    cairo_paint(context());
+    cairo_paint(getContext());
 }
 
 void PlotCanvas::setColour(const PlotColour& colour) const
 {
-    cairo_set_source_rgba(context(), colour.red, colour.green, colour.blue, colour.opacity);
+    cairo_set_source_rgba(getContext(), colour.red, colour.green, colour.blue, colour.opacity);
 }
 
 void PlotCanvas::strokeLine(double x1, double y1, double x2, double y2) const
 {
-    cairo_move_to(context(), x1, y1);
-    cairo_line_to(context(), x2, y2);
-    cairo_stroke(context());
+    cairo_move_to(getContext(), x1, y1);
+    cairo_line_to(getContext(), x2, y2);
+    cairo_stroke(getContext());
 }
 
 void PlotCanvas::setStyle(const TextStyle& style) const
 {
-    cairo_select_font_face(context(), "sans-serif", CAIRO_FONT_SLANT_NORMAL,
+    cairo_select_font_face(getContext(), "sans-serif", CAIRO_FONT_SLANT_NORMAL,
                            style.isBold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
-    cairo_set_font_size(context(), style.size);
+    cairo_set_font_size(getContext(), style.size);
     setColour(style.colour);
 }
 
@@ -77,7 +77,7 @@ double PlotCanvas::widthOf(const std::string& text, const TextStyle& style) cons
 {
     setStyle(style);
     cairo_text_extents_t extents{};
-    cairo_text_extents(context(), validUtf8(text).c_str(), &extents);
+    cairo_text_extents(getContext(), validUtf8(text).c_str(), &extents);
     return extents.x_advance;
 }
 
@@ -86,9 +86,9 @@ void PlotCanvas::drawText(const std::string& text, double x, double y, const Tex
 {
     const double width = widthOf(text, style);
     const double share = anchor == TextAnchor::start ? 0 : anchor == TextAnchor::middle ? 0.5 : 1;
-    cairo_move_to(context(), x - share * width, y);
-    cairo_show_text(context(), validUtf8(text).c_str());
-    cairo_new_path(context());
+    cairo_move_to(getContext(), x - share * width, y);
+    cairo_show_text(getContext(), validUtf8(text).c_str());
+    cairo_new_path(getContext());
 }
 
 std::string PlotCanvas::shortened(const std::string& text, const TextStyle& style,
@@ -104,7 +104,7 @@ std::string PlotCanvas::shortened(const std::string& text, const TextStyle& styl
 
 std::vector<std::byte> PlotCanvas::finish()
 {
-    auto status = cairo_status(context());
+    auto status = cairo_status(getContext());
     if (status == CAIRO_STATUS_SUCCESS && kind == PictureKind::png)
         status = cairo_surface_write_to_png_stream(surface.get(), collect, &bytes);
     cairo_surface_finish(surface.get());

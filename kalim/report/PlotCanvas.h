@@ -49,7 +49,7 @@ public:
     /// Width and height in points.
     PlotCanvas(PictureKind kind, double width, double height);
 
-    cairo_t* context() const { return drawing.get(); }
+    cairo_t* getContext() const { return drawing.get(); }
 
     void setColour(const PlotColour& colour) const;
     void strokeLine(double x1, double y1, double x2, double y2) const;
@@ -63,8 +63,8 @@ public:
     /// The text, or its beginning with an ellipsis if it is wider than that.
     std::string shortened(const std::string& text, const TextStyle& style, double width) const;
 
-    /// The finished picture file; nothing can be drawn afterwards.
-    /// @throws std::runtime_error if anything went wrong since the beginning
+    /// The finished picture file; nothing can be drawn afterwards. Throws std::runtime_error if
+    /// anything went wrong since the beginning.
     std::vector<std::byte> finish();
 
 private:

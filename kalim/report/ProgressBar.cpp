@@ -64,7 +64,10 @@ ProgressBar::ProgressBar(std::FILE* target)
 
 ProgressBar::~ProgressBar()
 {
-    erase();
+    if (!isShown)
+        return;
+    std::fputs(eraseLine, stream);
+    std::fflush(stream);
 }
 
 void ProgressBar::update(double share)
@@ -77,15 +80,6 @@ void ProgressBar::update(double share)
     std::fprintf(stream, "%s%s", eraseLine, line.c_str());
     std::fflush(stream);
     isShown = true;
-}
-
-void ProgressBar::erase()
-{
-    if (!isShown)
-        return;
-    std::fputs(eraseLine, stream);
-    std::fflush(stream);
-    isShown = false;
 }
 
 } // namespace kalim::program

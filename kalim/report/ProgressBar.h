@@ -13,7 +13,7 @@ class ProgressBar
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// @param stream usually standard error; must outlive the bar
+    /// `stream`, usually standard error, must outlive the bar.
     explicit ProgressBar(std::FILE* stream);
 
     /// Erases the line.
@@ -22,11 +22,8 @@ public:
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;
 
-    /// @param share done, 0 to 1; draws at most ten times a second
+    /// Shows a share of the work, 0 to 1, at most ten times a second.
     void update(double share);
-
-    /// Erases the line, so that a message can be printed; the next update draws it again.
-    void erase();
 
 private:
     std::FILE* stream;
@@ -36,10 +33,8 @@ private:
     Clock::time_point lastDrawn = start;
 };
 
-/// The text of such a line.
-/// @param share done, 0 to 1
-/// @param elapsed time since the beginning, from which the time left is estimated
-/// @param width of the terminal in characters, which the text never exceeds
+/// The text of such a line for a share of the work, 0 to 1, done in the time elapsed, from which
+/// the time left is estimated. It stays shorter than `width`, that of the terminal in characters.
 std::string progressLine(double share, std::chrono::duration<double> elapsed, int width);
 
 } // namespace kalim::program

@@ -1,15 +1,15 @@
 #include "kalim/report/Report.h"
 
+#include "base/FileError.h"
 #include "dsp/hum/Kalimmer.h"
 #include "kalim/Version.h"
-#include "base/FileError.h"
-#include "kalim/report/SpectrumMeter.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <iterator>
+#include <string_view>
 
 namespace kalim::program
 {
@@ -19,12 +19,12 @@ namespace
 using Json = nlohmann::ordered_json;
 using orvo::audio::Kalimmer;
 
-/// Lines below this are none that anybody hears, and their change means nothing.
+/// Nobody hears lines below this level in dBFS, and their change means nothing.
 constexpr double faintest = -120.0;
 
 bool isSilent(double level)
 {
-    return level <= SpectrumMeter::floorDb;
+    return level == SpectrumMeter::silence;
 }
 
 Json levelOrNull(double level)
@@ -82,15 +82,21 @@ std::string countText(std::int64_t count)
     return count == 1 ? "1 sample was" : fmt::format("{} samples were", count);
 }
 
+Json valueToJson(const orvo::audio::HumParameter& parameter, const HumSettings& settings)
+{
+    using Kind = orvo::audio::HumParameter::Kind;
+    if (parameter.kind == Kind::toggle)
+        return settings.isOn(parameter.id);
+    const float value = settings.get(parameter.id);
+    return parameter.kind == Kind::whole ? Json(static_cast<int>(value)) : Json(value);
+}
+
 Json settingsToJson(const HumSettings& settings)
 {
-    return {{"fundamental", settings.get(Kalimmer::FundamentalFrequency)},
-            {"sensitivity", settings.get(Kalimmer::Sensitivity)},
-            {"adaptivity", settings.get(Kalimmer::Adaptivity)},
-            {"harmonics", static_cast<int>(settings.get(Kalimmer::NumberOfHarmonics))},
-            {"odd", settings.isOn(Kalimmer::OnlyOddHarmonics)},
-            {"aggressive", settings.isOn(Kalimmer::AggressiveMode)},
-            {"residual", settings.isOn(Kalimmer::ResidualMode)}};
+    Json json;
+    for (const auto& parameter : orvo::audio::humParameters)
+        json[parameter.option] = valueToJson(parameter, settings);
+    return json;
 }
 
 Json harmonicsToJson(const std::vector<HarmonicLevels>& harmonics)
@@ -102,6 +108,39 @@ Json harmonicsToJson(const std::vector<HarmonicLevels>& harmonics)
                         {"before", levelOrNull(harmonic.before)},
                         {"after", levelOrNull(harmonic.after)}});
     return list;
+}
+
+/// File names need not be text: bytes that are no UTF-8 are replaced.
+std::string toLines(const Json& json)
+{
+    return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+std::string presetList(const std::vector<Preset>& presets, PresetOrigin origin,
+                       std::string_view heading, const std::filesystem::path& folder)
+{
+    std::string text(heading);
+    if (!folder.empty())
+        text += fmt::format(" in {}", printable(folder));
+    text += '\n';
+    const std::size_t headingSize = text.size();
+    std::string subfolder;
+    for (const Preset& preset : presets)
+    {
+        if (preset.origin != origin)
+            continue;
+        if (preset.folder != subfolder)
+            fmt::format_to(std::back_inserter(text), "  {}/\n", printable(preset.folder));
+        subfolder = preset.folder;
+        fmt::format_to(std::back_inserter(text), "  {}{}\n", subfolder.empty() ? "" : "  ",
+                       printable(preset.name));
+    }
+    return text.size() > headingSize ? text : text + "  none\n";
+}
+
+Json folderOrNull(const std::filesystem::path& folder)
+{
+    return folder.empty() ? Json() : Json(folder.native());
 }
 
 } // namespace
@@ -118,8 +157,8 @@ std::string Report::toText() const
         "  {:.2f} s, {}, {:g} kHz, {}; {} times faster than real time\n"
         "  fundamental: start {:.2f} Hz, end {:.2f} Hz, lowest {:.2f} Hz, highest {:.2f} Hz\n",
         input, output, getSeconds(), channelText(channels), sampleRate / 1000.0, outputFormat,
-        speedText(timesRealTime), fundamentalAtStart, fundamentalAtEnd, lowestFundamental,
-        highestFundamental);
+        speedText(timesRealTime), tracking.getStart(), tracking.getEnd(), tracking.getLowest(),
+        tracking.getHighest());
     const auto append = std::back_inserter(text);
     if (preset)
         fmt::format_to(append, "  preset: {} ({})\n", printable(preset->name),
@@ -154,10 +193,10 @@ std::string Report::toJson() const
                  {"timesRealTime", timesRealTime},
                  {"settings", settingsToJson(settings)},
                  {"fundamental",
-                  {{"start", fundamentalAtStart},
-                   {"end", fundamentalAtEnd},
-                   {"min", lowestFundamental},
-                   {"max", highestFundamental}}}};
+                  {{"start", tracking.getStart()},
+                   {"end", tracking.getEnd()},
+                   {"min", tracking.getLowest()},
+                   {"max", tracking.getHighest()}}}};
     if (preset)
         json["preset"] = {{"name", preset->name}, {"file", preset->file.native()}};
     if (measured)
@@ -166,8 +205,27 @@ std::string Report::toJson() const
     json["nonFiniteSamples"] = nonFiniteSamples;
     json["clippedSamples"] = clippedSamples;
     json["warnings"] = warnings;
-    // File names need not be text; what is no UTF-8 in them is replaced.
-    return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    return toLines(json);
+}
+
+std::string presetsToText(const std::vector<Preset>& presets, const PresetFolders& folders)
+{
+    return presetList(presets, PresetOrigin::factory, "Factory presets", folders.factory) +
+           presetList(presets, PresetOrigin::user, "User presets", folders.user);
+}
+
+std::string presetsToJson(const std::vector<Preset>& presets, const PresetFolders& folders)
+{
+    Json list = Json::array();
+    for (const Preset& preset : presets)
+        list.push_back({{"origin", preset.origin == PresetOrigin::factory ? "factory" : "user"},
+                        {"folder", preset.folder},
+                        {"name", preset.name},
+                        {"file", preset.file.native()}});
+    const Json json = {{"factoryFolder", folderOrNull(folders.factory)},
+                       {"userFolder", folderOrNull(folders.user)},
+                       {"presets", std::move(list)}};
+    return toLines(json);
 }
 
 } // namespace kalim::program

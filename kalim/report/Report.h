@@ -1,9 +1,11 @@
 #pragma once
 
 #include "kalim/HumSettings.h"
-#include "kalim/TimeRange.h"
+#include "kalim/MeasuredRange.h"
+#include "kalim/report/SpectrumMeter.h"
+#include "kalim/report/Tracking.h"
 #include "presets/Preset.h"
-#include "kalim/report/HarmonicLevels.h"
+#include "presets/PresetFolders.h"
 
 #include <cstdint>
 #include <optional>
@@ -26,18 +28,14 @@ struct Report
     HumSettings settings;
     std::optional<Preset> preset;
 
-    /// Samples per call of the processor.
+    /// Samples per call of the engine.
     int blockSize = 0;
 
     /// Recording time divided by the time to read, process and write it.
     double timesRealTime = 0.0;
 
-    float fundamentalAtStart = 0.0F;
-    float fundamentalAtEnd = 0.0F;
-    float lowestFundamental = 0.0F;
-    float highestFundamental = 0.0F;
-
-    std::optional<TimeRange> measured;
+    TrackingSummary tracking;
+    std::optional<MeasuredRange> measured;
     std::vector<HarmonicLevels> harmonics;
 
     std::int64_t nonFiniteSamples = 0;
@@ -52,5 +50,12 @@ struct Report
     /// For programs: one JSON object. Levels are null where there was silence.
     std::string toJson() const;
 };
+
+/// Listed presets below headings of their folders, for people.
+std::string presetsToText(const std::vector<Preset>& presets, const PresetFolders& folders);
+
+/// For programs: one JSON object with both folders, null where there is none, and the presets in
+/// their order.
+std::string presetsToJson(const std::vector<Preset>& presets, const PresetFolders& folders);
 
 } // namespace kalim::program

@@ -19,11 +19,19 @@ constexpr std::int64_t segmentSeconds = 4;
 constexpr std::int64_t shortestSegment = 16;
 constexpr std::int64_t longestSegment = 1 << 22;
 
-/// As in the hum remover, which limits what it is given.
+/// As in the hum engine, which limits what it is given.
 constexpr float largestSample = 1.0e6F;
+
+/// What is no louder counts as silence.
+constexpr double lowestLevel = -200.0;
 
 /// Mean of the Hann window.
 constexpr double windowMean = 0.5;
+
+/// The strongest line this close to a harmonic is taken for it, in Hz; for each harmonic a little
+/// more, since an error of the tracking counts once per harmonic.
+constexpr double fixedReach = 1.0;
+constexpr double reachPerHarmonic = 0.1;
 
 /// Long enough to tell a line of hum from what plays beside it, but no longer than there is to
 /// measure.
@@ -44,8 +52,19 @@ Signal32 makeHannWindow(int length)
 
 double toLevel(double power)
 {
-    return power > 0.0 ? std::max(10.0 * std::log10(power), SpectrumMeter::floorDb)
-                       : SpectrumMeter::floorDb;
+    const double level = power > 0.0 ? 10.0 * std::log10(power) : lowestLevel;
+    return level > lowestLevel ? level : SpectrumMeter::silence;
+}
+
+/// The bin of the highest level between two bins, which may lie between whole ones.
+std::size_t findStrongest(const std::vector<double>& levels, double from, double to)
+{
+    const double last = static_cast<double>(levels.size()) - 1.0;
+    const double low = std::clamp(std::floor(from), 0.0, last);
+    const double high = std::clamp(std::ceil(to), low, last);
+    const auto first = levels.begin() + static_cast<std::ptrdiff_t>(low);
+    const auto end = levels.begin() + static_cast<std::ptrdiff_t>(high) + 1;
+    return static_cast<std::size_t>(std::max_element(first, end) - levels.begin());
 }
 
 } // namespace
@@ -131,6 +150,33 @@ void SpectrumMeter::measureSegment()
         orvo::vo::copy(all + segmentLength - half, all, half);
     }
     filled = half;
+}
+
+std::vector<HarmonicLevels> measureHarmonics(const SpectrumMeter& before,
+                                             const SpectrumMeter& after,
+                                             orvo::audio::HarmonicSelection selection,
+                                             double fundamental)
+{
+    if (before.getResolution() > fundamental)
+        return {};
+    const std::vector<double> levelsBefore = before.getLevels();
+    const std::vector<double> levelsAfter = after.getLevels();
+    const double spacing = before.getBinSpacing();
+    const double highest = spacing * (static_cast<double>(levelsBefore.size()) - 1.0);
+    std::vector<HarmonicLevels> harmonics;
+    for (int index = 0; index < selection.count; ++index)
+    {
+        const int number = selection.getHarmonicNumber(index);
+        const double frequency = number * fundamental;
+        const double reach = fixedReach + reachPerHarmonic * number;
+        if (frequency + reach > highest)
+            break;
+        const std::size_t bin = findStrongest(levelsBefore, (frequency - reach) / spacing,
+                                              (frequency + reach) / spacing);
+        harmonics.push_back(
+            {number, static_cast<double>(bin) * spacing, levelsBefore[bin], levelsAfter[bin]});
+    }
+    return harmonics;
 }
 
 } // namespace kalim::program

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "dsp/hum/HarmonicSelection.h"
 #include "dsp/signal/FourierTransform.h"
 
 #include <cstdint>
+#include <limits>
 #include <span>
 #include <vector>
 
@@ -12,12 +14,12 @@ namespace kalim::program
 /// Averages the power spectrum of a recording as it streams by, over overlapping Hann-windowed
 /// segments of some seconds and over all channels.
 /// (P. D. Welch, "The Use of Fast Fourier Transform for the Estimation of Power Spectra", 1967.)
-/// Levels are in dBFS, with 0 for a sine of full scale.
+/// Levels are in dBFS, with 0 for a sine of full scale down to -200; what is
+/// no louder is silence.
 class SpectrumMeter
 {
 public:
-    /// The lowest level that is told apart from silence.
-    static constexpr double floorDb = -200.0;
+    static constexpr double silence = -std::numeric_limits<double>::infinity();
 
     /// `numSamples` per channel will come at most; fewer than a segment make the segments shorter.
     SpectrumMeter(int channels, int sampleRate, std::int64_t numSamples);
@@ -57,5 +59,23 @@ private:
     std::int64_t numSegments = 0;
     int filled = 0;
 };
+
+/// Levels at one harmonic in dBFS, at the frequency in Hz at which it stood out before.
+struct HarmonicLevels
+{
+    /// 1 for the fundamental.
+    int number = 1;
+    double frequency = 0.0;
+    double before = 0.0;
+    double after = 0.0;
+};
+
+/// Looks for the lines of the hum near the selected multiples of `fundamental` (Hz) and reads both
+/// spectra, which must have been measured alike, at these lines. Harmonics above half the sample
+/// rate are left out; all are where what was measured is too short to tell them apart.
+std::vector<HarmonicLevels> measureHarmonics(const SpectrumMeter& before,
+                                             const SpectrumMeter& after,
+                                             orvo::audio::HarmonicSelection selection,
+                                             double fundamental);
 
 } // namespace kalim::program

@@ -75,7 +75,7 @@ private:
     void drawHeading() const
     {
         const double legendLeft = drawLegend();
-        canvas.drawText(canvas.shortened(data.title, titleStyle, area.width()), area.left, 56,
+        canvas.drawText(canvas.shortened(data.title, titleStyle, area.getWidth()), area.left, 56,
                         titleStyle);
         canvas.drawText(canvas.shortened(data.subtitle, subtitleStyle, legendLeft - area.left - 30),
                         area.left, 91, subtitleStyle);
@@ -95,31 +95,31 @@ private:
         canvas.drawText(text, right, baseline, legendStyle, TextAnchor::end);
         const double lineRight = right - canvas.widthOf(text, legendStyle) - 10;
         canvas.setColour(colour);
-        cairo_set_line_width(canvas.context(), 5);
+        cairo_set_line_width(canvas.getContext(), 5);
         canvas.strokeLine(lineRight - 34, baseline - 6, lineRight, baseline - 6);
         return lineRight - 34;
     }
 
     void drawGrid() const
     {
-        cairo_set_line_width(canvas.context(), 1);
-        for (const auto& tick : frequencies.ticks())
+        cairo_set_line_width(canvas.getContext(), 1);
+        for (const auto& tick : frequencies.getTicks())
             drawFrequencyTick(tick);
-        for (const auto& tick : levels.ticks())
+        for (const auto& tick : levels.getTicks())
             drawLevelTick(tick);
 
         canvas.drawText("Frequency in Hz", (area.left + area.right) / 2, area.bottom + 62,
                         axisStyle, TextAnchor::middle);
-        cairo_save(canvas.context());
-        cairo_translate(canvas.context(), 36, (area.top + area.bottom) / 2);
-        cairo_rotate(canvas.context(), -std::numbers::pi / 2);
+        cairo_save(canvas.getContext());
+        cairo_translate(canvas.getContext(), 36, (area.top + area.bottom) / 2);
+        cairo_rotate(canvas.getContext(), -std::numbers::pi / 2);
         canvas.drawText("Level in dBFS", 0, 0, axisStyle, TextAnchor::middle);
-        cairo_restore(canvas.context());
+        cairo_restore(canvas.getContext());
     }
 
     void drawFrequencyTick(const PlotTick& tick) const
     {
-        const double x = frequencies.position(tick.value);
+        const double x = frequencies.getPosition(tick.value);
         canvas.setColour(tick.label.empty() ? minorGrid : majorGrid);
         canvas.strokeLine(x, area.top, x, area.bottom);
         canvas.drawText(tick.label, x, area.bottom + 27, tickStyle, TextAnchor::middle);
@@ -127,7 +127,7 @@ private:
 
     void drawLevelTick(const PlotTick& tick) const
     {
-        const double y = levels.position(tick.value);
+        const double y = levels.getPosition(tick.value);
         canvas.setColour(majorGrid);
         canvas.strokeLine(area.left, y, area.right, y);
         canvas.drawText(tick.label, area.left - 12, y + 5.5, tickStyle, TextAnchor::end);
@@ -135,17 +135,18 @@ private:
 
     void drawCurves() const
     {
-        cairo_save(canvas.context());
-        cairo_rectangle(canvas.context(), area.left, area.top, area.width(), area.height());
-        cairo_clip(canvas.context());
-        cairo_set_line_join(canvas.context(), CAIRO_LINE_JOIN_ROUND);
+        cairo_save(canvas.getContext());
+        cairo_rectangle(canvas.getContext(), area.left, area.top, area.getWidth(),
+                        area.getHeight());
+        cairo_clip(canvas.getContext());
+        cairo_set_line_join(canvas.getContext(), CAIRO_LINE_JOIN_ROUND);
         const auto before = curve(data.before);
         fillBelow(before);
         stroke(before, beforeLine, 1.5);
         const auto after = curve(data.after);
         drawStems(after);
         stroke(after, afterLine, 1.3);
-        cairo_restore(canvas.context());
+        cairo_restore(canvas.getContext());
     }
 
     /// One point per column of half a point, the highest of those that fall into it.
@@ -157,10 +158,10 @@ private:
         {
             const double frequency = static_cast<double>(i) * data.binSpacing;
             // One bin beyond either end leads the line to the edge, where it is clipped.
-            if (frequency < frequencies.lowest() - data.binSpacing ||
-                frequency > frequencies.highest() + data.binSpacing)
+            if (frequency < frequencies.getLowest() - data.binSpacing ||
+                frequency > frequencies.getHighest() + data.binSpacing)
                 continue;
-            const Point point{frequencies.position(frequency), levels.position(values[i])};
+            const Point point{frequencies.getPosition(frequency), levels.getPosition(values[i])};
             if (std::floor(2 * point.x) > column)
                 points.push_back(point);
             else if (point.y < points.back().y)
@@ -173,46 +174,47 @@ private:
     void trace(const std::vector<Point>& points) const
     {
         for (const auto& point : points)
-            cairo_line_to(canvas.context(), point.x, point.y);
+            cairo_line_to(canvas.getContext(), point.x, point.y);
     }
 
     void fillBelow(const std::vector<Point>& points) const
     {
         if (points.empty())
             return;
-        cairo_move_to(canvas.context(), points.front().x, area.bottom);
+        cairo_move_to(canvas.getContext(), points.front().x, area.bottom);
         trace(points);
-        cairo_line_to(canvas.context(), points.back().x, area.bottom);
+        cairo_line_to(canvas.getContext(), points.back().x, area.bottom);
         canvas.setColour(beforeFill);
-        cairo_fill(canvas.context());
+        cairo_fill(canvas.getContext());
     }
 
     void stroke(const std::vector<Point>& points, const PlotColour& colour, double width) const
     {
         trace(points);
         canvas.setColour(colour);
-        cairo_set_line_width(canvas.context(), width);
-        cairo_stroke(canvas.context());
+        cairo_set_line_width(canvas.getContext(), width);
+        cairo_stroke(canvas.getContext());
     }
 
     void drawFrame() const
     {
         canvas.setColour(frame);
-        cairo_set_line_width(canvas.context(), 1);
-        cairo_rectangle(canvas.context(), area.left, area.top, area.width(), area.height());
-        cairo_stroke(canvas.context());
+        cairo_set_line_width(canvas.getContext(), 1);
+        cairo_rectangle(canvas.getContext(), area.left, area.top, area.getWidth(),
+                        area.getHeight());
+        cairo_stroke(canvas.getContext());
     }
 
-    std::vector<PlotHarmonic> visibleHarmonics() const
+    std::vector<HarmonicLevels> visibleHarmonics() const
     {
-        std::vector<PlotHarmonic> visible;
+        std::vector<HarmonicLevels> visible;
         std::ranges::copy_if(data.harmonics, std::back_inserter(visible),
-                             [&](const PlotHarmonic& harmonic)
+                             [&](const HarmonicLevels& harmonic)
                              {
-                                 return harmonic.frequency >= frequencies.lowest() &&
-                                        harmonic.frequency <= frequencies.highest();
+                                 return harmonic.frequency >= frequencies.getLowest() &&
+                                        harmonic.frequency <= frequencies.getHighest();
                              });
-        std::ranges::sort(visible, {}, &PlotHarmonic::frequency);
+        std::ranges::sort(visible, {}, &HarmonicLevels::frequency);
         return visible;
     }
 
@@ -220,21 +222,21 @@ private:
     void drawStems(const std::vector<Point>& after) const
     {
         canvas.setColour({ink.red, ink.green, ink.blue, 0.55});
-        cairo_set_line_width(canvas.context(), 1);
+        cairo_set_line_width(canvas.getContext(), 1);
         for (const auto& harmonic : harmonics)
         {
-            const double x = frequencies.position(harmonic.frequency);
-            const double top = levels.position(harmonic.levelBefore);
+            const double x = frequencies.getPosition(harmonic.frequency);
+            const double top = levels.getPosition(harmonic.before);
             canvas.strokeLine(x, top, x, std::max(top, stemEnd(harmonic, after)));
         }
     }
 
     /// The level afterwards, but not below the drawn line, which shows maxima of many bins.
-    double stemEnd(const PlotHarmonic& harmonic, const std::vector<Point>& after) const
+    double stemEnd(const HarmonicLevels& harmonic, const std::vector<Point>& after) const
     {
-        const double x = frequencies.position(harmonic.frequency);
+        const double x = frequencies.getPosition(harmonic.frequency);
         const auto next = std::ranges::lower_bound(after, x, {}, &Point::x);
-        const double end = levels.position(harmonic.levelAfter);
+        const double end = levels.getPosition(harmonic.after);
         return next == after.end() ? end : std::min(end, next->y);
     }
 
@@ -242,14 +244,14 @@ private:
     {
         for (const auto& harmonic : harmonics)
         {
-            const double x = frequencies.position(harmonic.frequency);
-            const double peak = levels.position(harmonic.levelBefore);
-            cairo_arc(canvas.context(), x, peak, 3.2, 0, 2 * std::numbers::pi);
+            const double x = frequencies.getPosition(harmonic.frequency);
+            const double peak = levels.getPosition(harmonic.before);
+            cairo_arc(canvas.getContext(), x, peak, 3.2, 0, 2 * std::numbers::pi);
             canvas.setColour({1, 1, 1});
-            cairo_fill_preserve(canvas.context());
+            cairo_fill_preserve(canvas.getContext());
             canvas.setColour(ink);
-            cairo_set_line_width(canvas.context(), 1.3);
-            cairo_stroke(canvas.context());
+            cairo_set_line_width(canvas.getContext(), 1.3);
+            cairo_stroke(canvas.getContext());
         }
     }
 
@@ -260,9 +262,9 @@ private:
         bool hasRoom = true;
         for (const auto& harmonic : harmonics)
         {
-            const double x = frequencies.position(harmonic.frequency);
+            const double x = frequencies.getPosition(harmonic.frequency);
             canvas.setColour(ink);
-            cairo_set_line_width(canvas.context(), 1);
+            cairo_set_line_width(canvas.getContext(), 1);
             canvas.strokeLine(x, area.top - 7, x, area.top);
             drawIfFree(fmt::format("{}", harmonic.number), x, numberBaseline, numberStyle,
                        numberEnd);
@@ -275,9 +277,9 @@ private:
     }
 
     /// What the numbers on top mean, left of the first one if there is room.
-    void drawStripTitle(const PlotHarmonic& first) const
+    void drawStripTitle(const HarmonicLevels& first) const
     {
-        const double room = frequencies.position(first.frequency) - area.left - 40;
+        const double room = frequencies.getPosition(first.frequency) - area.left - 40;
         if (canvas.widthOf("Change", reductionStyle) > room)
             return;
         canvas.drawText("Harmonic", area.left, numberBaseline, reductionStyle);
@@ -296,9 +298,9 @@ private:
         return true;
     }
 
-    static std::string reductionText(const PlotHarmonic& harmonic)
+    static std::string reductionText(const HarmonicLevels& harmonic)
     {
-        const double change = harmonic.levelAfter - harmonic.levelBefore;
+        const double change = harmonic.after - harmonic.before;
         if (!std::isfinite(change))
             return "";
         const auto rounded = std::lround(change);
@@ -313,7 +315,7 @@ private:
     PlotCanvas canvas;
     FrequencyAxis frequencies;
     LevelAxis levels;
-    std::vector<PlotHarmonic> harmonics;
+    std::vector<HarmonicLevels> harmonics;
 };
 
 } // namespace
@@ -328,15 +330,9 @@ PictureKind pictureKindOf(const std::filesystem::path& path)
     throw FileError(path, "a picture's name must end in .png or .svg");
 }
 
-std::vector<std::byte> renderSpectrumPlot(const SpectrumPlotData& data, PictureKind kind)
-{
-    return SpectrumPlot(data, kind).render();
-}
-
 void drawSpectrumPlot(OutputFile& output, const SpectrumPlotData& data)
 {
-    const auto kind = pictureKindOf(output.target());
-    output.write(renderSpectrumPlot(data, kind));
+    output.write(SpectrumPlot(data, pictureKindOf(output.target())).render());
 }
 
 } // namespace kalim::program

@@ -2,26 +2,43 @@
 
 #include "audiofile/OutputFile.h"
 #include "kalim/report/PlotCanvas.h"
-#include "kalim/report/SpectrumPlotData.h"
+#include "kalim/report/SpectrumMeter.h"
 
-#include <cstddef>
 #include <filesystem>
+#include <string>
 #include <vector>
 
 namespace kalim::program
 {
 
-/// The kind of picture that a file name's extension asks for, in any letter case.
-/// @throws FileError for anything but .png and .svg
+/// What a picture of two spectra shows; levels are in dBFS, minus infinity stands for silence.
+struct SpectrumPlotData
+{
+    std::string title;
+    std::string subtitle;
+
+    /// In Hz.
+    double sampleRate = 0;
+
+    /// Hz between neighbouring levels, of which the first belongs to 0 Hz.
+    double binSpacing = 0;
+
+    std::string beforeLabel;
+    std::string afterLabel;
+    std::vector<double> before;
+    std::vector<double> after;
+
+    /// For a mark at each.
+    std::vector<HarmonicLevels> harmonics;
+};
+
+/// The kind of picture that a file name's extension asks for, in any letter case. Throws FileError
+/// for anything but .png and .svg.
 PictureKind pictureKindOf(const std::filesystem::path& path);
 
-/// Draws a spectrum before and after the removal of hum, with a mark for every harmonic.
-/// @returns the bytes of the picture file
-/// @throws std::runtime_error when the picture cannot be made
-std::vector<std::byte> renderSpectrumPlot(const SpectrumPlotData& data, PictureKind kind);
-
-/// Draws the picture into a file whose name tells the kind; the caller commits it.
-/// @throws FileError as pictureKindOf(), and when it cannot be written
+/// Draws a spectrum before and after the removal of hum, with a mark for every harmonic, into a
+/// file whose name tells the kind; the caller commits it. Throws FileError as pictureKindOf() does
+/// and when the file cannot be written, std::runtime_error when the picture cannot be made.
 void drawSpectrumPlot(OutputFile& output, const SpectrumPlotData& data);
 
 } // namespace kalim::program

@@ -2,7 +2,7 @@
 
 #include "tests/audiofile/ScratchFolder.h"
 #include "presets/PresetList.h"
-#include "kalim/PresetOverview.h"
+#include "kalim/report/Report.h"
 
 #include <sys/stat.h>
 

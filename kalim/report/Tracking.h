@@ -1,14 +1,42 @@
 #pragma once
 
+#include "audiofile/OutputFile.h"
 #include "dsp/hum/HarmonicSelection.h"
 #include "dsp/hum/Kalimmer.h"
-#include "audiofile/OutputFile.h"
 
 #include <filesystem>
 #include <string>
 
 namespace kalim::program
 {
+
+/// Where the tracked fundamental went, in Hz.
+class TrackingSummary
+{
+public:
+    /// `startFrequency` stands for all of it until there is a first value.
+    explicit TrackingSummary(float startFrequency = 0.0F);
+
+    void add(float frequency);
+
+    float getStart() const { return start; }
+
+    float getEnd() const { return end; }
+
+    float getLowest() const { return lowest; }
+
+    float getHighest() const { return highest; }
+
+    float getMean() const { return count > 0 ? static_cast<float>(sum / count) : start; }
+
+private:
+    float start;
+    float end;
+    float lowest;
+    float highest;
+    double sum = 0.0;
+    double count = 0.0;
+};
 
 /// The course of the tracking as a table of comma-separated values: a row per analysis with the
 /// time in seconds, the tracked fundamental in Hz and the numbers of the harmonics present, between
@@ -21,7 +49,7 @@ public:
               orvo::audio::HarmonicSelection selection);
 
     /// Writes a row. Throws FileError.
-    void add(double seconds, const orvo::audio::Kalimmer& remover);
+    void add(double seconds, const orvo::audio::Kalimmer& engine);
 
     /// Makes the file complete and durable. Throws FileError.
     void finish();

@@ -1,7 +1,8 @@
-#include "kalim/report/TraceFile.h"
+#include "kalim/report/Tracking.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <iterator>
 #include <span>
 
@@ -13,12 +14,12 @@ namespace
 constexpr std::size_t writeThreshold = 1U << 16U;
 
 /// The multiples of the fundamental that are present, between spaces.
-std::string presentNumbers(const orvo::audio::Kalimmer& remover,
+std::string presentNumbers(const orvo::audio::Kalimmer& engine,
                            orvo::audio::HarmonicSelection selection)
 {
     std::string numbers;
     int index = 0;
-    for (const orvo::audio::HarmonicStatus& harmonic : remover.getDetectionStatus())
+    for (const orvo::audio::HarmonicStatus& harmonic : engine.getDetectionStatus())
     {
         const int number = selection.getHarmonicNumber(index++);
         if (harmonic.present)
@@ -29,6 +30,25 @@ std::string presentNumbers(const orvo::audio::Kalimmer& remover,
 
 } // namespace
 
+TrackingSummary::TrackingSummary(float startFrequency)
+    : start(startFrequency)
+    , end(startFrequency)
+    , lowest(startFrequency)
+    , highest(startFrequency)
+{
+}
+
+void TrackingSummary::add(float frequency)
+{
+    if (count == 0.0)
+        start = lowest = highest = frequency;
+    end = frequency;
+    lowest = std::min(lowest, frequency);
+    highest = std::max(highest, frequency);
+    sum += static_cast<double>(frequency);
+    count += 1.0;
+}
+
 TraceFile::TraceFile(const std::filesystem::path& path, Existing existing,
                      orvo::audio::HarmonicSelection selectedHarmonics)
     : file(path, existing)
@@ -37,10 +57,10 @@ TraceFile::TraceFile(const std::filesystem::path& path, Existing existing,
 {
 }
 
-void TraceFile::add(double seconds, const orvo::audio::Kalimmer& remover)
+void TraceFile::add(double seconds, const orvo::audio::Kalimmer& engine)
 {
     fmt::format_to(std::back_inserter(text), "{:.6f},{:.5f},{}\n", seconds,
-                   remover.getCurrentFundamental(), presentNumbers(remover, selection));
+                   engine.getCurrentFundamental(), presentNumbers(engine, selection));
     if (text.size() >= writeThreshold)
         write();
 }

@@ -11,24 +11,24 @@
 namespace kalim::program
 {
 
-/// Runs a recording through the hum remover in blocks, as a host would, and gives back as many
+/// Runs a recording through the hum engine in blocks, as a host would, and gives back as many
 /// samples as came in, at their old places. Memory does not grow with the length.
-class StreamRemover
+class EngineStream
 {
 public:
     /// Takes interleaved output samples.
     using Sink = std::function<void(std::span<const float> interleaved)>;
 
-    /// Called after every analysis with the remover and the samples per channel given to it so far.
+    /// Called after every analysis with the engine and the samples per channel given to it so far.
     using AnalysisObserver =
-        std::function<void(const orvo::audio::Kalimmer& remover, std::int64_t position)>;
+        std::function<void(const orvo::audio::Kalimmer& engine, std::int64_t position)>;
 
-    /// `blockSize` is limited to one hop: the remover analyses once per call, so with longer calls
+    /// `blockSize` is limited to one hop: the engine analyses once per call, so with longer calls
     /// its analysis would fall behind and its queue grow.
-    StreamRemover(const HumSettings& settings, int channels, int sampleRate, int blockSize,
-                  AnalysisObserver observer);
+    EngineStream(const HumSettings& settings, int channels, int sampleRate, int blockSize,
+                 AnalysisObserver observer);
 
-    /// Samples per channel of one call of the remover. Feed multiples of it, but for the end, so
+    /// Samples per channel of one call of the engine. Feed multiples of it, but for the end, so
     /// that the result does not depend on how the recording was read.
     int getBlockSize() const { return blockSize; }
 
@@ -39,16 +39,17 @@ public:
     void finish(const Sink& sink);
 
     /// Whether there is anything to remove at this sample rate; if not, all passes through.
-    bool canRemove() const { return remover.getHopSize() > 0; }
+    bool canRemove() const { return engine.getHopSize() > 0; }
 
     /// Samples so far that were no finite numbers; they count as silence.
     std::int64_t getNumNonFinite() const { return numNonFinite; }
 
 private:
-    void processBlock(std::span<const float> interleaved, const Sink& sink);
+    orvo::audio::Signal32 deinterleave(std::span<const float> interleaved);
+    void processBlock(const orvo::audio::Signal32& block, const Sink& sink);
     void deliver(const orvo::audio::Signal32& block, const Sink& sink);
 
-    orvo::audio::Kalimmer remover;
+    orvo::audio::Kalimmer engine;
     AnalysisObserver observeAnalysis;
     int numChannels;
     int blockSize;

@@ -1,21 +1,31 @@
 #pragma once
 
-#include "kalim/TimeRange.h"
-
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string_view>
 
 namespace kalim::program
 {
 
-/// The part of a recording that is measured, in samples per channel.
-class Stretch
+/// The part of a recording to measure, in seconds from its start.
+struct MeasuredRange
+{
+    double start = 0.0;
+    double end = 0.0;
+};
+
+/// Reads "START:END" in seconds, START below END. Throws std::invalid_argument with a line that
+/// says what is wrong.
+MeasuredRange parseMeasuredRange(std::string_view text);
+
+/// The part of one recording that is measured, in samples per channel.
+class MeasuredSamples
 {
 public:
     /// All of a recording of `length` samples at `sampleRate` Hz, or the range given. Throws
     /// std::invalid_argument with a line for the user when the range reaches past the end.
-    Stretch(const std::optional<TimeRange>& range, std::int64_t length, int sampleRate);
+    MeasuredSamples(const std::optional<MeasuredRange>& range, std::int64_t length, int sampleRate);
 
     std::int64_t getLength() const { return last - first; }
 
