@@ -1,6 +1,6 @@
 #include "audiofile/AudioFileFormat.h"
 
-#include "base/LetterCase.h"
+#include "base/Text.h"
 
 #include <sndfile.h>
 

@@ -3,8 +3,8 @@
 #include "audiofile/ChunkedFile.h"
 #include "audiofile/CodingHistory.h"
 #include "audiofile/CueChunks.h"
-#include "base/Phrases.h"
 #include "audiofile/UncarriedTags.h"
+#include "base/Text.h"
 
 #include <fmt/format.h>
 

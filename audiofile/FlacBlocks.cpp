@@ -2,8 +2,8 @@
 
 #include "audiofile/FileBytes.h"
 #include "audiofile/Id3Frames.h"
-#include "base/Phrases.h"
 #include "audiofile/VorbisComments.h"
+#include "base/Text.h"
 
 #include <algorithm>
 #include <cstddef>

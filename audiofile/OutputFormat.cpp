@@ -1,7 +1,7 @@
 #include "audiofile/OutputFormat.h"
 
 #include "base/FileError.h"
-#include "base/LetterCase.h"
+#include "base/Text.h"
 
 #include <fmt/format.h>
 #include <sndfile.h>

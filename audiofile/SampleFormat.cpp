@@ -1,6 +1,6 @@
 #include "audiofile/SampleFormat.h"
 
-#include "base/LetterCase.h"
+#include "base/Text.h"
 
 #include <fmt/format.h>
 #include <sndfile.h>

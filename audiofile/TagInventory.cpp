@@ -1,7 +1,6 @@
 #include "audiofile/TagInventory.h"
 
-#include "base/LetterCase.h"
-#include "base/Phrases.h"
+#include "base/Text.h"
 
 #include <fmt/format.h>
 

@@ -1,7 +1,7 @@
 #include "kalim/report/SpectrumPlot.h"
 
 #include "base/FileError.h"
-#include "base/LetterCase.h"
+#include "base/Text.h"
 #include "kalim/report/PlotAxes.h"
 
 #include <fmt/format.h>

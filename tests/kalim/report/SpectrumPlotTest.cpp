@@ -1,8 +1,8 @@
 #include "kalim/report/SpectrumPlot.h"
 
-#include "tests/audiofile/ScratchFolder.h"
-#include "base/ValidUtf8.h"
+#include "base/Text.h"
 #include "kalim/report/PlotAxes.h"
+#include "tests/audiofile/ScratchFolder.h"
 
 #include <cmath>
 #include <limits>
