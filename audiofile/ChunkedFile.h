@@ -1,7 +1,6 @@
 #pragma once
 
 #include "audiofile/ChunkLayout.h"
-#include "audiofile/RawChunk.h"
 
 #include <cstdint>
 #include <optional>
@@ -26,7 +25,7 @@ struct ChunkPlace
     std::optional<std::int64_t> statedSize;
 };
 
-/// Reads and adds the description chunks of an open WAV, RF64, W64, AIFF or CAF file. Works on the
+/// Reads and adds the describing chunks of an open WAV, RF64, W64, AIFF or CAF file. Works on the
 /// bytes, because what goes through the audio library changes its size and is limited to some ten
 /// kilobytes.
 class ChunkedFile
@@ -55,8 +54,8 @@ public:
     /// these change.
     std::vector<RawChunk> descriptions() const;
 
-    /// A filler of the size that takes exactly these chunks later, see fill().
-    /// @returns the data bytes of the filler, a multiple of 4
+    /// Data bytes, a multiple of 4, of the filler that takes exactly these chunks later, see
+    /// fill().
     static std::size_t fillerSize(const ChunkLayout& layout, const std::vector<RawChunk>& chunks);
 
     /// Identifier of the filler.

@@ -1,8 +1,7 @@
 #include "audiofile/FileMetadata.h"
 
 #include "audiofile/ChunkedFile.h"
-#include "audiofile/CodingHistory.h"
-#include "audiofile/CueChunks.h"
+#include "audiofile/DescriptionChunks.h"
 #include "audiofile/UncarriedTags.h"
 #include "base/Text.h"
 
@@ -41,7 +40,7 @@ constexpr std::array namedStrings{
     NamedString{SF_STR_GENRE, "genre"},
 };
 
-/// Blocks whose content the audio library reads as strings, cue points or instrument.
+/// Chunks whose content the audio library reads as strings, cue points or instrument.
 constexpr std::array<std::string_view, 14> translatedChunks{"cue ", "smpl", "inst", "NAME", "AUTH",
                                                             "ANNO", "(c) ", "APPL", "MARK", "INST",
                                                             "COMT", "info", "strg", "mark"};

@@ -157,7 +157,7 @@ std::optional<AudioFileFormat> keptAs(ContainerName name, int container,
     return storedAs(name, container, samples);
 }
 
-/// Who asks for a codec by its container's name knows that the samples are compressed.
+/// Whoever asks for a codec by its container's name knows that the samples are compressed.
 bool isCodec(SampleFormat samples)
 {
     using enum SampleFormat;

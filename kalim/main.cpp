@@ -1,9 +1,9 @@
+#include "audiofile/OutputFile.h"
+#include "base/FileError.h"
 #include "kalim/Cleaning.h"
 #include "kalim/Options.h"
-#include "base/FileError.h"
-#include "audiofile/TemporaryFileRegistry.h"
-#include "presets/PresetList.h"
 #include "kalim/PresetOverview.h"
+#include "presets/PresetList.h"
 
 #include <fmt/format.h>
 

@@ -1,7 +1,6 @@
 #include "presets/PresetFile.h"
 
 #include "audiofile/FileBytes.h"
-#include "audiofile/FileDescriptor.h"
 #include "base/FileError.h"
 #include "base/Text.h"
 

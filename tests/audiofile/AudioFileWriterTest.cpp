@@ -1,6 +1,5 @@
 #include "audiofile/AudioFileWriter.h"
 
-#include "tests/support/TestSignals.h"
 #include "tests/audiofile/AudioFiles.h"
 #include "tests/audiofile/ScratchFolder.h"
 
@@ -47,7 +46,10 @@ protected:
     /// Writes noise while no file of this process may grow beyond a size, as on a full disk.
     std::string failureOfWriting(int format, std::size_t frames, rlim_t largestFile) const
     {
-        const auto noise = testing_support::makeNoise(-10.0, 48000.0, 5.0);
+        // Floats that no encoder can make smaller.
+        std::vector<float> samples;
+        for (const int sample : noise(frames))
+            samples.push_back(static_cast<float>(sample) / 2147483648.0F);
         signal(SIGXFSZ, SIG_IGN);
         rlimit previous{};
         getrlimit(RLIMIT_FSIZE, &previous);
@@ -58,7 +60,7 @@ protected:
             {
                 OutputFile output(path("full"), Existing::keep);
                 AudioFileWriter writer(output, AudioFileFormat(format), 1, 48000);
-                writer.write({noise.getReadChannelPtr(0), frames});
+                writer.write(samples);
                 writer.close();
                 output.commit();
             });

@@ -4,13 +4,14 @@
 #include "audiofile/AudioFileWriter.h"
 #include "audiofile/FileMetadata.h"
 #include "audiofile/OutputFile.h"
-#include "audiofile/SoundFileHandle.h"
 
 #include <sndfile.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,14 @@ inline void writeLibraryFile(
     const auto file = openLibraryFile(path, SFM_WRITE, format, channels);
     describe(file.get());
     sf_write_int(file.get(), samples.data(), static_cast<sf_count_t>(samples.size()));
+}
+
+/// Samples of all sizes, the same in each run.
+inline std::vector<int> noise(std::size_t count)
+{
+    std::vector<int> samples(count);
+    std::ranges::generate(samples, std::minstd_rand());
+    return samples;
 }
 
 inline std::vector<int> readLibraryIntegers(const std::filesystem::path& path, std::size_t count)

@@ -1,8 +1,8 @@
 #include "audiofile/FileMetadata.h"
 
+#include "audiofile/ChunkedFile.h"
 #include "tests/audiofile/AudioFiles.h"
 #include "tests/audiofile/ScratchFolder.h"
-#include "audiofile/ChunkedFile.h"
 
 #include <fcntl.h>
 
