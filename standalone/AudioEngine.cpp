@@ -1,7 +1,16 @@
 #include "standalone/AudioEngine.h"
 
 #include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <stop_token>
+#include <thread>
+#include <utility>
 
+namespace kalim::standalone
+{
 namespace
 {
 
@@ -30,9 +39,72 @@ void copyOut(const juce::AudioBuffer<float>& block, float* const* outputs, int n
 
 } // namespace
 
+/// Stands in for an audio device that is missing: asks for blocks at the pace of real time.
+class AudioEngine::Clock
+{
+public:
+    /// Called on the clock's thread with a number of frames.
+    using Tick = std::function<void(int numFrames)>;
+
+    explicit Clock(Tick tickToCall)
+        : tick(std::move(tickToCall))
+    {
+    }
+
+    ~Clock() { stop(); }
+
+    Clock(const Clock&) = delete;
+    Clock& operator=(const Clock&) = delete;
+
+    /// Does nothing when it runs already. Any thread but the clock's.
+    void start(double rateInHz, int blockFrames)
+    {
+        const std::lock_guard lock(guard);
+        if (!thread.joinable())
+            thread = std::jthread(
+                [this, seconds = blockFrames / rateInHz, blockFrames](const std::stop_token& token)
+                { run(token, seconds, blockFrames); });
+    }
+
+    /// After it, no more blocks are asked for. Any thread but the clock's.
+    void stop()
+    {
+        const std::lock_guard lock(guard);
+        if (!thread.joinable())
+            return;
+        thread.request_stop();
+        thread.join();
+    }
+
+private:
+    void run(const std::stop_token& token, double blockSeconds, int blockFrames)
+    {
+        using namespace std::chrono;
+        // A clock that is further behind, after the machine slept for example, does not catch up.
+        constexpr milliseconds longestDelay{200};
+        const auto period = duration_cast<steady_clock::duration>(duration<double>(blockSeconds));
+        std::mutex idleGuard;
+        std::condition_variable_any idle;
+        auto next = steady_clock::now();
+        while (!token.stop_requested())
+        {
+            tick(blockFrames);
+            next += period;
+            if (steady_clock::now() - next > longestDelay)
+                next = steady_clock::now();
+            std::unique_lock lock(idleGuard);
+            idle.wait_until(lock, token, next, [] { return false; });
+        }
+    }
+
+    Tick tick;
+    std::mutex guard; // for starting and stopping
+    std::jthread thread;
+};
+
 AudioEngine::AudioEngine(juce::AudioProcessor& processorToDrive)
     : processor(processorToDrive)
-    , clock([this](int numFrames) { runWithoutDevice(numFrames); })
+    , clock(std::make_unique<Clock>([this](int numFrames) { runWithoutDevice(numFrames); }))
 {
     startClock();
     devices.addAudioCallback(this);
@@ -42,7 +114,7 @@ AudioEngine::~AudioEngine()
 {
     devices.removeAudioCallback(this);
     devices.closeAudioDevice();
-    clock.stop();
+    clock->stop();
     processor.releaseResources();
 }
 
@@ -71,12 +143,12 @@ void AudioEngine::prepare(double rate, int blockFrames)
 void AudioEngine::startClock()
 {
     prepare(clockRate, clockBlockFrames);
-    clock.start(clockRate, clockBlockFrames);
+    clock->start(clockRate, clockBlockFrames);
 }
 
 void AudioEngine::audioDeviceAboutToStart(juce::AudioIODevice* device)
 {
-    clock.stop();
+    clock->stop();
     // Drivers have been seen that tell nonsense before they run.
     const double rate = device->getCurrentSampleRate();
     const int blockFrames = device->getCurrentBufferSizeSamples();
@@ -140,3 +212,5 @@ void AudioEngine::processBlock(int numFrames)
     juce::AudioBuffer<float> part(block.getArrayOfWritePointers(), numChannels, numFrames);
     processor.processBlock(part, noMidi);
 }
+
+} // namespace kalim::standalone

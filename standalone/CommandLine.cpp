@@ -2,6 +2,8 @@
 
 #include "plugin/KalimConstants.h"
 
+namespace kalim::standalone
+{
 namespace
 {
 
@@ -48,3 +50,5 @@ CommandLine CommandLine::parse(const std::vector<std::string>& arguments)
     }
     return result;
 }
+
+} // namespace kalim::standalone

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace kalim::standalone
+{
 namespace
 {
 
@@ -119,3 +121,5 @@ int FilePlayer::getNumReady() const
     const juce::SpinLock::ScopedLockType lock(streamGuard);
     return stream == nullptr ? 0 : stream->getNumReady();
 }
+
+} // namespace kalim::standalone

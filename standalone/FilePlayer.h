@@ -6,6 +6,9 @@
 #include <juce_core/juce_core.h>
 #include <memory>
 
+namespace kalim::standalone
+{
+
 /// Plays a file as stereo, at any rate. Everything but `render` and `setOutputRate` belongs to the
 /// message thread.
 class FilePlayer
@@ -14,8 +17,8 @@ public:
     FilePlayer();
     ~FilePlayer();
 
-    /// Replaces the file and stands at its start. Where it fails, the old file stays.
-    /// @throws kalim::FileError when it cannot be played
+    /// Replaces the file and stands at its start. Throws FileError when it cannot be played, in
+    /// which case the old file stays.
     void open(const juce::File& fileToPlay);
 
     bool hasFile() const { return stream != nullptr; }
@@ -70,3 +73,5 @@ private:
     /// Whether the block before was played; used under the lock.
     bool wasPlaying = false;
 };
+
+} // namespace kalim::standalone

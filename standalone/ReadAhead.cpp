@@ -6,6 +6,8 @@
 #include <chrono>
 #include <cmath>
 
+namespace kalim::standalone
+{
 namespace
 {
 
@@ -198,3 +200,5 @@ int ReadAhead::getNumReady() const
             numReady += chunks[index % numChunks].numFrames;
     return std::max(numReady, 0);
 }
+
+} // namespace kalim::standalone

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <numbers>
 
+namespace kalim::standalone
+{
 namespace
 {
 
@@ -107,3 +109,5 @@ float ResamplingReader::getWeight(double distance) const
     const float value = kernel[index] + fraction * (kernel[index + 1] - kernel[index]);
     return value * static_cast<float>(bandwidth);
 }
+
+} // namespace kalim::standalone

@@ -2,6 +2,9 @@
 
 #include "base/FileError.h"
 
+namespace kalim::standalone
+{
+
 Session::Session(juce::AudioProcessor& processorToDrive, const juce::File& folderOfBinary)
     : processor(processorToDrive)
     , settings(folderOfBinary)
@@ -41,10 +44,12 @@ juce::String Session::openFile(const juce::File& file)
     {
         getPlayer().open(file);
     }
-    catch (const kalim::FileError& error)
+    catch (const FileError& error)
     {
         return juce::String::fromUTF8(error.what());
     }
     settings.setFolder(file.getParentDirectory());
     return {};
 }
+
+} // namespace kalim::standalone

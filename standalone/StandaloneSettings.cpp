@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+namespace kalim::standalone
+{
 namespace
 {
 
@@ -142,3 +144,5 @@ juce::Rectangle<int> limitToScreen(juce::Rectangle<int> area, juce::Rectangle<in
     return {std::clamp(area.getX(), screen.getX(), lastX),
             std::clamp(area.getY(), screen.getY(), lastY), width, height};
 }
+
+} // namespace kalim::standalone

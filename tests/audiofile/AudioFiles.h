@@ -24,9 +24,9 @@ constexpr int oggVorbis = SF_FORMAT_OGG | SF_FORMAT_VORBIS;
 constexpr int mp3 = SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III;
 
 inline SoundFileHandle openLibraryFile(const std::filesystem::path& path, int mode, int format = 0,
-                                       int channels = 1)
+                                       int channels = 1, int rate = 48000)
 {
-    SF_INFO info{0, 48000, channels, format, 0, 0};
+    SF_INFO info{0, rate, channels, format, 0, 0};
     return SoundFileHandle(sf_open(path.c_str(), mode, &info));
 }
 

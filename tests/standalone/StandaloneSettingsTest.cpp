@@ -4,11 +4,18 @@
 #include "tests/standalone/ProbeProcessor.h"
 #include "tests/standalone/SoundFiles.h"
 
-#include <gtest/gtest.h>
-
 #include <map>
 
-class Settings : public SoundFiles
+namespace kalim::test
+{
+namespace
+{
+
+using standalone::limitToScreen;
+using standalone::Session;
+using standalone::StandaloneSettings;
+
+class StandaloneSettingsTest : public SoundFiles
 {
 protected:
     /// A file in the folder makes it the place of the settings.
@@ -17,17 +24,20 @@ protected:
         juce::PropertySet properties;
         for (const auto& [key, value] : values)
             properties.setValue(key, value);
-        write("KalimStandalone.prop", properties.createXml("PROPERTIES")->toString());
+        writeText("KalimStandalone.prop",
+                  properties.createXml("PROPERTIES")->toString().toStdString());
     }
 
     ProbeProcessor processor;
 };
 
-TEST_F(Settings, areCautiousAtFirstAndRememberedFromOneSessionToTheNext)
+} // namespace
+
+TEST_F(StandaloneSettingsTest, areCautiousAtFirstAndRememberedFromOneSessionToTheNext)
 {
     writeSettings({});
     {
-        Session session(processor, folder);
+        Session session(processor, juceFolder());
         EXPECT_TRUE(session.getEngine().isInputMuted());
         EXPECT_FALSE(session.getPlayer().isLooping());
         EXPECT_EQ(session.getSettings().getDevice(), nullptr);
@@ -37,43 +47,36 @@ TEST_F(Settings, areCautiousAtFirstAndRememberedFromOneSessionToTheNext)
         session.getEngine().setInputMuted(false);
         session.getPlayer().setLooping(true);
         session.getSettings().setWindow({-40, 30, 700, 500});
-        juce::XmlElement device("DEVICESETUP");
-        device.setAttribute("deviceType", "Fake");
+        const juce::XmlElement device("FakeDevice");
         session.getSettings().setDevice(&device);
         processor.state = "some settings";
+        // What has changed is written before the end, too.
+        session.remember();
+        EXPECT_TRUE(waitUntil(
+            [this]
+            { return StandaloneSettings(juceFolder()).getState().toString() == processor.state; }));
     }
     processor.state = {};
-    Session session(processor, folder);
+    Session session(processor, juceFolder());
     EXPECT_EQ(processor.state, "some settings");
     EXPECT_FALSE(session.getEngine().isInputMuted());
     EXPECT_TRUE(session.getPlayer().isLooping());
-    EXPECT_EQ(session.getSettings().getFolder(), folder);
+    EXPECT_EQ(session.getSettings().getFolder(), juceFolder());
     EXPECT_EQ(session.getSettings().getWindow(), juce::Rectangle<int>(-40, 30, 700, 500));
     ASSERT_NE(session.getSettings().getDevice(), nullptr);
-    EXPECT_EQ(session.getSettings().getDevice()->getStringAttribute("deviceType"), "Fake");
+    EXPECT_TRUE(session.getSettings().getDevice()->hasTagName("FakeDevice"));
 }
 
-TEST_F(Settings, areWrittenBeforeTheEnd)
+TEST_F(StandaloneSettingsTest, tellWhyAFileCannotBePlayed)
 {
-    writeSettings({});
-    Session session(processor, folder);
-    processor.state = "changed";
-    session.remember();
-    const auto isWritten = [this]
-    { return StandaloneSettings(folder).getState().toString() == "changed"; };
-    EXPECT_TRUE(waitUntil(isWritten));
-}
-
-TEST_F(Settings, tellWhyAFileCannotBePlayed)
-{
-    Session session(processor, folder);
-    const juce::File text = write("text.wav", "no sound");
+    Session session(processor, juceFolder());
+    const juce::File text = writeNoSound();
     const juce::String problem = session.openFile(text);
     EXPECT_TRUE(problem.startsWith(text.getFullPathName() + ": ")) << problem;
-    EXPECT_NE(session.getSettings().getFolder(), folder);
+    EXPECT_NE(session.getSettings().getFolder(), juceFolder());
 }
 
-TEST_F(Settings, areNotHarmedByHostileValues)
+TEST_F(StandaloneSettingsTest, areNotHarmedByHostileValues)
 {
     const juce::String deep =
         juce::String::repeatedString("<a>", 5000) + juce::String::repeatedString("</a>", 5000);
@@ -88,7 +91,7 @@ TEST_F(Settings, areNotHarmedByHostileValues)
                    {"EditorWidth", "2147483647"},
                    {"EditorHeight", "2147483647"}});
     {
-        Session session(processor, folder);
+        Session session(processor, juceFolder());
         EXPECT_EQ(session.getSettings().getDevice(), nullptr);
         EXPECT_TRUE(session.getSettings().getFolder().isDirectory());
         EXPECT_NE(session.getSettings().getFolder().getFileName(), "..");
@@ -104,7 +107,7 @@ TEST_F(Settings, areNotHarmedByHostileValues)
                    {"EditorWidth", "-5"},
                    {"EditorHeight", "x"},
                    {"AudioDevice", deep}});
-    const StandaloneSettings settings(folder);
+    const StandaloneSettings settings(juceFolder());
     EXPECT_EQ(settings.getDevice(), nullptr);
     EXPECT_FALSE(settings.getWindow().has_value());
 }
@@ -118,3 +121,5 @@ TEST(WindowArea, isMovedIntoTheScreenAndMadeNoLarger)
     EXPECT_EQ(limitToScreen({3000, 2000, 400, 300}, screen), Area(700, 420, 400, 300));
     EXPECT_EQ(limitToScreen({0, 0, 4000, 3000}, screen), screen);
 }
+
+} // namespace kalim::test
