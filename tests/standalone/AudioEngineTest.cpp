@@ -44,11 +44,7 @@ public:
         return {};
     }
 
-    void close() override
-    {
-        stop();
-        rate = 0.0;
-    }
+    void close() override { stop(); }
 
     bool isOpen() override { return rate > 0.0; }
 
@@ -147,12 +143,20 @@ protected:
 
     void openDevice(const juce::String& name, double rate)
     {
-        engine.getDevices().setCurrentAudioDeviceType("Fake", true);
+        juce::AudioDeviceManager& devices = engine.getDevices();
+        devices.setCurrentAudioDeviceType("Fake", true);
         juce::AudioDeviceManager::AudioDeviceSetup setup;
         setup.inputDeviceName = setup.outputDeviceName = name;
         setup.sampleRate = rate;
-        EXPECT_EQ(engine.getDevices().initialise(2, 2, nullptr, true, {}, &setup), juce::String());
+        EXPECT_EQ(devices.initialise(2, 2, nullptr, true, {}, &setup), juce::String());
+        EXPECT_TRUE(engine.hasDevice());
         EXPECT_EQ(processor.rate, rate);
+    }
+
+    void playOverAndOver()
+    {
+        engine.getPlayer().setLooping(true);
+        engine.getPlayer().play();
     }
 
     void expectProgress(int numFrames)
@@ -162,8 +166,9 @@ protected:
         EXPECT_TRUE(processor.wasDrivenWell);
     }
 
-    static void expectOutput(float sample)
+    void expectOutput(float sample) const
     {
+        EXPECT_TRUE(processor.wasDrivenWell);
         EXPECT_TRUE(waitUntil([=] { return FakeDevice::lastOutput == sample / 2.0F; }));
     }
 
@@ -195,7 +200,6 @@ TEST_F(AudioEngineDriving, letsTheInputBeHeardUnlessItIsMutedOrAFilePlays)
 {
     EXPECT_TRUE(engine.isInputMuted());
     openDevice("first", 44100.0);
-    EXPECT_TRUE(engine.hasDevice());
     EXPECT_TRUE(engine.hasInput());
     EXPECT_EQ(processor.maximumFrames, FakeDevice::blockFrames);
     expectProgress(2000);
@@ -205,19 +209,16 @@ TEST_F(AudioEngineDriving, letsTheInputBeHeardUnlessItIsMutedOrAFilePlays)
 
     engine.getPlayer().open(
         writeSound("loud.wav", wavFloat, 44100, 4000, {[](int) { return -0.75F; }}));
-    engine.getPlayer().setLooping(true);
-    engine.getPlayer().play();
+    playOverAndOver();
     expectOutput(-0.75F);
     engine.getPlayer().stop();
     expectOutput(FakeDevice::input);
-    EXPECT_TRUE(processor.wasDrivenWell);
 }
 
 TEST_F(AudioEngineDriving, goesOnWhenDevicesComeChangeAndGo)
 {
     engine.getPlayer().open(writeNumbered(48000, 60000));
-    engine.getPlayer().setLooping(true);
-    engine.getPlayer().play();
+    playOverAndOver();
     for (int round = 0; round < 5; ++round)
     {
         openDevice("first", 44100.0);

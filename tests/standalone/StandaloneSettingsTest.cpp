@@ -5,6 +5,7 @@
 #include "tests/standalone/SoundFiles.h"
 
 #include <map>
+#include <tuple>
 
 namespace kalim::test
 {
@@ -70,9 +71,8 @@ TEST_F(StandaloneSettingsTest, areCautiousAtFirstAndRememberedFromOneSessionToTh
 TEST_F(StandaloneSettingsTest, tellWhyAFileCannotBePlayed)
 {
     Session session(processor, juceFolder());
-    const juce::File text = writeNoSound();
-    const juce::String problem = session.openFile(text);
-    EXPECT_TRUE(problem.startsWith(text.getFullPathName() + ": ")) << problem;
+    const juce::String problem = session.openFile(writeNoSound());
+    EXPECT_TRUE(problem.startsWith(path("a.wav").string() + ": ")) << problem;
     EXPECT_NE(session.getSettings().getFolder(), juceFolder());
 }
 
@@ -82,44 +82,43 @@ TEST_F(StandaloneSettingsTest, areNotHarmedByHostileValues)
         juce::String::repeatedString("<a>", 5000) + juce::String::repeatedString("</a>", 5000);
     const juce::String laughs =
         "<!DOCTYPE a [<!ENTITY b \"&c;&c;\"><!ENTITY c \"&b;&b;\">]><DEVICESETUP>&b;</DEVICESETUP>";
-    writeSettings({{"AudioDevice", laughs},
-                   {"Unknown", deep},
-                   {"State", "2147483647.AAAA"},
-                   {"Folder", "../../.."},
-                   {"WindowX", "99999999999999999999"},
-                   {"WindowY", "-2147483648"},
-                   {"EditorWidth", "2147483647"},
-                   {"EditorHeight", "2147483647"}});
+    const juce::Rectangle<int> screen(0, 20, 1280, 700);
+    const juce::String huge = "99999999999999999999";
+    const juce::String low = "-2147483648";
+    for (const auto& [device, x, y, width, isWindow] :
+         {std::tuple(laughs, huge, low, juce::String("2147483647"), true),
+          std::tuple(deep, juce::String("1"), juce::String("1"), juce::String("-5"), false),
+          std::tuple(deep, low, low, juce::String("x"), false)})
     {
+        writeSettings({{"AudioDevice", device},
+                       {"Unknown", deep},
+                       {"State", "2147483647.AAAA"},
+                       {"Folder", "../../.."},
+                       {"WindowX", x},
+                       {"WindowY", y},
+                       {"EditorWidth", width},
+                       {"EditorHeight", "2147483647"}});
         Session session(processor, juceFolder());
-        EXPECT_EQ(session.getSettings().getDevice(), nullptr);
-        EXPECT_TRUE(session.getSettings().getFolder().isDirectory());
-        EXPECT_NE(session.getSettings().getFolder().getFileName(), "..");
-        const auto window = session.getSettings().getWindow();
-        ASSERT_TRUE(window.has_value());
-        const juce::Rectangle<int> screen(0, 20, 1280, 700);
-        EXPECT_TRUE(screen.contains(limitToScreen(*window, screen)));
+        const StandaloneSettings& settings = session.getSettings();
+        EXPECT_EQ(settings.getDevice(), nullptr);
+        EXPECT_TRUE(settings.getFolder().isDirectory());
+        EXPECT_NE(settings.getFolder().getFileName(), "..");
+        EXPECT_EQ(settings.getWindow().has_value(), isWindow);
+        EXPECT_TRUE(screen.contains(limitToScreen(settings.getWindow().value_or(screen), screen)));
+        EXPECT_EQ(processor.state, juce::String());
     }
-    EXPECT_EQ(processor.state, juce::String());
-
-    writeSettings({{"WindowX", "1"},
-                   {"WindowY", "1"},
-                   {"EditorWidth", "-5"},
-                   {"EditorHeight", "x"},
-                   {"AudioDevice", deep}});
-    const StandaloneSettings settings(juceFolder());
-    EXPECT_EQ(settings.getDevice(), nullptr);
-    EXPECT_FALSE(settings.getWindow().has_value());
 }
 
 TEST(WindowArea, isMovedIntoTheScreenAndMadeNoLarger)
 {
-    const juce::Rectangle<int> screen(100, 20, 1000, 700);
     using Area = juce::Rectangle<int>;
-    EXPECT_EQ(limitToScreen({300, 200, 400, 300}, screen), Area(300, 200, 400, 300));
-    EXPECT_EQ(limitToScreen({-300, -200, 400, 300}, screen), Area(100, 20, 400, 300));
-    EXPECT_EQ(limitToScreen({3000, 2000, 400, 300}, screen), Area(700, 420, 400, 300));
-    EXPECT_EQ(limitToScreen({0, 0, 4000, 3000}, screen), screen);
+    const Area screen(100, 20, 1000, 700);
+    for (const auto& [wanted, expected] :
+         {std::pair(Area(300, 200, 400, 300), Area(300, 200, 400, 300)),
+          std::pair(Area(-300, -200, 400, 300), Area(100, 20, 400, 300)),
+          std::pair(Area(3000, 2000, 400, 300), Area(700, 420, 400, 300)),
+          std::pair(Area(0, 0, 4000, 3000), screen)})
+        EXPECT_EQ(limitToScreen(wanted, screen), expected);
 }
 
 } // namespace kalim::test
