@@ -34,8 +34,9 @@ public:
     std::int64_t position() const { return nextFrame; }
 
     /// Makes a frame the one that is read next, limited to 0 to frames(). Codecs that cannot seek
-    /// are decoded up to there, which takes time. Throws FileError when the file cannot be decoded
-    /// up to there; position() then tells how far it can, and another seek() may succeed.
+    /// are decoded up to there, which takes time. Throws FileError when a damaged file cannot be
+    /// decoded up to there, in which case position() tells how far it can, unless only the next
+    /// read() finds that out. It is possible to seek back from any error.
     void seek(std::int64_t frame);
 
     /// Reads the next frames into room for whole frames of all channels, and returns how many:

@@ -15,11 +15,6 @@ namespace
 class AudioFileReaderTest : public ScratchFolder
 {
 protected:
-    static std::string refusal(const std::filesystem::path& file)
-    {
-        return messageOf([&] { const AudioFileReader reader(file); });
-    }
-
     /// Reads in parts, as a program does, and returns the error.
     static std::string failureOf(const std::filesystem::path& file)
     {
@@ -52,7 +47,7 @@ protected:
 TEST_F(AudioFileReaderTest, RefusesWhatIsNoAudioFileWithAReasonOnOneLine)
 {
     ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
-    EXPECT_EQ(refusal(writeText("a\nb\x1b[2Jü.wav", "")),
+    EXPECT_EQ(failureOf(writeText("a\nb\x1b[2Jü.wav", "")),
               folder.string() + "/a\\nb\\x1b[2Jü.wav: is empty");
     for (const auto& [file, reason] :
          {std::pair(path("missing.wav"), "No such file"), std::pair(folder, "is a folder"),
@@ -60,7 +55,7 @@ TEST_F(AudioFileReaderTest, RefusesWhatIsNoAudioFileWithAReasonOnOneLine)
                     "cannot be read as audio"),
           std::pair(path("pipe"), "not a regular file"),
           std::pair(std::filesystem::path("/dev/zero"), "not a regular file")})
-        EXPECT_THAT(refusal(file), HasSubstr(reason));
+        EXPECT_THAT(failureOf(file), HasSubstr(reason));
 }
 
 TEST_F(AudioFileReaderTest, TakesNoDescriptionForSamples)
@@ -114,7 +109,7 @@ TEST_F(AudioFileReaderTest, CountsStreamsThatDoNotTellTheirLength)
 TEST_F(AudioFileReaderTest, ReadsFromAnyFrameOnAsFromTheStart)
 {
     writeStream("stream", 30000);
-    // The last one cannot seek and is decoded up to the frame.
+    // This codec cannot seek and is decoded up to the frame.
     constexpr int telephone = SF_FORMAT_AU | SF_FORMAT_G721_32;
     for (const int format : {wav16, flac16, oggVorbis, telephone, 0})
     {

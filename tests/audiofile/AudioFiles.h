@@ -23,6 +23,9 @@ constexpr int flac16 = SF_FORMAT_FLAC | SF_FORMAT_PCM_16;
 constexpr int oggVorbis = SF_FORMAT_OGG | SF_FORMAT_VORBIS;
 constexpr int mp3 = SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III;
 
+/// Sets what a file is to say of itself.
+using Describe = std::function<void(SNDFILE*)>;
+
 inline SoundFileHandle openLibraryFile(const std::filesystem::path& path, int mode, int format = 0,
                                        int channels = 1, int rate = 48000)
 {
@@ -30,10 +33,10 @@ inline SoundFileHandle openLibraryFile(const std::filesystem::path& path, int mo
     return SoundFileHandle(sf_open(path.c_str(), mode, &info));
 }
 
-/// Writes with the library alone; describe sets whatever the file is to say of itself.
+/// Writes with the library alone.
 inline void writeLibraryFile(
     const std::filesystem::path& path, int format, const std::vector<int>& samples,
-    int channels = 1, const std::function<void(SNDFILE*)>& describe = [](SNDFILE*) {})
+    int channels = 1, const Describe& describe = [](SNDFILE*) {})
 {
     const auto file = openLibraryFile(path, SFM_WRITE, format, channels);
     describe(file.get());
