@@ -7,8 +7,6 @@ namespace kalim::standalone
 namespace
 {
 
-constexpr double usualRate = 48000.0;
-
 /// When it is stopped, the sound is faded out over so many frames.
 constexpr int fadeFrames = 256;
 
@@ -19,13 +17,6 @@ void fadeOut(float* samples, int numFrames)
 }
 
 } // namespace
-
-FilePlayer::FilePlayer()
-    : outputRate(usualRate)
-{
-}
-
-FilePlayer::~FilePlayer() = default;
 
 void FilePlayer::open(const juce::File& fileToPlay)
 {

@@ -14,9 +14,6 @@ namespace kalim::standalone
 class FilePlayer
 {
 public:
-    FilePlayer();
-    ~FilePlayer();
-
     /// Replaces the file and stands at its start. Throws FileError when it cannot be played, in
     /// which case the old file stays.
     void open(const juce::File& fileToPlay);
@@ -66,7 +63,7 @@ private:
     /// Changed by the message thread while it holds the lock, which the audio thread only tries.
     std::unique_ptr<ReadAhead> stream;
     mutable juce::SpinLock streamGuard;
-    std::atomic<double> outputRate;
+    std::atomic<double> outputRate{48000.0};
     std::atomic<bool> playing{false};
     std::atomic<bool> looping{false};
 

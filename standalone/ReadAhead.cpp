@@ -67,8 +67,8 @@ double ReadAhead::getNextPosition() const
 
 void ReadAhead::request(double position, double outputRate)
 {
-    // A whole frame, so that at equal rates samples come out as they are; written so that what is
-    // not a number becomes the start.
+    // A whole frame, so that at equal rates samples come out as they are; written so that NaN
+    // becomes the start.
     const double limited = position > 0.0 ? std::min(position, numFileFrames - 1.0) : 0.0;
     wanted = {std::floor(limited), outputRate, wanted.generation + 1};
     generation.store(wanted.generation, std::memory_order_release);
