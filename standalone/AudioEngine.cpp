@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
-#include <functional>
 #include <mutex>
 #include <stop_token>
 #include <thread>
-#include <utility>
 
 namespace kalim::standalone
 {
@@ -43,11 +41,8 @@ void copyOut(const juce::AudioBuffer<float>& block, float* const* outputs, int n
 class AudioEngine::Clock
 {
 public:
-    /// Called on the clock's thread with a number of frames.
-    using Tick = std::function<void(int numFrames)>;
-
-    explicit Clock(Tick tickToCall)
-        : tick(std::move(tickToCall))
+    explicit Clock(AudioEngine& engineToDrive)
+        : engine(engineToDrive)
     {
     }
 
@@ -88,7 +83,7 @@ private:
         auto next = steady_clock::now();
         while (!token.stop_requested())
         {
-            tick(blockFrames);
+            engine.runWithoutDevice(blockFrames);
             next += period;
             if (steady_clock::now() - next > longestDelay)
                 next = steady_clock::now();
@@ -97,14 +92,14 @@ private:
         }
     }
 
-    Tick tick;
+    AudioEngine& engine;
     std::mutex guard; // for starting and stopping
     std::jthread thread;
 };
 
 AudioEngine::AudioEngine(juce::AudioProcessor& processorToDrive)
     : processor(processorToDrive)
-    , clock(std::make_unique<Clock>([this](int numFrames) { runWithoutDevice(numFrames); }))
+    , clock(std::make_unique<Clock>(*this))
 {
     startClock();
     devices.addAudioCallback(this);

@@ -15,10 +15,6 @@ constexpr int refreshesPerSecond = 20;
 constexpr const char* audioFiles = "*.wav;*.wave;*.rf64;*.w64;*.bwf;*.aif;*.aiff;*.aifc;*.caf;"
                                    "*.flac;*.au;*.snd;*.ogg;*.oga;*.opus;*.mp3";
 
-// A notice is readable on any theme.
-const juce::Colour noticeBackground(0xfff3e2a9);
-const juce::Colour noticeText(0xff2b2410);
-
 /// An invisible part of another component that tells when that one's look changes.
 class LookAndFeelWatcher : public juce::Component
 {
@@ -46,7 +42,7 @@ public:
     NoticeBar()
     {
         setOpaque(true);
-        label.setColour(juce::Label::textColourId, noticeText);
+        label.setColour(juce::Label::textColourId, juce::Colour(0xff2b2410));
         label.setMinimumHorizontalScale(0.7F);
         addAndMakeVisible(label);
         addAndMakeVisible(button);
@@ -68,7 +64,8 @@ public:
             notice.text, juce::AccessibilityHandler::AnnouncementPriority::medium);
     }
 
-    void paint(juce::Graphics& graphics) override { graphics.fillAll(noticeBackground); }
+    /// Readable on any theme.
+    void paint(juce::Graphics& graphics) override { graphics.fillAll(juce::Colour(0xfff3e2a9)); }
 
     void resized() override
     {

@@ -37,12 +37,6 @@ std::vector<float> makeKernel()
     return kernel;
 }
 
-/// Moves what is still needed to the front.
-void dropFront(std::vector<float>& samples, std::int64_t count)
-{
-    samples.erase(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(count));
-}
-
 } // namespace
 
 ResamplingReader::ResamplingReader(SoundFileReader& fileToRead, double outputRate)
@@ -85,8 +79,8 @@ void ResamplingReader::fillWindow(std::int64_t first, std::int64_t last)
     const auto windowEnd = windowStart + static_cast<std::int64_t>(leftWindow.size());
     const bool isContinued = first >= windowStart && first <= windowEnd;
     const std::int64_t numDropped = isContinued ? first - windowStart : windowEnd - windowStart;
-    dropFront(leftWindow, numDropped);
-    dropFront(rightWindow, numDropped);
+    for (auto* const window : {&leftWindow, &rightWindow})
+        window->erase(window->begin(), window->begin() + static_cast<std::ptrdiff_t>(numDropped));
     windowStart = first;
 
     const std::size_t numKept = leftWindow.size();

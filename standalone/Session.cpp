@@ -24,8 +24,7 @@ Session::~Session()
 
 void Session::openDevice()
 {
-    const auto description = settings.getDevice();
-    engine.openDevice(description.get());
+    engine.openDevice(settings.getDevice().get());
 }
 
 void Session::remember()
