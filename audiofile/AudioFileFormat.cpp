@@ -157,35 +157,35 @@ AudioFileFormat::AudioFileFormat(int libraryFormat)
 {
 }
 
-int AudioFileFormat::container() const
+int AudioFileFormat::getContainer() const
 {
     return value & SF_FORMAT_TYPEMASK;
 }
 
-int AudioFileFormat::subtype() const
+int AudioFileFormat::getSubtype() const
 {
     return value & SF_FORMAT_SUBMASK;
 }
 
-int AudioFileFormat::byteOrder() const
+int AudioFileFormat::getByteOrder() const
 {
     return value & SF_FORMAT_ENDMASK;
 }
 
-SampleFormat AudioFileFormat::sampleFormat() const
+SampleFormat AudioFileFormat::getSampleFormat() const
 {
-    return sampleFormatOfSubtype(subtype());
+    return sampleFormatOfSubtype(getSubtype());
 }
 
 bool AudioFileFormat::isWav() const
 {
-    return container() == SF_FORMAT_WAV || container() == SF_FORMAT_WAVEX ||
-           container() == SF_FORMAT_RF64;
+    return getContainer() == SF_FORMAT_WAV || getContainer() == SF_FORMAT_WAVEX ||
+           getContainer() == SF_FORMAT_RF64;
 }
 
-std::string AudioFileFormat::containerName() const
+std::string AudioFileFormat::getContainerName() const
 {
-    switch (container())
+    switch (getContainer())
     {
     case SF_FORMAT_WAV:
     case SF_FORMAT_WAVEX:
@@ -201,26 +201,26 @@ std::string AudioFileFormat::containerName() const
     case SF_FORMAT_FLAC:
         return "FLAC";
     case SF_FORMAT_OGG:
-        return subtype() == SF_FORMAT_OPUS ? "Opus" : "Ogg";
+        return getSubtype() == SF_FORMAT_OPUS ? "Opus" : "Ogg";
     case SF_FORMAT_AU:
         return "AU";
     case SF_FORMAT_MPEG:
         return "MP3";
     default:
-        return libraryName(container());
+        return libraryName(getContainer());
     }
 }
 
-std::string AudioFileFormat::samplesName() const
+std::string AudioFileFormat::getSamplesName() const
 {
-    const auto format = sampleFormat();
-    return format == SampleFormat::other ? libraryName(subtype()) : nameOf(format);
+    const auto format = getSampleFormat();
+    return format == SampleFormat::other ? libraryName(getSubtype()) : nameOf(format);
 }
 
-std::string AudioFileFormat::description() const
+std::string AudioFileFormat::getDescription() const
 {
-    const bool isOneWord = lowered(containerName()) == samplesName();
-    return isOneWord ? containerName() : containerName() + " " + samplesName();
+    const bool isOneWord = lowered(getContainerName()) == getSamplesName();
+    return isOneWord ? getContainerName() : getContainerName() + " " + getSamplesName();
 }
 
 bool AudioFileFormat::canHold(int channels, int sampleRate) const
@@ -242,9 +242,9 @@ bool AudioFileFormat::canHold(int channels, int sampleRate) const
 
 std::int64_t AudioFileFormat::bytesFor(std::int64_t samples) const
 {
-    if (subtype() == SF_FORMAT_DOUBLE)
+    if (getSubtype() == SF_FORMAT_DOUBLE)
         return samples * 8;
-    return samples * ((integerBitsOf(subtype()).value_or(32) + 7) / 8);
+    return samples * ((integerBitsOf(getSubtype()).value_or(32) + 7) / 8);
 }
 
 } // namespace kalim

@@ -61,24 +61,24 @@ public:
     /// From major format, subtype and byte order, combined as in SF_INFO.
     explicit AudioFileFormat(int libraryFormat);
 
-    int libraryFormat() const { return value; }
+    int getLibraryFormat() const { return value; }
 
-    int container() const;
-    int subtype() const;
-    int byteOrder() const;
-    SampleFormat sampleFormat() const;
+    int getContainer() const;
+    int getSubtype() const;
+    int getByteOrder() const;
+    SampleFormat getSampleFormat() const;
 
     /// Whether it is one of the WAV kinds: plain, extensible or RF64.
     bool isWav() const;
 
     /// "WAV", "RF64", "FLAC", "Ogg" and so on.
-    std::string containerName() const;
+    std::string getContainerName() const;
 
     /// "pcm24", "vorbis", "IMA ADPCM".
-    std::string samplesName() const;
+    std::string getSamplesName() const;
 
     /// "WAV pcm24", "Ogg vorbis", "WAV IMA ADPCM", "Opus"; for messages and reports.
-    std::string description() const;
+    std::string getDescription() const;
 
     /// Whether a file of this kind with that many channels at that rate in Hz can be written.
     bool canHold(int channels, int sampleRate) const;

@@ -66,7 +66,7 @@ bool isUnknownLength(const SF_INFO& info)
 /// MPEG streams may state only an estimate, so that an early end is no sign of damage.
 bool hasReliableLength(const AudioFileFormat& format)
 {
-    return format.container() != SF_FORMAT_MPEG;
+    return format.getContainer() != SF_FORMAT_MPEG;
 }
 
 } // namespace
@@ -80,20 +80,20 @@ AudioFileReader::AudioFileReader(const std::filesystem::path& path)
         throw FileError(path, "cannot be read as audio: " + libraryMessage(nullptr));
     if (info.channels < 1 || info.samplerate < 1)
         throw FileError(path, "has no valid number of channels or sample rate");
-    if (isUnknownLength(info) || !hasReliableLength(format()))
+    if (isUnknownLength(info) || !hasReliableLength(getFormat()))
         countFrames();
     limitToAudio();
 }
 
 void AudioFileReader::limitToAudio()
 {
-    const bool hasFixedSize = format().sampleFormat() <= SampleFormat::float64;
+    const bool hasFixedSize = getFormat().getSampleFormat() <= SampleFormat::float64;
     const auto chunks = ChunkedFile::open(file.get());
     // The library takes what follows the samples of a W64 file for samples, too.
-    if (!hasFixedSize || !chunks || chunks->family() != ChunkFamily::wave64)
+    if (!hasFixedSize || !chunks || chunks->getFamily() != ChunkFamily::wave64)
         return;
-    const auto bytesPerFrame = format().bytesFor(info.channels);
-    if (const auto audio = chunks->audio())
+    const auto bytesPerFrame = getFormat().bytesFor(info.channels);
+    if (const auto audio = chunks->findAudio())
         info.frames = std::min<std::int64_t>(info.frames, audio->dataSize / bytesPerFrame);
 }
 

@@ -18,38 +18,38 @@ public:
     /// Throws FileError when the file is missing, no regular file, not readable or no audio file.
     explicit AudioFileReader(const std::filesystem::path& path);
 
-    const std::filesystem::path& path() const { return filePath; }
+    const std::filesystem::path& getPath() const { return filePath; }
 
-    AudioFileFormat format() const { return AudioFileFormat(info.format); }
+    AudioFileFormat getFormat() const { return AudioFileFormat(info.format); }
 
-    int channels() const { return info.channels; }
+    int getNumChannels() const { return info.channels; }
 
     /// In Hz, at least 1.
-    int sampleRate() const { return info.samplerate; }
+    int getSampleRate() const { return info.samplerate; }
 
     /// Length of the file; it was counted by decoding where the file does not tell it.
-    std::int64_t frames() const { return info.frames; }
+    std::int64_t getNumFrames() const { return info.frames; }
 
     /// The frame that is read next.
-    std::int64_t position() const { return nextFrame; }
+    std::int64_t getPosition() const { return nextFrame; }
 
-    /// Makes a frame the one that is read next, limited to 0 to frames(). Codecs that cannot seek
-    /// are decoded up to there, which takes time. Throws FileError when a damaged file cannot be
-    /// decoded up to there, in which case position() tells how far it can, unless only the next
-    /// read() finds that out. It is possible to seek back from any error.
+    /// Makes a frame the one that is read next, limited to 0 to getNumFrames(). Codecs that cannot
+    /// seek are decoded up to there, which takes time. Throws FileError when a damaged file cannot
+    /// be decoded up to there, in which case getPosition() tells how far it can, unless only the
+    /// next read() finds that out. It is possible to seek back from any error.
     void seek(std::int64_t frame);
 
     /// Reads the next frames into room for whole frames of all channels, and returns how many:
     /// fewer than there is room for only at the end, then 0. Full scale is ±1, and floating-point
-    /// files may exceed it. Throws FileError when the file ends before frames() or cannot be
-    /// decoded; what could be decoded is there nevertheless, up to position().
+    /// files may exceed it. Throws FileError when the file ends before getNumFrames() or cannot be
+    /// decoded; what could be decoded is there nevertheless, up to getPosition().
     std::int64_t read(std::span<float> interleaved);
 
     /// The open file for reading descriptions; valid until the next seek() or read().
-    SNDFILE* handle() const { return sound.get(); }
+    SNDFILE* getHandle() const { return sound.get(); }
 
     /// The descriptor of the open file; its position belongs to the decoder.
-    int descriptor() const { return file.get(); }
+    int getDescriptor() const { return file.get(); }
 
 private:
     void countFrames();

@@ -28,7 +28,7 @@ constexpr double encodingQuality = 0.8;
 double lowestStep(double fullScale, const AudioFileFormat& format)
 {
     const bool isCompanded =
-        format.subtype() == SF_FORMAT_ULAW || format.subtype() == SF_FORMAT_ALAW;
+        format.getSubtype() == SF_FORMAT_ULAW || format.getSubtype() == SF_FORMAT_ALAW;
     return isCompanded ? 1 - fullScale : -fullScale;
 }
 
@@ -94,13 +94,13 @@ public:
         SF_INFO info{};
         info.channels = channels;
         info.samplerate = sampleRate;
-        info.format = format.libraryFormat();
+        info.format = format.getLibraryFormat();
         auto io = functions();
         return SoundFileHandle(sf_open_virtual(&io, SFM_WRITE, &info, this));
     }
 
     /// Number of the first error of the system, 0 when all went well.
-    int errorNumber() const { return firstError; }
+    int getError() const { return firstError; }
 
 private:
     static SF_VIRTUAL_IO functions()
@@ -139,12 +139,12 @@ AudioFileWriter::AudioFileWriter(OutputFile& outputFile, const AudioFileFormat& 
     , fileFormat(format)
     , channelCount(channels)
     , rate(sampleRate)
-    , sink(std::make_unique<Sink>(outputFile.descriptor()))
+    , sink(std::make_unique<Sink>(outputFile.getDescriptor()))
     , sound(sink->open(format, channels, sampleRate))
 {
     if (!sound)
-        throw FileError(output.target(), "cannot be written as " + format.description() + ": " +
-                                             sf_strerror(nullptr));
+        throw FileError(output.getTarget(), "cannot be written as " + format.getDescription() +
+                                                ": " + sf_strerror(nullptr));
     // A peak chunk holds the time of writing, so that two runs would give different files.
     sf_command(sound.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
     auto quality = encodingQuality;
@@ -170,7 +170,7 @@ void AudioFileWriter::reserveChunks()
 {
     if (chunksInFront.empty())
         return;
-    const auto layout = riffLayout(fileFormat.byteOrder() == SF_ENDIAN_BIG);
+    const auto layout = riffLayout(fileFormat.getByteOrder() == SF_ENDIAN_BIG);
     std::vector<char> filler(ChunkedFile::fillerSize(layout, chunksInFront));
     SF_CHUNK_INFO info{};
     std::strcpy(info.id, ChunkedFile::fillerId);
@@ -199,7 +199,7 @@ void AudioFileWriter::write(std::span<const float> interleaved)
     constexpr std::size_t samplesAtOnce = 65536;
     const auto channelsAsSize = static_cast<std::size_t>(channelCount);
     const auto largest = std::max(samplesAtOnce / channelsAsSize, std::size_t{1}) * channelsAsSize;
-    const auto bits = integerBitsOf(fileFormat.subtype());
+    const auto bits = integerBitsOf(fileFormat.getSubtype());
     while (!interleaved.empty())
     {
         const auto part = interleaved.first(std::min(largest, interleaved.size()));
@@ -216,20 +216,20 @@ void AudioFileWriter::write(std::span<const float> interleaved)
 
 void AudioFileWriter::requireWritten(std::int64_t written, std::size_t wanted) const
 {
-    if (sink->errorNumber() != 0)
-        throw FileError(output.target(), sink->errorNumber());
+    if (sink->getError() != 0)
+        throw FileError(output.getTarget(), sink->getError());
     if (written != static_cast<std::int64_t>(wanted))
-        throw FileError(output.target(),
+        throw FileError(output.getTarget(),
                         std::string("cannot be written: ") + sf_strerror(sound.get()));
 }
 
 void AudioFileWriter::close()
 {
     const int failure = sf_close(sound.release());
-    if (sink->errorNumber() != 0)
-        throw FileError(output.target(), sink->errorNumber());
+    if (sink->getError() != 0)
+        throw FileError(output.getTarget(), sink->getError());
     if (failure != SF_ERR_NO_ERROR)
-        throw FileError(output.target(),
+        throw FileError(output.getTarget(),
                         std::string("cannot be completed: ") + sf_error_number(failure));
     try
     {
@@ -237,13 +237,13 @@ void AudioFileWriter::close()
     }
     catch (const std::system_error& error)
     {
-        throw FileError(output.target(), error.code().value());
+        throw FileError(output.getTarget(), error.code().value());
     }
 }
 
 void AudioFileWriter::placeChunks()
 {
-    const auto file = ChunkedFile::open(output.descriptor());
+    const auto file = ChunkedFile::open(output.getDescriptor());
     if (!file)
         return;
     auto behind = chunksBehind;

@@ -26,11 +26,11 @@ public:
     AudioFileWriter(const AudioFileWriter&) = delete;
     AudioFileWriter& operator=(const AudioFileWriter&) = delete;
 
-    AudioFileFormat format() const { return fileFormat; }
+    AudioFileFormat getFormat() const { return fileFormat; }
 
-    int channels() const { return channelCount; }
+    int getNumChannels() const { return channelCount; }
 
-    int sampleRate() const { return rate; }
+    int getSampleRate() const { return rate; }
 
     /// Describing chunks to put into the file; before the first samples only.
     void setChunks(std::vector<RawChunk> chunks);
@@ -42,13 +42,13 @@ public:
     /// full or fails.
     void close();
 
-    std::int64_t framesWritten() const { return frames; }
+    std::int64_t getNumFrames() const { return frames; }
 
     /// Samples beyond full scale that an integer format had to limit.
-    std::int64_t clippedSamples() const { return clipped; }
+    std::int64_t getNumClippedSamples() const { return clipped; }
 
     /// The open file for setting descriptions, before the first samples; null once closed.
-    SNDFILE* handle() const { return sound.get(); }
+    SNDFILE* getHandle() const { return sound.get(); }
 
 private:
     class Sink;

@@ -46,7 +46,7 @@ struct ChunkLayout
     bool sizeCountsHeader;
     std::int64_t alignment;
 
-    std::int64_t headerBytes() const { return static_cast<std::int64_t>(idBytes + sizeBytes); }
+    std::int64_t getHeaderBytes() const { return static_cast<std::int64_t>(idBytes + sizeBytes); }
 
     std::int64_t aligned(std::int64_t offset) const;
 

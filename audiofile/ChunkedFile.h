@@ -37,22 +37,22 @@ public:
     /// The file as a list of chunks, nothing if it is none; the descriptor is not owned.
     static std::optional<ChunkedFile> open(int descriptor);
 
-    ChunkFamily family() const { return layout.family; }
+    ChunkFamily getFamily() const { return layout.family; }
 
     /// All chunks in the order of the file, up to damage or the end.
-    std::vector<ChunkPlace> places() const;
+    std::vector<ChunkPlace> findChunks() const;
 
     /// The chunk of the samples, nothing if there is none.
-    std::optional<ChunkPlace> audio() const;
+    std::optional<ChunkPlace> findAudio() const;
 
     /// Bytes behind the header of the samples when it says that there are none, as a recorder
     /// leaves it that was cut off; 0 when all is well.
-    std::int64_t unclaimedAudioBytes() const;
+    std::int64_t findUnclaimedAudioBytes() const;
 
     /// The chunks that describe the recording: neither samples and their format, which the writer
     /// of samples makes, nor fillers, nor caches and checksums of the samples, which are wrong once
     /// these change.
-    std::vector<RawChunk> descriptions() const;
+    std::vector<RawChunk> readDescriptions() const;
 
     /// Data bytes, a multiple of 4, of the filler that takes exactly these chunks later, see
     /// fill().
@@ -71,10 +71,10 @@ private:
     ChunkedFile(int descriptor, const ChunkLayout& layout);
 
     std::optional<ChunkPlace> placeAt(std::int64_t offset, std::int64_t largeDataSize) const;
-    std::int64_t largeDataSize() const;
+    std::int64_t readLargeDataSize() const;
 
     /// Fields between the header and the samples, which its size counts.
-    std::int64_t audioFieldBytes() const;
+    std::int64_t getAudioFieldBytes() const;
     void stateTotalSize(std::int64_t size) const;
 
     int descriptor;

@@ -82,7 +82,7 @@ std::string modeOf(int channels)
 
 std::string codingOf(const AudioFileFormat& format)
 {
-    return format.subtype() == SF_FORMAT_MPEG_LAYER_III ? "MPEG1L3" : "PCM";
+    return format.getSubtype() == SF_FORMAT_MPEG_LAYER_III ? "MPEG1L3" : "PCM";
 }
 
 int wordLengthOf(const AudioFileFormat& format)

@@ -61,12 +61,12 @@ public:
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
-    const std::filesystem::path& target() const { return targetPath; }
+    const std::filesystem::path& getTarget() const { return targetPath; }
 
-    const std::filesystem::path& temporaryPath() const { return hiddenPath; }
+    const std::filesystem::path& getTemporaryPath() const { return hiddenPath; }
 
     /// Open for reading and writing until finish() closes it.
-    int descriptor() const { return file.get(); }
+    int getDescriptor() const { return file.get(); }
 
     /// Appends bytes. Throws FileError when the disk is full or fails.
     void write(std::span<const std::byte> bytes);

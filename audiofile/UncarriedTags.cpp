@@ -65,7 +65,7 @@ public:
     }
 
     /// What is lost: "2 pictures", "the tags MOOD, ISRC, a second ARTIST".
-    std::vector<std::string> losses() const
+    std::vector<std::string> getLosses() const
     {
         std::vector<std::string> phrases;
         if (pictureCount > 0)
@@ -119,7 +119,7 @@ std::vector<std::string> uncarriedVorbisComments(Bytes bytes)
     for (auto comment = takeText(bytes); comment && count > 0; comment = takeText(bytes), --count)
         if (const auto name = comment->substr(0, comment->find('=')); !name.empty())
             inventory.add(std::string(name));
-    return inventory.losses();
+    return inventory.getLosses();
 }
 
 /// The frames that the audio library carries, with the three-letter names of version 2.2. Length
@@ -233,7 +233,7 @@ std::vector<std::string> uncarriedId3Frames(int descriptor)
     TagInventory inventory(carriedFrames, pictureFrames);
     for (const auto& name : frameNames(frames, header->version))
         inventory.add(name);
-    return inventory.losses();
+    return inventory.getLosses();
 }
 
 enum FlacBlockType : std::uint8_t
@@ -322,14 +322,14 @@ std::vector<std::string> uncarriedOggTags(int descriptor)
 
 std::vector<std::string> uncarriedTags(const AudioFileReader& reader)
 {
-    switch (reader.format().container())
+    switch (reader.getFormat().getContainer())
     {
     case SF_FORMAT_FLAC:
-        return uncarriedFlacBlocks(reader.descriptor());
+        return uncarriedFlacBlocks(reader.getDescriptor());
     case SF_FORMAT_OGG:
-        return uncarriedOggTags(reader.descriptor());
+        return uncarriedOggTags(reader.getDescriptor());
     case SF_FORMAT_MPEG:
-        return uncarriedId3Frames(reader.descriptor());
+        return uncarriedId3Frames(reader.getDescriptor());
     default:
         return {};
     }

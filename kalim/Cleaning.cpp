@@ -1,15 +1,15 @@
 #include "kalim/Cleaning.h"
 
+#include "audiofile/AudioFileReader.h"
+#include "audiofile/AudioFileWriter.h"
+#include "audiofile/FileDamage.h"
+#include "audiofile/FileMetadata.h"
+#include "audiofile/OutputFile.h"
+#include "base/FileError.h"
 #include "dsp/hum/HarmonicSelection.h"
 #include "kalim/StreamRemover.h"
 #include "kalim/Stretch.h"
 #include "kalim/Version.h"
-#include "audiofile/AudioFileReader.h"
-#include "audiofile/AudioFileWriter.h"
-#include "audiofile/FileDamage.h"
-#include "base/FileError.h"
-#include "audiofile/FileMetadata.h"
-#include "audiofile/OutputFile.h"
 #include "kalim/report/HarmonicLevels.h"
 #include "kalim/report/ProgressBar.h"
 #include "kalim/report/SpectrumMeter.h"
@@ -58,7 +58,7 @@ Stretch findStretch(const Options& options, const AudioFileReader& reader)
 {
     try
     {
-        return {options.measured, reader.frames(), reader.sampleRate()};
+        return {options.measured, reader.getNumFrames(), reader.getSampleRate()};
     }
     catch (const std::invalid_argument& error)
     {
@@ -100,15 +100,16 @@ public:
         , existing(given.overwrites ? Existing::replace : Existing::keep)
         , reader(given.input)
         , metadata(reader)
-        , target(chooseOutputFormat(reader.format(),
-                                    {reader.frames(), reader.channels(), reader.sampleRate()},
-                                    given.output, given.format))
+        , target(chooseOutputFormat(
+              reader.getFormat(),
+              {reader.getNumFrames(), reader.getNumChannels(), reader.getSampleRate()},
+              given.output, given.format))
         , stretch(findStretch(given, reader))
         , output(given.output, existing)
-        , writer(output, target.format, reader.channels(), reader.sampleRate())
+        , writer(output, target.format, reader.getNumChannels(), reader.getSampleRate())
         , tracking(given.settings.get(Kalimmer::FundamentalFrequency))
         , measuredTracking(tracking)
-        , remover(given.settings, reader.channels(), reader.sampleRate(), given.blockSize,
+        , remover(given.settings, reader.getNumChannels(), reader.getSampleRate(), given.blockSize,
                   [this](const Kalimmer& engine, std::int64_t position)
                   { observe(engine, position); })
     {
@@ -117,7 +118,7 @@ public:
         if (options.plot)
             picture.emplace(*options.plot, existing);
         if (showsLevels(options))
-            spectra.emplace(reader.channels(), reader.sampleRate(), stretch.getLength());
+            spectra.emplace(reader.getNumChannels(), reader.getSampleRate(), stretch.getLength());
         metadata.applyTo(writer, fmt::format("Kalim {}", version));
     }
 
@@ -140,7 +141,7 @@ public:
         if (!remover.canRemove())
             report.warnings.push_back(fmt::format(
                 "nothing was removed: no hum can be told apart at a sample rate of {} Hz",
-                reader.sampleRate()));
+                reader.getSampleRate()));
         const std::vector<std::string> losses = findLosses();
         report.warnings.insert(report.warnings.end(), losses.begin(), losses.end());
         if (picture)
@@ -152,7 +153,7 @@ public:
 private:
     void processAll()
     {
-        const int channels = reader.channels();
+        const int channels = reader.getNumChannels();
         const int blocksPerRead = std::max(readSize / channels / remover.getBlockSize(), 1);
         std::vector<float> samples(static_cast<std::size_t>(blocksPerRead) *
                                    static_cast<std::size_t>(remover.getBlockSize()) *
@@ -172,7 +173,7 @@ private:
             position += count;
             if (progress)
                 progress->update(static_cast<double>(position) /
-                                 static_cast<double>(reader.frames()));
+                                 static_cast<double>(reader.getNumFrames()));
         }
         remover.finish(write);
     }
@@ -182,21 +183,22 @@ private:
     {
         try
         {
-            return metadata.lossesIn(output.temporaryPath());
+            return metadata.lossesIn(output.getTemporaryPath());
         }
         catch (const FileError&)
         {
-            throw FileError(options.output,
-                            reader.frames() == 0
-                                ? target.format.containerName() + " cannot hold an empty recording"
-                                : "what was written cannot be read back");
+            throw FileError(options.output, reader.getNumFrames() == 0
+                                                ? target.format.getContainerName() +
+                                                      " cannot hold an empty recording"
+                                                : "what was written cannot be read back");
         }
     }
 
     void take(std::span<const float> cleaned)
     {
         if (spectra)
-            spectra->after.add(stretch.cut(cleaned, writer.framesWritten(), reader.channels()));
+            spectra->after.add(
+                stretch.cut(cleaned, writer.getNumFrames(), reader.getNumChannels()));
         writer.write(cleaned);
     }
 
@@ -206,7 +208,7 @@ private:
         if (stretch.contains(position))
             measuredTracking.add(engine.getCurrentFundamental());
         if (trace)
-            trace->add(static_cast<double>(position) / reader.sampleRate(), engine);
+            trace->add(static_cast<double>(position) / reader.getSampleRate(), engine);
     }
 
     Report describe() const
@@ -214,11 +216,11 @@ private:
         Report report;
         report.input = printable(options.input);
         report.output = printable(options.output);
-        report.inputFormat = reader.format().description();
-        report.outputFormat = target.format.description();
-        report.sampleRate = reader.sampleRate();
-        report.channels = reader.channels();
-        report.samples = writer.framesWritten();
+        report.inputFormat = reader.getFormat().getDescription();
+        report.outputFormat = target.format.getDescription();
+        report.sampleRate = reader.getSampleRate();
+        report.channels = reader.getNumChannels();
+        report.samples = writer.getNumFrames();
         report.settings = options.settings;
         report.preset = options.preset;
         report.blockSize = remover.getBlockSize();
@@ -232,7 +234,7 @@ private:
                 measureHarmonics(spectra->before, spectra->after, selectionOf(options.settings),
                                  static_cast<double>(measuredTracking.getMean()));
         report.nonFiniteSamples = remover.getNumNonFinite();
-        report.clippedSamples = writer.clippedSamples();
+        report.clippedSamples = writer.getNumClippedSamples();
         return report;
     }
 
@@ -248,7 +250,7 @@ private:
             options.measured ? fmt::format(", from {:g} s to {:g} s", options.measured->start,
                                            options.measured->end)
                              : "");
-        data.sampleRate = reader.sampleRate();
+        data.sampleRate = reader.getSampleRate();
         data.binSpacing = spectra->before.getBinSpacing();
         data.beforeLabel = "before";
         data.afterLabel = isResidual ? "what was removed" : "after";

@@ -20,10 +20,10 @@ constexpr int maximumRate = 768000;
 AudioFileReader openFile(const juce::File& file)
 {
     AudioFileReader opened(file.getFullPathName().toStdString());
-    if (opened.frames() < 1)
-        throw FileError(opened.path(), "holds no samples");
-    if (opened.sampleRate() < minimumRate || opened.sampleRate() > maximumRate)
-        throw FileError(opened.path(), "has a sample rate that cannot be played");
+    if (opened.getNumFrames() < 1)
+        throw FileError(opened.getPath(), "holds no samples");
+    if (opened.getSampleRate() < minimumRate || opened.getSampleRate() > maximumRate)
+        throw FileError(opened.getPath(), "has a sample rate that cannot be played");
     return opened;
 }
 
@@ -37,8 +37,8 @@ float finite(float sample)
 
 SoundFileReader::SoundFileReader(const juce::File& fileToRead)
     : file(openFile(fileToRead))
-    , numReachable(file.frames())
-    , interleaved(static_cast<std::size_t>(framesAtOnce * file.channels()))
+    , numReachable(file.getNumFrames())
+    , interleaved(static_cast<std::size_t>(framesAtOnce * file.getNumChannels()))
 {
 }
 
@@ -55,7 +55,7 @@ void SoundFileReader::read(std::int64_t position, float* left, float* right, int
 
 void SoundFileReader::readInside(std::int64_t position, float* left, float* right, int numWanted)
 {
-    const int channels = file.channels();
+    const int channels = file.getNumChannels();
     const int second = channels > 1 ? 1 : 0;
     for (int done = 0; done < numWanted;)
     {
@@ -84,7 +84,7 @@ bool SoundFileReader::moveTo(std::int64_t position)
     }
     catch (const FileError&)
     {
-        numReachable = std::min(numReachable, file.position());
+        numReachable = std::min(numReachable, file.getPosition());
         return false;
     }
 }
@@ -92,8 +92,8 @@ bool SoundFileReader::moveTo(std::int64_t position)
 /// Returns how many frames could be read: none where the file is damaged or ends early.
 int SoundFileReader::readPart(int numWanted)
 {
-    const std::int64_t start = file.position();
-    const auto numSamples = static_cast<std::size_t>(numWanted * file.channels());
+    const std::int64_t start = file.getPosition();
+    const auto numSamples = static_cast<std::size_t>(numWanted * file.getNumChannels());
     try
     {
         file.read(std::span(interleaved).first(numSamples));
@@ -102,7 +102,7 @@ int SoundFileReader::readPart(int numWanted)
     {
         // What could be decoded before the damage is played.
     }
-    return static_cast<int>(file.position() - start);
+    return static_cast<int>(file.getPosition() - start);
 }
 
 } // namespace kalim::standalone

@@ -19,10 +19,10 @@ public:
     explicit SoundFileReader(const juce::File& file);
 
     /// In Hz.
-    double getSampleRate() const { return file.sampleRate(); }
+    double getSampleRate() const { return file.getSampleRate(); }
 
     /// At least 1.
-    std::int64_t getNumFrames() const { return file.frames(); }
+    std::int64_t getNumFrames() const { return file.getNumFrames(); }
 
     /// Reads frames from a position on. What lies outside the file or cannot be read is silence.
     void read(std::int64_t position, float* left, float* right, int numWanted);

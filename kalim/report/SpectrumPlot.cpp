@@ -335,7 +335,7 @@ std::vector<std::byte> renderSpectrumPlot(const SpectrumPlotData& data, PictureK
 
 void drawSpectrumPlot(OutputFile& output, const SpectrumPlotData& data)
 {
-    const auto kind = pictureKindOf(output.target());
+    const auto kind = pictureKindOf(output.getTarget());
     output.write(renderSpectrumPlot(data, kind));
 }
 

@@ -66,7 +66,7 @@ TEST_F(AudioFileReaderTest, TakesNoDescriptionForSamples)
     auto bytes = contentsOf(path("a.w64"));
     for (const auto byte : layout.serialised("iXML", std::vector<std::byte>(100)))
         bytes += static_cast<char>(byte);
-    EXPECT_EQ(AudioFileReader(writeText("b.w64", bytes)).frames(), 4);
+    EXPECT_EQ(AudioFileReader(writeText("b.w64", bytes)).getNumFrames(), 4);
 }
 
 TEST_F(AudioFileReaderTest, ReportsACutOrDamagedCompressedFileAndCanSeekBack)
@@ -83,7 +83,7 @@ TEST_F(AudioFileReaderTest, ReportsACutOrDamagedCompressedFileAndCanSeekBack)
     AudioFileReader reader(path("cut.flac"));
     std::vector<float> samples(100000);
     EXPECT_THROW(reader.read(samples), FileError);
-    const auto reachable = reader.position();
+    const auto reachable = reader.getPosition();
     EXPECT_GT(reachable, 40000);
     EXPECT_LT(reachable, 60000);
     const auto start = samples;
@@ -100,7 +100,7 @@ TEST_F(AudioFileReaderTest, ReportsACutOrDamagedCompressedFileAndCanSeekBack)
 
 TEST_F(AudioFileReaderTest, CountsStreamsThatDoNotTellTheirLength)
 {
-    EXPECT_EQ(AudioFileReader(writeStream("stream.flac", 30000)).frames(), 30000);
+    EXPECT_EQ(AudioFileReader(writeStream("stream.flac", 30000)).getNumFrames(), 30000);
     EXPECT_EQ(failureOf(path("stream.flac")), "");
     writeLibraryFile(path("a.mp3"), mp3, noise(30000));
     EXPECT_EQ(failureOf(path("a.mp3")), "");
@@ -120,10 +120,10 @@ TEST_F(AudioFileReaderTest, ReadsFromAnyFrameOnAsFromTheStart)
         AudioFileReader reader(file);
         for (const std::int64_t start : {20000, 3000, 3200, 0, 29990, 70000, -5})
         {
-            const auto frame = std::clamp<std::int64_t>(start, 0, reader.frames());
-            const auto count = std::min<std::int64_t>(200, reader.frames() - frame);
+            const auto frame = std::clamp<std::int64_t>(start, 0, reader.getNumFrames());
+            const auto count = std::min<std::int64_t>(200, reader.getNumFrames() - frame);
             reader.seek(start);
-            EXPECT_EQ(reader.position(), frame);
+            EXPECT_EQ(reader.getPosition(), frame);
             std::vector<float> part(200);
             ASSERT_EQ(reader.read(part), count) << format << ", " << start;
             EXPECT_TRUE(std::equal(part.begin(), part.begin() + count, whole.begin() + frame))

@@ -39,7 +39,7 @@ protected:
         AudioFileWriter writer(output, AudioFileFormat(format), 1, 48000);
         writer.write(samples);
         writer.close();
-        clipped = writer.clippedSamples();
+        clipped = writer.getNumClippedSamples();
         output.commit();
         return readLibraryIntegers(path("out"), samples.size());
     }
@@ -85,7 +85,7 @@ TEST_F(AudioFileWriterTest, UnchangedIntegersComeOutBitForBit)
             copyAudio(path("in"), path("out"), container | subtype);
             EXPECT_EQ(readLibraryIntegers(path("out"), samples.size()),
                       readLibraryIntegers(path("in"), samples.size()))
-                << format.description();
+                << format.getDescription();
         }
 }
 

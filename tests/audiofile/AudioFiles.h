@@ -63,7 +63,8 @@ inline std::vector<int> readLibraryIntegers(const std::filesystem::path& path, s
 inline std::vector<float> readAll(const std::filesystem::path& path)
 {
     AudioFileReader reader(path);
-    std::vector<float> samples(static_cast<std::size_t>(reader.frames() * reader.channels()));
+    std::vector<float> samples(
+        static_cast<std::size_t>(reader.getNumFrames() * reader.getNumChannels()));
     reader.read(samples);
     return samples;
 }
@@ -75,11 +76,12 @@ inline std::vector<std::string> copyAudio(const std::filesystem::path& from,
     AudioFileReader reader(from);
     const FileMetadata metadata(reader);
     OutputFile output(to, Existing::replace);
-    AudioFileWriter writer(output, AudioFileFormat(format), reader.channels(), reader.sampleRate());
+    AudioFileWriter writer(output, AudioFileFormat(format), reader.getNumChannels(),
+                           reader.getSampleRate());
     metadata.applyTo(writer, "Kalim test");
     writer.write(readAll(from));
     writer.close();
-    auto warnings = metadata.lossesIn(output.temporaryPath());
+    auto warnings = metadata.lossesIn(output.getTemporaryPath());
     output.commit();
     return warnings;
 }

@@ -75,7 +75,7 @@ TEST_F(FileDamageTest, TakesNoUnknownSizeForDamage)
     {
         const std::string stated(reinterpret_cast<const char*>(&size), sizeof size);
         EXPECT_THAT(damages(withSize(wav, "data", stated)), IsEmpty());
-        EXPECT_EQ(AudioFileReader(path("in")).frames(), 144000);
+        EXPECT_EQ(AudioFileReader(path("in")).getNumFrames(), 144000);
     }
 }
 

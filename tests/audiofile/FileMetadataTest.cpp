@@ -120,7 +120,7 @@ protected:
     std::vector<RawChunk> chunksOf(const std::string& name) const
     {
         const FileDescriptor file(open(path(name).c_str(), O_RDONLY));
-        return ChunkedFile::open(file.get()).value().descriptions();
+        return ChunkedFile::open(file.get()).value().readDescriptions();
     }
 
     std::string chunkText(const std::string& name, const std::string& id) const
@@ -134,7 +134,7 @@ protected:
     std::string copiedTitle() const
     {
         const AudioFileReader reader(path("out"));
-        const char* title = sf_get_string(reader.handle(), SF_STR_TITLE);
+        const char* title = sf_get_string(reader.getHandle(), SF_STR_TITLE);
         return title == nullptr ? "" : title;
     }
 };

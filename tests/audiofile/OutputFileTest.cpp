@@ -42,7 +42,7 @@ TEST_F(OutputFileTest, FilesAppearCompleteAndWhenAllAreFinishedOrNotAtAll)
         second.finish();
         EXPECT_FALSE(std::filesystem::exists(path("a")));
         EXPECT_FALSE(std::filesystem::exists(path("b")));
-        EXPECT_EQ(contentsOf(first.temporaryPath()), "whole");
+        EXPECT_EQ(contentsOf(first.getTemporaryPath()), "whole");
     }
     EXPECT_EQ(filesInFolder(), 1);
     first.commit();

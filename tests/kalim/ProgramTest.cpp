@@ -1,7 +1,7 @@
-#include "tests/support/TestSignals.h"
-#include "tests/kalim/RunningProgram.h"
 #include "tests/audiofile/AudioFiles.h"
 #include "tests/audiofile/ScratchFolder.h"
+#include "tests/kalim/RunningProgram.h"
+#include "tests/support/TestSignals.h"
 
 #include <nlohmann/json.hpp>
 
@@ -81,8 +81,8 @@ TEST_F(Program, cleansTheGuitarBetterThanFixedNotches)
     EXPECT_GE(reductionsIn(cleaned)[0], 20.0);
     EXPECT_NEAR(cleaned["harmonics"][0]["frequency"].get<double>(), 60.1, 0.2);
     EXPECT_EQ(cleaned["outputFormat"], "FLAC pcm16");
-    EXPECT_EQ(AudioFileReader(path("clean.flac")).sampleRate(),
-              AudioFileReader(exampleRecording()).sampleRate());
+    EXPECT_EQ(AudioFileReader(path("clean.flac")).getSampleRate(),
+              AudioFileReader(exampleRecording()).getSampleRate());
 }
 
 TEST_F(Program, reportsWhatItTookOffASteadyHum)
