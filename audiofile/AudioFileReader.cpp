@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kalim
@@ -65,7 +66,7 @@ bool isUnknownLength(const SF_INFO& info)
 /// MPEG streams may state only an estimate, so that an early end is no sign of damage.
 bool hasReliableLength(const AudioFileFormat& format)
 {
-    return format.container() != SF_FORMAT_MPEG;
+    return format.getContainer() != SF_FORMAT_MPEG;
 }
 
 } // namespace
@@ -79,55 +80,98 @@ AudioFileReader::AudioFileReader(const std::filesystem::path& path)
         throw FileError(path, "cannot be read as audio: " + libraryMessage(nullptr));
     if (info.channels < 1 || info.samplerate < 1)
         throw FileError(path, "has no valid number of channels or sample rate");
-    if (isUnknownLength(info) || !hasReliableLength(format()))
+    if (isUnknownLength(info) || !hasReliableLength(getFormat()))
         countFrames();
     limitToAudio();
 }
 
 void AudioFileReader::limitToAudio()
 {
-    const bool hasFixedSize = format().sampleFormat() <= SampleFormat::float64;
+    const bool hasFixedSize = getFormat().getSampleFormat() <= SampleFormat::float64;
     const auto chunks = ChunkedFile::open(file.get());
     // The library takes what follows the samples of a W64 file for samples, too.
-    if (!hasFixedSize || !chunks || chunks->family() != ChunkFamily::wave64)
+    if (!hasFixedSize || !chunks || chunks->getFamily() != ChunkFamily::wave64)
         return;
-    const auto bytesPerFrame = format().bytesFor(info.channels);
-    if (const auto audio = chunks->audio())
+    const auto bytesPerFrame = getFormat().bytesFor(info.channels);
+    if (const auto audio = chunks->findAudio())
         info.frames = std::min<std::int64_t>(info.frames, audio->dataSize / bytesPerFrame);
 }
 
 void AudioFileReader::countFrames()
 {
-    constexpr std::int64_t blockFrames = 16384;
-    std::vector<float> block(static_cast<std::size_t>(blockFrames * info.channels));
+    constexpr std::int64_t framesAtOnce = 16384;
+    std::vector<float> samples(static_cast<std::size_t>(framesAtOnce * info.channels));
     info.frames = 0;
-    while (const auto got = sf_readf_float(sound.get(), block.data(), blockFrames))
+    while (const auto got = sf_readf_float(sound.get(), samples.data(), framesAtOnce))
         info.frames += got;
+    // A stream without a stated length cannot always seek; opening it again works.
+    startAgain();
+}
 
-    // A stream without a stated length cannot always be wound back; opening it again can.
-    sound.reset();
+void AudioFileReader::startAgain()
+{
+    isInPlace = false;
     lseek(file.get(), 0, SEEK_SET);
     SF_INFO again{};
-    sound.reset(sf_open_fd(file.get(), SFM_READ, &again, SF_FALSE));
-    if (!sound)
+    SoundFileHandle opened(sf_open_fd(file.get(), SFM_READ, &again, SF_FALSE));
+    if (!opened)
         throw FileError(filePath, "cannot be read as audio: " + libraryMessage(nullptr));
+    if (again.channels != info.channels)
+        throw FileError(filePath, "was changed while it was read");
+    sound = std::move(opened);
+    nextFrame = 0;
+    isInPlace = true;
+}
+
+void AudioFileReader::seek(std::int64_t frame)
+{
+    const auto wanted = std::clamp<std::int64_t>(frame, 0, info.frames);
+    if (isInPlace && wanted == nextFrame)
+        return;
+    if (sf_seek(sound.get(), wanted, SEEK_SET) == wanted)
+    {
+        nextFrame = wanted;
+        isInPlace = true;
+        return;
+    }
+    // A decoder that tried to seek in vain may be of no use any more, but one that never seeks is.
+    if (info.seekable != SF_FALSE || !isInPlace || wanted < nextFrame)
+        startAgain();
+    skipTo(wanted);
+}
+
+void AudioFileReader::skipTo(std::int64_t frame)
+{
+    constexpr std::int64_t framesAtOnce = 1024;
+    std::vector<float> skipped(static_cast<std::size_t>(framesAtOnce * info.channels));
+    while (nextFrame < frame)
+        if (decode(skipped, std::min(framesAtOnce, frame - nextFrame)) == 0)
+            throw FileError(filePath, fmt::format("cannot be decoded after frame {}", nextFrame));
+}
+
+std::int64_t AudioFileReader::decode(std::span<float> interleaved, std::int64_t wanted)
+{
+    const auto got =
+        std::max<std::int64_t>(sf_readf_float(sound.get(), interleaved.data(), wanted), 0);
+    nextFrame += got;
+    isInPlace = isInPlace && got > 0;
+    return got;
 }
 
 std::int64_t AudioFileReader::read(std::span<float> interleaved)
 {
     const auto room = static_cast<std::int64_t>(interleaved.size()) / info.channels;
-    const auto wanted = std::min(room, info.frames - position);
+    const auto wanted = std::min(room, info.frames - nextFrame);
     if (wanted <= 0)
         return 0;
 
-    const auto got = sf_readf_float(sound.get(), interleaved.data(), wanted);
-    position += std::max<std::int64_t>(got, 0);
+    const auto got = decode(interleaved, wanted);
     if (sf_error(sound.get()) != SF_ERR_NO_ERROR)
-        throw FileError(filePath, fmt::format("cannot be decoded after frame {}: {}", position,
+        throw FileError(filePath, fmt::format("cannot be decoded after frame {}: {}", nextFrame,
                                               libraryMessage(sound.get())));
     if (got < wanted)
         throw FileError(filePath,
-                        fmt::format("ends early: {} of {} frames", position, info.frames));
+                        fmt::format("ends early: {} of {} frames", nextFrame, info.frames));
     return got;
 }
 

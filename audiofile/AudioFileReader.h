@@ -1,8 +1,7 @@
 #pragma once
 
 #include "audiofile/AudioFileFormat.h"
-#include "audiofile/FileDescriptor.h"
-#include "audiofile/SoundFileHandle.h"
+#include "audiofile/FileBytes.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -11,46 +10,62 @@
 namespace kalim
 {
 
-/// Reads the samples of an audio file from the first frame to the last.
+/// Reads the samples of an audio file, from the first frame on unless told otherwise. One thread
+/// at a time.
 class AudioFileReader
 {
 public:
-    /// @throws FileError when it is missing, no regular file, not readable or no audio file
+    /// Throws FileError when the file is missing, no regular file, not readable or no audio file.
     explicit AudioFileReader(const std::filesystem::path& path);
 
-    const std::filesystem::path& path() const { return filePath; }
+    const std::filesystem::path& getPath() const { return filePath; }
 
-    AudioFileFormat format() const { return AudioFileFormat(info.format); }
+    AudioFileFormat getFormat() const { return AudioFileFormat(info.format); }
 
-    int channels() const { return info.channels; }
+    int getNumChannels() const { return info.channels; }
 
     /// In Hz, at least 1.
-    int sampleRate() const { return info.samplerate; }
+    int getSampleRate() const { return info.samplerate; }
 
     /// Length of the file; it was counted by decoding where the file does not tell it.
-    std::int64_t frames() const { return info.frames; }
+    std::int64_t getNumFrames() const { return info.frames; }
 
-    /// Reads the next frames; full scale is ±1, and floating-point files may exceed it.
-    /// @param interleaved room for whole frames of all channels
-    /// @returns the frames read, fewer than there is room for only at the end, then 0
-    /// @throws FileError when the file ends before frames() or cannot be decoded
+    /// The frame that is read next.
+    std::int64_t getPosition() const { return nextFrame; }
+
+    /// Makes a frame the one that is read next, limited to 0 to getNumFrames(). Codecs that cannot
+    /// seek are decoded up to there, which takes time. Throws FileError when a damaged file cannot
+    /// be decoded up to there, in which case getPosition() tells how far it can, unless only the
+    /// next read() finds that out. It is possible to seek back from any error.
+    void seek(std::int64_t frame);
+
+    /// Reads the next frames into room for whole frames of all channels, and returns how many:
+    /// fewer than there is room for only at the end, then 0. Full scale is ±1, and floating-point
+    /// files may exceed it. Throws FileError when the file ends before getNumFrames() or cannot be
+    /// decoded; what could be decoded is there nevertheless, up to getPosition().
     std::int64_t read(std::span<float> interleaved);
 
-    /// The open file for reading descriptions; valid as long as the reader.
-    SNDFILE* handle() const { return sound.get(); }
+    /// The open file for reading descriptions; valid until the next seek() or read().
+    SNDFILE* getHandle() const { return sound.get(); }
 
     /// The descriptor of the open file; its position belongs to the decoder.
-    int descriptor() const { return file.get(); }
+    int getDescriptor() const { return file.get(); }
 
 private:
     void countFrames();
     void limitToAudio();
+    void startAgain();
+    void skipTo(std::int64_t frame);
+    std::int64_t decode(std::span<float> interleaved, std::int64_t wanted);
 
     std::filesystem::path filePath;
     FileDescriptor file;
     SF_INFO info{};
     SoundFileHandle sound;
-    std::int64_t position = 0;
+    std::int64_t nextFrame = 0;
+
+    /// Whether the decoder stands at the next frame, which it may have lost at damage.
+    bool isInPlace = true;
 };
 
 } // namespace kalim

@@ -1,7 +1,10 @@
 #include "audiofile/AudioFileWriter.h"
 
 #include "audiofile/ChunkedFile.h"
+#include "audiofile/FileBytes.h"
 #include "base/FileError.h"
+
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -21,21 +24,11 @@ constexpr std::size_t largestFront = 48 * 1024;
 /// Re-encoding should add nothing audible, whatever the library takes for a usual quality.
 constexpr double encodingQuality = 0.8;
 
-SoundFileHandle openForWriting(SF_VIRTUAL_IO& io, DescriptorSink& sink,
-                               const AudioFileFormat& format, int channels, int sampleRate)
-{
-    SF_INFO info{};
-    info.channels = channels;
-    info.samplerate = sampleRate;
-    info.format = format.libraryFormat();
-    return SoundFileHandle(sf_open_virtual(&io, SFM_WRITE, &info, &sink));
-}
-
 /// The library's tables for companded samples have no place for the lowest one: it flips over.
 double lowestStep(double fullScale, const AudioFileFormat& format)
 {
     const bool isCompanded =
-        format.subtype() == SF_FORMAT_ULAW || format.subtype() == SF_FORMAT_ALAW;
+        format.getSubtype() == SF_FORMAT_ULAW || format.getSubtype() == SF_FORMAT_ALAW;
     return isCompanded ? 1 - fullScale : -fullScale;
 }
 
@@ -83,23 +76,82 @@ private:
 
 } // namespace
 
+/// Lets the audio library write to an open file, and remembers the first failure: an encoder that
+/// writes its last samples while it is closed tells nobody that the disk was full. To the library
+/// every write succeeds, for encoders that see a failure forget to give back their memory; what
+/// follows a failure goes nowhere.
+class AudioFileWriter::Sink
+{
+public:
+    /// The descriptor is open for reading and writing, and not owned.
+    explicit Sink(int fileDescriptor)
+        : descriptor(fileDescriptor)
+    {
+    }
+
+    SoundFileHandle open(const AudioFileFormat& format, int channels, int sampleRate)
+    {
+        SF_INFO info{};
+        info.channels = channels;
+        info.samplerate = sampleRate;
+        info.format = format.getLibraryFormat();
+        auto io = functions();
+        return SoundFileHandle(sf_open_virtual(&io, SFM_WRITE, &info, this));
+    }
+
+    /// Number of the first error of the system, 0 when all went well.
+    int getError() const { return firstError; }
+
+private:
+    static SF_VIRTUAL_IO functions()
+    {
+        SF_VIRTUAL_IO io{};
+        io.get_filelen = [](void* user) -> sf_count_t { return fileSizeOf(fileOf(user)); };
+        io.seek = [](sf_count_t offset, int whence, void* user) -> sf_count_t
+        { return lseek(fileOf(user), offset, whence); };
+        io.read = [](void* data, sf_count_t count, void* user) -> sf_count_t
+        { return ::read(fileOf(user), data, static_cast<std::size_t>(count)); };
+        io.write = [](const void* data, sf_count_t count, void* user) -> sf_count_t
+        {
+            static_cast<Sink*>(user)->write(
+                {static_cast<const std::byte*>(data), static_cast<std::size_t>(count)});
+            return count;
+        };
+        io.tell = [](void* user) -> sf_count_t { return lseek(fileOf(user), 0, SEEK_CUR); };
+        return io;
+    }
+
+    static int fileOf(void* user) { return static_cast<Sink*>(user)->descriptor; }
+
+    void write(std::span<const std::byte> bytes)
+    {
+        if (firstError == 0)
+            firstError = writeBytes(descriptor, bytes);
+    }
+
+    int descriptor;
+    int firstError = 0;
+};
+
 AudioFileWriter::AudioFileWriter(OutputFile& outputFile, const AudioFileFormat& format,
                                  int channels, int sampleRate)
     : output(outputFile)
     , fileFormat(format)
     , channelCount(channels)
     , rate(sampleRate)
-    , sink(outputFile.descriptor())
-    , sound(openForWriting(io, sink, format, channels, sampleRate))
+    , sink(std::make_unique<Sink>(outputFile.getDescriptor()))
+    , sound(sink->open(format, channels, sampleRate))
 {
     if (!sound)
-        throw FileError(output.target(), "cannot be written as " + format.description() + ": " +
-                                             sf_strerror(nullptr));
+        throw FileError(output.getTarget(), "cannot be written as " + format.getDescription() +
+                                                ": " + sf_strerror(nullptr));
     // A peak chunk holds the time of writing, so that two runs would give different files.
     sf_command(sound.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
     auto quality = encodingQuality;
     sf_command(sound.get(), SFC_SET_VBR_ENCODING_QUALITY, &quality, sizeof quality);
 }
+
+AudioFileWriter::~AudioFileWriter() = default;
 
 void AudioFileWriter::setChunks(std::vector<RawChunk> chunks)
 {
@@ -118,7 +170,7 @@ void AudioFileWriter::reserveChunks()
 {
     if (chunksInFront.empty())
         return;
-    const auto layout = riffLayout(fileFormat.byteOrder() == SF_ENDIAN_BIG);
+    const auto layout = riffLayout(fileFormat.getByteOrder() == SF_ENDIAN_BIG);
     std::vector<char> filler(ChunkedFile::fillerSize(layout, chunksInFront));
     SF_CHUNK_INFO info{};
     std::strcpy(info.id, ChunkedFile::fillerId);
@@ -144,13 +196,13 @@ void AudioFileWriter::writeIntegers(std::span<const float> interleaved, int bits
 
 void AudioFileWriter::write(std::span<const float> interleaved)
 {
-    constexpr std::size_t largestBlock = 65536;
+    constexpr std::size_t samplesAtOnce = 65536;
     const auto channelsAsSize = static_cast<std::size_t>(channelCount);
-    const auto block = std::max(largestBlock / channelsAsSize, std::size_t{1}) * channelsAsSize;
-    const auto bits = integerBitsOf(fileFormat.subtype());
+    const auto largest = std::max(samplesAtOnce / channelsAsSize, std::size_t{1}) * channelsAsSize;
+    const auto bits = integerBitsOf(fileFormat.getSubtype());
     while (!interleaved.empty())
     {
-        const auto part = interleaved.first(std::min(block, interleaved.size()));
+        const auto part = interleaved.first(std::min(largest, interleaved.size()));
         if (bits)
             writeIntegers(part, *bits);
         else
@@ -164,20 +216,20 @@ void AudioFileWriter::write(std::span<const float> interleaved)
 
 void AudioFileWriter::requireWritten(std::int64_t written, std::size_t wanted) const
 {
-    if (sink.errorNumber() != 0)
-        throw FileError(output.target(), sink.errorNumber());
+    if (sink->getError() != 0)
+        throw FileError(output.getTarget(), sink->getError());
     if (written != static_cast<std::int64_t>(wanted))
-        throw FileError(output.target(),
+        throw FileError(output.getTarget(),
                         std::string("cannot be written: ") + sf_strerror(sound.get()));
 }
 
 void AudioFileWriter::close()
 {
     const int failure = sf_close(sound.release());
-    if (sink.errorNumber() != 0)
-        throw FileError(output.target(), sink.errorNumber());
+    if (sink->getError() != 0)
+        throw FileError(output.getTarget(), sink->getError());
     if (failure != SF_ERR_NO_ERROR)
-        throw FileError(output.target(),
+        throw FileError(output.getTarget(),
                         std::string("cannot be completed: ") + sf_error_number(failure));
     try
     {
@@ -185,13 +237,13 @@ void AudioFileWriter::close()
     }
     catch (const std::system_error& error)
     {
-        throw FileError(output.target(), error.code().value());
+        throw FileError(output.getTarget(), error.code().value());
     }
 }
 
 void AudioFileWriter::placeChunks()
 {
-    const auto file = ChunkedFile::open(output.descriptor());
+    const auto file = ChunkedFile::open(output.getDescriptor());
     if (!file)
         return;
     auto behind = chunksBehind;

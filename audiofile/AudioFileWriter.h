@@ -1,12 +1,11 @@
 #pragma once
 
 #include "audiofile/AudioFileFormat.h"
-#include "audiofile/DescriptorSink.h"
+#include "audiofile/ChunkLayout.h"
 #include "audiofile/OutputFile.h"
-#include "audiofile/RawChunk.h"
-#include "audiofile/SoundFileHandle.h"
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -18,41 +17,42 @@ namespace kalim
 class AudioFileWriter
 {
 public:
-    /// @param output must outlive the writer
-    /// @param sampleRate in Hz
-    /// @throws FileError when the format does not take the channels or the rate
+    /// The output must outlive the writer; the sample rate is in Hz. Throws FileError when the
+    /// format does not take the channels or the rate.
     AudioFileWriter(OutputFile& output, const AudioFileFormat& format, int channels,
                     int sampleRate);
+    ~AudioFileWriter();
 
     AudioFileWriter(const AudioFileWriter&) = delete;
     AudioFileWriter& operator=(const AudioFileWriter&) = delete;
 
-    AudioFileFormat format() const { return fileFormat; }
+    AudioFileFormat getFormat() const { return fileFormat; }
 
-    int channels() const { return channelCount; }
+    int getNumChannels() const { return channelCount; }
 
-    int sampleRate() const { return rate; }
+    int getSampleRate() const { return rate; }
 
-    /// Description blocks to put into the file; before the first samples only.
+    /// Describing chunks to put into the file; before the first samples only.
     void setChunks(std::vector<RawChunk> chunks);
 
-    /// Appends whole frames; full scale is ±1.
-    /// @throws FileError when the disk is full or fails
+    /// Appends whole frames; full scale is ±1. Throws FileError when the disk is full or fails.
     void write(std::span<const float> interleaved);
 
-    /// Completes the file, which then can be read and committed.
-    /// @throws FileError when the disk is full or fails
+    /// Completes the file, which then can be read and committed. Throws FileError when the disk is
+    /// full or fails.
     void close();
 
-    std::int64_t framesWritten() const { return frames; }
+    std::int64_t getNumFrames() const { return frames; }
 
     /// Samples beyond full scale that an integer format had to limit.
-    std::int64_t clippedSamples() const { return clipped; }
+    std::int64_t getNumClippedSamples() const { return clipped; }
 
     /// The open file for setting descriptions, before the first samples; null once closed.
-    SNDFILE* handle() const { return sound.get(); }
+    SNDFILE* getHandle() const { return sound.get(); }
 
 private:
+    class Sink;
+
     void writeIntegers(std::span<const float> interleaved, int bits);
     void requireWritten(std::int64_t written, std::size_t wanted) const;
     void reserveChunks();
@@ -62,9 +62,8 @@ private:
     AudioFileFormat fileFormat;
     int channelCount;
     int rate;
-    DescriptorSink sink;
-    SF_VIRTUAL_IO io = DescriptorSink::functions();
-    SoundFileHandle sound;
+    std::unique_ptr<Sink> sink;
+    SoundFileHandle sound; // writes to the sink, even when it is destroyed
     std::vector<RawChunk> chunksInFront;
     std::vector<RawChunk> chunksBehind;
     std::vector<int> integers;

@@ -10,6 +10,19 @@
 namespace kalim
 {
 
+/// A describing chunk of an audio file, byte for byte, without its header and padding.
+struct RawChunk
+{
+    /// Four characters, or 16 bytes where a W64 file has an identifier of its own.
+    std::string id;
+    std::vector<std::byte> data;
+
+    /// Whether it stood in front of the samples, where recorders and players look first.
+    bool precedesAudio = false;
+
+    bool operator==(const RawChunk& other) const { return id == other.id && data == other.data; }
+};
+
 /// Containers whose files are a list of chunks, by what their chunks mean.
 enum class ChunkFamily
 {
@@ -33,7 +46,7 @@ struct ChunkLayout
     bool sizeCountsHeader;
     std::int64_t alignment;
 
-    std::int64_t headerBytes() const { return static_cast<std::int64_t>(idBytes + sizeBytes); }
+    std::int64_t getHeaderBytes() const { return static_cast<std::int64_t>(idBytes + sizeBytes); }
 
     std::int64_t aligned(std::int64_t offset) const;
 

@@ -67,7 +67,7 @@ std::optional<ChunkedFile> ChunkedFile::open(int descriptor)
     return {};
 }
 
-std::int64_t ChunkedFile::largeDataSize() const
+std::int64_t ChunkedFile::readLargeDataSize() const
 {
     if (!layout.hasLargeSizes)
         return -1;
@@ -79,19 +79,19 @@ std::int64_t ChunkedFile::largeDataSize() const
 std::optional<ChunkPlace> ChunkedFile::placeAt(std::int64_t offset,
                                                std::int64_t statedDataSize) const
 {
-    const auto header = readBytesAt(descriptor, offset, layout.headerBytes());
-    if (static_cast<std::int64_t>(header.size()) < layout.headerBytes())
+    const auto header = readBytesAt(descriptor, offset, layout.getHeaderBytes());
+    if (static_cast<std::int64_t>(header.size()) < layout.getHeaderBytes())
         return {};
     const auto stated = layout.number(std::span(header).subspan(layout.idBytes));
     auto size = static_cast<std::int64_t>(stated);
     if (layout.sizeCountsHeader)
-        size -= layout.headerBytes();
+        size -= layout.getHeaderBytes();
     const auto id = layout.identifier(header);
     const bool isInDs64 = isAudio(id) && stated == unknownSmallSize && statedDataSize >= 0;
     if (isInDs64)
         size = statedDataSize;
 
-    const auto dataStart = offset + layout.headerBytes();
+    const auto dataStart = offset + layout.getHeaderBytes();
     ChunkPlace place{id, offset, dataStart, size, std::max<std::int64_t>(size, 0)};
     if (!isInDs64 && isUnknownSize(stated, layout.sizeBytes))
         place.statedSize.reset();
@@ -105,10 +105,10 @@ std::optional<ChunkPlace> ChunkedFile::placeAt(std::int64_t offset,
     return place;
 }
 
-std::vector<ChunkPlace> ChunkedFile::places() const
+std::vector<ChunkPlace> ChunkedFile::findChunks() const
 {
     std::vector<ChunkPlace> result;
-    const auto stated = largeDataSize();
+    const auto stated = readLargeDataSize();
     auto offset = layout.firstChunk;
     while (const auto place = placeAt(offset, stated))
     {
@@ -118,39 +118,39 @@ std::vector<ChunkPlace> ChunkedFile::places() const
     return result;
 }
 
-std::optional<ChunkPlace> ChunkedFile::audio() const
+std::optional<ChunkPlace> ChunkedFile::findAudio() const
 {
-    for (auto& place : places())
+    for (auto& place : findChunks())
         if (isAudio(place.id))
             return place;
     return {};
 }
 
-std::int64_t ChunkedFile::unclaimedAudioBytes() const
+std::int64_t ChunkedFile::findUnclaimedAudioBytes() const
 {
-    const auto all = places();
+    const auto all = findChunks();
     const auto found = std::ranges::find_if(all, isAudio, &ChunkPlace::id);
-    if (found == all.end() || !found->statedSize || *found->statedSize > audioFieldBytes())
+    if (found == all.end() || !found->statedSize || *found->statedSize > getAudioFieldBytes())
         return 0;
     const auto next = std::next(found);
     if (next != all.end() && std::ranges::all_of(next->id, isPrintable))
         return 0;
-    const auto start = found->dataStart + audioFieldBytes();
+    const auto start = found->dataStart + getAudioFieldBytes();
     return std::max<std::int64_t>(fileSizeOf(descriptor) - start, 0);
 }
 
-std::int64_t ChunkedFile::audioFieldBytes() const
+std::int64_t ChunkedFile::getAudioFieldBytes() const
 {
     if (layout.family == ChunkFamily::aiff)
         return 8;
     return layout.family == ChunkFamily::caf ? 4 : 0;
 }
 
-std::vector<RawChunk> ChunkedFile::descriptions() const
+std::vector<RawChunk> ChunkedFile::readDescriptions() const
 {
     std::vector<RawChunk> result;
     bool precedesAudio = true;
-    for (const auto& place : places())
+    for (const auto& place : findChunks())
     {
         precedesAudio = precedesAudio && !isAudio(place.id);
         const bool isDescription =
@@ -164,7 +164,7 @@ std::vector<RawChunk> ChunkedFile::descriptions() const
 
 std::size_t ChunkedFile::fillerSize(const ChunkLayout& layout, const std::vector<RawChunk>& chunks)
 {
-    const auto header = static_cast<std::size_t>(layout.headerBytes());
+    const auto header = static_cast<std::size_t>(layout.getHeaderBytes());
     const auto needed = serialisedWith(layout, chunks).size();
     std::size_t size = 4;
     // What is left over must be nothing or large enough for a filler of its own.
@@ -177,14 +177,14 @@ bool ChunkedFile::fill(const std::vector<RawChunk>& chunks) const
 {
     auto bytes = serialisedWith(layout, chunks);
     const auto size = static_cast<std::int64_t>(fillerSize(layout, chunks));
-    for (const auto& place : places())
+    for (const auto& place : findChunks())
     {
         if (place.id != fillerId || place.dataSize != size)
             continue;
         const auto room = static_cast<std::size_t>(place.dataStart + size - place.start);
         if (room > bytes.size())
         {
-            const auto header = static_cast<std::size_t>(layout.headerBytes());
+            const auto header = static_cast<std::size_t>(layout.getHeaderBytes());
             const std::vector<std::byte> nothing(room - bytes.size() - header);
             const auto filler = layout.serialised(fillerId, nothing);
             bytes.insert(bytes.end(), filler.begin(), filler.end());

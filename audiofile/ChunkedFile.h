@@ -1,7 +1,6 @@
 #pragma once
 
 #include "audiofile/ChunkLayout.h"
-#include "audiofile/RawChunk.h"
 
 #include <cstdint>
 #include <optional>
@@ -26,7 +25,7 @@ struct ChunkPlace
     std::optional<std::int64_t> statedSize;
 };
 
-/// Reads and adds the description chunks of an open WAV, RF64, W64, AIFF or CAF file. Works on the
+/// Reads and adds the describing chunks of an open WAV, RF64, W64, AIFF or CAF file. Works on the
 /// bytes, because what goes through the audio library changes its size and is limited to some ten
 /// kilobytes.
 class ChunkedFile
@@ -38,25 +37,25 @@ public:
     /// The file as a list of chunks, nothing if it is none; the descriptor is not owned.
     static std::optional<ChunkedFile> open(int descriptor);
 
-    ChunkFamily family() const { return layout.family; }
+    ChunkFamily getFamily() const { return layout.family; }
 
     /// All chunks in the order of the file, up to damage or the end.
-    std::vector<ChunkPlace> places() const;
+    std::vector<ChunkPlace> findChunks() const;
 
     /// The chunk of the samples, nothing if there is none.
-    std::optional<ChunkPlace> audio() const;
+    std::optional<ChunkPlace> findAudio() const;
 
     /// Bytes behind the header of the samples when it says that there are none, as a recorder
     /// leaves it that was cut off; 0 when all is well.
-    std::int64_t unclaimedAudioBytes() const;
+    std::int64_t findUnclaimedAudioBytes() const;
 
     /// The chunks that describe the recording: neither samples and their format, which the writer
     /// of samples makes, nor fillers, nor caches and checksums of the samples, which are wrong once
     /// these change.
-    std::vector<RawChunk> descriptions() const;
+    std::vector<RawChunk> readDescriptions() const;
 
-    /// A filler of the size that takes exactly these chunks later, see fill().
-    /// @returns the data bytes of the filler, a multiple of 4
+    /// Data bytes, a multiple of 4, of the filler that takes exactly these chunks later, see
+    /// fill().
     static std::size_t fillerSize(const ChunkLayout& layout, const std::vector<RawChunk>& chunks);
 
     /// Identifier of the filler.
@@ -72,10 +71,10 @@ private:
     ChunkedFile(int descriptor, const ChunkLayout& layout);
 
     std::optional<ChunkPlace> placeAt(std::int64_t offset, std::int64_t largeDataSize) const;
-    std::int64_t largeDataSize() const;
+    std::int64_t readLargeDataSize() const;
 
     /// Fields between the header and the samples, which its size counts.
-    std::int64_t audioFieldBytes() const;
+    std::int64_t getAudioFieldBytes() const;
     void stateTotalSize(std::int64_t size) const;
 
     int descriptor;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <system_error>
+#include <utility>
 
 namespace kalim
 {
@@ -30,6 +31,37 @@ int writeAll(std::span<const std::byte> bytes, const Call& call)
 }
 
 } // namespace
+
+FileDescriptor::FileDescriptor(int descriptorToOwn)
+    : descriptor(descriptorToOwn)
+{
+}
+
+FileDescriptor::FileDescriptor(FileDescriptor&& other) noexcept
+    : descriptor(std::exchange(other.descriptor, -1))
+{
+}
+
+FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept
+{
+    if (this != &other)
+    {
+        close();
+        descriptor = std::exchange(other.descriptor, -1);
+    }
+    return *this;
+}
+
+FileDescriptor::~FileDescriptor()
+{
+    close();
+}
+
+bool FileDescriptor::close()
+{
+    const int closing = std::exchange(descriptor, -1);
+    return closing < 0 || ::close(closing) == 0;
+}
 
 std::int64_t fileSizeOf(int descriptor)
 {

@@ -28,7 +28,7 @@ std::string lengths(const AudioFileReader& reader, const Extent& extent)
 {
     if (extent.there == 0)
         return "none of the samples are there";
-    const auto there = static_cast<double>(reader.frames()) / reader.sampleRate();
+    const auto there = static_cast<double>(reader.getNumFrames()) / reader.getSampleRate();
     const auto share = static_cast<double>(extent.there) / static_cast<double>(extent.stated);
     return fmt::format("{:.1f} of {:.1f} s are there", there, there / share);
 }
@@ -36,7 +36,7 @@ std::string lengths(const AudioFileReader& reader, const Extent& extent)
 /// Less than a frame says nothing, for a single byte may be padding.
 bool isFrameOrMore(const AudioFileReader& reader, std::int64_t bytes)
 {
-    return bytes >= std::max<std::int64_t>(reader.format().bytesFor(reader.channels()), 2);
+    return bytes >= std::max<std::int64_t>(reader.getFormat().bytesFor(reader.getNumChannels()), 2);
 }
 
 std::vector<std::string> shortage(const AudioFileReader& reader, const Extent& extent)
@@ -50,10 +50,11 @@ std::vector<std::string> shortage(const AudioFileReader& reader, const Extent& e
 
 std::vector<std::string> damagesOfChunks(const AudioFileReader& reader, const ChunkedFile& file)
 {
-    if (const auto bytes = file.unclaimedAudioBytes(); isFrameOrMore(reader, bytes))
+    if (const auto bytes = file.findUnclaimedAudioBytes(); isFrameOrMore(reader, bytes))
         return {fmt::format("the header claims no samples although {} bytes follow, which {}",
-                            bytes, reader.frames() > 0 ? "are taken for them" : "are left out")};
-    if (const auto audio = file.audio(); audio && audio->statedSize)
+                            bytes,
+                            reader.getNumFrames() > 0 ? "are taken for them" : "are left out")};
+    if (const auto audio = file.findAudio(); audio && audio->statedSize)
         return shortage(reader, {*audio->statedSize, audio->dataSize});
     return {};
 }
@@ -62,7 +63,7 @@ std::vector<std::string> damagesOfChunks(const AudioFileReader& reader, const Ch
 std::vector<std::string> damagesOfAu(const AudioFileReader& reader)
 {
     constexpr std::int64_t unknownSize = 0xffffffff;
-    const auto header = readBytesAt(reader.descriptor(), 0, 12);
+    const auto header = readBytesAt(reader.getDescriptor(), 0, 12);
     const auto numberAt = [&](std::size_t offset)
     {
         const auto bytes = std::span(header).subspan(offset, 4);
@@ -72,13 +73,13 @@ std::vector<std::string> damagesOfAu(const AudioFileReader& reader)
     const auto stated = header.size() < 12 ? unknownSize : numberAt(8);
     if (stated == unknownSize)
         return {};
-    const auto there = fileSizeOf(reader.descriptor()) - numberAt(4);
+    const auto there = fileSizeOf(reader.getDescriptor()) - numberAt(4);
     return shortage(reader, {stated, std::max<std::int64_t>(there, 0)});
 }
 
 std::vector<std::string> damagesOfOgg(const AudioFileReader& reader)
 {
-    if (endsWithLastOggPage(reader.descriptor()))
+    if (endsWithLastOggPage(reader.getDescriptor()))
         return {};
     return {"the file is cut short: its stream has no end"};
 }
@@ -87,9 +88,9 @@ std::vector<std::string> damagesOfOgg(const AudioFileReader& reader)
 
 std::vector<std::string> damagesOf(const AudioFileReader& reader)
 {
-    if (const auto file = ChunkedFile::open(reader.descriptor()))
+    if (const auto file = ChunkedFile::open(reader.getDescriptor()))
         return damagesOfChunks(reader, *file);
-    switch (reader.format().container())
+    switch (reader.getFormat().getContainer())
     {
     case SF_FORMAT_AU:
         return damagesOfAu(reader);

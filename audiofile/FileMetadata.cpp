@@ -1,10 +1,9 @@
 #include "audiofile/FileMetadata.h"
 
 #include "audiofile/ChunkedFile.h"
-#include "audiofile/CodingHistory.h"
-#include "audiofile/CueChunks.h"
-#include "base/Phrases.h"
+#include "audiofile/DescriptionChunks.h"
 #include "audiofile/UncarriedTags.h"
+#include "base/Text.h"
 
 #include <fmt/format.h>
 
@@ -41,7 +40,7 @@ constexpr std::array namedStrings{
     NamedString{SF_STR_GENRE, "genre"},
 };
 
-/// Blocks whose content the audio library reads as strings, cue points or instrument.
+/// Chunks whose content the audio library reads as strings, cue points or instrument.
 constexpr std::array<std::string_view, 14> translatedChunks{"cue ", "smpl", "inst", "NAME", "AUTH",
                                                             "ANNO", "(c) ", "APPL", "MARK", "INST",
                                                             "COMT", "info", "strg", "mark"};
@@ -55,7 +54,7 @@ std::optional<ChunkFamily> familyOf(const AudioFileFormat& format)
 {
     if (format.isWav())
         return ChunkFamily::riff;
-    switch (format.container())
+    switch (format.getContainer())
     {
     case SF_FORMAT_W64:
         return ChunkFamily::wave64;
@@ -163,18 +162,18 @@ bool hasSameNames(const std::vector<SF_CUE_POINT>& a, const std::vector<SF_CUE_P
 } // namespace
 
 FileMetadata::FileMetadata(const AudioFileReader& reader)
-    : family(familyOf(reader.format()))
+    : family(familyOf(reader.getFormat()))
     , uncarried(uncarriedTags(reader))
-    , strings(stringsOf(reader.handle()))
-    , cues(cuesOf(reader.handle()))
-    , instrument(instrumentOf(reader.handle()))
-    , channelMap(channelMapOf(reader.handle(), reader.channels()))
-    , isAmbisonic(sf_command(reader.handle(), SFC_WAVEX_GET_AMBISONIC, nullptr, 0) ==
+    , strings(stringsOf(reader.getHandle()))
+    , cues(cuesOf(reader.getHandle()))
+    , instrument(instrumentOf(reader.getHandle()))
+    , channelMap(channelMapOf(reader.getHandle(), reader.getNumChannels()))
+    , isAmbisonic(sf_command(reader.getHandle(), SFC_WAVEX_GET_AMBISONIC, nullptr, 0) ==
                   SF_AMBISONIC_B_FORMAT)
-    , container(reader.format().containerName())
+    , container(reader.getFormat().getContainerName())
 {
-    if (const auto file = ChunkedFile::open(reader.descriptor()); file && family)
-        chunks = file->descriptions();
+    if (const auto file = ChunkedFile::open(reader.getDescriptor()); file && family)
+        chunks = file->readDescriptions();
 }
 
 bool FileMetadata::sharesChunksWith(std::optional<ChunkFamily> other) const
@@ -184,8 +183,8 @@ bool FileMetadata::sharesChunksWith(std::optional<ChunkFamily> other) const
 
 void FileMetadata::applyTo(AudioFileWriter& writer, const std::string& note) const
 {
-    applyChannelMap(writer.handle());
-    if (!sharesChunksWith(familyOf(writer.format())))
+    applyChannelMap(writer.getHandle());
+    if (!sharesChunksWith(familyOf(writer.getFormat())))
     {
         applyTranslated(writer);
         return;
@@ -193,24 +192,24 @@ void FileMetadata::applyTo(AudioFileWriter& writer, const std::string& note) con
     auto described = chunks;
     for (auto& chunk : described)
         if (chunk.id == broadcastExtension)
-            chunk = withCodingStep(chunk,
-                                   {writer.format(), writer.channels(), writer.sampleRate(), note});
+            chunk = withCodingStep(
+                chunk, {writer.getFormat(), writer.getNumChannels(), writer.getSampleRate(), note});
     writer.setChunks(std::move(described));
 }
 
 void FileMetadata::applyTranslated(AudioFileWriter& writer) const
 {
     for (const auto& [number, text] : strings)
-        sf_set_string(writer.handle(), number, text.c_str());
+        sf_set_string(writer.getHandle(), number, text.c_str());
     if (instrument)
     {
         auto copy = *instrument;
-        sf_command(writer.handle(), SFC_SET_INSTRUMENT, &copy, sizeof copy);
+        sf_command(writer.getHandle(), SFC_SET_INSTRUMENT, &copy, sizeof copy);
     }
-    if (isRiffLike(familyOf(writer.format())))
+    if (isRiffLike(familyOf(writer.getFormat())))
         writer.setChunks(cueChunks(cues));
     else if (!cues.empty())
-        setCues(writer.handle(), cues);
+        setCues(writer.getHandle(), cues);
 }
 
 void FileMetadata::applyChannelMap(SNDFILE* sound) const

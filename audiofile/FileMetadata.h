@@ -3,7 +3,6 @@
 #include "audiofile/AudioFileReader.h"
 #include "audiofile/AudioFileWriter.h"
 #include "audiofile/ChunkLayout.h"
-#include "audiofile/RawChunk.h"
 
 #include <sndfile.h>
 
@@ -16,21 +15,20 @@
 namespace kalim
 {
 
-/// Everything that an audio file says about its samples. Between files of one kind the description
-/// blocks go over byte for byte; between kinds, what both can express does.
+/// Everything that an audio file says about its samples. Between files of one kind the describing
+/// chunks go over byte for byte; between kinds, what both can express does.
 class FileMetadata
 {
 public:
     explicit FileMetadata(const AudioFileReader& reader);
 
-    /// Sets it in a file to write, before its first samples.
-    /// @param note goes into the history of a broadcast extension: program, version, what it did
+    /// Sets it in a file to write, before its first samples. The note goes into the history of a
+    /// broadcast extension: program, version, what it did.
     void applyTo(AudioFileWriter& writer, const std::string& note) const;
 
     /// What did not get into a written file, one line each; looks into the file, because libraries
-    /// accept much that they then leave out.
-    /// @param written a file after AudioFileWriter::close(), such as the temporary one
-    /// @throws FileError when the file cannot be read back
+    /// accept much that they then leave out. To be called after AudioFileWriter::close(), with the
+    /// temporary file for example. Throws FileError when the file cannot be read back.
     std::vector<std::string> lossesIn(const std::filesystem::path& written) const;
 
 private:

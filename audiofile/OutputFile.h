@@ -1,15 +1,42 @@
 #pragma once
 
-#include "audiofile/FileDescriptor.h"
-#include "audiofile/TemporaryFileRegistry.h"
+#include "audiofile/FileBytes.h"
 
 #include <cstddef>
 #include <filesystem>
 #include <optional>
 #include <span>
+#include <string>
 
 namespace kalim
 {
+
+/// The unfinished files of this process, kept where a signal handler can read them. Up to 16 at a
+/// time; further ones are simply not removed by a signal.
+class TemporaryFileRegistry
+{
+public:
+    /// Makes a path known while it lives; the path should be absolute.
+    class Entry
+    {
+    public:
+        explicit Entry(const std::string& path);
+        ~Entry();
+
+        Entry(const Entry&) = delete;
+        Entry& operator=(const Entry&) = delete;
+
+    private:
+        std::size_t slot;
+    };
+
+    /// Removes every file known; safe in a signal handler.
+    static void removeAll();
+
+    /// Lets SIGINT, SIGTERM and SIGHUP remove the files and then end the process as if it had no
+    /// handler. A signal that the parent made ignored (as nohup does) stays ignored.
+    static void installSignalHandlers();
+};
 
 /// What to do about a file that already has the output's name.
 enum class Existing
@@ -24,34 +51,33 @@ enum class Existing
 class OutputFile
 {
 public:
-    /// Creates the hidden file, with the permissions that the umask leaves.
-    /// @param target final name; a symbolic link to a file stays one, the file is replaced
-    /// @throws FileError when the target exists and is to be kept, is a folder, no regular file or
-    /// a link that leads nowhere, when it has no name, or when its folder is missing or cannot be
-    /// written
+    /// Creates the hidden file, with the permissions that the umask leaves. The target is the final
+    /// name; a symbolic link to a file stays one, and the file is replaced. Throws FileError when
+    /// the target exists and is to be kept, is a folder, no regular file or a link that leads
+    /// nowhere, when it has no name, or when its folder is missing or cannot be written.
     OutputFile(const std::filesystem::path& target, Existing existing);
     ~OutputFile();
 
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
-    const std::filesystem::path& target() const { return targetPath; }
+    const std::filesystem::path& getTarget() const { return targetPath; }
 
-    const std::filesystem::path& temporaryPath() const { return hiddenPath; }
+    const std::filesystem::path& getTemporaryPath() const { return hiddenPath; }
 
     /// Open for reading and writing until finish() closes it.
-    int descriptor() const { return file.get(); }
+    int getDescriptor() const { return file.get(); }
 
     /// Appends bytes. Throws FileError when the disk is full or fails.
     void write(std::span<const std::byte> bytes);
 
     /// Puts the content safely on the disk, still under the hidden name, and closes the file.
-    /// @throws FileError when the disk is full or fails
+    /// Throws FileError when the disk is full or fails.
     void finish();
 
-    /// Puts the file under its name in one step, after finish() if that was not called.
-    /// @throws FileError when the disk fails, or when meanwhile somebody made a file of that name
-    /// that is to be kept
+    /// Puts the file under its name in one step, after finish() if that was not called. Throws
+    /// FileError when the disk fails, or when meanwhile somebody made a file of that name that is
+    /// to be kept.
     void commit();
 
 private:
@@ -67,8 +93,8 @@ private:
 };
 
 /// The full path at which an output of that name will appear: without "." and "..", and behind
-/// symbolic links. Two names are one output exactly if these are equal.
-/// @throws FileError for an empty name
+/// symbolic links. Two names are one output exactly if these are equal. Throws FileError for an
+/// empty name.
 std::filesystem::path resolvedTarget(const std::filesystem::path& target);
 
 /// Whether both names lead to one and the same existing file, through links or not.

@@ -1,7 +1,7 @@
 #include "audiofile/OutputFormat.h"
 
 #include "base/FileError.h"
-#include "base/LetterCase.h"
+#include "base/Text.h"
 
 #include <fmt/format.h>
 #include <sndfile.h>
@@ -94,8 +94,8 @@ int libraryContainer(ContainerName wanted, const AudioFileFormat& input, int cha
 {
     if (wanted != wav)
         return containerOf(wanted).libraryFormat;
-    if (input.container() == SF_FORMAT_WAVEX || input.container() == SF_FORMAT_WAV)
-        return input.container();
+    if (input.getContainer() == SF_FORMAT_WAVEX || input.getContainer() == SF_FORMAT_WAV)
+        return input.getContainer();
     // Only the extensible header says which channel feeds which loudspeaker.
     return channels > 2 ? SF_FORMAT_WAVEX : SF_FORMAT_WAV;
 }
@@ -144,20 +144,20 @@ std::vector<SampleFormat> substitutesIn(ContainerName name, SampleFormat samples
 std::optional<AudioFileFormat> keptAs(ContainerName name, int container,
                                       const AudioFileFormat& input)
 {
-    if (name == opus && input.subtype() != SF_FORMAT_OPUS)
+    if (name == opus && input.getSubtype() != SF_FORMAT_OPUS)
         return {};
-    const int plain = container | input.subtype();
-    if (container == input.container() && isStorable(plain | input.byteOrder()))
-        return AudioFileFormat(plain | input.byteOrder());
+    const int plain = container | input.getSubtype();
+    if (container == input.getContainer() && isStorable(plain | input.getByteOrder()))
+        return AudioFileFormat(plain | input.getByteOrder());
     // Block codes of one family differ from container to container; only plain samples move.
-    const auto samples = input.sampleFormat();
+    const auto samples = input.getSampleFormat();
     if (samples != SampleFormat::other || AudioFileFormat(container).isWav())
         if (isStorable(plain))
             return AudioFileFormat(plain);
     return storedAs(name, container, samples);
 }
 
-/// Who asks for a codec by its container's name knows that the samples are compressed.
+/// Whoever asks for a codec by its container's name knows that the samples are compressed.
 bool isCodec(SampleFormat samples)
 {
     using enum SampleFormat;
@@ -166,15 +166,16 @@ bool isCodec(SampleFormat samples)
 
 OutputFormat withSubstitute(ContainerName name, int container, const AudioFileFormat& input)
 {
-    for (const auto samples : substitutesIn(name, input.sampleFormat()))
+    for (const auto samples : substitutesIn(name, input.getSampleFormat()))
     {
         const auto format = storedAs(name, container, samples);
         if (format && isCodec(samples))
             return {*format, {}};
         if (format)
-            return {*format,
-                    {fmt::format("{} cannot hold the input's {} samples; writing {} instead",
-                                 containerOf(name).display, input.samplesName(), nameOf(samples))}};
+            return {
+                *format,
+                {fmt::format("{} cannot hold the input's {} samples; writing {} instead",
+                             containerOf(name).display, input.getSamplesName(), nameOf(samples))}};
     }
     throw std::logic_error("no substitute for a sample format");
 }
@@ -188,7 +189,7 @@ OutputFormat withSamples(ContainerName name, int container, const AudioFileForma
             return {*kept, {}};
         return withSubstitute(name, container, input);
     }
-    if (*requested == input.sampleFormat())
+    if (*requested == input.getSampleFormat())
         if (const auto kept = keptAs(name, container, input))
             return {*kept, {}};
     if (const auto format = storedAs(name, container, *requested))
@@ -207,7 +208,7 @@ void checkChannels(const AudioFileFormat& format, const AudioShape& shape,
     while (most < shape.channels && format.canHold(most + 1, 48000))
         ++most;
     throw FileError(output, fmt::format("{} cannot hold {} channels (at most {})",
-                                        format.containerName(), shape.channels, most));
+                                        format.getContainerName(), shape.channels, most));
 }
 
 void checkSampleRate(const AudioFileFormat& format, const AudioShape& shape,
@@ -220,7 +221,7 @@ void checkSampleRate(const AudioFileFormat& format, const AudioShape& shape,
         if (format.canHold(shape.channels, rate))
             possible.push_back(rate);
     throw FileError(output, fmt::format("{} cannot hold a sample rate of {} Hz (it takes {})",
-                                        format.containerName(), shape.sampleRate,
+                                        format.getContainerName(), shape.sampleRate,
                                         fmt::join(possible, ", ")));
 }
 
@@ -234,13 +235,13 @@ OutputFormat fittedToSize(OutputFormat chosen, const AudioShape& shape,
                           const std::filesystem::path& output)
 {
     const auto bytes = chosen.format.bytesFor(shape.frames * shape.channels);
-    if (bytes <= largestSmallFile || !hasSmallSizes(chosen.format.container()))
+    if (bytes <= largestSmallFile || !hasSmallSizes(chosen.format.getContainer()))
         return chosen;
-    const AudioFileFormat large(SF_FORMAT_RF64 | chosen.format.subtype());
-    if (!chosen.format.isWav() || !isStorable(large.libraryFormat()))
+    const AudioFileFormat large(SF_FORMAT_RF64 | chosen.format.getSubtype());
+    if (!chosen.format.isWav() || !isStorable(large.getLibraryFormat()))
         throw FileError(output,
                         fmt::format("{} cannot hold more than 4 GiB; choose wav, w64 or caf",
-                                    chosen.format.description()));
+                                    chosen.format.getDescription()));
     chosen.warnings.push_back("WAV cannot hold more than 4 GiB; writing RF64 instead");
     return {large, chosen.warnings};
 }

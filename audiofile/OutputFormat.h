@@ -49,19 +49,19 @@ struct OutputFormat
     std::vector<std::string> warnings;
 };
 
-/// Reads "CONTAINER", "SAMPLES" or "CONTAINER:SAMPLES", in any letter case.
-/// @throws std::invalid_argument with a line that lists the known words
+/// Reads "CONTAINER", "SAMPLES" or "CONTAINER:SAMPLES", in any letter case. Throws
+/// std::invalid_argument with a line that lists the known words.
 FormatRequest parseFormatRequest(std::string_view text);
 
-/// The container that belongs to a file name's extension.
-/// @throws FileError for an unknown or missing extension, with a list of the known ones
+/// The container that belongs to a file name's extension. Throws FileError for an unknown or
+/// missing extension, with a list of the known ones.
 ContainerName containerOfExtension(const std::filesystem::path& path);
 
 /// The format to write: the container asked for, else the one that the output's name asks for, with
 /// the sample format asked for, else the input's own, else the one that loses least. A WAV file
 /// that would pass 4 GiB becomes RF64, and RF64 becomes WAV where WAV is asked for and suffices.
-/// @throws FileError when the container cannot hold the sample format asked for, the number of
-/// channels, the sample rate or the size
+/// Throws FileError when the container cannot hold the sample format asked for, the number of
+/// channels, the sample rate or the size.
 OutputFormat chooseOutputFormat(const AudioFileFormat& input, const AudioShape& shape,
                                 const std::filesystem::path& output,
                                 const FormatRequest& request = {});

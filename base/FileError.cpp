@@ -1,13 +1,16 @@
 #include "base/FileError.h"
 
-#include <fmt/format.h>
-
 #include <system_error>
 
 namespace kalim
 {
 namespace
 {
+
+bool isControl(char character)
+{
+    return static_cast<unsigned char>(character) < 0x20 || character == 0x7f;
+}
 
 std::string escaped(char character)
 {
@@ -20,29 +23,12 @@ std::string escaped(char character)
     case '\t':
         return "\\t";
     default:
-        return fmt::format("\\x{:02x}", static_cast<unsigned char>(character));
+        constexpr auto digits = "0123456789abcdef";
+        return {'\\', 'x', digits[character / 16], digits[character % 16]};
     }
-}
-
-bool isControl(char character)
-{
-    return static_cast<unsigned char>(character) < 0x20 || character == 0x7f;
 }
 
 } // namespace
-
-std::string printable(const std::filesystem::path& path)
-{
-    std::string text;
-    for (const char character : path.native())
-    {
-        if (isControl(character))
-            text += escaped(character);
-        else
-            text += character;
-    }
-    return text;
-}
 
 FileError::FileError(const std::filesystem::path& path, const std::string& reason)
     : std::runtime_error(path.empty() ? reason : printable(path) + ": " + reason)
@@ -52,6 +38,14 @@ FileError::FileError(const std::filesystem::path& path, const std::string& reaso
 FileError::FileError(const std::filesystem::path& path, int errorNumber)
     : FileError(path, std::generic_category().message(errorNumber))
 {
+}
+
+std::string printable(const std::filesystem::path& path)
+{
+    std::string text;
+    for (const char character : path.native())
+        text += isControl(character) ? escaped(character) : std::string(1, character);
+    return text;
 }
 
 } // namespace kalim

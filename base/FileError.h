@@ -12,7 +12,7 @@ namespace kalim
 class FileError : public std::runtime_error
 {
 public:
-    /// @param reason a phrase for a person, without a full stop
+    /// The reason is a phrase for a person, without a full stop.
     FileError(const std::filesystem::path& path, const std::string& reason);
 
     /// The reason is the system's text for an error number.

@@ -38,9 +38,9 @@ void subtract(const Signal32& part, Signal32& whole)
 void run(int numHarmonics, const char* input, const char* output)
 {
     kalim::AudioFileReader reader(input);
-    const int channels = reader.channels();
+    const int channels = reader.getNumChannels();
     SF_INFO info{};
-    info.samplerate = reader.sampleRate();
+    info.samplerate = reader.getSampleRate();
     info.channels = channels;
     info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_24;
     const std::unique_ptr<SNDFILE, FileCloser> file(sf_open(output, SFM_WRITE, &info));
@@ -49,11 +49,11 @@ void run(int numHarmonics, const char* input, const char* output)
 
     std::vector<SinusoidalSynthesis> trackers(static_cast<std::size_t>(numHarmonics));
     for (SinusoidalSynthesis& tracker : trackers)
-        tracker.setFormat(channels, reader.sampleRate());
+        tracker.setFormat(channels, reader.getSampleRate());
     const orvo::audio::ScopedFlushToZero flushToZero;
     std::vector<float> samples(static_cast<std::size_t>(frameLength * channels));
     Signal32 frame(channels, frameLength, 0.0F);
-    for (std::int64_t done = 0; done + frameLength <= reader.frames(); done += frameLength)
+    for (std::int64_t done = 0; done + frameLength <= reader.getNumFrames(); done += frameLength)
     {
         reader.read(samples);
         for (int n = 0; n < frameLength; ++n)

@@ -60,14 +60,17 @@ class Measurements
 public:
     Measurements(const Options& options, const AudioFileReader& reader)
         : samples(withUsageError<std::invalid_argument>(
-              "--measure: ", [&]
-              { return MeasuredSamples(options.measured, reader.frames(), reader.sampleRate()); }))
-        , numChannels(reader.channels())
+              "--measure: ",
+              [&] {
+                  return MeasuredSamples(options.measured, reader.getNumFrames(),
+                                         reader.getSampleRate());
+              }))
+        , numChannels(reader.getNumChannels())
         , tracking(options.settings.get(Kalimmer::FundamentalFrequency))
         , trackingInRange(tracking)
     {
         if (!options.isQuiet || options.reportsJson || options.plot)
-            spectra.emplace(reader.channels(), reader.sampleRate(), samples.getLength());
+            spectra.emplace(reader.getNumChannels(), reader.getSampleRate(), samples.getLength());
     }
 
     /// Takes interleaved samples of the input from a position on.
@@ -193,14 +196,15 @@ public:
         : options(given)
         , reader(given.input)
         , metadata(reader)
-        , target(chooseOutputFormat(reader.format(),
-                                    {reader.frames(), reader.channels(), reader.sampleRate()},
-                                    given.output, given.format))
+        , target(chooseOutputFormat(
+              reader.getFormat(),
+              {reader.getNumFrames(), reader.getNumChannels(), reader.getSampleRate()},
+              given.output, given.format))
         , measurements(given, reader)
         , existing(given.overwrites ? Existing::replace : Existing::keep)
         , files{{given.output, existing}}
-        , writer(files.audio, target.format, reader.channels(), reader.sampleRate())
-        , engine(given.settings, reader.channels(), reader.sampleRate(), given.blockSize,
+        , writer(files.audio, target.format, reader.getNumChannels(), reader.getSampleRate())
+        , engine(given.settings, reader.getNumChannels(), reader.getSampleRate(), given.blockSize,
                  [this](const Kalimmer& analysed, std::int64_t position)
                  { observe(analysed, position); })
     {
@@ -229,7 +233,7 @@ public:
 private:
     void processAll()
     {
-        const int channels = reader.channels();
+        const int channels = reader.getNumChannels();
         const int blocksPerRead = std::max(readSize / channels / engine.getBlockSize(), 1);
         std::vector<float> samples(static_cast<std::size_t>(blocksPerRead) *
                                    static_cast<std::size_t>(engine.getBlockSize()) *
@@ -248,14 +252,14 @@ private:
             position += count;
             if (progress)
                 progress->update(static_cast<double>(position) /
-                                 static_cast<double>(reader.frames()));
+                                 static_cast<double>(reader.getNumFrames()));
         }
         engine.finish(write);
     }
 
     void take(std::span<const float> cleaned)
     {
-        measurements.addOutput(cleaned, writer.framesWritten());
+        measurements.addOutput(cleaned, writer.getNumFrames());
         writer.write(cleaned);
     }
 
@@ -263,7 +267,7 @@ private:
     {
         measurements.addFundamental(analysed.getCurrentFundamental(), position);
         if (files.trace)
-            files.trace->add(static_cast<double>(position) / reader.sampleRate(), analysed);
+            files.trace->add(static_cast<double>(position) / reader.getSampleRate(), analysed);
     }
 
     Report describe() const
@@ -271,11 +275,11 @@ private:
         Report report;
         report.input = printable(options.input);
         report.output = printable(options.output);
-        report.inputFormat = reader.format().description();
-        report.outputFormat = target.format.description();
-        report.sampleRate = reader.sampleRate();
-        report.channels = reader.channels();
-        report.samples = writer.framesWritten();
+        report.inputFormat = reader.getFormat().getDescription();
+        report.outputFormat = target.format.getDescription();
+        report.sampleRate = reader.getSampleRate();
+        report.channels = reader.getNumChannels();
+        report.samples = writer.getNumFrames();
         report.settings = options.settings;
         report.preset = options.preset;
         report.blockSize = engine.getBlockSize();
@@ -283,7 +287,7 @@ private:
         report.measured = options.measured;
         report.harmonics = measurements.getHarmonics(options.settings.getSelection());
         report.nonFiniteSamples = engine.getNumNonFinite();
-        report.clippedSamples = writer.clippedSamples();
+        report.clippedSamples = writer.getNumClippedSamples();
         report.warnings = findWarnings();
         return report;
     }
@@ -296,7 +300,7 @@ private:
         if (!engine.canRemove())
             warnings.push_back(fmt::format(
                 "nothing was removed: no hum can be told apart at a sample rate of {} Hz",
-                reader.sampleRate()));
+                reader.getSampleRate()));
         const std::vector<std::string> losses = findLosses();
         warnings.insert(warnings.end(), losses.begin(), losses.end());
         return warnings;
@@ -307,14 +311,14 @@ private:
     {
         try
         {
-            return metadata.lossesIn(files.audio.temporaryPath());
+            return metadata.lossesIn(files.audio.getTemporaryPath());
         }
         catch (const FileError&)
         {
-            throw FileError(options.output,
-                            reader.frames() == 0
-                                ? target.format.containerName() + " cannot hold an empty recording"
-                                : "what was written cannot be read back");
+            throw FileError(options.output, reader.getNumFrames() == 0
+                                                ? target.format.getContainerName() +
+                                                      " cannot hold an empty recording"
+                                                : "what was written cannot be read back");
         }
     }
 

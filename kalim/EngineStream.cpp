@@ -20,6 +20,7 @@ EngineStream::EngineStream(const HumSettings& settings, int channels, int sample
     format.sampleRate = sampleRate;
     settings.applyTo(engine);
     engine.setDisplayed(false);
+    engine.maximumBlockSize = std::min(blockSize, std::max(sampleRate / 10, 1)); // more than a hop
     engine.setFormat(format, format);
     if (canRemove())
         blockSize = std::min(blockSize, engine.getHopSize());
@@ -31,7 +32,10 @@ void EngineStream::process(std::span<const float> interleaved, const Sink& sink)
     numExpected += static_cast<std::int64_t>(interleaved.size()) / numChannels;
     for (; !interleaved.empty();
          interleaved = interleaved.subspan(std::min(step, interleaved.size())))
-        processBlock(deinterleave(interleaved.first(std::min(step, interleaved.size()))), sink);
+    {
+        deinterleave(interleaved.first(std::min(step, interleaved.size())));
+        processBlock(block, sink);
+    }
 }
 
 void EngineStream::finish(const Sink& sink)
@@ -41,12 +45,12 @@ void EngineStream::finish(const Sink& sink)
         processBlock(silence, sink);
 }
 
-/// Into storage of its own, for the engine keeps a share of it in its queue.
-Signal32 EngineStream::deinterleave(std::span<const float> interleaved)
+void EngineStream::deinterleave(std::span<const float> interleaved)
 {
     const auto step = static_cast<std::size_t>(numChannels);
     const std::size_t length = interleaved.size() / step;
-    Signal32 block(numChannels, static_cast<int>(length));
+    if (block.getNumSamples() != static_cast<int>(length))
+        block = Signal32(numChannels, static_cast<int>(length));
     for (std::size_t channel = 0; channel < step; ++channel)
     {
         float* const samples = block.getWriteChannelPtr(static_cast<int>(channel));
@@ -58,13 +62,12 @@ Signal32 EngineStream::deinterleave(std::span<const float> interleaved)
             numNonFinite += isFinite ? 0 : 1;
         }
     }
-    return block;
 }
 
-void EngineStream::processBlock(const Signal32& block, const Sink& sink)
+void EngineStream::processBlock(const Signal32& input, const Sink& sink)
 {
-    const Signal32 result = engine.process(block, false);
-    numTaken += block.getNumSamples();
+    const Signal32 result = engine.process(input, false);
+    numTaken += input.getNumSamples();
     if (engine.getNumAnalysedBlocks() != numAnalyses)
     {
         numAnalyses = engine.getNumAnalysedBlocks();
@@ -74,17 +77,17 @@ void EngineStream::processBlock(const Signal32& block, const Sink& sink)
     deliver(result, sink);
 }
 
-void EngineStream::deliver(const Signal32& block, const Sink& sink)
+void EngineStream::deliver(const Signal32& result, const Sink& sink)
 {
     const auto length = static_cast<std::size_t>(
-        std::min<std::int64_t>(block.getNumSamples(), numExpected - numDelivered));
+        std::min<std::int64_t>(result.getNumSamples(), numExpected - numDelivered));
     if (length == 0)
         return;
     const auto step = static_cast<std::size_t>(numChannels);
     output.resize(length * step);
     for (std::size_t channel = 0; channel < step; ++channel)
     {
-        const float* const samples = block.getReadChannelPtr(static_cast<int>(channel));
+        const float* const samples = result.getReadChannelPtr(static_cast<int>(channel));
         for (std::size_t n = 0; n < length; ++n)
             output[n * step + channel] = samples[n];
     }

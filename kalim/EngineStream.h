@@ -45,9 +45,9 @@ public:
     std::int64_t getNumNonFinite() const { return numNonFinite; }
 
 private:
-    orvo::audio::Signal32 deinterleave(std::span<const float> interleaved);
-    void processBlock(const orvo::audio::Signal32& block, const Sink& sink);
-    void deliver(const orvo::audio::Signal32& block, const Sink& sink);
+    void deinterleave(std::span<const float> interleaved);
+    void processBlock(const orvo::audio::Signal32& input, const Sink& sink);
+    void deliver(const orvo::audio::Signal32& result, const Sink& sink);
 
     orvo::audio::Kalimmer engine;
     AnalysisObserver observeAnalysis;
@@ -58,6 +58,7 @@ private:
     std::int64_t numExpected = 0;
     std::int64_t numNonFinite = 0;
     std::uint32_t numAnalyses = 0;
+    orvo::audio::Signal32 block;
     std::vector<float> output;
 };
 

@@ -1,4 +1,4 @@
-#include "audiofile/TemporaryFileRegistry.h"
+#include "audiofile/OutputFile.h"
 #include "base/FileError.h"
 #include "kalim/Cleaning.h"
 #include "kalim/Options.h"

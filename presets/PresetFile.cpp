@@ -1,9 +1,8 @@
 #include "presets/PresetFile.h"
 
-#include "base/ValidUtf8.h"
 #include "audiofile/FileBytes.h"
-#include "audiofile/FileDescriptor.h"
 #include "base/FileError.h"
+#include "base/Text.h"
 
 #include <fmt/format.h>
 
@@ -63,7 +62,7 @@ std::vector<std::byte> readBytes(const std::filesystem::path& path)
 
 void requireHarmless(std::string_view text, const std::filesystem::path& path)
 {
-    if (validUtf8(std::string(text)) != text)
+    if (validUtf8(text) != text)
         throw FileError(path, "is not valid UTF-8");
     for (const std::string_view declaration : {"<!DOCTYPE", "<!ENTITY"})
         if (text.find(declaration) != std::string_view::npos)

@@ -1,6 +1,6 @@
 #include "presets/PresetList.h"
 
-#include "base/LetterCase.h"
+#include "base/Text.h"
 
 #include <algorithm>
 #include <system_error>

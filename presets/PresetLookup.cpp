@@ -1,7 +1,7 @@
 #include "presets/PresetLookup.h"
 
 #include "base/FileError.h"
-#include "base/LetterCase.h"
+#include "base/Text.h"
 #include "presets/PresetList.h"
 
 #include <fmt/format.h>

@@ -1,14 +1,16 @@
 #include "standalone/CommandLine.h"
-#include "standalone/DisplayCheck.h"
 #include "standalone/MainWindow.h"
 
 #include <cstdio>
 #include <juce_audio_plugin_client/utility/juce_CreatePluginFilter.h>
 #include <juce_gui_basics/juce_gui_basics.h>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+namespace kalim::standalone
+{
 namespace
 {
 
@@ -62,12 +64,36 @@ private:
     std::unique_ptr<MainWindow> window;
 };
 
-} // namespace
+/// Whether there is a screen to show windows on. To be called before anything of the framework's
+/// is, which would wait for ever or crash without one.
+bool hasDisplay()
+{
+#if JUCE_LINUX || JUCE_BSD
+    // Loaded like the framework does it, so that the program links and starts without it.
+    struct Display;
+    using OpenDisplay = Display* (*)(const char*);
+    using CloseDisplay = int (*)(Display*);
+    juce::DynamicLibrary library("libX11.so.6");
+    const auto open = reinterpret_cast<OpenDisplay>(library.getFunction("XOpenDisplay"));
+    const auto close = reinterpret_cast<CloseDisplay>(library.getFunction("XCloseDisplay"));
+    if (open == nullptr || close == nullptr)
+        return false;
+    Display* const display = open(nullptr);
+    if (display == nullptr)
+        return false;
+    close(display);
+#endif
+    return true;
+}
 
-JUCE_CREATE_APPLICATION_DEFINE(KalimApplication)
+} // namespace
+} // namespace kalim::standalone
+
+JUCE_CREATE_APPLICATION_DEFINE(kalim::standalone::KalimApplication)
 
 int main(int numArguments, char** arguments)
 {
+    using namespace kalim::standalone;
     const auto commandLine =
         CommandLine::parse(std::vector<std::string>(arguments + 1, arguments + numArguments));
     if (commandLine.message)

@@ -1,7 +1,14 @@
 #include "standalone/AudioEngine.h"
 
 #include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <stop_token>
+#include <thread>
 
+namespace kalim::standalone
+{
 namespace
 {
 
@@ -30,9 +37,69 @@ void copyOut(const juce::AudioBuffer<float>& block, float* const* outputs, int n
 
 } // namespace
 
+/// Stands in for an audio device that is missing: asks for blocks at the pace of real time.
+class AudioEngine::Clock
+{
+public:
+    explicit Clock(AudioEngine& engineToDrive)
+        : engine(engineToDrive)
+    {
+    }
+
+    ~Clock() { stop(); }
+
+    Clock(const Clock&) = delete;
+    Clock& operator=(const Clock&) = delete;
+
+    /// Does nothing when it runs already. Any thread but the clock's.
+    void start(double rateInHz, int blockFrames)
+    {
+        const std::lock_guard lock(guard);
+        if (!thread.joinable())
+            thread = std::jthread(
+                [this, seconds = blockFrames / rateInHz, blockFrames](const std::stop_token& token)
+                { run(token, seconds, blockFrames); });
+    }
+
+    /// After it, no more blocks are asked for. Any thread but the clock's.
+    void stop()
+    {
+        const std::lock_guard lock(guard);
+        if (!thread.joinable())
+            return;
+        thread.request_stop();
+        thread.join();
+    }
+
+private:
+    void run(const std::stop_token& token, double blockSeconds, int blockFrames)
+    {
+        using namespace std::chrono;
+        // A clock that is further behind, after the machine slept for example, does not catch up.
+        constexpr milliseconds longestDelay{200};
+        const auto period = duration_cast<steady_clock::duration>(duration<double>(blockSeconds));
+        std::mutex idleGuard;
+        std::condition_variable_any idle;
+        auto next = steady_clock::now();
+        while (!token.stop_requested())
+        {
+            engine.runWithoutDevice(blockFrames);
+            next += period;
+            if (steady_clock::now() - next > longestDelay)
+                next = steady_clock::now();
+            std::unique_lock lock(idleGuard);
+            idle.wait_until(lock, token, next, [] { return false; });
+        }
+    }
+
+    AudioEngine& engine;
+    std::mutex guard; // for starting and stopping
+    std::jthread thread;
+};
+
 AudioEngine::AudioEngine(juce::AudioProcessor& processorToDrive)
     : processor(processorToDrive)
-    , clock([this](int numFrames) { runWithoutDevice(numFrames); })
+    , clock(std::make_unique<Clock>(*this))
 {
     startClock();
     devices.addAudioCallback(this);
@@ -42,7 +109,7 @@ AudioEngine::~AudioEngine()
 {
     devices.removeAudioCallback(this);
     devices.closeAudioDevice();
-    clock.stop();
+    clock->stop();
     processor.releaseResources();
 }
 
@@ -71,12 +138,12 @@ void AudioEngine::prepare(double rate, int blockFrames)
 void AudioEngine::startClock()
 {
     prepare(clockRate, clockBlockFrames);
-    clock.start(clockRate, clockBlockFrames);
+    clock->start(clockRate, clockBlockFrames);
 }
 
 void AudioEngine::audioDeviceAboutToStart(juce::AudioIODevice* device)
 {
-    clock.stop();
+    clock->stop();
     // Drivers have been seen that tell nonsense before they run.
     const double rate = device->getCurrentSampleRate();
     const int blockFrames = device->getCurrentBufferSizeSamples();
@@ -140,3 +207,5 @@ void AudioEngine::processBlock(int numFrames)
     juce::AudioBuffer<float> part(block.getArrayOfWritePointers(), numChannels, numFrames);
     processor.processBlock(part, noMidi);
 }
+
+} // namespace kalim::standalone

@@ -1,11 +1,14 @@
 #pragma once
 
 #include "standalone/FilePlayer.h"
-#include "standalone/FreeRunningClock.h"
 
 #include <atomic>
 #include <juce_audio_devices/juce_audio_devices.h>
 #include <juce_audio_processors/juce_audio_processors.h>
+#include <memory>
+
+namespace kalim::standalone
+{
 
 /// Drives a stereo processor: with blocks of the audio device, or without a device by a clock of
 /// its own, whose output nobody hears. The processor is fed by the file while one plays, otherwise
@@ -42,6 +45,8 @@ public:
     bool isInputMuted() const { return inputMuted; }
 
 private:
+    class Clock;
+
     void audioDeviceAboutToStart(juce::AudioIODevice* device) override;
     void audioDeviceStopped() override;
     void audioDeviceIOCallbackWithContext(const float* const* inputs, int numInputs,
@@ -64,6 +69,8 @@ private:
     std::atomic<bool> deviceRuns{false};
     std::atomic<bool> deviceRecords{false};
     std::atomic<bool> inputMuted{true};
-    FreeRunningClock clock;
+    std::unique_ptr<Clock> clock;
     juce::AudioDeviceManager devices;
 };
+
+} // namespace kalim::standalone

@@ -3,6 +3,8 @@
 #include <juce_audio_utils/juce_audio_utils.h>
 #include <utility>
 
+namespace kalim::standalone
+{
 namespace
 {
 
@@ -91,3 +93,5 @@ bool AudioSettingsWindow::keyPressed(const juce::KeyPress& key)
     onClosed();
     return true;
 }
+
+} // namespace kalim::standalone

@@ -5,6 +5,9 @@
 #include <functional>
 #include <juce_gui_basics/juce_gui_basics.h>
 
+namespace kalim::standalone
+{
+
 /// Where the user chooses the audio device, and whether its input is heard. Stays open beside the
 /// main window until it is closed. Message thread.
 class AudioSettingsWindow : public juce::DocumentWindow
@@ -22,3 +25,5 @@ public:
 private:
     std::function<void()> onClosed;
 };
+
+} // namespace kalim::standalone

@@ -2,6 +2,8 @@
 
 #include "plugin/KalimConstants.h"
 
+namespace kalim::standalone
+{
 namespace
 {
 
@@ -13,11 +15,6 @@ constexpr const char* help = "\nRemoves mains hum from what an audio device reco
                              "  FILE       an audio file to open\n"
                              "  --help     print this and exit\n"
                              "  --version  print the version and exit\n";
-
-CommandLine print(const std::string& text)
-{
-    return {std::nullopt, text, 0};
-}
 
 CommandLine refuse(const std::string& reason)
 {
@@ -34,9 +31,9 @@ CommandLine CommandLine::parse(const std::vector<std::string>& arguments)
     {
         const bool isOption = mayBeOption && argument.size() > 1 && argument.front() == '-';
         if (isOption && (argument == "--help" || argument == "-h"))
-            return print(std::string(usage) + help);
+            return {{}, std::string(usage) + help, 0};
         if (isOption && argument == "--version")
-            return print(std::string("kalim-standalone ") + KalimConstants::plugInVersion + "\n");
+            return {{}, std::string("kalim-standalone ") + KalimConstants::plugInVersion + "\n", 0};
         if (isOption && argument == "--")
             mayBeOption = false;
         else if (isOption)
@@ -48,3 +45,5 @@ CommandLine CommandLine::parse(const std::vector<std::string>& arguments)
     }
     return result;
 }
+
+} // namespace kalim::standalone

@@ -4,6 +4,9 @@
 #include <string>
 #include <vector>
 
+namespace kalim::standalone
+{
+
 /// What the user wants of the program, from its arguments.
 struct CommandLine
 {
@@ -18,3 +21,5 @@ struct CommandLine
     /// The arguments are those after the program's name.
     static CommandLine parse(const std::vector<std::string>& arguments);
 };
+
+} // namespace kalim::standalone

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+namespace kalim::standalone
+{
 namespace
 {
-
-constexpr double usualRate = 48000.0;
 
 /// When it is stopped, the sound is faded out over so many frames.
 constexpr int fadeFrames = 256;
@@ -17,13 +17,6 @@ void fadeOut(float* samples, int numFrames)
 }
 
 } // namespace
-
-FilePlayer::FilePlayer()
-    : outputRate(usualRate)
-{
-}
-
-FilePlayer::~FilePlayer() = default;
 
 void FilePlayer::open(const juce::File& fileToPlay)
 {
@@ -119,3 +112,5 @@ int FilePlayer::getNumReady() const
     const juce::SpinLock::ScopedLockType lock(streamGuard);
     return stream == nullptr ? 0 : stream->getNumReady();
 }
+
+} // namespace kalim::standalone

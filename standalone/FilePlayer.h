@@ -6,16 +6,16 @@
 #include <juce_core/juce_core.h>
 #include <memory>
 
+namespace kalim::standalone
+{
+
 /// Plays a file as stereo, at any rate. Everything but `render` and `setOutputRate` belongs to the
 /// message thread.
 class FilePlayer
 {
 public:
-    FilePlayer();
-    ~FilePlayer();
-
-    /// Replaces the file and stands at its start. Where it fails, the old file stays.
-    /// @throws kalim::FileError when it cannot be played
+    /// Replaces the file and stands at its start. Throws FileError when it cannot be played, in
+    /// which case the old file stays.
     void open(const juce::File& fileToPlay);
 
     bool hasFile() const { return stream != nullptr; }
@@ -63,10 +63,12 @@ private:
     /// Changed by the message thread while it holds the lock, which the audio thread only tries.
     std::unique_ptr<ReadAhead> stream;
     mutable juce::SpinLock streamGuard;
-    std::atomic<double> outputRate;
+    std::atomic<double> outputRate{48000.0};
     std::atomic<bool> playing{false};
     std::atomic<bool> looping{false};
 
     /// Whether the block before was played; used under the lock.
     bool wasPlaying = false;
 };
+
+} // namespace kalim::standalone

@@ -1,7 +1,11 @@
 #include "standalone/MainComponent.h"
 
 #include <algorithm>
+#include <functional>
+#include <utility>
 
+namespace kalim::standalone
+{
 namespace
 {
 
@@ -11,10 +15,74 @@ constexpr int refreshesPerSecond = 20;
 constexpr const char* audioFiles = "*.wav;*.wave;*.rf64;*.w64;*.bwf;*.aif;*.aiff;*.aifc;*.caf;"
                                    "*.flac;*.au;*.snd;*.ogg;*.oga;*.opus;*.mp3";
 
+/// An invisible part of another component that tells when that one's look changes.
+class LookAndFeelWatcher : public juce::Component
+{
+public:
+    LookAndFeelWatcher(juce::Component& watched, std::function<void()> changed)
+        : onChange(std::move(changed))
+    {
+        watched.addChildComponent(this);
+    }
+
+    void lookAndFeelChanged() override { onChange(); }
+
+private:
+    std::function<void()> onChange;
+};
+
 } // namespace
+
+/// A line that tells the user of something, with a button to do something about it.
+class MainComponent::NoticeBar : public juce::Component
+{
+public:
+    static constexpr int height = 30;
+
+    NoticeBar()
+    {
+        setOpaque(true);
+        label.setColour(juce::Label::textColourId, juce::Colour(0xff2b2410));
+        label.setMinimumHorizontalScale(0.7F);
+        addAndMakeVisible(label);
+        addAndMakeVisible(button);
+    }
+
+    /// The texts are shown as they are, so translated ones are expected.
+    void show(const Notice& notice)
+    {
+        button.onClick = notice.action;
+        if (label.getText() == notice.text && button.getButtonText() == notice.buttonText)
+            return;
+        label.setText(notice.text, juce::dontSendNotification);
+        label.setTooltip(notice.text);
+        button.setButtonText(notice.buttonText);
+        button.setTitle(notice.buttonText);
+        resized();
+        // Those who cannot see it are told.
+        juce::AccessibilityHandler::postAnnouncement(
+            notice.text, juce::AccessibilityHandler::AnnouncementPriority::medium);
+    }
+
+    /// Readable on any theme.
+    void paint(juce::Graphics& graphics) override { graphics.fillAll(juce::Colour(0xfff3e2a9)); }
+
+    void resized() override
+    {
+        constexpr int margin = 4;
+        auto area = getLocalBounds().reduced(margin);
+        button.setBounds(area.removeFromRight(button.getBestWidthForHeight(area.getHeight())));
+        label.setBounds(area);
+    }
+
+private:
+    juce::Label label;
+    juce::TextButton button;
+};
 
 MainComponent::MainComponent(Session& sessionToShow)
     : session(sessionToShow)
+    , noticeBar(std::make_unique<NoticeBar>())
     , transportBar(session.getPlayer())
     , tooltips(this)
     , editor(session.getProcessor().createEditorIfNeeded())
@@ -22,7 +90,7 @@ MainComponent::MainComponent(Session& sessionToShow)
     setWantsKeyboardFocus(true);
     transportBar.onOpen = [this] { chooseFile(); };
     transportBar.onAudioSettings = [this] { showAudioSettings(); };
-    addChildComponent(noticeBar);
+    addChildComponent(*noticeBar);
     addAndMakeVisible(*editor);
     addAndMakeVisible(transportBar);
     lookWatcher = std::make_unique<LookAndFeelWatcher>(*editor, [this] { followLook(); });
@@ -44,7 +112,7 @@ MainComponent::~MainComponent()
 
 int MainComponent::getExtraHeight() const
 {
-    return TransportBar::height + (noticeBar.isVisible() ? NoticeBar::height : 0);
+    return TransportBar::height + (noticeBar->isVisible() ? NoticeBar::height : 0);
 }
 
 juce::Rectangle<int> MainComponent::getMinimumArea() const
@@ -66,8 +134,8 @@ void MainComponent::resized()
 {
     const juce::ScopedValueSetter<bool> scope(isLayingOut, true);
     auto area = getLocalBounds();
-    if (noticeBar.isVisible())
-        noticeBar.setBounds(area.removeFromTop(NoticeBar::height));
+    if (noticeBar->isVisible())
+        noticeBar->setBounds(area.removeFromTop(NoticeBar::height));
     transportBar.setBounds(area.removeFromBottom(TransportBar::height));
     editor->setBoundsConstrained(area);
 }
@@ -116,10 +184,10 @@ void MainComponent::updateNotice()
 {
     const auto notice = findNotice();
     if (notice)
-        noticeBar.show(notice->text, notice->buttonText, notice->action);
-    if (notice.has_value() == noticeBar.isVisible())
+        noticeBar->show(*notice);
+    if (notice.has_value() == noticeBar->isVisible())
         return;
-    noticeBar.setVisible(notice.has_value());
+    noticeBar->setVisible(notice.has_value());
     fitEditor();
     resized();
 }
@@ -189,3 +257,5 @@ void MainComponent::filesDropped(const juce::StringArray& files, int, int)
 {
     openFile(juce::File(files[0]));
 }
+
+} // namespace kalim::standalone

@@ -1,15 +1,17 @@
 #pragma once
 
 #include "standalone/AudioSettingsWindow.h"
-#include "standalone/LookAndFeelWatcher.h"
-#include "standalone/NoticeBar.h"
 #include "standalone/Session.h"
 #include "standalone/TransportBar.h"
 
+#include <functional>
 #include <juce_audio_processors/juce_audio_processors.h>
 #include <juce_gui_basics/juce_gui_basics.h>
 #include <memory>
 #include <optional>
+
+namespace kalim::standalone
+{
 
 /// What is in the window: a notice if there is one, the processor's editor, and the transport bar.
 /// As large as the editor wants to be; a new size is passed on to the editor. Message thread.
@@ -39,6 +41,8 @@ public:
     void filesDropped(const juce::StringArray& files, int x, int y) override;
 
 private:
+    class NoticeBar;
+
     struct Notice
     {
         juce::String text;
@@ -56,12 +60,14 @@ private:
 
     Session& session;
     juce::String problem;
-    NoticeBar noticeBar;
+    std::unique_ptr<NoticeBar> noticeBar;
     TransportBar transportBar;
     juce::TooltipWindow tooltips;
     std::unique_ptr<juce::AudioProcessorEditor> editor;
-    std::unique_ptr<LookAndFeelWatcher> lookWatcher;
+    std::unique_ptr<juce::Component> lookWatcher;
     std::unique_ptr<juce::FileChooser> fileChooser;
     std::unique_ptr<AudioSettingsWindow> audioSettings;
     bool isLayingOut = false;
 };
+
+} // namespace kalim::standalone

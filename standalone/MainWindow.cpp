@@ -4,6 +4,8 @@
 
 #include <memory>
 
+namespace kalim::standalone
+{
 namespace
 {
 
@@ -97,3 +99,5 @@ void MainWindow::closeButtonPressed()
 {
     juce::JUCEApplicationBase::getInstance()->systemRequestedQuit();
 }
+
+} // namespace kalim::standalone

@@ -4,6 +4,9 @@
 
 #include <juce_gui_basics/juce_gui_basics.h>
 
+namespace kalim::standalone
+{
+
 /// The program's window, where it was the last time. Message thread.
 class MainWindow : public juce::DocumentWindow
 {
@@ -29,3 +32,5 @@ private:
     Session& session;
     MainComponent* content; // owned by the base class
 };
+
+} // namespace kalim::standalone

@@ -6,6 +6,8 @@
 #include <chrono>
 #include <cmath>
 
+namespace kalim::standalone
+{
 namespace
 {
 
@@ -65,8 +67,8 @@ double ReadAhead::getNextPosition() const
 
 void ReadAhead::request(double position, double outputRate)
 {
-    // A whole frame, so that at equal rates samples come out as they are; written so that what is
-    // not a number becomes the start.
+    // A whole frame, so that at equal rates samples come out as they are; written so that NaN
+    // becomes the start.
     const double limited = position > 0.0 ? std::min(position, numFileFrames - 1.0) : 0.0;
     wanted = {std::floor(limited), outputRate, wanted.generation + 1};
     generation.store(wanted.generation, std::memory_order_release);
@@ -198,3 +200,5 @@ int ReadAhead::getNumReady() const
             numReady += chunks[index % numChunks].numFrames;
     return std::max(numReady, 0);
 }
+
+} // namespace kalim::standalone

@@ -12,6 +12,9 @@
 #include <thread>
 #include <vector>
 
+namespace kalim::standalone
+{
+
 class ResamplingReader;
 
 /// Reads a file on a thread of its own, more than a second ahead of its playing, at the rate at
@@ -120,3 +123,5 @@ private:
 
     std::jthread thread; // the last member, since it uses all others
 };
+
+} // namespace kalim::standalone

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <numbers>
 
+namespace kalim::standalone
+{
 namespace
 {
 
@@ -33,12 +35,6 @@ std::vector<float> makeKernel()
             static_cast<float>(std::sin(angle) / angle * window);
     }
     return kernel;
-}
-
-/// Moves what is still needed to the front.
-void dropFront(std::vector<float>& samples, std::int64_t count)
-{
-    samples.erase(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(count));
 }
 
 } // namespace
@@ -83,8 +79,8 @@ void ResamplingReader::fillWindow(std::int64_t first, std::int64_t last)
     const auto windowEnd = windowStart + static_cast<std::int64_t>(leftWindow.size());
     const bool isContinued = first >= windowStart && first <= windowEnd;
     const std::int64_t numDropped = isContinued ? first - windowStart : windowEnd - windowStart;
-    dropFront(leftWindow, numDropped);
-    dropFront(rightWindow, numDropped);
+    for (auto* const window : {&leftWindow, &rightWindow})
+        window->erase(window->begin(), window->begin() + static_cast<std::ptrdiff_t>(numDropped));
     windowStart = first;
 
     const std::size_t numKept = leftWindow.size();
@@ -107,3 +103,5 @@ float ResamplingReader::getWeight(double distance) const
     const float value = kernel[index] + fraction * (kernel[index + 1] - kernel[index]);
     return value * static_cast<float>(bandwidth);
 }
+
+} // namespace kalim::standalone

@@ -6,6 +6,9 @@
 #include <memory>
 #include <vector>
 
+namespace kalim::standalone
+{
+
 /// A file at another rate than its own, by windowed-sinc interpolation: about 90 dB between what is
 /// kept and what would be mirrored, flat up to nine tenths of the lower rate's band. At its own
 /// rate the samples are those of the file. The same threads as SoundFileReader.
@@ -39,3 +42,5 @@ private:
     std::vector<float> leftWindow;
     std::vector<float> rightWindow;
 };
+
+} // namespace kalim::standalone

@@ -2,6 +2,9 @@
 
 #include "base/FileError.h"
 
+namespace kalim::standalone
+{
+
 Session::Session(juce::AudioProcessor& processorToDrive, const juce::File& folderOfBinary)
     : processor(processorToDrive)
     , settings(folderOfBinary)
@@ -21,8 +24,7 @@ Session::~Session()
 
 void Session::openDevice()
 {
-    const auto description = settings.getDevice();
-    engine.openDevice(description.get());
+    engine.openDevice(settings.getDevice().get());
 }
 
 void Session::remember()
@@ -41,10 +43,12 @@ juce::String Session::openFile(const juce::File& file)
     {
         getPlayer().open(file);
     }
-    catch (const kalim::FileError& error)
+    catch (const FileError& error)
     {
         return juce::String::fromUTF8(error.what());
     }
     settings.setFolder(file.getParentDirectory());
     return {};
 }
+
+} // namespace kalim::standalone

@@ -3,6 +3,9 @@
 #include "standalone/AudioEngine.h"
 #include "standalone/StandaloneSettings.h"
 
+namespace kalim::standalone
+{
+
 /// The program without its window: what drives the processor, and what is remembered from one start
 /// to the next. Message thread.
 class Session
@@ -40,3 +43,5 @@ private:
     StandaloneSettings settings;
     AudioEngine engine;
 };
+
+} // namespace kalim::standalone

@@ -2,30 +2,28 @@
 
 #include "base/FileError.h"
 
-#include <sndfile.h>
-
 #include <algorithm>
 #include <cmath>
+#include <span>
 
-using kalim::AudioFileReader;
-using kalim::FileError;
-
+namespace kalim::standalone
+{
 namespace
 {
 
-constexpr int blockFrames = 1024;
+constexpr int framesAtOnce = 1024;
 
-// Beyond these the resampling to usual rates would take too long.
+// In Hz; beyond these the resampling to usual rates would take too long.
 constexpr int minimumRate = 1000;
 constexpr int maximumRate = 768000;
 
-std::unique_ptr<AudioFileReader> openFile(const juce::File& file)
+AudioFileReader openFile(const juce::File& file)
 {
-    auto opened = std::make_unique<AudioFileReader>(file.getFullPathName().toStdString());
-    if (opened->frames() < 1)
-        throw FileError(opened->path(), "holds no samples");
-    if (opened->sampleRate() < minimumRate || opened->sampleRate() > maximumRate)
-        throw FileError(opened->path(), "has a sample rate that cannot be played");
+    AudioFileReader opened(file.getFullPathName().toStdString());
+    if (opened.getNumFrames() < 1)
+        throw FileError(opened.getPath(), "holds no samples");
+    if (opened.getSampleRate() < minimumRate || opened.getSampleRate() > maximumRate)
+        throw FileError(opened.getPath(), "has a sample rate that cannot be played");
     return opened;
 }
 
@@ -39,9 +37,8 @@ float finite(float sample)
 
 SoundFileReader::SoundFileReader(const juce::File& fileToRead)
     : file(openFile(fileToRead))
-    , numFrames(file->frames())
-    , numReachable(numFrames)
-    , block(static_cast<std::size_t>(blockFrames * file->channels()))
+    , numReachable(file.getNumFrames())
+    , interleaved(static_cast<std::size_t>(framesAtOnce * file.getNumChannels()))
 {
 }
 
@@ -58,11 +55,11 @@ void SoundFileReader::read(std::int64_t position, float* left, float* right, int
 
 void SoundFileReader::readInside(std::int64_t position, float* left, float* right, int numWanted)
 {
-    const int channels = file->channels();
+    const int channels = file.getNumChannels();
     const int second = channels > 1 ? 1 : 0;
     for (int done = 0; done < numWanted;)
     {
-        const int got = readBlock(numWanted - done);
+        const int got = readPart(std::min(numWanted - done, framesAtOnce));
         if (got <= 0)
         {
             numReachable = position + done;
@@ -70,7 +67,7 @@ void SoundFileReader::readInside(std::int64_t position, float* left, float* righ
         }
         for (int frame = 0; frame < got; ++frame)
         {
-            const float* const samples = block.data() + frame * channels;
+            const float* const samples = interleaved.data() + frame * channels;
             left[done + frame] = finite(samples[0]);
             right[done + frame] = finite(samples[second]);
         }
@@ -80,43 +77,32 @@ void SoundFileReader::readInside(std::int64_t position, float* left, float* righ
 
 bool SoundFileReader::moveTo(std::int64_t position)
 {
-    if (position == nextPosition)
-        return true;
-    if (sf_seek(file->handle(), position, SEEK_SET) == position)
+    try
     {
-        nextPosition = position;
+        file.seek(position);
         return true;
     }
-    return startAgainUpTo(position);
-}
-
-/// Some codecs cannot be wound.
-bool SoundFileReader::startAgainUpTo(std::int64_t position)
-{
-    if (nextPosition < 0 || nextPosition > position)
+    catch (const FileError&)
     {
-        try
-        {
-            file = openFile(juce::File(file->path().native()));
-            block.resize(static_cast<std::size_t>(blockFrames * file->channels()));
-            nextPosition = 0;
-        }
-        catch (const FileError&)
-        {
-            nextPosition = -1;
-            return false;
-        }
+        numReachable = std::min(numReachable, file.getPosition());
+        return false;
     }
-    while (nextPosition < position)
-        if (readBlock(static_cast<int>(
-                std::min<std::int64_t>(position - nextPosition, blockFrames))) <= 0)
-            return false;
-    return true;
 }
 
-int SoundFileReader::readBlock(int numWanted)
+/// Returns how many frames could be read: none where the file is damaged or ends early.
+int SoundFileReader::readPart(int numWanted)
 {
-    const auto got = sf_readf_float(file->handle(), block.data(), std::min(numWanted, blockFrames));
-    nextPosition = got > 0 && nextPosition >= 0 ? nextPosition + got : -1;
-    return static_cast<int>(got);
+    const std::int64_t start = file.getPosition();
+    const auto numSamples = static_cast<std::size_t>(numWanted * file.getNumChannels());
+    try
+    {
+        file.read(std::span(interleaved).first(numSamples));
+    }
+    catch (const FileError&)
+    {
+        // What could be decoded before the damage is played.
+    }
+    return static_cast<int>(file.getPosition() - start);
 }
+
+} // namespace kalim::standalone

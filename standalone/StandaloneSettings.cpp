@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+namespace kalim::standalone
+{
 namespace
 {
 
@@ -135,10 +137,10 @@ void StandaloneSettings::setWindow(juce::Rectangle<int> area)
 
 juce::Rectangle<int> limitToScreen(juce::Rectangle<int> area, juce::Rectangle<int> screen)
 {
-    const int width = std::clamp(area.getWidth(), 1, std::max(1, screen.getWidth()));
-    const int height = std::clamp(area.getHeight(), 1, std::max(1, screen.getHeight()));
-    const int lastX = std::max(screen.getX(), screen.getRight() - width);
-    const int lastY = std::max(screen.getY(), screen.getBottom() - height);
-    return {std::clamp(area.getX(), screen.getX(), lastX),
-            std::clamp(area.getY(), screen.getY(), lastY), width, height};
+    return area
+        .withSize(std::min(area.getWidth(), screen.getWidth()),
+                  std::min(area.getHeight(), screen.getHeight()))
+        .constrainedWithin(screen);
 }
+
+} // namespace kalim::standalone

@@ -5,6 +5,9 @@
 #include <memory>
 #include <optional>
 
+namespace kalim::standalone
+{
+
 /// What the stand-alone program remembers. Its file may hold anything: what cannot be meant is as
 /// good as not there. Changes are written after some seconds, and at the end of the object's life.
 /// Message thread.
@@ -46,3 +49,5 @@ private:
 
 /// The area, made no larger than a screen and moved so that all of it is seen.
 juce::Rectangle<int> limitToScreen(juce::Rectangle<int> area, juce::Rectangle<int> screen);
+
+} // namespace kalim::standalone

@@ -1,5 +1,7 @@
 #include "standalone/TransportBar.h"
 
+namespace kalim::standalone
+{
 namespace
 {
 
@@ -150,3 +152,5 @@ void TransportBar::lookAndFeelChanged()
 {
     resized();
 }
+
+} // namespace kalim::standalone

@@ -5,6 +5,9 @@
 #include <functional>
 #include <juce_gui_basics/juce_gui_basics.h>
 
+namespace kalim::standalone
+{
+
 /// Buttons, position and name of the file that is played, in one line. Message thread.
 class TransportBar : public juce::Component
 {
@@ -43,3 +46,5 @@ private:
     juce::Label timeLabel;
     juce::Label nameLabel;
 };
+
+} // namespace kalim::standalone

@@ -1,9 +1,9 @@
 // Pictures of the editor with a recording running through it, for the read-me and the manual:
 // kalim_pictures RECORDING FOLDER
 
+#include "audiofile/AudioFileReader.h"
 #include "dsp/hum/Kalimmer.h"
 #include "plugin/KalimAudioProcessor.h"
-#include "audiofile/AudioFileReader.h"
 #include "ui/KalimAudioProcessorEditor.h"
 
 #include <cstdio>
@@ -43,14 +43,14 @@ void play(KalimAudioProcessor& plugIn, const juce::File& recording,
           KalimAudioProcessorEditor& editor)
 {
     kalim::AudioFileReader reader(recording.getFullPathName().toStdString());
-    const int channels = reader.channels();
+    const int channels = reader.getNumChannels();
     const auto layout = juce::AudioChannelSet::canonicalChannelSet(channels);
     plugIn.setBusesLayout({{layout}, {layout}});
-    plugIn.prepareToPlay(reader.sampleRate(), blockSize);
+    plugIn.prepareToPlay(reader.getSampleRate(), blockSize);
     std::vector<float> samples(static_cast<std::size_t>(blockSize * channels));
     juce::AudioBuffer<float> block(channels, blockSize);
     juce::MidiBuffer midi;
-    const auto end = static_cast<juce::int64>(0.9 * static_cast<double>(reader.frames()));
+    const auto end = static_cast<juce::int64>(0.9 * static_cast<double>(reader.getNumFrames()));
     for (juce::int64 start = 0; start + blockSize < end; start += blockSize)
     {
         reader.read(samples);

@@ -1,6 +1,6 @@
 #include "kalim/report/PlotCanvas.h"
 
-#include "base/ValidUtf8.h"
+#include "base/Text.h"
 
 #include <cairo-svg.h>
 

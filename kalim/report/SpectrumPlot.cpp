@@ -1,7 +1,7 @@
 #include "kalim/report/SpectrumPlot.h"
 
 #include "base/FileError.h"
-#include "base/LetterCase.h"
+#include "base/Text.h"
 #include "kalim/report/PlotAxes.h"
 
 #include <fmt/format.h>
@@ -332,7 +332,7 @@ PictureKind pictureKindOf(const std::filesystem::path& path)
 
 void drawSpectrumPlot(OutputFile& output, const SpectrumPlotData& data)
 {
-    output.write(SpectrumPlot(data, pictureKindOf(output.target())).render());
+    output.write(SpectrumPlot(data, pictureKindOf(output.getTarget())).render());
 }
 
 } // namespace kalim::program

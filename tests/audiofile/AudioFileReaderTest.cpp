@@ -1,14 +1,11 @@
 #include "audiofile/AudioFileReader.h"
 
+#include "audiofile/ChunkLayout.h"
 #include "tests/audiofile/AudioFiles.h"
 #include "tests/audiofile/ScratchFolder.h"
-#include "audiofile/ChunkLayout.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
-
-#include <algorithm>
-#include <random>
 
 namespace kalim::test
 {
@@ -18,30 +15,30 @@ namespace
 class AudioFileReaderTest : public ScratchFolder
 {
 protected:
-    static std::string refusal(const std::filesystem::path& file)
-    {
-        return messageOf([&] { const AudioFileReader reader(file); });
-    }
-
-    /// Reads in blocks, as a program does, and returns the error.
+    /// Reads in parts, as a program does, and returns the error.
     static std::string failureOf(const std::filesystem::path& file)
     {
         return messageOf(
             [&]
             {
                 AudioFileReader reader(file);
-                std::vector<float> block(1000);
-                while (reader.read(block) > 0)
+                std::vector<float> part(1000);
+                while (reader.read(part) > 0)
                 {
                 }
             });
     }
 
-    static std::vector<int> noise(std::size_t count)
+    /// A FLAC file that does not tell its length, as a program writes it to a pipe.
+    std::filesystem::path writeStream(const std::string& name, std::size_t frames) const
     {
-        std::vector<int> samples(count);
-        std::ranges::generate(samples, std::minstd_rand());
-        return samples;
+        writeLibraryFile(path(name), flac16, noise(frames));
+        auto bytes = contentsOf(path(name));
+        // The number of samples is the last 36 bits before the checksum in the first block.
+        constexpr std::size_t count = 8 + 13;
+        bytes[count] = static_cast<char>(bytes[count] & 0xf0);
+        std::fill_n(bytes.begin() + count + 1, 4, '\0');
+        return writeText(name, bytes);
     }
 };
 
@@ -49,15 +46,16 @@ protected:
 
 TEST_F(AudioFileReaderTest, RefusesWhatIsNoAudioFileWithAReasonOnOneLine)
 {
-    EXPECT_THAT(refusal(path("missing.wav")), HasSubstr("No such file"));
-    EXPECT_THAT(refusal(folder), HasSubstr("is a folder"));
-    EXPECT_EQ(refusal(writeText("a\nb\x1b[2Jü.wav", "")),
-              folder.string() + "/a\\nb\\x1b[2Jü.wav: is empty");
-    EXPECT_THAT(refusal(writeText("text.wav", "Dear diary, today I recorded nothing at all.")),
-                HasSubstr("cannot be read as audio"));
     ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
-    EXPECT_THAT(refusal(path("pipe")), HasSubstr("not a regular file"));
-    EXPECT_THAT(refusal("/dev/zero"), HasSubstr("not a regular file"));
+    EXPECT_EQ(failureOf(writeText("a\nb\x1b[2Jü.wav", "")),
+              folder.string() + "/a\\nb\\x1b[2Jü.wav: is empty");
+    for (const auto& [file, reason] :
+         {std::pair(path("missing.wav"), "No such file"), std::pair(folder, "is a folder"),
+          std::pair(writeText("text.wav", "Dear diary, today I recorded nothing at all."),
+                    "cannot be read as audio"),
+          std::pair(path("pipe"), "not a regular file"),
+          std::pair(std::filesystem::path("/dev/zero"), "not a regular file")})
+        EXPECT_THAT(failureOf(file), HasSubstr(reason));
 }
 
 TEST_F(AudioFileReaderTest, TakesNoDescriptionForSamples)
@@ -68,36 +66,70 @@ TEST_F(AudioFileReaderTest, TakesNoDescriptionForSamples)
     auto bytes = contentsOf(path("a.w64"));
     for (const auto byte : layout.serialised("iXML", std::vector<std::byte>(100)))
         bytes += static_cast<char>(byte);
-    EXPECT_EQ(AudioFileReader(writeText("b.w64", bytes)).frames(), 4);
+    EXPECT_EQ(AudioFileReader(writeText("b.w64", bytes)).getNumFrames(), 4);
 }
 
-TEST_F(AudioFileReaderTest, ReportsACutOrDamagedCompressedFile)
+TEST_F(AudioFileReaderTest, ReportsACutOrDamagedCompressedFileAndCanSeekBack)
 {
     writeLibraryFile(path("a.flac"), flac16, noise(100000));
     const auto whole = contentsOf(path("a.flac"));
     EXPECT_EQ(failureOf(path("a.flac")), "");
-    EXPECT_NE(failureOf(writeText("cut.flac", whole.substr(0, whole.size() / 2))), "");
-
     auto damaged = whole;
     for (std::size_t i = 0; i < 400; ++i)
         damaged[damaged.size() / 2 + i] = static_cast<char>(i * 37);
     EXPECT_NE(failureOf(writeText("damaged.flac", damaged)), "");
+    EXPECT_NE(failureOf(writeText("cut.flac", whole.substr(0, whole.size() / 2))), "");
+
+    AudioFileReader reader(path("cut.flac"));
+    std::vector<float> samples(100000);
+    EXPECT_THROW(reader.read(samples), FileError);
+    const auto reachable = reader.getPosition();
+    EXPECT_GT(reachable, 40000);
+    EXPECT_LT(reachable, 60000);
+    const auto start = samples;
+    EXPECT_THROW(
+        {
+            reader.seek(80000);
+            reader.read(samples);
+        },
+        FileError);
+    reader.seek(1000);
+    EXPECT_EQ(reader.read(std::span(samples).first(500)), 500);
+    EXPECT_TRUE(std::equal(samples.begin(), samples.begin() + 500, start.begin() + 1000));
 }
 
 TEST_F(AudioFileReaderTest, CountsStreamsThatDoNotTellTheirLength)
 {
-    writeLibraryFile(path("a.flac"), flac16, noise(30000));
-    auto bytes = contentsOf(path("a.flac"));
-    // The number of samples is the last 36 bits before the checksum in the first block.
-    constexpr std::size_t count = 8 + 13;
-    bytes[count] = static_cast<char>(bytes[count] & 0xf0);
-    std::fill_n(bytes.begin() + count + 1, 4, '\0');
-    AudioFileReader reader(writeText("stream.flac", bytes));
-    EXPECT_EQ(reader.frames(), 30000);
+    EXPECT_EQ(AudioFileReader(writeStream("stream.flac", 30000)).getNumFrames(), 30000);
     EXPECT_EQ(failureOf(path("stream.flac")), "");
-
     writeLibraryFile(path("a.mp3"), mp3, noise(30000));
     EXPECT_EQ(failureOf(path("a.mp3")), "");
+}
+
+TEST_F(AudioFileReaderTest, ReadsFromAnyFrameOnAsFromTheStart)
+{
+    writeStream("stream", 30000);
+    // This codec cannot seek and is decoded up to the frame.
+    constexpr int telephone = SF_FORMAT_AU | SF_FORMAT_G721_32;
+    for (const int format : {wav16, flac16, oggVorbis, telephone, 0})
+    {
+        const auto file = format == 0 ? path("stream") : path("a");
+        if (format != 0)
+            writeLibraryFile(file, format, noise(30000));
+        const auto whole = readAll(file);
+        AudioFileReader reader(file);
+        for (const std::int64_t start : {20000, 3000, 3200, 0, 29990, 70000, -5})
+        {
+            const auto frame = std::clamp<std::int64_t>(start, 0, reader.getNumFrames());
+            const auto count = std::min<std::int64_t>(200, reader.getNumFrames() - frame);
+            reader.seek(start);
+            EXPECT_EQ(reader.getPosition(), frame);
+            std::vector<float> part(200);
+            ASSERT_EQ(reader.read(part), count) << format << ", " << start;
+            EXPECT_TRUE(std::equal(part.begin(), part.begin() + count, whole.begin() + frame))
+                << format << ", " << start;
+        }
+    }
 }
 
 } // namespace kalim::test

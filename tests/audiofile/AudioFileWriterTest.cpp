@@ -1,6 +1,5 @@
 #include "audiofile/AudioFileWriter.h"
 
-#include "tests/support/TestSignals.h"
 #include "tests/audiofile/AudioFiles.h"
 #include "tests/audiofile/ScratchFolder.h"
 
@@ -10,6 +9,7 @@
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <tuple>
 
@@ -39,34 +39,30 @@ protected:
         AudioFileWriter writer(output, AudioFileFormat(format), 1, 48000);
         writer.write(samples);
         writer.close();
-        clipped = writer.clippedSamples();
+        clipped = writer.getNumClippedSamples();
         output.commit();
         return readLibraryIntegers(path("out"), samples.size());
     }
 
-    /// Writes noise while no file of this process may grow beyond a size, as on a full disk.
-    std::string failureOfWriting(int format, std::size_t frames, rlim_t largestFile) const
+    std::int64_t clipped = -1;
+};
+
+/// While it lives, no file of this process may grow beyond a size, as on a full disk.
+class FullDisk
+{
+public:
+    explicit FullDisk(rlim_t largestFile)
     {
-        const auto noise = testing_support::makeNoise(-10.0, 48000.0, 5.0);
         signal(SIGXFSZ, SIG_IGN);
-        rlimit previous{};
         getrlimit(RLIMIT_FSIZE, &previous);
         const rlimit limit{largestFile, previous.rlim_max};
         setrlimit(RLIMIT_FSIZE, &limit);
-        const auto message = messageOf(
-            [&]
-            {
-                OutputFile output(path("full"), Existing::keep);
-                AudioFileWriter writer(output, AudioFileFormat(format), 1, 48000);
-                writer.write({noise.getReadChannelPtr(0), frames});
-                writer.close();
-                output.commit();
-            });
-        setrlimit(RLIMIT_FSIZE, &previous);
-        return message;
     }
 
-    std::int64_t clipped = -1;
+    ~FullDisk() { setrlimit(RLIMIT_FSIZE, &previous); }
+
+private:
+    rlimit previous{};
 };
 
 } // namespace
@@ -89,7 +85,7 @@ TEST_F(AudioFileWriterTest, UnchangedIntegersComeOutBitForBit)
             copyAudio(path("in"), path("out"), container | subtype);
             EXPECT_EQ(readLibraryIntegers(path("out"), samples.size()),
                       readLibraryIntegers(path("in"), samples.size()))
-                << format.description();
+                << format.getDescription();
         }
 }
 
@@ -113,13 +109,16 @@ TEST_F(AudioFileWriterTest, RoundsToTheNearestStepAndLimitsAndCountsWhatIsBeyond
 
 TEST_F(AudioFileWriterTest, AFullDiskIsAnErrorAndLeavesNothing)
 {
+    // The last one is so short that the encoder keeps all of it until it is closed.
     for (const auto& [format, frames, largestFile] :
          {std::tuple(wav16, 200000U, 20000U), std::tuple(flac16, 200000U, 20000U),
-          std::tuple(oggVorbis, 200000U, 20000U),
-          // So short that the encoder keeps all of it until it is closed.
-          std::tuple(flac16, 4000U, 5000U)})
+          std::tuple(oggVorbis, 200000U, 20000U), std::tuple(flac16, 4000U, 5000U)})
     {
-        EXPECT_THAT(failureOfWriting(format, frames, largestFile), HasSubstr("File too large"));
+        std::vector<float> samples;
+        for (const int sample : noise(frames))
+            samples.push_back(std::ldexp(static_cast<float>(sample), -31));
+        const FullDisk disk(largestFile);
+        EXPECT_THAT(messageOf([&] { written(format, samples); }), HasSubstr("File too large"));
         EXPECT_EQ(filesInFolder(), 0);
     }
 }

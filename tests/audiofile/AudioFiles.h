@@ -4,13 +4,14 @@
 #include "audiofile/AudioFileWriter.h"
 #include "audiofile/FileMetadata.h"
 #include "audiofile/OutputFile.h"
-#include "audiofile/SoundFileHandle.h"
 
 #include <sndfile.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -22,21 +23,32 @@ constexpr int flac16 = SF_FORMAT_FLAC | SF_FORMAT_PCM_16;
 constexpr int oggVorbis = SF_FORMAT_OGG | SF_FORMAT_VORBIS;
 constexpr int mp3 = SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III;
 
+/// Sets what a file is to say of itself.
+using Describe = std::function<void(SNDFILE*)>;
+
 inline SoundFileHandle openLibraryFile(const std::filesystem::path& path, int mode, int format = 0,
-                                       int channels = 1)
+                                       int channels = 1, int rate = 48000)
 {
-    SF_INFO info{0, 48000, channels, format, 0, 0};
+    SF_INFO info{0, rate, channels, format, 0, 0};
     return SoundFileHandle(sf_open(path.c_str(), mode, &info));
 }
 
-/// Writes with the library alone; describe sets whatever the file is to say of itself.
+/// Writes with the library alone.
 inline void writeLibraryFile(
     const std::filesystem::path& path, int format, const std::vector<int>& samples,
-    int channels = 1, const std::function<void(SNDFILE*)>& describe = [](SNDFILE*) {})
+    int channels = 1, const Describe& describe = [](SNDFILE*) {})
 {
     const auto file = openLibraryFile(path, SFM_WRITE, format, channels);
     describe(file.get());
     sf_write_int(file.get(), samples.data(), static_cast<sf_count_t>(samples.size()));
+}
+
+/// Samples of all sizes, the same in each run.
+inline std::vector<int> noise(std::size_t count)
+{
+    std::vector<int> samples(count);
+    std::ranges::generate(samples, std::minstd_rand());
+    return samples;
 }
 
 inline std::vector<int> readLibraryIntegers(const std::filesystem::path& path, std::size_t count)
@@ -51,7 +63,8 @@ inline std::vector<int> readLibraryIntegers(const std::filesystem::path& path, s
 inline std::vector<float> readAll(const std::filesystem::path& path)
 {
     AudioFileReader reader(path);
-    std::vector<float> samples(static_cast<std::size_t>(reader.frames() * reader.channels()));
+    std::vector<float> samples(
+        static_cast<std::size_t>(reader.getNumFrames() * reader.getNumChannels()));
     reader.read(samples);
     return samples;
 }
@@ -63,11 +76,12 @@ inline std::vector<std::string> copyAudio(const std::filesystem::path& from,
     AudioFileReader reader(from);
     const FileMetadata metadata(reader);
     OutputFile output(to, Existing::replace);
-    AudioFileWriter writer(output, AudioFileFormat(format), reader.channels(), reader.sampleRate());
+    AudioFileWriter writer(output, AudioFileFormat(format), reader.getNumChannels(),
+                           reader.getSampleRate());
     metadata.applyTo(writer, "Kalim test");
     writer.write(readAll(from));
     writer.close();
-    auto warnings = metadata.lossesIn(output.temporaryPath());
+    auto warnings = metadata.lossesIn(output.getTemporaryPath());
     output.commit();
     return warnings;
 }

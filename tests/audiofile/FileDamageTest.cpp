@@ -38,18 +38,17 @@ protected:
 TEST_F(FileDamageTest, TellsHowMuchOfACutFileIsThere)
 {
     for (const int container : {SF_FORMAT_WAV, SF_FORMAT_WAVEX, SF_FORMAT_RF64, SF_FORMAT_W64,
-                                SF_FORMAT_AIFF, SF_FORMAT_AU, SF_FORMAT_CAF})
+                                SF_FORMAT_AIFF, SF_FORMAT_AU})
     {
         const auto bytes = recording(container | SF_FORMAT_PCM_16);
         EXPECT_THAT(damages(bytes), IsEmpty()) << container;
-        // The library refuses a short CAF file by itself.
-        if (container == SF_FORMAT_CAF)
-            continue;
         EXPECT_THAT(damages(bytes.substr(0, bytes.size() - 192000)),
                     ElementsAre("the file is cut short: 1.0 of 3.0 s are there, 192000 bytes are "
                                 "missing"))
             << container;
     }
+    // The library refuses a short CAF file by itself.
+    EXPECT_THAT(damages(recording(SF_FORMAT_CAF | SF_FORMAT_PCM_16)), IsEmpty());
     EXPECT_THAT(damages(recording(SF_FORMAT_WAV | SF_FORMAT_IMA_ADPCM).substr(0, 30000)),
                 ElementsAre(HasSubstr("1.3 of 3.1 s")));
 }
@@ -76,7 +75,7 @@ TEST_F(FileDamageTest, TakesNoUnknownSizeForDamage)
     {
         const std::string stated(reinterpret_cast<const char*>(&size), sizeof size);
         EXPECT_THAT(damages(withSize(wav, "data", stated)), IsEmpty());
-        EXPECT_EQ(AudioFileReader(path("in")).frames(), 144000);
+        EXPECT_EQ(AudioFileReader(path("in")).getNumFrames(), 144000);
     }
 }
 

@@ -42,7 +42,7 @@ TEST_F(OutputFileTest, FilesAppearCompleteAndWhenAllAreFinishedOrNotAtAll)
         second.finish();
         EXPECT_FALSE(std::filesystem::exists(path("a")));
         EXPECT_FALSE(std::filesystem::exists(path("b")));
-        EXPECT_EQ(contentsOf(first.temporaryPath()), "whole");
+        EXPECT_EQ(contentsOf(first.getTemporaryPath()), "whole");
     }
     EXPECT_EQ(filesInFolder(), 1);
     first.commit();
@@ -52,16 +52,14 @@ TEST_F(OutputFileTest, FilesAppearCompleteAndWhenAllAreFinishedOrNotAtAll)
 
 TEST_F(OutputFileTest, TakesAnyNameThatTheSystemTakes)
 {
-    for (const std::string& name :
-         {std::string("with space"), std::string("Grüße"), std::string("録音"),
-          std::string("two\nlines"), std::string("\"quoted\"'"), std::string(255, 'x')})
+    for (const std::string& name : std::vector<std::string>{
+             "with space", "Grüße", "録音", "two\nlines", "\"quoted\"'", std::string(255, 'x')})
     {
         OutputFile file(path(name), Existing::keep);
         put(file, name);
         file.commit();
         EXPECT_EQ(contentsOf(path(name)), name);
     }
-    EXPECT_THAT(refusal(path(std::string(256, 'x'))), HasSubstr("too long"));
 }
 
 TEST_F(OutputFileTest, KeepsWhatExistsUnlessToldToReplaceIt)
@@ -108,14 +106,16 @@ TEST_F(OutputFileTest, HonoursTheUmaskAndLinks)
 
 TEST_F(OutputFileTest, RefusesPlacesThatCannotHoldAFile)
 {
-    EXPECT_THAT(refusal(folder), HasSubstr("is a folder"));
-    EXPECT_THAT(refusal(path("missing/a.wav")), HasSubstr("does not exist"));
-    EXPECT_THAT(refusal(writeText("file", "") / "a.wav"), HasSubstr("Not a directory"));
-    EXPECT_THAT(refusal("/dev/null"), HasSubstr("not a regular file"));
-    EXPECT_THAT(refusal("/proc/a.wav"), HasSubstr("cannot create a file"));
-    EXPECT_EQ(refusal(""), "the output has no name");
     std::filesystem::create_symlink("missing", path("dangling"));
-    EXPECT_THAT(refusal(path("dangling")), HasSubstr("is a link that leads nowhere"));
+    for (const auto& [target, reason] :
+         {std::pair(folder, "is a folder"), std::pair(path("missing/a.wav"), "does not exist"),
+          std::pair(writeText("file", "") / "a.wav", "Not a directory"),
+          std::pair(std::filesystem::path("/dev/null"), "not a regular file"),
+          std::pair(std::filesystem::path("/proc/a.wav"), "cannot create a file"),
+          std::pair(path("dangling"), "is a link that leads nowhere"),
+          std::pair(path(std::string(256, 'x')), "too long")})
+        EXPECT_THAT(refusal(target), HasSubstr(reason));
+    EXPECT_EQ(refusal(""), "the output has no name");
     EXPECT_TRUE(std::filesystem::is_symlink(path("dangling")));
 }
 

@@ -51,21 +51,21 @@ TEST(OutputFormatTest, KeepsTheInputsSamplesWhereTheContainerCanAndElseSaysWhatI
          })
     {
         const auto chosen = choose(input, output);
-        EXPECT_EQ(chosen.format.libraryFormat(), expected) << output;
+        EXPECT_EQ(chosen.format.getLibraryFormat(), expected) << output;
         EXPECT_EQ(chosen.warnings.size(), numWarnings) << output;
     }
     EXPECT_THAT(choose(wavFloat, "a.flac").warnings.front(),
                 HasSubstr("FLAC cannot hold the input's float samples; writing pcm24"));
     // Only the extensible header has a place for the loudspeakers of more than two channels.
     const auto surround = choose(SF_FORMAT_CAF | SF_FORMAT_PCM_16, "a.wav", "", {1000, 6, 48000});
-    EXPECT_EQ(surround.format.libraryFormat(), SF_FORMAT_WAVEX | SF_FORMAT_PCM_16);
+    EXPECT_EQ(surround.format.getLibraryFormat(), SF_FORMAT_WAVEX | SF_FORMAT_PCM_16);
 }
 
 TEST(OutputFormatTest, ARequestDecidesAndIsNeverBentSilently)
 {
-    EXPECT_EQ(choose(wav16, "-", "CAF:Float").format.libraryFormat(),
+    EXPECT_EQ(choose(wav16, "-", "CAF:Float").format.getLibraryFormat(),
               SF_FORMAT_CAF | SF_FORMAT_FLOAT);
-    EXPECT_EQ(choose(wav16, "a.wav", "pcm24").format.libraryFormat(), wav24);
+    EXPECT_EQ(choose(wav16, "a.wav", "pcm24").format.getLibraryFormat(), wav24);
     EXPECT_EQ(messageOf([] { choose(wav16, "a.flac", "float"); }),
               "a.flac: FLAC cannot hold float samples (it holds pcm8, pcm16, pcm24)");
     EXPECT_THAT(messageOf<std::invalid_argument>([] { parseFormatRequest("wav:pcm12"); }),
@@ -89,9 +89,10 @@ TEST(OutputFormatTest, PassesFourGibibytesOnlyWhereSizesReach)
 {
     const AudioShape tenHours{36000LL * 48000, 2, 48000};
     const auto chosen = choose(wav16, "a.wav", "", tenHours);
-    EXPECT_EQ(chosen.format.libraryFormat(), rf64);
+    EXPECT_EQ(chosen.format.getLibraryFormat(), rf64);
     EXPECT_EQ(chosen.warnings.size(), 1U);
-    EXPECT_EQ(choose(chosen.format.libraryFormat(), "a.wav", "", tenHours).format, chosen.format);
+    EXPECT_EQ(choose(chosen.format.getLibraryFormat(), "a.wav", "", tenHours).format,
+              chosen.format);
     EXPECT_TRUE(choose(wav16, "a.w64", "", tenHours).warnings.empty());
     EXPECT_THROW(choose(wav16, "a.aiff", "", tenHours), FileError);
 }

@@ -92,7 +92,7 @@ TEST_F(Program, cleansTheGuitarBetterThanFixedNotchesAndDrawsIt)
     EXPECT_GE(reductionsIn(cleaned)[0], 20.0);
     EXPECT_NEAR(cleaned["harmonics"][0]["frequency"].get<double>(), 60.1, 0.2);
     EXPECT_EQ(cleaned["outputFormat"], "FLAC pcm16");
-    EXPECT_EQ(AudioFileReader(flac).sampleRate(), AudioFileReader(exampleRecording()).sampleRate());
+    EXPECT_EQ(AudioFileReader(flac).getSampleRate(), AudioFileReader(exampleRecording()).getSampleRate());
     EXPECT_THAT(contentsOf(path("spectrum.svg")), HasSubstr("<svg"));
 }
 

@@ -1,33 +1,32 @@
 #include "standalone/CommandLine.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-using testing::HasSubstr;
-
-TEST(StandaloneCommandLine, takesAFile)
+namespace kalim::standalone
 {
-    EXPECT_FALSE(CommandLine::parse({}).file.has_value());
-    EXPECT_FALSE(CommandLine::parse({}).message.has_value());
-    EXPECT_EQ(CommandLine::parse({"a file.wav"}).file, "a file.wav");
-    EXPECT_EQ(CommandLine::parse({"--", "--help"}).file, "--help");
-}
 
-TEST(StandaloneCommandLine, explainsItself)
+TEST(StandaloneCommandLine, takesOneFileOrExplainsItself)
 {
-    const CommandLine help = CommandLine::parse({"--help"});
-    EXPECT_THAT(help.message.value_or(""), HasSubstr("kalim-standalone [FILE]"));
-    EXPECT_EQ(help.exitCode, 0);
-    EXPECT_EQ(CommandLine::parse({"--version"}).message, "kalim-standalone 1.8.1\n");
-}
-
-TEST(StandaloneCommandLine, refusesWhatItDoesNotKnow)
-{
-    for (const std::vector<std::string>& arguments :
-         {std::vector<std::string>{"--loop"}, {"a.wav", "b.wav"}, {"-x", "a.wav"}})
+    struct Case
     {
-        const CommandLine refused = CommandLine::parse(arguments);
-        EXPECT_EQ(refused.exitCode, 2);
-        EXPECT_THAT(refused.message.value_or(""), HasSubstr("usage: "));
+        std::vector<std::string> arguments;
+        std::optional<std::string> file;
+        int exitCode = 0;
+        std::string message = "nothing";
+    };
+
+    for (const auto& [arguments, file, exitCode, message] :
+         {Case{{}, {}}, Case{{"a file.wav"}, "a file.wav"}, Case{{"--", "--help"}, "--help"},
+          Case{{"--help"}, {}, 0, "kalim-standalone [FILE]"},
+          Case{{"--version"}, {}, 0, "kalim-standalone 1.8.1\n"},
+          Case{{"--loop"}, {}, 2, "usage: "}, Case{{"a.wav", "b.wav"}, {}, 2, "usage: "},
+          Case{{"-x", "a.wav"}, {}, 2, "usage: "}})
+    {
+        const CommandLine parsed = CommandLine::parse(arguments);
+        EXPECT_EQ(parsed.file, file);
+        EXPECT_EQ(parsed.exitCode, exitCode);
+        EXPECT_THAT(parsed.message.value_or("nothing"), testing::HasSubstr(message));
     }
 }
+
+} // namespace kalim::standalone

@@ -3,6 +3,9 @@
 #include <atomic>
 #include <juce_audio_processors/juce_audio_processors.h>
 
+namespace kalim::test
+{
+
 /// Halves the sound, and tells what it was driven with. A graph for all that needs no answer here.
 class ProbeProcessor : public juce::AudioProcessorGraph
 {
@@ -44,3 +47,5 @@ public:
     std::atomic<float> peak{0.0F};
     std::atomic<juce::int64> numProcessed{0};
 };
+
+} // namespace kalim::test

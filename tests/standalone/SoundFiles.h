@@ -1,43 +1,50 @@
 #pragma once
 
-#include "tests/plugin/ScratchFiles.h"
-
-#include <sndfile.h>
+#include "tests/audiofile/AudioFiles.h"
+#include "tests/audiofile/ScratchFolder.h"
 
 #include <functional>
 #include <juce_events/juce_events.h>
 #include <vector>
 
+namespace kalim::test
+{
+
+using Samples = std::vector<float>;
+
+constexpr int wavFloat = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+
 /// Tests with sound files, which are made from functions of the frame.
-class SoundFiles : public ScratchFiles
+class SoundFiles : public ScratchFolder
 {
 protected:
     using Function = std::function<float(int frame)>;
 
+    juce::File fileCalled(const std::string& name) const { return juce::File(path(name).string()); }
+
+    juce::File juceFolder() const { return juce::File(folder.string()); }
+
+    juce::File writeNoSound() const { return juce::File(writeText("a.wav", "no sound").string()); }
+
     /// One function per channel.
-    juce::File writeSound(const juce::String& name, int format, int rate, int numFrames,
+    juce::File writeSound(const std::string& name, int format, int rate, int numFrames,
                           const std::vector<Function>& channels) const
     {
-        const juce::File file = folder.getChildFile(name);
-        SF_INFO info{};
-        info.format = format;
-        info.samplerate = rate;
-        info.channels = static_cast<int>(channels.size());
-        SNDFILE* const sound = sf_open(file.getFullPathName().toRawUTF8(), SFM_WRITE, &info);
-        EXPECT_NE(sound, nullptr) << sf_strerror(nullptr);
-        std::vector<float> samples;
+        Samples samples;
         for (int frame = 0; frame < numFrames; ++frame)
             for (const Function& channel : channels)
                 samples.push_back(channel(frame));
-        EXPECT_EQ(sf_writef_float(sound, samples.data(), numFrames), numFrames);
-        sf_close(sound);
-        return file;
+        const auto sound =
+            openLibraryFile(path(name), SFM_WRITE, format, static_cast<int>(channels.size()), rate);
+        EXPECT_NE(sound, nullptr) << sf_strerror(nullptr);
+        EXPECT_EQ(sf_writef_float(sound.get(), samples.data(), numFrames), numFrames);
+        return fileCalled(name);
     }
 
     /// Stereo whose samples tell where they are from.
     juce::File writeNumbered(int rate, int numFrames) const
     {
-        return writeSound("numbered.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, rate, numFrames,
+        return writeSound("numbered.wav", wavFloat, rate, numFrames,
                           {number, [](int frame) { return -number(frame); }});
     }
 
@@ -55,3 +62,5 @@ protected:
 
     static float number(int frame) { return static_cast<float>(frame + 1) / 65536.0F; }
 };
+
+} // namespace kalim::test

@@ -1,4 +1,4 @@
-#include "base/ValidUtf8.h"
+#include "base/Text.h"
 #include "kalim/report/PlotAxes.h"
 #include "kalim/report/ProgressBar.h"
 #include "kalim/report/SpectrumPlot.h"
@@ -74,10 +74,10 @@ TEST_F(SpectrumPlotTest, DrawsWhateverTheDataHoldInTheKindThatTheNameAsksFor)
     data.harmonics[0].after = silence;
     OutputFile png(path("a.PNG"), Existing::keep);
     drawSpectrumPlot(png, data);
-    EXPECT_THAT(contentsOf(png.temporaryPath()), StartsWith("\x89PNG"));
+    EXPECT_THAT(contentsOf(png.getTemporaryPath()), StartsWith("\x89PNG"));
     OutputFile svg(path("b.svg"), Existing::keep);
     drawSpectrumPlot(svg, {"", "", 8000, 1, "", "", {}, {}, {}});
-    EXPECT_THAT(contentsOf(svg.temporaryPath()), HasSubstr("<svg"));
+    EXPECT_THAT(contentsOf(svg.getTemporaryPath()), HasSubstr("<svg"));
 }
 
 TEST(PlotAxesTest, ShowEveryHarmonicBelowHalfTheSampleRateAndTheLevelsInSight)

@@ -1,9 +1,9 @@
 #include "dsp/hum/Kalimmer.h"
 #include "plugin/KalimAudioProcessor.h"
-#include "tests/plugin/HostSide.h"
-#include "tests/kalim/RunningProgram.h"
 #include "tests/audiofile/AudioFiles.h"
 #include "tests/audiofile/ScratchFolder.h"
+#include "tests/kalim/RunningProgram.h"
+#include "tests/plugin/HostSide.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -82,14 +82,14 @@ TEST_F(SameAsProgram, theSameRecordingComesOutBitForBitInEveryMode)
         EXPECT_NE(ofProgram, recording);
 
         // As a host that takes the latency out, and plays silence until all has come.
-        const auto channels = juce::AudioChannelSet::canonicalChannelSet(reader.channels());
+        const auto channels = juce::AudioChannelSet::canonicalChannelSet(reader.getNumChannels());
         EXPECT_TRUE(plugIn.setBusesLayout({{channels}, {channels}}));
-        plugIn.prepareToPlay(reader.sampleRate(), blockSize);
+        plugIn.prepareToPlay(reader.getSampleRate(), blockSize);
         const int latency = plugIn.getLatencySamples();
         const Signal32 played = testing_support::play(
-            plugIn, toSignal(recording, reader.channels(), latency), {blockSize});
-        EXPECT_TRUE(areIdentical(cut(played, latency, static_cast<int>(reader.frames())),
-                                 toSignal(ofProgram, reader.channels(), 0)))
+            plugIn, toSignal(recording, reader.getNumChannels(), latency), {blockSize});
+        EXPECT_TRUE(areIdentical(cut(played, latency, static_cast<int>(reader.getNumFrames())),
+                                 toSignal(ofProgram, reader.getNumChannels(), 0)))
             << ::testing::PrintToString(arguments);
     }
 }

@@ -1,13 +1,13 @@
-#include "base/ValidUtf8.h"
+#include "base/Text.h"
 
-#include <string_view>
+#include <algorithm>
 
 namespace kalim
 {
 namespace
 {
 
-constexpr auto replacementSign = "\xef\xbf\xbd";
+constexpr std::string_view replacementCharacter = "\xef\xbf\xbd";
 
 /// Bytes of the UTF-8 character at the start of the text, 0 if there is none.
 std::size_t characterLength(std::string_view text)
@@ -31,17 +31,30 @@ std::size_t characterLength(std::string_view text)
 
 } // namespace
 
-std::string validUtf8(const std::string& text)
+std::string lowered(std::string_view text)
+{
+    std::string result(text);
+    std::ranges::transform(result, result.begin(),
+                           [](char c)
+                           { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    return result;
+}
+
+std::string validUtf8(std::string_view text)
 {
     std::string result;
-    std::string_view rest(text);
-    while (!rest.empty())
+    while (!text.empty())
     {
-        const auto length = characterLength(rest);
-        result += length == 0 ? std::string_view(replacementSign) : rest.substr(0, length);
-        rest.remove_prefix(length == 0 ? 1 : length);
+        const auto length = characterLength(text);
+        result += length == 0 ? replacementCharacter : text.substr(0, length);
+        text.remove_prefix(length == 0 ? 1 : length);
     }
     return result;
+}
+
+std::string counted(std::ptrdiff_t count, std::string_view thing)
+{
+    return std::to_string(count).append(" ").append(thing).append(count == 1 ? "" : "s");
 }
 
 } // namespace kalim

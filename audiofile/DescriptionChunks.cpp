@@ -1,6 +1,6 @@
-#include "audiofile/CueChunks.h"
+#include "audiofile/DescriptionChunks.h"
 
-#include "audiofile/ChunkLayout.h"
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -8,6 +8,7 @@
 #include <iterator>
 #include <span>
 #include <string_view>
+#include <utility>
 
 namespace kalim
 {
@@ -69,6 +70,26 @@ RawChunk labels(const std::vector<SF_CUE_POINT>& cues)
     return {"LIST", list.bytes, true};
 }
 
+/// The history follows the fields of fixed size.
+constexpr std::size_t historyStart = 602;
+
+std::string modeOf(int channels)
+{
+    if (channels == 1)
+        return "mono";
+    return channels == 2 ? "stereo" : "multi";
+}
+
+std::string codingOf(const AudioFileFormat& format)
+{
+    return format.getSubtype() == SF_FORMAT_MPEG_LAYER_III ? "MPEG1L3" : "PCM";
+}
+
+int wordLengthOf(const AudioFileFormat& format)
+{
+    return static_cast<int>(8 * format.bytesFor(1));
+}
+
 } // namespace
 
 std::vector<RawChunk> cueChunks(const std::vector<SF_CUE_POINT>& cues)
@@ -81,6 +102,33 @@ std::vector<RawChunk> cueChunks(const std::vector<SF_CUE_POINT>& cues)
     if (auto named = labels(cues); named.data.size() > emptyList)
         chunks.push_back(std::move(named));
     return chunks;
+}
+
+std::string codingHistoryLine(const CodingStep& step)
+{
+    auto text = step.text;
+    std::ranges::replace_if(
+        text, [](char c) { return c == ',' || static_cast<unsigned char>(c) < 0x20; }, ';');
+    return fmt::format("A={},F={},W={},M={},T={}", codingOf(step.format), step.sampleRate,
+                       wordLengthOf(step.format), modeOf(step.channels), text);
+}
+
+RawChunk withCodingStep(const RawChunk& broadcastExtension, const CodingStep& step)
+{
+    auto result = broadcastExtension;
+    auto& data = result.data;
+    if (data.size() < historyStart)
+        return result;
+    while (data.size() > historyStart && data.back() == std::byte{0})
+        data.pop_back();
+
+    const bool isOpen = data.size() > historyStart && data.back() != std::byte{'\n'};
+    const auto added = (isOpen ? "\r\n" : "") + codingHistoryLine(step) + "\r\n";
+    std::ranges::transform(added, std::back_inserter(data),
+                           [](char c) { return static_cast<std::byte>(c); });
+    if (data.size() % 2 != 0)
+        data.push_back(std::byte{0});
+    return result;
 }
 
 } // namespace kalim
