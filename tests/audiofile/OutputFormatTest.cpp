@@ -69,9 +69,10 @@ TEST(OutputFormatTest, ARequestDecides)
     EXPECT_EQ(choose(wav16, "-", "CAF:Float").format.getLibraryFormat(),
               SF_FORMAT_CAF | SF_FORMAT_FLOAT);
     EXPECT_EQ(choose(wav16, "a.wav", "pcm24").format.getLibraryFormat(), wav24);
-    for (const auto& [request, known] : {std::pair("wav:pcm12", "pcm16"), std::pair("doc", "w64")})
-        EXPECT_THAT(messageOf<std::invalid_argument>([&] { parseFormatRequest(request); }),
-                    HasSubstr(known));
+    EXPECT_THAT(messageOf<std::invalid_argument>([] { parseFormatRequest("wav:pcm12"); }),
+                HasSubstr("pcm16"));
+    EXPECT_THAT(messageOf<std::invalid_argument>([] { parseFormatRequest("doc"); }),
+                HasSubstr("w64"));
 }
 
 TEST(OutputFormatTest, RefusesWhatAContainerCannotTake)
@@ -84,7 +85,7 @@ TEST(OutputFormatTest, RefusesWhatAContainerCannotTake)
         const char* request = "";
     };
 
-    for (const auto& [output, shape, reason, request] : {
+    for (const Refusal& refused : {
              Refusal{"a.flac", usual, "(it holds pcm8, pcm16, pcm24)", "float"},
              Refusal{"a.docx", usual, ".wave"},
              Refusal{"a.flac", {10, 9, 48000}, "a.flac: FLAC cannot hold 9 channels (at most 8)"},
@@ -93,7 +94,9 @@ TEST(OutputFormatTest, RefusesWhatAContainerCannotTake)
              Refusal{"a.flac", {10, 1, 10'000'000}, "10000000 Hz"},
              Refusal{"a.aiff", tenHours, "more than 4 GiB"},
          })
-        EXPECT_THAT(messageOf([&] { choose(wav16, output, request, shape); }), HasSubstr(reason));
+        EXPECT_THAT(
+            messageOf([&] { choose(wav16, refused.output, refused.request, refused.shape); }),
+            HasSubstr(refused.reason));
 }
 
 TEST(OutputFormatTest, PassesFourGibibytesOnlyWhereSizesReach)
