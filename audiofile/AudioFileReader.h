@@ -36,7 +36,8 @@ public:
     /// Makes a frame the one that is read next, limited to 0 to getNumFrames(). Codecs that cannot
     /// seek are decoded up to there, which takes time. Throws FileError when a damaged file cannot
     /// be decoded up to there, in which case getPosition() tells how far it can, unless only the
-    /// next read() finds that out. It is possible to seek back from any error.
+    /// next read() finds that out. It is possible to seek back from any error. Samples are then
+    /// those of reading from the start, those of MP3 up to rounding.
     void seek(std::int64_t frame);
 
     /// Reads the next frames into room for whole frames of all channels, and returns how many:

@@ -90,6 +90,16 @@ int wordLengthOf(const AudioFileFormat& format)
     return static_cast<int>(8 * format.bytesFor(1));
 }
 
+/// "A=PCM,F=48000,W=24,M=stereo,T=TEXT" without the line end.
+std::string codingHistoryLine(const CodingStep& step)
+{
+    auto text = step.text;
+    std::ranges::replace_if(
+        text, [](char c) { return c == ',' || static_cast<unsigned char>(c) < 0x20; }, ';');
+    return fmt::format("A={},F={},W={},M={},T={}", codingOf(step.format), step.sampleRate,
+                       wordLengthOf(step.format), modeOf(step.channels), text);
+}
+
 } // namespace
 
 std::vector<RawChunk> cueChunks(const std::vector<SF_CUE_POINT>& cues)
@@ -102,15 +112,6 @@ std::vector<RawChunk> cueChunks(const std::vector<SF_CUE_POINT>& cues)
     if (auto named = labels(cues); named.data.size() > emptyList)
         chunks.push_back(std::move(named));
     return chunks;
-}
-
-std::string codingHistoryLine(const CodingStep& step)
-{
-    auto text = step.text;
-    std::ranges::replace_if(
-        text, [](char c) { return c == ',' || static_cast<unsigned char>(c) < 0x20; }, ';');
-    return fmt::format("A={},F={},W={},M={},T={}", codingOf(step.format), step.sampleRate,
-                       wordLengthOf(step.format), modeOf(step.channels), text);
 }
 
 RawChunk withCodingStep(const RawChunk& broadcastExtension, const CodingStep& step)

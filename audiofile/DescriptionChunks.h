@@ -27,9 +27,6 @@ struct CodingStep
     std::string text;
 };
 
-/// "A=PCM,F=48000,W=24,M=stereo,T=TEXT" without the line end.
-std::string codingHistoryLine(const CodingStep& step);
-
 /// A broadcast extension with one line more; one too short to be valid is returned unchanged.
 RawChunk withCodingStep(const RawChunk& broadcastExtension, const CodingStep& step);
 

@@ -29,16 +29,22 @@ protected:
             });
     }
 
-    /// A FLAC file that does not tell its length, as a program writes it to a pipe.
-    std::filesystem::path writeStream(const std::string& name, std::size_t frames) const
+    void expectSeekable(const std::string& name, float tolerance = 0.0F) const
     {
-        writeLibraryFile(path(name), flac16, noise(frames));
-        auto bytes = contentsOf(path(name));
-        // The number of samples is the last 36 bits before the checksum in the first block.
-        constexpr std::size_t count = 8 + 13;
-        bytes[count] = static_cast<char>(bytes[count] & 0xf0);
-        std::fill_n(bytes.begin() + count + 1, 4, '\0');
-        return writeText(name, bytes);
+        EXPECT_EQ(failureOf(path(name)), "");
+        const auto whole = readAll(path(name));
+        AudioFileReader reader(path(name));
+        for (const std::int64_t start : {20000, 3000, 3200, 0, 29990, 70000, -5})
+        {
+            const auto frame = std::clamp<std::int64_t>(start, 0, reader.getNumFrames());
+            reader.seek(start);
+            EXPECT_EQ(reader.getPosition(), frame);
+            std::vector<float> part(200);
+            part.resize(static_cast<std::size_t>(reader.read(part)));
+            const std::span rest = std::span(whole).subspan(static_cast<std::size_t>(frame));
+            const auto expected = rest.first(std::min<std::size_t>(200, rest.size()));
+            EXPECT_THAT(part, testing::Pointwise(testing::FloatNear(tolerance), expected)) << start;
+        }
     }
 };
 
@@ -98,37 +104,27 @@ TEST_F(AudioFileReaderTest, ReportsACutOrDamagedCompressedFileAndCanSeekBack)
     EXPECT_TRUE(std::equal(samples.begin(), samples.begin() + 500, start.begin() + 1000));
 }
 
-TEST_F(AudioFileReaderTest, CountsStreamsThatDoNotTellTheirLength)
+TEST_F(AudioFileReaderTest, CountsAStreamThatDoesNotTellItsLengthAndReadsItFromAnyFrameOn)
 {
-    EXPECT_EQ(AudioFileReader(writeStream("stream.flac", 30000)).getNumFrames(), 30000);
-    EXPECT_EQ(failureOf(path("stream.flac")), "");
-    writeLibraryFile(path("a.mp3"), mp3, noise(30000));
-    EXPECT_EQ(failureOf(path("a.mp3")), "");
+    writeLibraryFile(path("stream.flac"), flac16, noise(30000));
+    auto bytes = contentsOf(path("stream.flac"));
+    // The number of samples is the last 36 bits before the checksum in the first block.
+    constexpr std::size_t count = 8 + 13;
+    bytes[count] = static_cast<char>(bytes[count] & 0xf0);
+    std::fill_n(bytes.begin() + count + 1, 4, '\0');
+    writeText("stream.flac", bytes);
+    EXPECT_EQ(AudioFileReader(path("stream.flac")).getNumFrames(), 30000);
+    expectSeekable("stream.flac");
 }
 
 TEST_F(AudioFileReaderTest, ReadsFromAnyFrameOnAsFromTheStart)
 {
-    writeStream("stream", 30000);
-    // This codec cannot seek and is decoded up to the frame.
-    constexpr int telephone = SF_FORMAT_AU | SF_FORMAT_G721_32;
-    for (const int format : {wav16, flac16, oggVorbis, telephone, 0})
+    // The last one cannot seek and is decoded up to the frame.
+    for (const int format : {wav16, flac16, oggVorbis, mp3, SF_FORMAT_AU | SF_FORMAT_G721_32})
     {
-        const auto file = format == 0 ? path("stream") : path("a");
-        if (format != 0)
-            writeLibraryFile(file, format, noise(30000));
-        const auto whole = readAll(file);
-        AudioFileReader reader(file);
-        for (const std::int64_t start : {20000, 3000, 3200, 0, 29990, 70000, -5})
-        {
-            const auto frame = std::clamp<std::int64_t>(start, 0, reader.getNumFrames());
-            const auto count = std::min<std::int64_t>(200, reader.getNumFrames() - frame);
-            reader.seek(start);
-            EXPECT_EQ(reader.getPosition(), frame);
-            std::vector<float> part(200);
-            ASSERT_EQ(reader.read(part), count) << format << ", " << start;
-            EXPECT_TRUE(std::equal(part.begin(), part.begin() + count, whole.begin() + frame))
-                << format << ", " << start;
-        }
+        writeLibraryFile(path("a"), format, noise(30000));
+        // Decoders of MP3 round differently when they come from elsewhere.
+        expectSeekable("a", format == mp3 ? 1e-6F : 0.0F);
     }
 }
 

@@ -118,7 +118,8 @@ TEST_F(AudioFileWriterTest, AFullDiskIsAnErrorAndLeavesNothing)
         for (const int sample : noise(frames))
             samples.push_back(std::ldexp(static_cast<float>(sample), -31));
         const FullDisk disk(largestFile);
-        EXPECT_THAT(messageOf([&] { written(format, samples); }), HasSubstr("File too large"));
+        EXPECT_THAT(messageOf([&, format = format] { written(format, samples); }),
+                    HasSubstr("File too large"));
         EXPECT_EQ(filesInFolder(), 0);
     }
 }

@@ -20,6 +20,13 @@ protected:
         file.write(std::as_bytes(std::span(text)));
     }
 
+    static void write(const std::filesystem::path& target, const std::string& text)
+    {
+        OutputFile file(target, Existing::replace);
+        put(file, text);
+        file.commit();
+    }
+
     static std::string refusal(const std::filesystem::path& target,
                                Existing existing = Existing::replace)
     {
@@ -55,9 +62,7 @@ TEST_F(OutputFileTest, TakesAnyNameThatTheSystemTakes)
     for (const std::string& name : std::vector<std::string>{
              "with space", "Grüße", "録音", "two\nlines", "\"quoted\"'", std::string(255, 'x')})
     {
-        OutputFile file(path(name), Existing::keep);
-        put(file, name);
-        file.commit();
+        write(path(name), name);
         EXPECT_EQ(contentsOf(path(name)), name);
     }
 }
@@ -84,17 +89,14 @@ TEST_F(OutputFileTest, KeepsWhatExistsUnlessToldToReplaceIt)
 TEST_F(OutputFileTest, HonoursTheUmaskAndLinks)
 {
     const auto previous = umask(0027);
-    OutputFile file(path("a"), Existing::keep);
+    write(path("a"), "");
     umask(previous);
-    file.commit();
     EXPECT_EQ(std::filesystem::status(path("a")).permissions(), std::filesystem::perms(0640));
 
     std::filesystem::create_symlink("a", path("link"));
     EXPECT_TRUE(isSameFile(path("a"), path("link")));
     EXPECT_FALSE(isSameFile(path("a"), path("missing")));
-    OutputFile throughLink(path("link"), Existing::replace);
-    put(throughLink, "linked");
-    throughLink.commit();
+    write(path("link"), "linked");
     EXPECT_TRUE(std::filesystem::is_symlink(path("link")));
     EXPECT_EQ(contentsOf(path("a")), "linked");
 
