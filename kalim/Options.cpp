@@ -5,8 +5,7 @@
 #include "kalim/Version.h"
 #include "base/FileError.h"
 #include "presets/PresetFile.h"
-#include "presets/PresetFolders.h"
-#include "presets/PresetLookup.h"
+#include "presets/PresetCatalogue.h"
 #include "kalim/report/SpectrumPlot.h"
 
 #include <CLI/App.hpp>
@@ -274,7 +273,7 @@ private:
         {
             throw UsageError(std::string("--preset: ") + error.what());
         }
-        options.settings.update(readPresetFile(options.preset->file));
+        options.settings.update(readPresetFile(options.preset->file).values);
     }
 
     /// What the names alone tell to be wrong is told before any work is done.

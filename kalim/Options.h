@@ -3,7 +3,7 @@
 #include "kalim/HumSettings.h"
 #include "kalim/TimeRange.h"
 #include "audiofile/OutputFormat.h"
-#include "presets/Preset.h"
+#include "presets/PresetCatalogue.h"
 
 #include <filesystem>
 #include <optional>

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "presets/Preset.h"
-#include "presets/PresetFolders.h"
+#include "presets/PresetCatalogue.h"
 
 #include <string>
 #include <vector>

@@ -2,7 +2,7 @@
 #include "kalim/Options.h"
 #include "base/FileError.h"
 #include "audiofile/TemporaryFileRegistry.h"
-#include "presets/PresetList.h"
+#include "presets/PresetCatalogue.h"
 #include "kalim/PresetOverview.h"
 
 #include <fmt/format.h>

@@ -1,7 +1,6 @@
 #include "plugin/BasePluginProcessor.h"
 
 #include "dsp/signal/FlushToZero.h"
-#include "plugin/ChannelMapping.h"
 #include "plugin/KalimConstants.h"
 
 #include <stdexcept>
@@ -60,7 +59,7 @@ bool BasePlugInProcessor::isBusesLayoutSupported(const BusesLayout& layout) cons
     if (layout.inputBuses.size() > 1 || layout.outputBuses.size() > 1)
         return false;
     const juce::File host = juce::File::getSpecialLocation(juce::File::hostApplicationPath);
-    const int limit = ChannelMapping::getChannelLimit(host.getFullPathName());
+    const int limit = kalim::plugin::getChannelLimit(host.getFullPathName());
     const juce::AudioChannelSet input = layout.getMainInputChannelSet();
     return !input.isDisabled() && input == layout.getMainOutputChannelSet() &&
            input.size() <= limit;
@@ -88,7 +87,7 @@ const juce::String BasePlugInProcessor::getOutputChannelName(int index) const
 
 orvo::audio::SpeakerId BasePlugInProcessor::getSpeakerId(const juce::String& name)
 {
-    return ChannelMapping::getSpeakerId(name);
+    return kalim::plugin::getSpeakerId(name);
 }
 
 const juce::String BasePlugInProcessor::getName() const
@@ -205,21 +204,21 @@ void BasePlugInProcessor::setCurrentProgramStateInformation(const void* data, in
 
 void BasePlugInProcessor::getParameterSettings(juce::OutputStream& stream)
 {
-    SettingsRecord::Content content;
+    kalim::plugin::SettingsContent content;
     content.plugInCode = plugInCode;
     content.versionCode = getVersionCode();
     for (const auto& parameter : parameters)
         content.entries.push_back({parameter->getInternalId(), parameter->getNaturalValue()});
     content.presetName = getCurrentPresetName();
-    SettingsRecord::write(stream, content);
+    kalim::plugin::writeSettingsRecord(stream, content);
 }
 
 bool BasePlugInProcessor::setParameterSettings(juce::InputStream& stream)
 {
-    return SettingsRecord::read(stream, plugInCode, *this);
+    return kalim::plugin::readSettingsRecord(stream, plugInCode, *this);
 }
 
-bool BasePlugInProcessor::receiveEntry(const SettingsRecord::Entry& entry)
+bool BasePlugInProcessor::receiveEntry(const kalim::plugin::SettingsEntry& entry)
 {
     try
     {

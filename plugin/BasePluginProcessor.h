@@ -3,11 +3,10 @@
 #include "dsp/processor/BaseAudioProcessor.h"
 #include "dsp/processor/ListenerRegistry.h"
 #include "plugin/BlockProcessing.h"
-#include "plugin/ParameterList.h"
-#include "plugin/PresetCatalogue.h"
-#include "plugin/PresetFile.h"
+#include "plugin/ParameterDescription.h"
+#include "plugin/PresetTree.h"
 #include "plugin/SettingsRecord.h"
-#include "plugin/UndoHistory.h"
+#include "presets/PresetFile.h"
 
 #include <atomic>
 #include <juce_audio_processors/juce_audio_processors.h>
@@ -17,7 +16,7 @@
 /// The face that a host sees: joins a signal processor to the framework. The work is done by the
 /// parts it owns: block processing, the public parameters, the settings record, the undo history,
 /// the presets.
-class BasePlugInProcessor : public juce::AudioProcessor, private SettingsRecord::Receiver
+class BasePlugInProcessor : public juce::AudioProcessor, private kalim::plugin::SettingsReceiver
 {
 public:
     /// Told of changed settings, on the thread that changed them, which may be the audio thread.
@@ -60,7 +59,8 @@ public:
     void processBlock(juce::AudioBuffer<float>& buffer, juce::MidiBuffer& midi) override;
     void processBlockBypassed(juce::AudioBuffer<float>& buffer, juce::MidiBuffer& midi) override;
 
-    /// The rate of the last preparation, 0 before. Any thread; the framework's own is for the host's.
+    /// The rate of the last preparation, 0 before. Any thread; the framework's own is for the
+    /// host's.
     double getPreparedSampleRate() const { return preparedSampleRate; }
 
     bool isBusesLayoutSupported(const BusesLayout& layout) const override;
@@ -119,8 +119,8 @@ public:
     /// Tells the host of a parameter that was changed on the processor itself.
     void notifyInternalParameterChange(int internalId);
 
-    /// Tell the host that a user takes hold of a parameter, and lets go of it. Indices out of range are
-    /// ignored. Message thread.
+    /// Tell the host that a user takes hold of a parameter, and lets go of it. Indices out of range
+    /// are ignored. Message thread.
     void beginParameterGesture(int index);
     void endParameterGesture(int index);
 
@@ -130,7 +130,7 @@ public:
     void getCurrentProgramStateInformation(juce::MemoryBlock& destination) override;
     void setCurrentProgramStateInformation(const void* data, int size) override;
 
-    /// Writes all settings as a record, see SettingsRecord.
+    /// Writes all settings as a record, see SettingsContent.
     void getParameterSettings(juce::OutputStream& stream);
 
     /// Reads a record. Returns whether it was one of this plug-in and all its ids were known.
@@ -179,7 +179,7 @@ public:
     /// or removed. Message thread.
     void updatePresetTree();
 
-    /// See PresetCatalogue. Message thread.
+    /// See PresetTree. Message thread.
     const juce::ValueTree& getPresetTree() const { return presets.getTree(); }
 
     /// Where users keep their own presets.
@@ -221,7 +221,7 @@ protected:
     juce::Array<int> excludedParameterIds;
 
 private:
-    bool receiveEntry(const SettingsRecord::Entry& entry) override;
+    bool receiveEntry(const kalim::plugin::SettingsEntry& entry) override;
     void entriesReceived() override;
     void receivePresetName(const juce::String& name) override;
 
@@ -237,7 +237,7 @@ private:
     std::unique_ptr<juce::PropertiesFile> createPropertiesFile() const;
     void initializeLocalization();
     void initializePresetHandling();
-    void importParameter(const PresetFile::Parameter& parameter);
+    void importParameter(const kalim::ParameterValue& parameter);
 
     std::shared_ptr<orvo::audio::BaseAudioProcessor> processor;
     juce::String bundleName;
@@ -246,16 +246,16 @@ private:
     std::uint32_t plugInCode;
 
     orvo::audio::ListenerRegistry<Listener> listeners;
-    BlockProcessing blocks;
-    ParameterList parameters;
-    UndoHistory history;
+    kalim::plugin::BlockProcessing blocks;
+    kalim::plugin::ParameterList parameters;
+    kalim::plugin::UndoHistory history;
     std::atomic<int> numOpenEditors{0};
     std::atomic<double> preparedSampleRate{0.0};
 
     std::unique_ptr<juce::PropertiesFile> properties;
     juce::File factoryPresetFolder;
     juce::File userPresetFolder;
-    PresetCatalogue presets;
+    kalim::plugin::PresetTree presets;
     std::atomic<int> currentProgram{0};
     std::atomic<juce::uint32> lastStateLoadTime{0};
 

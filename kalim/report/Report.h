@@ -2,7 +2,7 @@
 
 #include "kalim/HumSettings.h"
 #include "kalim/TimeRange.h"
-#include "presets/Preset.h"
+#include "presets/PresetCatalogue.h"
 #include "kalim/report/HarmonicLevels.h"
 
 #include <cstdint>
