@@ -1,35 +1,54 @@
-#include "plugin/BundleFolder.h"
-#include "plugin/DisplayLanguage.h"
+#include "plugin/BundleFiles.h"
 #include "plugin/KalimAudioProcessor.h"
 #include "plugin/SettingsFile.h"
 #include "tests/plugin/ScratchFiles.h"
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <cstdlib>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace
 {
+
+using kalim::plugin::openSettingsFile;
 
 juce::File getHome()
 {
     return juce::File::getSpecialLocation(juce::File::userHomeDirectory);
 }
 
+bool isAccepted(std::string_view xml)
+{
+    return kalim::plugin::parseSafely(xml) != nullptr;
+}
+
+std::string repeat(std::string_view text, int count)
+{
+    std::string result;
+    for (int i = 0; i < count; ++i)
+        result += text;
+    return result;
+}
+
 } // namespace
 
 TEST(DisplayLanguage, followsTheLocaleAndThenThePreferences)
 {
-    EXPECT_EQ(DisplayLanguage::getCode("de_DE.UTF-8", ""), "de");
-    EXPECT_EQ(DisplayLanguage::getCode("ja", ""), "ja");
-    EXPECT_EQ(DisplayLanguage::getCode("en_US.UTF-8", "fr_CA:de"), "fr");
-    EXPECT_EQ(DisplayLanguage::getCode("", ""), "en");
-    EXPECT_EQ(DisplayLanguage::getCode("C.UTF-8", "de"), "en");
-    EXPECT_EQ(DisplayLanguage::getCode("POSIX", "de"), "en");
+    using kalim::plugin::getLanguageCode;
+    EXPECT_EQ(getLanguageCode("de_DE.UTF-8", ""), "de");
+    EXPECT_EQ(getLanguageCode("ja", ""), "ja");
+    EXPECT_EQ(getLanguageCode("en_US.UTF-8", "fr_CA:de"), "fr");
+    EXPECT_EQ(getLanguageCode("", ""), "en");
+    EXPECT_EQ(getLanguageCode("C.UTF-8", "de"), "en");
+    EXPECT_EQ(getLanguageCode("POSIX", "de"), "en");
 }
 
-TEST(Localisation, appliesToAllTextsOfThePlugIn)
+TEST(BundleFiles, areTranslationsAndManualsInTheLanguageOrInEnglish)
 {
     setenv("LC_ALL", "de_DE.UTF-8", 1);
     const KalimAudioProcessor plugIn;
@@ -37,11 +56,6 @@ TEST(Localisation, appliesToAllTextsOfThePlugIn)
     EXPECT_EQ(juce::translate("Only odd harmonics"), "Nur ungerade Harmonische");
     EXPECT_EQ(juce::translate("Number of\nharmonics"), "Anzahl der\nHarmonischen");
     juce::LocalisedStrings::setCurrentMappings(nullptr);
-}
-
-TEST(Help, isFoundInTheLanguageOrInEnglish)
-{
-    const KalimAudioProcessor plugIn;
     for (const auto& [language, found] : {std::pair{"de", "de"}, {"xx", "en"}})
     {
         const juce::String path = plugIn.getHelpFilePath(language);
@@ -51,19 +65,18 @@ TEST(Help, isFoundInTheLanguageOrInEnglish)
     }
 }
 
-TEST(UserFiles, areFoldersOfTheMakerInTheHome)
-{
-    const KalimAudioProcessor plugIn;
-    const juce::File presets = plugIn.getUserPresetFolder();
-    EXPECT_EQ(presets,
-              getHome().getChildFile(".config/Application Support/Orvotech/Kalim/Presets"));
-    EXPECT_TRUE(presets.isDirectory());
-    EXPECT_EQ(plugIn.getProperties().getFile(), getHome().getChildFile("Orvotech/Vellacore1.prop"));
-}
-
-TEST(UserFiles, areDoneWithoutInAHomeThatIsMissing)
+TEST(UserFiles, areInFoldersOfTheMakerInTheHomeIfThereIsOne)
 {
     const juce::String home = getHome().getFullPathName();
+    {
+        const KalimAudioProcessor plugIn;
+        const juce::File presets = plugIn.getUserPresetFolder();
+        EXPECT_EQ(presets.getFullPathName(),
+                  home + "/.config/Application Support/Orvotech/Kalim/Presets");
+        EXPECT_TRUE(presets.isDirectory());
+        EXPECT_EQ(plugIn.getProperties().getFile().getFullPathName(),
+                  home + "/Orvotech/Vellacore1.prop");
+    }
     setenv("HOME", "/proc/nowhere", 1);
     {
         KalimAudioProcessor plugIn;
@@ -74,26 +87,84 @@ TEST(UserFiles, areDoneWithoutInAHomeThatIsMissing)
     setenv("HOME", home.toRawUTF8(), 1);
 }
 
-TEST_F(ScratchFiles, keepPropertiesBesideTheBinaryWhereThereAreAny)
+TEST_F(ScratchFiles, keepSettingsBesideTheBinaryWhereThereAreAny)
 {
     const juce::File elsewhere = getHome().getChildFile("Orvotech/Test.prop");
-    EXPECT_EQ(SettingsFile::open("Test", folder)->getFile(), elsewhere);
+    EXPECT_EQ(openSettingsFile("Test", folder)->getFile(), elsewhere);
     write("Test.prop", "<PROPERTIES><VALUE name=\"ThemeId\" val=\"1\"/></PROPERTIES>");
-    const auto properties = SettingsFile::open("Test", folder);
-    EXPECT_EQ(properties->getFile(), folder.getChildFile("Test.prop"));
-    EXPECT_EQ(properties->getIntValue("ThemeId"), 1);
+    const auto settings = openSettingsFile("Test", folder);
+    EXPECT_EQ(settings->getFile(), folder.getChildFile("Test.prop"));
+    EXPECT_EQ(settings->getIntValue("ThemeId"), 1);
 }
 
-TEST_F(ScratchFiles, putPropertiesAsideThatCannotBeRead)
+TEST_F(ScratchFiles, putSettingsAsideThatCannotBeReadSafely)
 {
-    const juce::String hostile =
-        "<!DOCTYPE a [<!ENTITY b SYSTEM \"/dev/zero\">]><PROPERTIES>&b;</PROPERTIES>";
-    write("Test.prop", hostile);
-    const auto properties = SettingsFile::open("Test", folder);
-    EXPECT_EQ(properties->getFile(), folder.getChildFile("Test.prop"));
-    EXPECT_EQ(properties->getAllProperties().size(), 0);
-    properties->setValue("ThemeId", 1);
-    EXPECT_TRUE(properties->save());
-    EXPECT_EQ(folder.getChildFile("Test.damaged").loadFileAsString(), hostile);
-    EXPECT_EQ(SettingsFile::open("Test", folder)->getIntValue("ThemeId"), 1);
+    const std::string large = "<PROPERTIES>" + std::string(1U << 20U, ' ') + "</PROPERTIES>";
+    const std::string text = "<PROPERTIES>\xff</PROPERTIES>";
+    for (const std::string& hostile :
+         {std::string(
+              "<!DOCTYPE a [<!ENTITY b SYSTEM \"/dev/zero\">]><PROPERTIES>&b;</PROPERTIES>"),
+          std::string("<PROPERTIES><?y?>x</PROPERTIES>"), large, text})
+    {
+        const juce::File file = folder.getChildFile("Test.prop");
+        ASSERT_TRUE(file.replaceWithData(hostile.data(), hostile.size()));
+        const auto settings = openSettingsFile("Test", folder);
+        EXPECT_EQ(settings->getFile(), file);
+        EXPECT_EQ(settings->getAllProperties().size(), 0);
+        settings->setValue("ThemeId", 1);
+        EXPECT_TRUE(settings->save());
+        const juce::File aside = folder.getChildFile("Test.damaged");
+        EXPECT_EQ(aside.getSize(), static_cast<juce::int64>(hostile.size()));
+        EXPECT_TRUE(aside.deleteFile());
+        EXPECT_EQ(openSettingsFile("Test", folder)->getIntValue("ThemeId"), 1);
+        ASSERT_EQ(mkfifo(aside.getFullPathName().toRawUTF8(), 0600), 0);
+        EXPECT_TRUE(aside.moveFileTo(file)); // a pipe, whose reading would not end
+        kalim::plugin::reloadSettingsFile(*settings);
+        EXPECT_FALSE(file.exists());
+        aside.deleteFile();
+    }
+}
+
+TEST(SafeXml, acceptsWhatPeopleAndEditorsWrite)
+{
+    EXPECT_TRUE(isAccepted("<Preset/>"));
+    EXPECT_TRUE(isAccepted("\xef\xbb\xbf<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n\r\n"
+                           "<!-- R&D > <b> ' -->\n<Preset a = '1' b=\"&lt;&#252;&#xFC;>\">"
+                           "<c:d-e.f/>\xc3\xbc &amp; <![CDATA[ <x> & ]]></Preset>\n"));
+    EXPECT_TRUE(isAccepted(repeat("<a>", 64) + repeat("</a>", 64)));
+    EXPECT_TRUE(isAccepted("<a>" + repeat("<b x='/>'/><c></c>", 10000) + "</a>"));
+}
+
+TEST(SafeXml, refusesWhatTheParserWouldNotSurvive)
+{
+    EXPECT_FALSE(isAccepted(repeat("<a>", 65) + repeat("</a>", 65)));
+    // Deep nesting in the disguise of things that look like closing tags, or hide opening ones.
+    for (const std::string_view step :
+         {"<b x='/>'>", "<b><!-- </b> -->", "<b><![CDATA[</b>]]>", "<b><?x </b> ?>", "<b '<b>'>",
+          "<b x=\"&\" y=\"/>;\">", "<b x='>' /<b>", "< b>"})
+        EXPECT_FALSE(isAccepted("<a>" + repeat(step, 20000))) << step;
+    EXPECT_FALSE(isAccepted("<a x=\"" + repeat("/>", 40000) + "\">" + repeat("<b>", 40000)));
+    for (const std::string_view text :
+         {"<!DOCTYPE a [<!ENTITY b \"bb\"><!ENTITY c \"&b;&b;\">]><a>&c;</a>",
+          "<a>&b;</a>",
+          "<a b='\xff\xfe\xc3'/>",
+          "<a b='\xe2\x82",
+          "<a><?y?>x</a>",
+          "<?y?><a/>",
+          "<a/><?y?>",
+          "<?xml version='1.0'?><?xml version='1.0'?><a/>",
+          "<?xml ",
+          "",
+          "text",
+          "<",
+          "<a",
+          "<a b",
+          "<a b=",
+          "<a b='",
+          "<!--",
+          "<a>&",
+          "<a>&#",
+          "<a>&#99999999999;</a>",
+          "</a>"})
+        EXPECT_FALSE(isAccepted(text)) << text;
 }

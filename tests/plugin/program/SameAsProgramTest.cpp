@@ -54,7 +54,6 @@ using SameAsProgram = kalim::test::ScratchFolder;
 TEST_F(SameAsProgram, theSameRecordingComesOutBitForBitInEveryMode)
 {
     using namespace kalim;
-    using namespace kalim::program;
     const std::string recordingFile = test::exampleRecording();
     const std::vector<float> recording = test::readAll(recordingFile);
     const AudioFileReader reader(recordingFile);
