@@ -87,41 +87,33 @@ TEST(UserFiles, areInFoldersOfTheMakerInTheHomeIfThereIsOne)
     setenv("HOME", home.toRawUTF8(), 1);
 }
 
-TEST_F(ScratchFiles, keepSettingsBesideTheBinaryWhereThereAreAny)
+TEST_F(ScratchFiles, keepSettingsBesideTheBinaryWhereThereAreAnyThatAreSafe)
 {
     const juce::File elsewhere = getHome().getChildFile("Orvotech/Test.prop");
     EXPECT_EQ(openSettingsFile("Test", folder)->getFile(), elsewhere);
-    write("Test.prop", "<PROPERTIES><VALUE name=\"ThemeId\" val=\"1\"/></PROPERTIES>");
-    const auto settings = openSettingsFile("Test", folder);
-    EXPECT_EQ(settings->getFile(), folder.getChildFile("Test.prop"));
-    EXPECT_EQ(settings->getIntValue("ThemeId"), 1);
-}
-
-TEST_F(ScratchFiles, putSettingsAsideThatCannotBeReadSafely)
-{
-    const std::string large = "<PROPERTIES>" + std::string(1U << 20U, ' ') + "</PROPERTIES>";
-    const std::string text = "<PROPERTIES>\xff</PROPERTIES>";
+    const juce::File file =
+        write("Test.prop", "<PROPERTIES><VALUE name=\"ThemeId\" val=\"1\"/></PROPERTIES>");
+    const juce::File aside = folder.getChildFile("Test.damaged");
+    EXPECT_EQ(openSettingsFile("Test", folder)->getIntValue("ThemeId"), 1);
     for (const std::string& hostile :
-         {std::string(
-              "<!DOCTYPE a [<!ENTITY b SYSTEM \"/dev/zero\">]><PROPERTIES>&b;</PROPERTIES>"),
-          std::string("<PROPERTIES><?y?>x</PROPERTIES>"), large, text})
+         {"<PROPERTIES><?y?>x</PROPERTIES>" + std::string(), std::string("<PROPERTIES>\xff"),
+          "<PROPERTIES>" + std::string(1U << 20U, ' ') + "</PROPERTIES>"})
     {
-        const juce::File file = folder.getChildFile("Test.prop");
         ASSERT_TRUE(file.replaceWithData(hostile.data(), hostile.size()));
         const auto settings = openSettingsFile("Test", folder);
         EXPECT_EQ(settings->getFile(), file);
         EXPECT_EQ(settings->getAllProperties().size(), 0);
-        settings->setValue("ThemeId", 1);
+        settings->setValue("ThemeId", 2);
         EXPECT_TRUE(settings->save());
-        const juce::File aside = folder.getChildFile("Test.damaged");
         EXPECT_EQ(aside.getSize(), static_cast<juce::int64>(hostile.size()));
         EXPECT_TRUE(aside.deleteFile());
-        EXPECT_EQ(openSettingsFile("Test", folder)->getIntValue("ThemeId"), 1);
-        ASSERT_EQ(mkfifo(aside.getFullPathName().toRawUTF8(), 0600), 0);
-        EXPECT_TRUE(aside.moveFileTo(file)); // a pipe, whose reading would not end
+        EXPECT_EQ(openSettingsFile("Test", folder)->getIntValue("ThemeId"), 2);
+        EXPECT_TRUE(file.deleteFile());
+        // Reading from a pipe would not end.
+        ASSERT_EQ(mkfifo(file.getFullPathName().toRawUTF8(), 0600), 0);
         kalim::plugin::reloadSettingsFile(*settings);
         EXPECT_FALSE(file.exists());
-        aside.deleteFile();
+        EXPECT_TRUE(aside.deleteFile());
     }
 }
 
