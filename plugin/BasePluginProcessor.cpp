@@ -65,31 +65,6 @@ bool BasePlugInProcessor::isBusesLayoutSupported(const BusesLayout& layout) cons
            input.size() <= limit;
 }
 
-bool BasePlugInProcessor::isInputChannelStereoPair(int) const
-{
-    return true;
-}
-
-bool BasePlugInProcessor::isOutputChannelStereoPair(int) const
-{
-    return true;
-}
-
-const juce::String BasePlugInProcessor::getInputChannelName(int index) const
-{
-    return juce::String(index + 1);
-}
-
-const juce::String BasePlugInProcessor::getOutputChannelName(int index) const
-{
-    return juce::String(index + 1);
-}
-
-orvo::audio::SpeakerId BasePlugInProcessor::getSpeakerId(const juce::String& name)
-{
-    return kalim::plugin::getSpeakerId(name);
-}
-
 const juce::String BasePlugInProcessor::getName() const
 {
     return juce::String(orvo::companyName) + " " + plugInName;
@@ -101,11 +76,6 @@ int BasePlugInProcessor::getVersionCode() const
     numbers.addTokens(plugInVersion, ".", "");
     return numbers[0].getIntValue() * 65536 + numbers[1].getIntValue() * 256 +
            numbers[2].getIntValue();
-}
-
-int BasePlugInProcessor::getNumParameters()
-{
-    return parameters.size();
 }
 
 float BasePlugInProcessor::getParameter(int index)
@@ -158,16 +128,6 @@ void BasePlugInProcessor::resetParameter(int index, bool notifyHost)
         sendToHost(index);
 }
 
-ParameterDescription* BasePlugInProcessor::findPublicParameter(int internalId) const
-{
-    return parameters.findByInternalId(internalId);
-}
-
-int BasePlugInProcessor::findPublicParameterIndex(int internalId) const
-{
-    return parameters.findIndexByInternalId(internalId);
-}
-
 int BasePlugInProcessor::getInternalParameterId(int index) const
 {
     return parameters.find(index)->getInternalId();
@@ -178,16 +138,6 @@ void BasePlugInProcessor::notifyInternalParameterChange(int internalId)
     const int index = findPublicParameterIndex(internalId);
     if (index >= 0)
         sendToHost(index);
-}
-
-void BasePlugInProcessor::getStateInformation(juce::MemoryBlock& destination)
-{
-    getCurrentProgramStateInformation(destination);
-}
-
-void BasePlugInProcessor::setStateInformation(const void* data, int size)
-{
-    setCurrentProgramStateInformation(data, size);
 }
 
 void BasePlugInProcessor::getCurrentProgramStateInformation(juce::MemoryBlock& destination)
@@ -235,11 +185,6 @@ void BasePlugInProcessor::entriesReceived()
 {
     processor->effectuateParameterChanges();
     notifyListeners(-1);
-}
-
-void BasePlugInProcessor::receivePresetName(const juce::String& name)
-{
-    setCurrentPresetName(name);
 }
 
 void BasePlugInProcessor::addUndoState()

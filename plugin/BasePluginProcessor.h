@@ -73,16 +73,28 @@ public:
 
     bool silenceInProducesSilenceOut() const override { return false; }
 
-    bool isInputChannelStereoPair(int index) const override;
-    bool isOutputChannelStereoPair(int index) const override;
-    const juce::String getInputChannelName(int index) const override;
-    const juce::String getOutputChannelName(int index) const override;
+    bool isInputChannelStereoPair(int /*index*/) const override { return true; }
+
+    bool isOutputChannelStereoPair(int /*index*/) const override { return true; }
+
+    const juce::String getInputChannelName(int index) const override
+    {
+        return juce::String(index + 1);
+    }
+
+    const juce::String getOutputChannelName(int index) const override
+    {
+        return juce::String(index + 1);
+    }
 
     using juce::AudioProcessor::processBlock;
     using juce::AudioProcessor::processBlockBypassed;
 
     /// The loudspeaker of a host's name for it.
-    static orvo::audio::SpeakerId getSpeakerId(const juce::String& name);
+    static orvo::audio::SpeakerId getSpeakerId(const juce::String& name)
+    {
+        return kalim::plugin::getSpeakerId(name);
+    }
 
     // Names
     const juce::String getName() const override;
@@ -94,7 +106,8 @@ public:
 
     // Public parameters; indices out of range are ignored, and give -1 as value, 0 as default, no
     // text.
-    int getNumParameters() override;
+    int getNumParameters() override { return parameters.size(); }
+
     float getParameter(int index) override;
     void setParameter(int index, float normalized) override;
     const juce::String getParameterName(int index) override;
@@ -108,10 +121,16 @@ public:
     /// Sets a parameter to its default and, if asked, tells the host. Listeners are not called.
     void resetParameter(int index, bool notifyHost);
 
-    ParameterDescription* findPublicParameter(int internalId) const;
+    ParameterDescription* findPublicParameter(int internalId) const
+    {
+        return parameters.findByInternalId(internalId);
+    }
 
     /// -1 where the processor's parameter is not public.
-    int findPublicParameterIndex(int internalId) const;
+    int findPublicParameterIndex(int internalId) const
+    {
+        return parameters.findIndexByInternalId(internalId);
+    }
 
     /// The index must be a valid one.
     int getInternalParameterId(int index) const;
@@ -125,8 +144,16 @@ public:
     void endParameterGesture(int index);
 
     // Settings
-    void getStateInformation(juce::MemoryBlock& destination) override;
-    void setStateInformation(const void* data, int size) override;
+    void getStateInformation(juce::MemoryBlock& destination) override
+    {
+        getCurrentProgramStateInformation(destination);
+    }
+
+    void setStateInformation(const void* data, int size) override
+    {
+        setCurrentProgramStateInformation(data, size);
+    }
+
     void getCurrentProgramStateInformation(juce::MemoryBlock& destination) override;
     void setCurrentProgramStateInformation(const void* data, int size) override;
 
@@ -161,7 +188,8 @@ public:
     int getCurrentProgram() override { return currentProgram; }
 
     const juce::String getProgramName(int index) override;
-    void changeProgramName(int index, const juce::String& newName) override;
+
+    void changeProgramName(int /*index*/, const juce::String& /*newName*/) override {}
 
     /// Loads a preset, unless the host has only just restored a state: hosts send a program change
     /// right after it, which would undo what they restored.
@@ -223,7 +251,8 @@ protected:
 private:
     bool receiveEntry(const kalim::plugin::SettingsEntry& entry) override;
     void entriesReceived() override;
-    void receivePresetName(const juce::String& name) override;
+
+    void receivePresetName(const juce::String& name) override { setCurrentPresetName(name); }
 
     void internalProcess(juce::AudioBuffer<float>& buffer, bool isBypassed);
 

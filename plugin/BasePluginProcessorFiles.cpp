@@ -101,8 +101,6 @@ const juce::String BasePlugInProcessor::getProgramName(int index)
     return kalim::plugin::toText(presets.find(index).name);
 }
 
-void BasePlugInProcessor::changeProgramName(int, const juce::String&) {}
-
 void BasePlugInProcessor::setCurrentProgram(int index)
 {
     if (juce::Time::getMillisecondCounter() - lastStateLoadTime < restoreGuardMilliseconds)

@@ -167,18 +167,14 @@ std::string textOf(double value)
 
 std::string escaped(std::string_view text)
 {
-    constexpr std::array<std::pair<char, const char*>, 4> references{
-        {{'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}, {'"', "&quot;"}}};
+    constexpr std::string_view special = "&<>\"";
+    constexpr std::array references{"&amp;", "&lt;", "&gt;", "&quot;"};
     std::string result;
     for (const char character : text)
-    {
-        const auto* const found =
-            std::ranges::find(references, character, &std::pair<char, const char*>::first);
-        if (found == references.end())
-            result += character;
+        if (const std::size_t index = special.find(character); index < special.size())
+            result += references[index];
         else
-            result += found->second;
-    }
+            result += character;
     return result;
 }
 

@@ -5,7 +5,7 @@
 
 #include <map>
 #include <memory>
-#include <string>
+#include <stdexcept>
 #include <utility>
 #include <vector>
 
@@ -36,20 +36,15 @@ class Host
 {
 public:
     explicit Host(bool isLv2)
-        : bundle(isLv2 ? KALIM_LV2_BUNDLE : KALIM_VST3_BUNDLE)
     {
         if (isLv2)
             format = std::make_unique<juce::LV2PluginFormat>();
         else
             format = std::make_unique<juce::VST3PluginFormat>();
+        const juce::File bundle(isLv2 ? KALIM_LV2_BUNDLE : KALIM_VST3_BUNDLE);
         const juce::FileSearchPath folder(bundle.getParentDirectory().getFullPathName());
         for (const juce::String& found : format->searchPathsForPlugins(folder, true, false))
             format->findAllTypesForFile(descriptions, found);
-    }
-
-    const juce::OwnedArray<juce::PluginDescription>& getDescriptions() const
-    {
-        return descriptions;
     }
 
     Instance load()
@@ -61,10 +56,10 @@ public:
         return instance;
     }
 
-private:
-    juce::File bundle;
-    std::unique_ptr<juce::AudioPluginFormat> format;
     juce::OwnedArray<juce::PluginDescription> descriptions;
+
+private:
+    std::unique_ptr<juce::AudioPluginFormat> format;
 };
 
 /// Formats sort their parameters differently and add some of their own.
@@ -73,8 +68,7 @@ juce::AudioProcessorParameter* find(juce::AudioPluginInstance& instance, const j
     for (juce::AudioProcessorParameter* parameter : instance.getParameters())
         if (parameter->getName(100) == name)
             return parameter;
-    ADD_FAILURE() << "No parameter " << name;
-    return nullptr;
+    throw std::out_of_range("no parameter " + name.toStdString());
 }
 
 /// Formats number programs differently.
@@ -83,8 +77,7 @@ int findProgram(juce::AudioPluginInstance& instance, const juce::String& name)
     for (int program = 0; program < instance.getNumPrograms(); ++program)
         if (instance.getProgramName(program) == name)
             return program;
-    ADD_FAILURE() << "No program " << name;
-    return 0;
+    throw std::out_of_range("no program " + name.toStdString());
 }
 
 void set(juce::AudioPluginInstance& instance, const Values& values)
@@ -133,19 +126,15 @@ protected:
     Host host{isLv2()};
 };
 
-std::string nameOf(const ::testing::TestParamInfo<bool>& info)
-{
-    return info.param ? "lv2" : "vst3";
-}
-
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(Formats, Hosting, ::testing::Values(true, false), nameOf);
+INSTANTIATE_TEST_SUITE_P(Formats, Hosting, ::testing::Values(true, false),
+                         [](const auto& format) { return format.param ? "lv2" : "vst3"; });
 
 TEST_P(Hosting, findsOneStereoEffect)
 {
-    ASSERT_EQ(host.getDescriptions().size(), 1);
-    const juce::PluginDescription& description = *host.getDescriptions()[0];
+    ASSERT_EQ(host.descriptions.size(), 1);
+    const juce::PluginDescription& description = *host.descriptions[0];
     EXPECT_EQ(description.name, "Kalim");
     EXPECT_EQ(description.manufacturerName, "Orvotech");
     EXPECT_FALSE(description.isInstrument);
@@ -184,7 +173,6 @@ TEST_P(Hosting, listsTheParametersByName)
     {
         const juce::String name = direct.getParameterName(index);
         juce::AudioProcessorParameter* const parameter = find(*hosted, name);
-        ASSERT_NE(parameter, nullptr);
         // One of the formats writes its defaults down with six or more decimals.
         EXPECT_NEAR(parameter->getDefaultValue(), direct.getParameterDefaultValue(index), 1.0e-6F)
             << name;
@@ -216,7 +204,7 @@ TEST_P(Hosting, loadsEveryFactoryPreset)
     }
 }
 
-TEST_P(Hosting, bypassesWithTheHostsOwnSwitch)
+TEST_P(Hosting, bypassesWithTheHostsOwnSwitchAndStartsAggressivelyWithoutLatency)
 {
     const Instance hosted = host.load();
     start(*hosted, {{"AggressiveMode", 1.0F}, {"NumberOfHarmonics", 0.25F}});
@@ -226,17 +214,19 @@ TEST_P(Hosting, bypassesWithTheHostsOwnSwitch)
     EXPECT_FALSE(areIdentical(play(*hosted, {64}, length), input));
     hosted->getBypassParameter()->setValue(1.0F);
     EXPECT_TRUE(areIdentical(play(*hosted, {64}, length), input));
+    if (isLv2()) // whose hosts learn of a latency while they play
+        return;
+    hosted->releaseResources();
+    start(*hosted, {});
+    EXPECT_EQ(getReportedLatency(*hosted), 0);
 }
 
 TEST_P(Hosting, bringsEveryParameterBack)
 {
-    const Values chosen{{"FundamentalFrequency", 0.123F},
-                        {"Sensitivity", 0.77F},
-                        {"Adaptivity", 0.5F},
-                        {"NumberOfHarmonics", 0.25F},
-                        {"OnlyOddHarmonics", 1.0F},
-                        {"AggressiveMode", 1.0F},
-                        {"ResidualMode", 1.0F}};
+    Values chosen;
+    for (const auto& parameter : orvo::audio::humParameters)
+        chosen[parameter.name] =
+            parameter.kind == orvo::audio::HumParameter::Kind::toggle ? 1.0F : 0.75F;
     const auto stateOf = [](juce::AudioPluginInstance& instance)
     {
         play(instance, {64}, 64);
@@ -322,15 +312,4 @@ TEST(HostingVst3, playsUpToEightChannels)
     const Instance hosted = host.load();
     const auto nine = juce::AudioChannelSet::discreteChannels(9);
     EXPECT_FALSE(hosted->setBusesLayout({{nine}, {nine}}));
-}
-
-TEST(HostingVst3, reportsNoLatencyOnceStartedInAggressiveMode)
-{
-    Host host(false);
-    const Instance hosted = host.load();
-    start(*hosted, {{"AggressiveMode", 1.0F}});
-    play(*hosted, {64}, 64);
-    hosted->releaseResources();
-    hosted->prepareToPlay(sampleRate, largestBlock);
-    EXPECT_EQ(getReportedLatency(*hosted), 0);
 }

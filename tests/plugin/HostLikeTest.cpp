@@ -12,26 +12,10 @@
 #include <thread>
 #include <tuple>
 
-#if defined(__SSE__)
-#include <xmmintrin.h>
-#else
-#include <cfenv>
-#endif
-
 namespace
 {
 
 using ChannelSet = juce::AudioChannelSet;
-
-/// The audio thread's rounding and flushing, as the host set it; flags of past events are left out.
-auto getFloatingPointControl()
-{
-#if defined(__SSE__)
-    return _mm_getcsr() & ~0x3FU;
-#else
-    return std::fegetround();
-#endif
-}
 
 /// An editor that comes and goes, and shows what is being played while it is there.
 void openEditor(KalimAudioProcessor& plugIn)
@@ -71,11 +55,7 @@ std::jthread disturb(KalimAudioProcessor& plugIn, bool restores, int seed)
                                                : 1.4F * random.nextFloat() - 0.2F);
                 plugIn.getParameterText(index);
             };
-            const std::array<std::function<void()>, 15> actions{
-                automate,
-                automate,
-                automate,
-                automate,
+            const std::array<std::function<void()>, 11> actions{
                 [&] { plugIn.getStateInformation(saved); },
                 [&] { restores ? restore() : plugIn.setCurrentProgram(random.nextInt(3)); },
                 [&] { plugIn.getProgramName(plugIn.getCurrentProgram()); },
@@ -90,6 +70,7 @@ std::jthread disturb(KalimAudioProcessor& plugIn, bool restores, int seed)
                 [&] { openEditor(plugIn); }};
             while (!stop.stop_requested())
             {
+                automate();
                 actions[static_cast<std::size_t>(
                     random.nextInt(static_cast<int>(actions.size())))]();
                 // Leaves the processor to the audio now and then, also on a single core.
@@ -137,14 +118,10 @@ TEST(InAHost, playsOnWhateverOtherThreadsDo)
                     channels.size(), size,
                     [&](int, int n)
                     { return 0.2 * std::sin(0.01 * (100 * call + n)) + 0.1 * random.nextFloat(); });
-                juce::FloatVectorOperations::disableDenormalisedNumberSupport(call % 2 == 0);
-                const auto control = getFloatingPointControl();
                 const auto output = testing_support::play(plugIn, input, {1 << 20}, call % 50 < 9);
-                ASSERT_EQ(getFloatingPointControl(), control);
                 ASSERT_TRUE(testing_support::isFinite(output))
                     << "session " << session << ", call " << call;
             }
         }
     }
-    juce::FloatVectorOperations::disableDenormalisedNumberSupport(false);
 }

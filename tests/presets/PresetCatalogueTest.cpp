@@ -52,7 +52,7 @@ protected:
 
 TEST_F(PresetCatalogueTest, ListsOneLevelOfFoldersSortedWithoutRegardToCase)
 {
-    add({"factory/b.xml", "factory/A.xml", "factory/a.xml", "factory/zoo/y.xml",
+    add({"factory/B.xml", "factory/A.xml", "factory/a.xml", "factory/zoo/y.xml",
          "factory/Bar/x.xml", "factory/Bar/deep/no.xml", "factory/.hidden.xml",
          "factory/.git/no.xml", "factory/readme.txt", "factory/folder.xml/no.txt",
          "factory/empty/no.txt", "user/a b.xml", "user/a.xml"});
@@ -60,7 +60,7 @@ TEST_F(PresetCatalogueTest, ListsOneLevelOfFoldersSortedWithoutRegardToCase)
     std::string names;
     for (const Preset& preset : listPresets(folders()))
         names += preset.folder + "/" + preset.name + " ";
-    EXPECT_EQ(names, "/A /a /b Bar/x zoo/y /a /a b ");
+    EXPECT_EQ(names, "/A /a /B Bar/x zoo/y /a /a b ");
     std::string groups;
     for (const PresetGroup& group : listPresetGroups(folders()))
         groups += std::to_string(group.presets.size()) + group.folder + " ";

@@ -9,6 +9,7 @@
 #include <bit>
 #include <csignal>
 #include <cstdint>
+#include <utility>
 
 namespace kalim::test
 {
@@ -33,11 +34,6 @@ protected:
         const auto message = messageOf([&] { readPresetFile(file); });
         EXPECT_TRUE(message.empty() || message.starts_with(file.string() + ": ")) << message;
         return message;
-    }
-
-    std::string refusal(const std::string& text) const
-    {
-        return refusalOf(writeText("bad.xml", text));
     }
 };
 
@@ -72,18 +68,6 @@ TEST_F(PresetFileTest, KeepsOrderAndCustomDataAndMindsNothingElse)
 
 TEST_F(PresetFileTest, RefusesWhatIsNoPresetWithTheReason)
 {
-    EXPECT_THAT(refusal(""), HasSubstr("not valid XML"));
-    EXPECT_THAT(refusal("<Preset>\n<ParameterSettings>\n</Preset>"), HasSubstr("line 3"));
-    EXPECT_THAT(refusal("<Preset><Inner><ParameterSettings/></Inner></Preset>"),
-                HasSubstr("no ParameterSettings"));
-    EXPECT_THAT(refusal("<!DOCTYPE Preset>" + preset("")), HasSubstr("DOCTYPE"));
-    EXPECT_THAT(refusal(preset("<!ENTITY a \"b\">")), HasSubstr("ENTITY"));
-    EXPECT_THAT(refusal(preset("<P id='0' name='\xfc'/>")), HasSubstr("UTF-8"));
-    EXPECT_EQ(refusal("\xef\xbb\xbf" + preset("")), "");
-}
-
-TEST_F(PresetFileTest, LimitsSizeAndNesting)
-{
     const auto nested = [](int depth)
     {
         std::string opening;
@@ -95,16 +79,20 @@ TEST_F(PresetFileTest, LimitsSizeAndNesting)
         }
         return preset(opening + "text" + closing);
     };
-    EXPECT_EQ(refusal(nested(62)), "");
-    for (const int depth : {63, 140000})
-        EXPECT_THAT(refusal(nested(depth)), HasSubstr("nested deeper than 64"));
     const std::string padding((1U << 20U) - preset("").size(), ' ');
-    EXPECT_EQ(refusal(preset(padding)), "");
-    EXPECT_THAT(refusal(preset(padding + " ")), HasSubstr("larger than 1 MiB"));
-}
-
-TEST_F(PresetFileTest, ReadsRegularFilesOnly)
-{
+    for (const auto& [text, reason] :
+         {std::pair<std::string, std::string>{"", "not valid XML"},
+          {"<Preset>\n<ParameterSettings>\n</Preset>", "line 3"},
+          {"<Preset><Inner><ParameterSettings/></Inner></Preset>", "no ParameterSettings"},
+          {"<!DOCTYPE Preset>" + preset(""), "DOCTYPE"},
+          {preset("<!ENTITY a \"b\">"), "ENTITY"},
+          {preset("<P id='0' name='\xfc'/>"), "UTF-8"},
+          {nested(63), "nested deeper than 64"},
+          {nested(140000), "nested deeper than 64"},
+          {preset(padding + " "), "larger than 1 MiB"}})
+        EXPECT_THAT(refusalOf(writeText("bad.xml", text)), HasSubstr(reason));
+    for (const std::string& text : {"\xef\xbb\xbf" + preset(""), nested(62), preset(padding)})
+        EXPECT_EQ(refusalOf(writeText("good.xml", text)), "");
     ASSERT_EQ(mkfifo(path("pipe.xml").c_str(), 0600), 0);
     EXPECT_THAT(refusalOf(path("pipe.xml")), HasSubstr("not a regular file"));
     EXPECT_THAT(refusalOf(folder), HasSubstr("is a folder"));
