@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <juce_core/juce_core.h>
 #include <regex>
 #include <set>
@@ -44,16 +45,21 @@ std::set<std::string> collectTexts()
     return texts;
 }
 
-/// Expects a line that holds all of these.
-void expectRow(const juce::String& file, const juce::StringArray& parts)
+juce::StringArray linesOf(const juce::String& file)
 {
     const juce::String noBreak = juce::String::charToString(0xa0);
-    const juce::String text = project.getChildFile(file).loadFileAsString().replace(noBreak, " ");
-    for (const juce::String& line : juce::StringArray::fromLines(text))
+    return juce::StringArray::fromLines(
+        project.getChildFile(file).loadFileAsString().replace(noBreak, " "));
+}
+
+/// Expects a line that holds all of these.
+void expectRow(const juce::StringArray& lines, const juce::StringArray& parts)
+{
+    for (const juce::String& line : lines)
         if (std::all_of(parts.begin(), parts.end(),
                         [&](const juce::String& part) { return line.contains(part); }))
             return;
-    ADD_FAILURE() << file << " has no row with " << parts.joinIntoString(" and ");
+    ADD_FAILURE() << "There is no row with " << parts.joinIntoString(" and ");
 }
 
 } // namespace
@@ -76,6 +82,10 @@ TEST(Translations, areCompleteInEveryLanguage)
 
 TEST(TablesOfParameters, haveARowForEveryParameterInReadMeAndManuals)
 {
+    const juce::StringArray readMe = linesOf("README.md");
+    const std::array manuals{
+        std::tuple{linesOf("resources/help/Vellacore_en/kalim.html"), " to ", "off"},
+        std::tuple{linesOf("resources/help/Vellacore_de/kalim.html"), " bis ", "aus"}};
     for (const auto& parameter : orvo::audio::humParameters)
     {
         const bool isToggle = parameter.kind == orvo::audio::HumParameter::Kind::toggle;
@@ -88,16 +98,12 @@ TEST(TablesOfParameters, haveARowForEveryParameterInReadMeAndManuals)
         const juce::String option =
             (juce::String("--") + parameter.option + " " + parameter.argument).trimEnd();
 
-        expectRow("README.md",
-                  {"| `" + name + "`",
-                   isToggle ? juce::String("| | off, on | off |")
-                            : withUnit("|") + " | " + range(" to ") + " | " + number + " |"});
-        expectRow("README.md", {"`" + option + "` |", isToggle ? "| |" : "| " + number + " |"});
-        for (const auto& [language, to, off] :
-             {std::tuple{"en", " to ", "off"}, {"de", " bis ", "aus"}})
+        expectRow(readMe, {"| `" + name + "`", isToggle ? juce::String("| | off, on | off |")
+                                                        : withUnit("|") + " | " + range(" to ") +
+                                                              " | " + number + " |"});
+        expectRow(readMe, {"`" + option + "` |", isToggle ? "| |" : "| " + number + " |"});
+        for (const auto& [manual, to, off] : manuals)
         {
-            const auto manual =
-                juce::String("resources/help/Vellacore_") + language + "/kalim.html";
             expectRow(manual, {">" + name + "<", isToggle ? ">Off, On" : withUnit(range(to)) + "<",
                                isToggle ? ">Off<" : ">" + withUnit(number) + "<"});
             expectRow(manual, {">" + option + "<", isToggle ? "" : withUnit(range(to)),
