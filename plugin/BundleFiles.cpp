@@ -7,8 +7,6 @@ namespace kalim::plugin
 namespace
 {
 
-constexpr const char* builtInLanguage = "en";
-
 juce::File folderOf(juce::File::SpecialLocationType location)
 {
     return juce::File::getSpecialLocation(location).getParentDirectory();
@@ -33,18 +31,15 @@ juce::String getMessagesLocale()
 
 juce::File getResourcesFolder()
 {
+    constexpr const char* resources = "Contents/Resources";
     const juce::File own = folderOf(juce::File::currentExecutableFile);
-    juce::File bundle = own;
     // A program that was started by its bare name does not know its own path, but that of the
     // process.
     for (const juce::File& folder : {own, folderOf(juce::File::hostApplicationPath)})
         if (const auto found = findBundleFolder(folder.getFullPathName().toStdString());
             !found.empty())
-        {
-            bundle = juce::File(juce::String::fromUTF8(found.c_str()));
-            break;
-        }
-    return bundle.getChildFile("Contents/Resources");
+            return juce::File(juce::String::fromUTF8(found.c_str())).getChildFile(resources);
+    return own.getChildFile(resources);
 }
 
 juce::String getDisplayLanguage()
@@ -64,7 +59,7 @@ juce::String getLanguageCode(const juce::String& locale, const juce::String& pre
     { return name.initialSectionNotContaining("_-.@:").toLowerCase(); };
     const juce::String code = codeOf(locale);
     if (code.isEmpty() || code == "c" || code == "posix")
-        return builtInLanguage;
+        return "en"; // what the texts in the program are written in
     const juce::String preferred = codeOf(preferences);
     return preferred.isEmpty() ? code : preferred;
 }

@@ -214,7 +214,7 @@ TEST_P(Hosting, bypassesWithTheHostsOwnSwitchAndStartsAggressivelyWithoutLatency
     EXPECT_FALSE(areIdentical(play(*hosted, {64}, length), input));
     hosted->getBypassParameter()->setValue(1.0F);
     EXPECT_TRUE(areIdentical(play(*hosted, {64}, length), input));
-    if (isLv2()) // whose hosts learn of a latency while they play
+    if (isLv2()) // which keeps the latency of its first start
         return;
     hosted->releaseResources();
     start(*hosted, {});
