@@ -5,9 +5,9 @@
 #include "dsp/signal/DspCore.h"
 #include "kalim/Version.h"
 #include "kalim/report/SpectrumPlot.h"
+#include "presets/PresetCatalogue.h"
 #include "presets/PresetFile.h"
 #include "presets/PresetFolders.h"
-#include "presets/PresetLookup.h"
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
@@ -261,7 +261,7 @@ private:
     {
         options.preset = withUsageError<std::invalid_argument>(
             "--preset: ", [&] { return findPreset(*preset, findPresetFolders()); });
-        options.settings.update(readPresetFile(options.preset->file));
+        options.settings.update(readPresetFile(options.preset->file).values);
     }
 
     /// What the names alone tell to be wrong is told before any work is done.

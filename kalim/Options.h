@@ -3,7 +3,7 @@
 #include "audiofile/OutputFormat.h"
 #include "kalim/HumSettings.h"
 #include "kalim/MeasuredRange.h"
-#include "presets/Preset.h"
+#include "presets/PresetCatalogue.h"
 
 #include <filesystem>
 #include <optional>

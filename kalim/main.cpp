@@ -2,7 +2,7 @@
 #include "base/FileError.h"
 #include "kalim/Cleaning.h"
 #include "kalim/Options.h"
-#include "presets/PresetList.h"
+#include "presets/PresetCatalogue.h"
 
 #include <fmt/format.h>
 

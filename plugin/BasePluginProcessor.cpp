@@ -1,7 +1,6 @@
 #include "plugin/BasePluginProcessor.h"
 
 #include "dsp/signal/DspCore.h"
-#include "plugin/ChannelMapping.h"
 #include "plugin/KalimConstants.h"
 
 #include <stdexcept>
@@ -60,35 +59,10 @@ bool BasePlugInProcessor::isBusesLayoutSupported(const BusesLayout& layout) cons
     if (layout.inputBuses.size() > 1 || layout.outputBuses.size() > 1)
         return false;
     const juce::File host = juce::File::getSpecialLocation(juce::File::hostApplicationPath);
-    const int limit = ChannelMapping::getChannelLimit(host.getFullPathName());
+    const int limit = kalim::plugin::getChannelLimit(host.getFullPathName());
     const juce::AudioChannelSet input = layout.getMainInputChannelSet();
     return !input.isDisabled() && input == layout.getMainOutputChannelSet() &&
            input.size() <= limit;
-}
-
-bool BasePlugInProcessor::isInputChannelStereoPair(int) const
-{
-    return true;
-}
-
-bool BasePlugInProcessor::isOutputChannelStereoPair(int) const
-{
-    return true;
-}
-
-const juce::String BasePlugInProcessor::getInputChannelName(int index) const
-{
-    return juce::String(index + 1);
-}
-
-const juce::String BasePlugInProcessor::getOutputChannelName(int index) const
-{
-    return juce::String(index + 1);
-}
-
-orvo::audio::SpeakerId BasePlugInProcessor::getSpeakerId(const juce::String& name)
-{
-    return ChannelMapping::getSpeakerId(name);
 }
 
 const juce::String BasePlugInProcessor::getName() const
@@ -102,11 +76,6 @@ int BasePlugInProcessor::getVersionCode() const
     numbers.addTokens(plugInVersion, ".", "");
     return numbers[0].getIntValue() * 65536 + numbers[1].getIntValue() * 256 +
            numbers[2].getIntValue();
-}
-
-int BasePlugInProcessor::getNumParameters()
-{
-    return parameters.size();
 }
 
 float BasePlugInProcessor::getParameter(int index)
@@ -159,16 +128,6 @@ void BasePlugInProcessor::resetParameter(int index, bool notifyHost)
         sendToHost(index);
 }
 
-ParameterDescription* BasePlugInProcessor::findPublicParameter(int internalId) const
-{
-    return parameters.findByInternalId(internalId);
-}
-
-int BasePlugInProcessor::findPublicParameterIndex(int internalId) const
-{
-    return parameters.findIndexByInternalId(internalId);
-}
-
 int BasePlugInProcessor::getInternalParameterId(int index) const
 {
     return parameters.find(index)->getInternalId();
@@ -179,16 +138,6 @@ void BasePlugInProcessor::notifyInternalParameterChange(int internalId)
     const int index = findPublicParameterIndex(internalId);
     if (index >= 0)
         sendToHost(index);
-}
-
-void BasePlugInProcessor::getStateInformation(juce::MemoryBlock& destination)
-{
-    getCurrentProgramStateInformation(destination);
-}
-
-void BasePlugInProcessor::setStateInformation(const void* data, int size)
-{
-    setCurrentProgramStateInformation(data, size);
 }
 
 void BasePlugInProcessor::getCurrentProgramStateInformation(juce::MemoryBlock& destination)
@@ -205,21 +154,21 @@ void BasePlugInProcessor::setCurrentProgramStateInformation(const void* data, in
 
 void BasePlugInProcessor::getParameterSettings(juce::OutputStream& stream)
 {
-    SettingsRecord::Content content;
+    kalim::plugin::SettingsContent content;
     content.plugInCode = plugInCode;
     content.versionCode = getVersionCode();
     for (const auto& parameter : parameters)
         content.entries.push_back({parameter->getInternalId(), parameter->getNaturalValue()});
     content.presetName = getCurrentPresetName();
-    SettingsRecord::write(stream, content);
+    kalim::plugin::writeSettingsRecord(stream, content);
 }
 
 bool BasePlugInProcessor::setParameterSettings(juce::InputStream& stream)
 {
-    return SettingsRecord::read(stream, plugInCode, *this);
+    return kalim::plugin::readSettingsRecord(stream, plugInCode, *this);
 }
 
-bool BasePlugInProcessor::receiveEntry(const SettingsRecord::Entry& entry)
+bool BasePlugInProcessor::receiveEntry(const kalim::plugin::SettingsEntry& entry)
 {
     try
     {
@@ -236,11 +185,6 @@ void BasePlugInProcessor::entriesReceived()
 {
     processor->effectuateParameterChanges();
     notifyListeners(-1);
-}
-
-void BasePlugInProcessor::receivePresetName(const juce::String& name)
-{
-    setCurrentPresetName(name);
 }
 
 void BasePlugInProcessor::addUndoState()

@@ -3,11 +3,10 @@
 #include "dsp/processor/BaseAudioProcessor.h"
 #include "dsp/processor/ListenerRegistry.h"
 #include "plugin/BlockProcessing.h"
-#include "plugin/ParameterList.h"
-#include "plugin/PresetCatalogue.h"
-#include "plugin/PresetFile.h"
+#include "plugin/ParameterDescription.h"
+#include "plugin/PresetTree.h"
 #include "plugin/SettingsRecord.h"
-#include "plugin/UndoHistory.h"
+#include "presets/PresetFile.h"
 
 #include <atomic>
 #include <juce_audio_processors/juce_audio_processors.h>
@@ -17,7 +16,7 @@
 /// The face that a host sees: joins a signal processor to the framework. The work is done by the
 /// parts it owns: block processing, the public parameters, the settings record, the undo history,
 /// the presets.
-class BasePlugInProcessor : public juce::AudioProcessor, private SettingsRecord::Receiver
+class BasePlugInProcessor : public juce::AudioProcessor, private kalim::plugin::SettingsReceiver
 {
 public:
     /// Told of changed settings, on the thread that changed them, which may be the audio thread.
@@ -60,7 +59,8 @@ public:
     void processBlock(juce::AudioBuffer<float>& buffer, juce::MidiBuffer& midi) override;
     void processBlockBypassed(juce::AudioBuffer<float>& buffer, juce::MidiBuffer& midi) override;
 
-    /// The rate of the last preparation, 0 before. Any thread; the framework's own is for the host's.
+    /// The rate of the last preparation, 0 before. Any thread; the framework's own is for the
+    /// host's.
     double getPreparedSampleRate() const { return preparedSampleRate; }
 
     bool isBusesLayoutSupported(const BusesLayout& layout) const override;
@@ -73,16 +73,28 @@ public:
 
     bool silenceInProducesSilenceOut() const override { return false; }
 
-    bool isInputChannelStereoPair(int index) const override;
-    bool isOutputChannelStereoPair(int index) const override;
-    const juce::String getInputChannelName(int index) const override;
-    const juce::String getOutputChannelName(int index) const override;
+    bool isInputChannelStereoPair(int /*index*/) const override { return true; }
+
+    bool isOutputChannelStereoPair(int /*index*/) const override { return true; }
+
+    const juce::String getInputChannelName(int index) const override
+    {
+        return juce::String(index + 1);
+    }
+
+    const juce::String getOutputChannelName(int index) const override
+    {
+        return juce::String(index + 1);
+    }
 
     using juce::AudioProcessor::processBlock;
     using juce::AudioProcessor::processBlockBypassed;
 
     /// The loudspeaker of a host's name for it.
-    static orvo::audio::SpeakerId getSpeakerId(const juce::String& name);
+    static orvo::audio::SpeakerId getSpeakerId(const juce::String& name)
+    {
+        return kalim::plugin::getSpeakerId(name);
+    }
 
     // Names
     const juce::String getName() const override;
@@ -94,7 +106,8 @@ public:
 
     // Public parameters; indices out of range are ignored, and give -1 as value, 0 as default, no
     // text.
-    int getNumParameters() override;
+    int getNumParameters() override { return parameters.size(); }
+
     float getParameter(int index) override;
     void setParameter(int index, float normalized) override;
     const juce::String getParameterName(int index) override;
@@ -108,10 +121,16 @@ public:
     /// Sets a parameter to its default and, if asked, tells the host. Listeners are not called.
     void resetParameter(int index, bool notifyHost);
 
-    ParameterDescription* findPublicParameter(int internalId) const;
+    ParameterDescription* findPublicParameter(int internalId) const
+    {
+        return parameters.findByInternalId(internalId);
+    }
 
     /// -1 where the processor's parameter is not public.
-    int findPublicParameterIndex(int internalId) const;
+    int findPublicParameterIndex(int internalId) const
+    {
+        return parameters.findIndexByInternalId(internalId);
+    }
 
     /// The index must be a valid one.
     int getInternalParameterId(int index) const;
@@ -119,18 +138,26 @@ public:
     /// Tells the host of a parameter that was changed on the processor itself.
     void notifyInternalParameterChange(int internalId);
 
-    /// Tell the host that a user takes hold of a parameter, and lets go of it. Indices out of range are
-    /// ignored. Message thread.
+    /// Tell the host that a user takes hold of a parameter, and lets go of it. Indices out of range
+    /// are ignored. Message thread.
     void beginParameterGesture(int index);
     void endParameterGesture(int index);
 
     // Settings
-    void getStateInformation(juce::MemoryBlock& destination) override;
-    void setStateInformation(const void* data, int size) override;
+    void getStateInformation(juce::MemoryBlock& destination) override
+    {
+        getCurrentProgramStateInformation(destination);
+    }
+
+    void setStateInformation(const void* data, int size) override
+    {
+        setCurrentProgramStateInformation(data, size);
+    }
+
     void getCurrentProgramStateInformation(juce::MemoryBlock& destination) override;
     void setCurrentProgramStateInformation(const void* data, int size) override;
 
-    /// Writes all settings as a record, see SettingsRecord.
+    /// Writes all settings as a record, see SettingsContent.
     void getParameterSettings(juce::OutputStream& stream);
 
     /// Reads a record. Returns whether it was one of this plug-in and all its ids were known.
@@ -161,7 +188,8 @@ public:
     int getCurrentProgram() override { return currentProgram; }
 
     const juce::String getProgramName(int index) override;
-    void changeProgramName(int index, const juce::String& newName) override;
+
+    void changeProgramName(int /*index*/, const juce::String& /*newName*/) override {}
 
     /// Loads a preset, unless the host has only just restored a state: hosts send a program change
     /// right after it, which would undo what they restored.
@@ -179,7 +207,7 @@ public:
     /// or removed. Message thread.
     void updatePresetTree();
 
-    /// See PresetCatalogue. Message thread.
+    /// See PresetTree. Message thread.
     const juce::ValueTree& getPresetTree() const { return presets.getTree(); }
 
     /// Where users keep their own presets.
@@ -221,9 +249,10 @@ protected:
     juce::Array<int> excludedParameterIds;
 
 private:
-    bool receiveEntry(const SettingsRecord::Entry& entry) override;
+    bool receiveEntry(const kalim::plugin::SettingsEntry& entry) override;
     void entriesReceived() override;
-    void receivePresetName(const juce::String& name) override;
+
+    void receivePresetName(const juce::String& name) override { setCurrentPresetName(name); }
 
     void internalProcess(juce::AudioBuffer<float>& buffer, bool isBypassed);
 
@@ -237,7 +266,7 @@ private:
     std::unique_ptr<juce::PropertiesFile> createPropertiesFile() const;
     void initializeLocalization();
     void initializePresetHandling();
-    void importParameter(const PresetFile::Parameter& parameter);
+    void importParameter(const kalim::ParameterValue& parameter);
 
     std::shared_ptr<orvo::audio::BaseAudioProcessor> processor;
     juce::String bundleName;
@@ -246,16 +275,16 @@ private:
     std::uint32_t plugInCode;
 
     orvo::audio::ListenerRegistry<Listener> listeners;
-    BlockProcessing blocks;
-    ParameterList parameters;
-    UndoHistory history;
+    kalim::plugin::BlockProcessing blocks;
+    kalim::plugin::ParameterList parameters;
+    kalim::plugin::UndoHistory history;
     std::atomic<int> numOpenEditors{0};
     std::atomic<double> preparedSampleRate{0.0};
 
     std::unique_ptr<juce::PropertiesFile> properties;
     juce::File factoryPresetFolder;
     juce::File userPresetFolder;
-    PresetCatalogue presets;
+    kalim::plugin::PresetTree presets;
     std::atomic<int> currentProgram{0};
     std::atomic<juce::uint32> lastStateLoadTime{0};
 

@@ -1,12 +1,12 @@
 // Where the plug-in meets its files: presets, properties, translations and the manual.
 
+#include "base/FileError.h"
 #include "plugin/BasePluginProcessor.h"
-#include "plugin/BundleFolder.h"
-#include "plugin/DisplayLanguage.h"
+#include "plugin/BundleFiles.h"
 #include "plugin/KalimConstants.h"
-#include "plugin/SafeXml.h"
 #include "plugin/SettingsFile.h"
 
+#include <filesystem>
 #include <stdexcept>
 
 namespace
@@ -17,7 +17,7 @@ constexpr juce::uint32 restoreGuardMilliseconds = 200;
 
 juce::String getResourcesPath()
 {
-    return findBundleFolder().getFullPathName() + "/Contents/Resources/";
+    return kalim::plugin::getResourcesFolder().getFullPathName() + "/";
 }
 
 juce::String withoutSpaces(const juce::String& text)
@@ -25,12 +25,31 @@ juce::String withoutSpaces(const juce::String& text)
     return text.removeCharacters(" ");
 }
 
+std::filesystem::path toPath(const juce::File& file)
+{
+    return file.getFullPathName().toStdString();
+}
+
+/// The element for custom data as it stands in a preset file, whose layout it shares.
+std::string makeCustomData(const std::function<void(juce::XmlElement*)>& fill)
+{
+    juce::XmlElement preset("Preset");
+    fill(preset.createNewChildElement("CustomData"));
+    juce::XmlElement::TextFormat format;
+    format.lineWrapLength = 60;
+    const juce::String text = preset.toString(format.withoutHeader());
+    return text.fromFirstOccurrenceOf("  ", false, false)
+        .upToLastOccurrenceOf("\r\n", false, false)
+        .upToLastOccurrenceOf("\r\n", false, false)
+        .toStdString();
+}
+
 } // namespace
 
 std::unique_ptr<juce::PropertiesFile> BasePlugInProcessor::createPropertiesFile() const
 {
     const juce::String majorVersion = plugInVersion.upToFirstOccurrenceOf(".", false, false);
-    return SettingsFile::open(
+    return kalim::plugin::openSettingsFile(
         withoutSpaces(bundleName + majorVersion),
         juce::File::getSpecialLocation(juce::File::currentExecutableFile).getParentDirectory());
 }
@@ -38,7 +57,7 @@ std::unique_ptr<juce::PropertiesFile> BasePlugInProcessor::createPropertiesFile(
 void BasePlugInProcessor::initializeLocalization()
 {
     const juce::File file(getResourcesPath() + withoutSpaces(bundleName) + "_" +
-                          DisplayLanguage::getCode() + ".loc");
+                          kalim::plugin::getDisplayLanguage() + ".loc");
     if (file.existsAsFile())
         juce::LocalisedStrings::setCurrentMappings(
             std::make_unique<juce::LocalisedStrings>(file, false).release());
@@ -56,12 +75,12 @@ void BasePlugInProcessor::initializePresetHandling()
     const int reset = presets.getResetPresetIndex();
     currentProgram = reset;
     if (reset < presets.size())
-        setCurrentPresetName(presets.find(reset).name);
+        setCurrentPresetName(getProgramName(reset));
 }
 
 void BasePlugInProcessor::updatePresetTree()
 {
-    presets.update(factoryPresetFolder, userPresetFolder);
+    presets.update({toPath(factoryPresetFolder), toPath(userPresetFolder)});
 }
 
 juce::String BasePlugInProcessor::getHelpFilePath(const juce::String& language) const
@@ -74,15 +93,13 @@ juce::String BasePlugInProcessor::getHelpFilePath(const juce::String& language) 
 
 void BasePlugInProcessor::showHelp()
 {
-    juce::Process::openDocument(getHelpFilePath(DisplayLanguage::getCode()), {});
+    juce::Process::openDocument(getHelpFilePath(kalim::plugin::getDisplayLanguage()), {});
 }
 
 const juce::String BasePlugInProcessor::getProgramName(int index)
 {
-    return presets.find(index).name;
+    return kalim::plugin::toText(presets.find(index).name);
 }
-
-void BasePlugInProcessor::changeProgramName(int, const juce::String&) {}
 
 void BasePlugInProcessor::setCurrentProgram(int index)
 {
@@ -90,33 +107,41 @@ void BasePlugInProcessor::setCurrentProgram(int index)
         return;
     addUndoState();
     currentProgram = index;
-    importFromPresetFile(juce::File(presets.find(index).path));
+    importFromPresetFile(juce::File(kalim::plugin::toText(presets.find(index).file.native())));
     notifyListeners(-1);
 }
 
 bool BasePlugInProcessor::importFromPresetFile(const juce::File& file)
 {
-    const std::unique_ptr<juce::XmlElement> root = SafeXml::parse(file);
-    std::vector<PresetFile::Parameter> values;
-    if (root == nullptr || !PresetFile::readParameters(*root, values))
+    kalim::PresetContent content;
+    try
+    {
+        content = kalim::readPresetFile(toPath(file));
+    }
+    catch (const kalim::FileError&)
+    {
         return false;
-    for (const PresetFile::Parameter& parameter : values)
+    }
+    const auto customData = kalim::plugin::parseSafely(content.customData);
+    if (customData == nullptr && !content.customData.empty())
+        return false;
+    for (const kalim::ParameterValue& parameter : content.values)
         importParameter(parameter);
     processor->effectuateParameterChanges();
-    if (juce::XmlElement* const customData = PresetFile::findCustomData(*root))
-        parseCustomDataXmlElement(customData);
+    if (customData != nullptr)
+        parseCustomDataXmlElement(customData.get());
     notifyListeners(-1);
     setCurrentPresetName(file.getFileNameWithoutExtension());
     return true;
 }
 
-void BasePlugInProcessor::importParameter(const PresetFile::Parameter& parameter)
+void BasePlugInProcessor::importParameter(const kalim::ParameterValue& parameter)
 {
     if (excludedParameterIds.contains(parameter.id))
         return;
     try
     {
-        processor->setParameterValue(parameter.id, static_cast<float>(parameter.value), false);
+        processor->setParameterValue(parameter.id, parameter.value, false);
     }
     catch (const std::out_of_range&)
     {
@@ -127,14 +152,21 @@ void BasePlugInProcessor::importParameter(const PresetFile::Parameter& parameter
 
 bool BasePlugInProcessor::exportToPresetFile(const juce::File& file)
 {
-    std::vector<PresetFile::Parameter> values;
+    std::vector<kalim::PresetParameter> values;
     for (const auto& parameter : parameters)
-        values.push_back({parameter->getInternalId(), parameter->getUnit(),
-                          static_cast<double>(parameter->getNaturalValue()), parameter->getName()});
-    const juce::XmlElement root = PresetFile::make(values, [this](juce::XmlElement& element)
-                                                   { fillCustomDataXmlElement(&element); });
-    if (!PresetFile::write(root, file))
+        values.push_back({parameter->getInternalId(), parameter->getUnit().toStdString(),
+                          static_cast<double>(parameter->getNaturalValue()),
+                          parameter->getName().toStdString()});
+    try
+    {
+        kalim::writePresetFile(toPath(file), values,
+                               makeCustomData([this](juce::XmlElement* element)
+                                              { fillCustomDataXmlElement(element); }));
+    }
+    catch (const kalim::FileError&)
+    {
         return false;
+    }
     setCurrentPresetName(file.getFileNameWithoutExtension());
     return true;
 }

@@ -3,16 +3,15 @@
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
 #include "plugin/BasePluginProcessor.h"
-#include "plugin/ChannelMapping.h"
 
 void BasePlugInProcessor::prepareToPlay(double sampleRate, int maximumBlockSize)
 {
     preparedSampleRate = sampleRate;
     processor->maximumBlockSize = maximumBlockSize;
-    const auto input = ChannelMapping::makeFormat(getInputSpeakerArrangement(),
-                                                  getMainBusNumInputChannels(), sampleRate);
-    const auto output = ChannelMapping::makeFormat(getOutputSpeakerArrangement(),
-                                                   getMainBusNumOutputChannels(), sampleRate);
+    const auto input = kalim::plugin::makeFormat(getInputSpeakerArrangement(),
+                                                 getMainBusNumInputChannels(), sampleRate);
+    const auto output = kalim::plugin::makeFormat(getOutputSpeakerArrangement(),
+                                                  getMainBusNumOutputChannels(), sampleRate);
     blocks.prepare(input, output, getTotalNumOutputChannels(), maximumBlockSize);
 }
 

@@ -4,8 +4,11 @@
 #include "dsp/signal/VectorOperations.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
+namespace kalim::plugin
+{
 namespace
 {
 
@@ -132,3 +135,39 @@ void BlockProcessing::primeQueue(int numOutputChannels)
     if (silence > 0)
         outputQueue.addSilence(numOutputChannels, silence);
 }
+
+orvo::audio::SpeakerId getSpeakerId(const juce::String& name)
+{
+    constexpr int numSpeakers = 20;
+    const juce::String upperCase = name.toUpperCase();
+    for (int number = 0; number < numSpeakers; ++number)
+    {
+        const auto id = static_cast<orvo::audio::SpeakerId>(number);
+        if (upperCase == juce::String(orvo::audio::SpeakerDescription(id).shortName))
+            return id;
+    }
+    return orvo::audio::SpeakerId::undefined;
+}
+
+orvo::audio::AudioFormat makeFormat(const juce::String& speakerArrangement, int numChannels,
+                                    double sampleRate)
+{
+    juce::StringArray names;
+    names.addTokens(speakerArrangement, " ", "");
+    orvo::audio::AudioFormat format;
+    format.sampleRate = sampleRate;
+    if (names.size() == numChannels)
+        std::transform(names.begin(), names.end(), std::back_inserter(format.channelMapping),
+                       getSpeakerId);
+    else
+        format.createDefaultChannelMapping(numChannels);
+    return format;
+}
+
+int getChannelLimit(const juce::String& hostPath)
+{
+    constexpr int maxChannels = 8;
+    return hostPath.containsIgnoreCase("edius") ? 2 : maxChannels;
+}
+
+} // namespace kalim::plugin

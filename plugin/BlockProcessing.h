@@ -8,6 +8,9 @@
 #include <memory>
 #include <vector>
 
+namespace kalim::plugin
+{
+
 /// The host's blocks through the processor and back: evens the processor's delay out with a queue
 /// that starts with as much silence, so that the output is the processed input late by a constant
 /// number of samples, whatever the processor holds back at a time. Audio thread, or while audio is
@@ -56,3 +59,17 @@ private:
     std::vector<float*> outputPointers;
     orvo::audio::SignalQueue<orvo::audio::Signal32> outputQueue;
 };
+
+/// The loudspeaker with that short name, in any letter case; undefined where there is none.
+orvo::audio::SpeakerId getSpeakerId(const juce::String& name);
+
+/// The format of one direction: the loudspeakers that the host names, separated by single spaces,
+/// if there is one for each of its channels, otherwise the usual ones for that number of channels.
+orvo::audio::AudioFormat makeFormat(const juce::String& speakerArrangement, int numChannels,
+                                    double sampleRate);
+
+/// How many channels a layout may have in the host with that path: eight, but two in one product,
+/// wherever it is installed.
+int getChannelLimit(const juce::String& hostPath);
+
+} // namespace kalim::plugin

@@ -3,22 +3,20 @@
 #include "dsp/hum/Kalimmer.h"
 #include "plugin/KalimConstants.h"
 
-#include <memory>
+#include <utility>
 
-using orvo::audio::Kalimmer;
-
-KalimAudioProcessor::KalimAudioProcessor()
-    : BasePlugInProcessor(std::make_shared<Kalimmer>(), KalimConstants::bundleName,
+KalimAudioProcessor::KalimAudioProcessor(EditorFactory factory)
+    : BasePlugInProcessor(std::make_shared<orvo::audio::Kalimmer>(), KalimConstants::bundleName,
                           KalimConstants::plugInName, KalimConstants::plugInCode,
                           KalimConstants::plugInVersion)
+    , editorFactory(std::move(factory))
 {
-    constexpr auto linear = ParameterDescription::Linear;
-    addParameterDescription(Kalimmer::FundamentalFrequency, "FundamentalFrequency", "Hz", 0.1F,
-                            linear);
-    addParameterDescription(Kalimmer::Sensitivity, "Sensitivity", "%", 0.1F, linear);
-    addParameterDescription(Kalimmer::Adaptivity, "Adaptivity", "Hz/s", 1.0F, linear);
-    addParameterDescription(Kalimmer::NumberOfHarmonics, "NumberOfHarmonics", "", 1.0F, linear);
-    addParameterDescription(Kalimmer::OnlyOddHarmonics, "OnlyOddHarmonics", "", 1.0F, linear);
-    addParameterDescription(Kalimmer::AggressiveMode, "AggressiveMode", "", 1.0F, linear);
-    addParameterDescription(Kalimmer::ResidualMode, "ResidualMode", "", 1.0F, linear);
+    for (const orvo::audio::HumParameter& parameter : orvo::audio::humParameters)
+        addParameterDescription(parameter.id, parameter.name, parameter.unit, parameter.interval,
+                                ParameterDescription::Linear);
+}
+
+juce::AudioProcessorEditor* KalimAudioProcessor::createEditor()
+{
+    return editorFactory ? editorFactory(*this).release() : nullptr;
 }

@@ -4,6 +4,7 @@
 
 #include <juce_core/juce_core.h>
 #include <memory>
+#include <vector>
 
 /// One parameter as the host sees it, normalised to 0..1, joined to a parameter of the processor
 /// with its natural unit and range. The range is asked for at every call, since a processor may
@@ -76,3 +77,34 @@ private:
     float defaultNormalizedValue = 0.0F;
     ParameterMappingMode mappingMode;
 };
+
+namespace kalim::plugin
+{
+
+/// The public parameters in the order in which hosts number them. Filled while the plug-in is built
+/// and fixed from then on, so that any thread may look things up.
+class ParameterList
+{
+public:
+    void add(std::unique_ptr<ParameterDescription> description);
+
+    int size() const { return static_cast<int>(descriptions.size()); }
+
+    /// The parameter at a public index, null when there is none.
+    ParameterDescription* find(int index) const;
+
+    /// The first parameter with that id in the processor, or null.
+    ParameterDescription* findByInternalId(int internalId) const;
+
+    /// Its public index, or -1.
+    int findIndexByInternalId(int internalId) const;
+
+    auto begin() const { return descriptions.begin(); }
+
+    auto end() const { return descriptions.end(); }
+
+private:
+    std::vector<std::unique_ptr<ParameterDescription>> descriptions;
+};
+
+} // namespace kalim::plugin

@@ -2,7 +2,7 @@
 
 #include <array>
 
-namespace SettingsRecord
+namespace kalim::plugin
 {
 namespace
 {
@@ -32,7 +32,7 @@ juce::String toValidText(const juce::String& text)
     return juce::String::createStringFromData(bytes, size);
 }
 
-void readPresetName(juce::InputStream& stream, Receiver& receiver)
+void readPresetName(juce::InputStream& stream, SettingsReceiver& receiver)
 {
     if (stream.getPosition() + markerSize >= stream.getTotalLength())
         return;
@@ -44,13 +44,13 @@ void readPresetName(juce::InputStream& stream, Receiver& receiver)
 
 } // namespace
 
-void write(juce::OutputStream& stream, const Content& content)
+void writeSettingsRecord(juce::OutputStream& stream, const SettingsContent& content)
 {
     stream.write(magic.data(), magic.size());
     stream.writeInt(static_cast<int>(content.plugInCode));
     stream.writeInt(content.versionCode);
     stream.writeInt(static_cast<int>(content.entries.size()));
-    for (const Entry& entry : content.entries)
+    for (const SettingsEntry& entry : content.entries)
     {
         stream.writeInt(entry.id);
         stream.writeFloat(entry.value);
@@ -59,7 +59,8 @@ void write(juce::OutputStream& stream, const Content& content)
     stream.writeString(content.presetName);
 }
 
-bool read(juce::InputStream& stream, std::uint32_t plugInCode, Receiver& receiver)
+bool readSettingsRecord(juce::InputStream& stream, std::uint32_t plugInCode,
+                        SettingsReceiver& receiver)
 {
     const juce::int64 length = stream.getTotalLength();
     if (length < headerSize)
@@ -84,4 +85,49 @@ bool read(juce::InputStream& stream, std::uint32_t plugInCode, Receiver& receive
     return true;
 }
 
-} // namespace SettingsRecord
+void UndoHistory::addState(const juce::MemoryBlock& present)
+{
+    const std::lock_guard lock(guard);
+    undoStates.push_front(std::make_shared<const juce::MemoryBlock>(present));
+    redoStates.clear();
+}
+
+bool UndoHistory::canUndo() const
+{
+    const std::lock_guard lock(guard);
+    return !undoStates.empty();
+}
+
+bool UndoHistory::canRedo() const
+{
+    const std::lock_guard lock(guard);
+    return !redoStates.empty();
+}
+
+void UndoHistory::undo(const juce::MemoryBlock& present, const Load& load)
+{
+    step(undoStates, redoStates, present, load);
+}
+
+void UndoHistory::redo(const juce::MemoryBlock& present, const Load& load)
+{
+    step(redoStates, undoStates, present, load);
+}
+
+void UndoHistory::step(States& from, States& to, const juce::MemoryBlock& present, const Load& load)
+{
+    State state;
+    {
+        const std::lock_guard lock(guard);
+        if (from.empty())
+            return;
+        to.push_front(std::make_shared<const juce::MemoryBlock>(present));
+        state = from.front();
+    }
+    // Without the lock, for whoever is told of the loaded settings may ask what can be undone.
+    load(*state);
+    const std::lock_guard lock(guard);
+    std::erase(from, state);
+}
+
+} // namespace kalim::plugin

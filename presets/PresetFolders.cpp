@@ -40,7 +40,8 @@ std::string_view trimmed(std::string_view text)
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-/// Each end may have its quotation mark for itself, as the plug-in's framework takes it.
+/// Each end may have a quotation mark without the other having one, as the plug-in's framework
+/// takes it.
 std::string_view unquoted(std::string_view text)
 {
     constexpr std::string_view quotes = "\"'";
@@ -94,17 +95,22 @@ PresetFolders findPresetFolders()
             findUserPresets(homeOfUser())};
 }
 
-fs::path findFactoryPresets(const fs::path& program)
+fs::path findBundleFolder(const fs::path& folder)
 {
-    for (fs::path folder = program.parent_path(); !folder.empty(); folder = folder.parent_path())
+    for (fs::path candidate = folder; !candidate.empty(); candidate = candidate.parent_path())
     {
-        const fs::path resources = folder / "Contents" / "Resources";
-        if (isFolder(resources))
-            return resources / "Presets";
-        if (folder == folder.root_path())
+        if (isFolder(candidate / "Contents" / "Resources"))
+            return candidate;
+        if (candidate == candidate.root_path())
             break;
     }
     return {};
+}
+
+fs::path findFactoryPresets(const fs::path& program)
+{
+    const fs::path bundle = findBundleFolder(program.parent_path());
+    return bundle.empty() ? fs::path() : bundle / "Contents" / "Resources" / "Presets";
 }
 
 fs::path findUserPresets(const fs::path& home)

@@ -15,8 +15,11 @@ struct PresetFolders
 /// Those of the running program and of the user who runs it.
 PresetFolders findPresetFolders();
 
-/// The factory presets of the bundle that a program is in: the first folder, from the program's own
-/// upwards, that holds "Contents/Resources". Empty where there is no such folder.
+/// The first folder, from the given one upwards, that holds "Contents/Resources": that of the
+/// bundle around a plug-in's or a program's binary. Empty where there is none.
+std::filesystem::path findBundleFolder(const std::filesystem::path& folder);
+
+/// The factory presets of the bundle that a program is in. Empty where it is in none.
 std::filesystem::path findFactoryPresets(const std::filesystem::path& program);
 
 /// The presets of the user with that home, in the folder where the plug-in keeps them: below

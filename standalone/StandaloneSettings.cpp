@@ -40,7 +40,7 @@ void removeHarmful(juce::PropertiesFile& properties)
 } // namespace
 
 StandaloneSettings::StandaloneSettings(const juce::File& folderOfBinary)
-    : properties(SettingsFile::open(applicationName, folderOfBinary))
+    : properties(kalim::plugin::openSettingsFile(applicationName, folderOfBinary))
 {
     removeHarmful(*properties);
 }

@@ -63,7 +63,7 @@ BasePluginEditor::BasePluginEditor(BasePlugInProcessor* owner)
     if ((juce::SystemStats::getOperatingSystemType() & juce::SystemStats::MacOSX) != 0)
         openGLContext.attachTo(*this);
     // Another instance may have written the file since.
-    SettingsFile::reload(plugIn->getProperties());
+    kalim::plugin::reloadSettingsFile(plugIn->getProperties());
     BasePluginEditor::setTheme(
         static_cast<ThemeId>(plugIn->getProperties().getIntValue(themeKey, simplisticDark)));
     updatePresetMenu();
@@ -93,7 +93,7 @@ void BasePluginEditor::remember(const char* key, int value)
     if (file.containsKey(key) && file.getIntValue(key) == value)
         return;
     // What other instances have written in the meantime stays.
-    SettingsFile::reload(file);
+    kalim::plugin::reloadSettingsFile(file);
     file.setValue(key, value);
     file.saveIfNeeded();
 }

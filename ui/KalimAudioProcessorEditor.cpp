@@ -278,3 +278,8 @@ juce::String KalimAudioProcessorEditor::getCursorInfoFromPoint(CurveEditor*,
 {
     return juce::String(scale.toFrequency(position.x), 1) + " Hz";
 }
+
+std::unique_ptr<juce::AudioProcessorEditor> createKalimEditor(BasePlugInProcessor& plugIn)
+{
+    return std::make_unique<KalimAudioProcessorEditor>(&plugIn);
+}

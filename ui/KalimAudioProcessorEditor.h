@@ -9,6 +9,7 @@
 #include "ui/plot/CurveEditor.h"
 
 #include <atomic>
+#include <memory>
 
 /// The window of the hum remover: the live spectrum with a marker for each tracked harmonic and a
 /// handle for the fundamental, four knobs and three switches. Reads the processor 25 times a
@@ -91,3 +92,6 @@ private:
     juce::ComponentBoundsConstrainer constrainer;
     juce::ResizableCornerComponent resizer{this, &constrainer};
 };
+
+/// An editor for hosts, which own it.
+std::unique_ptr<juce::AudioProcessorEditor> createKalimEditor(BasePlugInProcessor& plugIn);

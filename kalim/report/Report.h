@@ -4,7 +4,7 @@
 #include "kalim/MeasuredRange.h"
 #include "kalim/report/SpectrumMeter.h"
 #include "kalim/report/Tracking.h"
-#include "presets/Preset.h"
+#include "presets/PresetCatalogue.h"
 #include "presets/PresetFolders.h"
 
 #include <cstdint>

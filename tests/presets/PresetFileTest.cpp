@@ -1,18 +1,20 @@
 #include "presets/PresetFile.h"
 
-#include "kalim/HumSettings.h"
 #include "tests/audiofile/ScratchFolder.h"
+#include "tests/presets/PresetCases.h"
 
+#include <sys/resource.h>
 #include <sys/stat.h>
+
+#include <bit>
+#include <csignal>
+#include <cstdint>
+#include <utility>
 
 namespace kalim::test
 {
 namespace
 {
-
-using namespace program;
-using orvo::audio::Kalimmer;
-using ::testing::ElementsAre;
 
 std::string preset(const std::string& elements)
 {
@@ -22,15 +24,9 @@ std::string preset(const std::string& elements)
 class PresetFileTest : public ScratchFolder
 {
 protected:
-    /// All values by id after a preset of these elements was read.
-    std::vector<float> valuesFrom(const std::string& elements) const
+    PresetContent read(const std::string& text) const
     {
-        HumSettings settings;
-        settings.update(readPresetFile(writeText("a.xml", preset(elements))));
-        std::vector<float> values;
-        for (int id = 0; id < static_cast<int>(HumSettings::count); ++id)
-            values.push_back(settings.get(static_cast<orvo::audio::HumParameterId>(id)));
-        return values;
+        return readPresetFile(writeText("a.xml", text));
     }
 
     static std::string refusalOf(const std::filesystem::path& file)
@@ -39,68 +35,118 @@ protected:
         EXPECT_TRUE(message.empty() || message.starts_with(file.string() + ": ")) << message;
         return message;
     }
-
-    std::string refusal(const std::string& text) const
-    {
-        return refusalOf(writeText("bad.xml", text));
-    }
 };
 
 } // namespace
 
-TEST_F(PresetFileTest, SetsWhatItMentionsWithinItsLimitsAndLeavesTheRest)
+TEST_F(PresetFileTest, GivesTheNumbersThatAreThereAndNoOthers)
 {
-    EXPECT_THAT(valuesFrom("<!-- a comment --><Parameter id=\"0\" unit=\"kHz\" value=\"60\" "
-                           "name=\"x\"/> text <Other id=' 3' value=' +1.4e1'/>"
-                           "<Parameter id='6' value='1,0'/>"
-                           "<Parameter id='4' value='1'/><Parameter id='4' value='0'/>"),
-                ElementsAre(60, 30, 15, 14, 0, 0, 1));
-    EXPECT_EQ(valuesFrom("<P value='77'/><P id='' value='77'/><P id='two' value='77'/>"
-                         "<P id='-1' value='77'/><P id='7' value='77'/>"
-                         "<P id='4294967296' value='77'/>"),
-              valuesFrom(""));
-    EXPECT_THAT(valuesFrom("<P id='0' value='-inf'/><P id='1' value='1e999'/><P id='2'/>"
-                           "<P id='3' value='96.7'/><P id='4' value='many'/>"
-                           "<P id='5' value='1e300'/>"),
-                ElementsAre(40, 100, 0, 96, 0, 1, 0));
-    EXPECT_EQ(valuesFrom("<P id='0' value='60'/><P id='0' value='nan'/>"), valuesFrom(""));
+    const auto bitsOf = [](float value) { return std::bit_cast<std::uint32_t>(value); };
+    for (const auto& [attributes, id, value] : presetCases)
+    {
+        const auto values = read(preset(std::string("<P ") + attributes + "/>")).values;
+        ASSERT_EQ(values.size(), id < 0 ? 0U : 1U) << attributes;
+        if (id < 0)
+            continue;
+        EXPECT_EQ(values[0].id, id) << attributes;
+        EXPECT_EQ(bitsOf(values[0].value), bitsOf(value)) << attributes;
+    }
+}
+
+TEST_F(PresetFileTest, KeepsOrderAndCustomDataAndMindsNothingElse)
+{
+    const PresetContent content = read(
+        "<?xml version='1.0' encoding='UTF-8'?><Preset><?y?>x<Other/><CustomData a='&lt;'> <b/>t"
+        "</CustomData><ParameterSettings><!-- - -->text<P id='4' value='1'/><Q id='4'/>"
+        "</ParameterSettings></Preset>");
+    ASSERT_EQ(content.values.size(), 2U);
+    EXPECT_EQ(content.values[0].value, 1.0F);
+    EXPECT_EQ(content.values[1].value, 0.0F);
+    EXPECT_EQ(content.customData, "<CustomData a=\"&lt;\"><b/>t</CustomData>");
+    EXPECT_EQ(read("<A><ParameterSettings/></A>").customData, "");
 }
 
 TEST_F(PresetFileTest, RefusesWhatIsNoPresetWithTheReason)
 {
-    EXPECT_THAT(refusal(""), HasSubstr("not valid XML"));
-    EXPECT_THAT(refusal("<Preset>\n<ParameterSettings>\n</Preset>"), HasSubstr("line 3"));
-    EXPECT_THAT(refusal("<Preset><Inner><ParameterSettings/></Inner></Preset>"),
-                HasSubstr("no ParameterSettings"));
-    EXPECT_THAT(refusal("<!DOCTYPE Preset>" + preset("")), HasSubstr("DOCTYPE"));
-    EXPECT_THAT(refusal(preset("<!ENTITY a \"b\">")), HasSubstr("ENTITY"));
-    EXPECT_THAT(refusal(preset("<P id='0' name='\xfc'/>")), HasSubstr("UTF-8"));
-    EXPECT_EQ(refusal("\xef\xbb\xbf<?xml version='1.0' encoding='UTF-8'?>" + preset("")), "");
-}
-
-TEST_F(PresetFileTest, LimitsSizeAndNesting)
-{
     const auto nested = [](int depth)
     {
-        std::string elements = "text";
+        std::string opening;
+        std::string closing;
         for (int i = 0; i < depth; ++i)
-            elements.insert(0, "<a>").append("</a>");
-        return preset(elements);
+        {
+            opening += "<a>";
+            closing += "</a>";
+        }
+        return preset(opening + "text" + closing);
     };
-    EXPECT_EQ(refusal(nested(62)), "");
-    EXPECT_THAT(refusal(nested(63)), HasSubstr("nested deeper than 64"));
-    EXPECT_THAT(refusal(nested(140000)), HasSubstr("nested deeper than 64"));
     const std::string padding((1U << 20U) - preset("").size(), ' ');
-    EXPECT_EQ(refusal(preset(padding)), "");
-    EXPECT_THAT(refusal(preset(padding + " ")), HasSubstr("larger than 1 MiB"));
-}
-
-TEST_F(PresetFileTest, ReadsRegularFilesOnly)
-{
+    for (const auto& [text, reason] :
+         {std::pair<std::string, std::string>{"", "not valid XML"},
+          {"<Preset>\n<ParameterSettings>\n</Preset>", "line 3"},
+          {"<Preset><Inner><ParameterSettings/></Inner></Preset>", "no ParameterSettings"},
+          {"<!DOCTYPE Preset>" + preset(""), "DOCTYPE"},
+          {preset("<!ENTITY a \"b\">"), "ENTITY"},
+          {preset("<P id='0' name='\xfc'/>"), "UTF-8"},
+          {nested(63), "nested deeper than 64"},
+          {nested(140000), "nested deeper than 64"},
+          {preset(padding + " "), "larger than 1 MiB"}})
+        EXPECT_THAT(refusalOf(writeText("bad.xml", text)), HasSubstr(reason));
+    for (const std::string& text : {"\xef\xbb\xbf" + preset(""), nested(62), preset(padding)})
+        EXPECT_EQ(refusalOf(writeText("good.xml", text)), "");
     ASSERT_EQ(mkfifo(path("pipe.xml").c_str(), 0600), 0);
     EXPECT_THAT(refusalOf(path("pipe.xml")), HasSubstr("not a regular file"));
     EXPECT_THAT(refusalOf(folder), HasSubstr("is a folder"));
     EXPECT_THAT(refusalOf(path("missing.xml")), HasSubstr("No such file"));
+}
+
+TEST_F(PresetFileTest, WritesTheBytesThatEarlierVersionsWrote)
+{
+    const auto file = writeText("a.xml", "what was there");
+    writePresetFile(file, {{0, "Hz", 61.7F, "FundamentalFrequency"},
+                           {3, "", 14.0, "NumberOfHarmonics"},
+                           {7, "<a unit> & \"another one\" of more characters", 1.0e-5F, "Long"}});
+    std::string expected =
+        R"(<?xml version="1.0" encoding="UTF-8"?>
+
+<Preset>
+  <ParameterSettings>
+    <Parameter id="0" unit="Hz" value="61.70000076293945" name="FundamentalFrequency"/>
+    <Parameter id="3" unit="" value="14.0" name="NumberOfHarmonics"/>
+    <Parameter id="7" unit="&lt;a unit&gt; &amp; &quot;another one&quot; of more characters"
+               value="9.999999747378752e-6" name="Long"/>
+  </ParameterSettings>
+  <CustomData/>
+</Preset>
+)";
+    for (std::size_t at = 0; (at = expected.find('\n', at)) != std::string::npos; at += 2)
+        expected.insert(at, 1, '\r');
+    EXPECT_EQ(contentsOf(file), expected);
+    EXPECT_EQ(filesInFolder(), 1);
+
+    const auto readers = [](const std::filesystem::path& written)
+    { return std::filesystem::status(written).permissions() & std::filesystem::perms(0444); };
+    EXPECT_EQ(readers(file), readers(writeText("usual.xml", "")));
+}
+
+TEST_F(PresetFileTest, LeavesTheOldFileWhereWritingFails)
+{
+    const auto file = writeText("old.xml", "what was there");
+    // As on a full disk: nothing more can be written.
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit previous{};
+    getrlimit(RLIMIT_FSIZE, &previous);
+    const rlimit none{16, previous.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &none), 0);
+    const auto message = messageOf([&] { writePresetFile(file, {}); });
+    setrlimit(RLIMIT_FSIZE, &previous);
+    EXPECT_THAT(message, HasSubstr("old.xml: File too large"));
+    EXPECT_EQ(contentsOf(file), "what was there");
+    EXPECT_THAT(messageOf([&] { writePresetFile(path("missing/new.xml"), {}); }),
+                HasSubstr("No such file"));
+    std::filesystem::create_directory(path("folder.xml"));
+    EXPECT_THAT(messageOf([&] { writePresetFile(path("folder.xml"), {}); }),
+                HasSubstr("directory"));
+    EXPECT_EQ(filesInFolder(), 2);
 }
 
 } // namespace kalim::test
