@@ -1,8 +1,9 @@
 #include "ui/BasePluginEditor.h"
 
 #include "plugin/SettingsFile.h"
-#include "ui/MenuItems.h"
 #include "ui/ParameterSlider.h"
+
+namespace MenuItems = kalim::ui::MenuItems;
 
 namespace
 {
@@ -62,6 +63,8 @@ BasePluginEditor::BasePluginEditor(BasePlugInProcessor* owner)
 {
     if ((juce::SystemStats::getOperatingSystemType() & juce::SystemStats::MacOSX) != 0)
         openGLContext.attachTo(*this);
+    for (const kalim::ui::Theme& theme : kalim::ui::themes)
+        themes.push_back(theme.make());
     // Another instance may have written the file since.
     SettingsFile::reload(plugIn->getProperties());
     BasePluginEditor::setTheme(
@@ -80,9 +83,11 @@ BasePluginEditor::~BasePluginEditor()
 
 void BasePluginEditor::setTheme(ThemeId id)
 {
-    BaseTheme* const theme = id == brushedSteel ? static_cast<BaseTheme*>(&steelTheme) : &darkTheme;
-    setLookAndFeel(theme);
-    presetMenu.setLookAndFeel(theme);
+    const bool isKnown = kalim::ui::findTheme(id) != nullptr;
+    juce::LookAndFeel* const look =
+        themes[static_cast<size_t>(isKnown ? id : simplisticDark)].get();
+    setLookAndFeel(look);
+    presetMenu.setLookAndFeel(look);
     themeId = id;
     remember(themeKey, static_cast<int>(id));
 }

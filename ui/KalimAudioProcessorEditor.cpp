@@ -1,10 +1,10 @@
 #include "ui/KalimAudioProcessorEditor.h"
 
-#include "ui/plot/LogarithmicValueMapping.h"
-
 #include <algorithm>
 #include <initializer_list>
 #include <memory>
+
+using namespace kalim::ui;
 
 namespace
 {

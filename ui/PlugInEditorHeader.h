@@ -96,9 +96,10 @@ private:
     static std::unique_ptr<juce::Drawable> makeDrawable(const Icon& icon);
     void add(juce::Button& button, const juce::String& text, const juce::String& tooltip,
              int connectedEdges = 0);
-    static void setIcon(IconButton& button, const Icon& icon);
+    static void setIcon(kalim::ui::IconButton& button, const Icon& icon);
     void activateSettings(bool isA);
     void stepPreset(int step);
+    juce::PopupMenu makeThemeMenu() const;
     juce::String getTitle() const;
 
     BasePluginEditor* owner = nullptr;
@@ -107,14 +108,14 @@ private:
     juce::Component::SafePointer<juce::DialogWindow> aboutWindow;
     orvo::audio::ListenerRegistry<Listener> listeners;
 
-    IconButton undoButton{"undoButton"};
-    IconButton redoButton{"redoButton"};
+    kalim::ui::IconButton undoButton{"undoButton"};
+    kalim::ui::IconButton redoButton{"redoButton"};
     juce::TextButton aSettingsButton{"aSettingsButton"};
     juce::TextButton bSettingsButton{"bSettingsButton"};
-    IconButton copyButton{"copyButton"};
-    IconButton menuButton{"menuButton"};
-    IconButton nextPresetButton{"nextPresetButton"};
-    IconButton previousPresetButton{"previousPresetButton"};
+    kalim::ui::IconButton copyButton{"copyButton"};
+    kalim::ui::IconButton menuButton{"menuButton"};
+    kalim::ui::IconButton nextPresetButton{"nextPresetButton"};
+    kalim::ui::IconButton previousPresetButton{"previousPresetButton"};
     juce::TextButton currentPresetButton{"currentPresetButton"};
     juce::DrawableButton logoButton{"logoButton", juce::DrawableButton::ImageFitted};
 };
