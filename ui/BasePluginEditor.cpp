@@ -44,8 +44,8 @@ public:
     ScopedDefaultLook& operator=(const ScopedDefaultLook&) = delete;
 };
 
-/// What users type without the extension would not be listed, and must not replace another preset
-/// that they were not asked about.
+/// A name without the extension gets it, or the preset would not be listed; it then must not
+/// replace one that the user was not asked about.
 juce::File withPresetExtension(const juce::File& file)
 {
     if (file.hasFileExtension("xml"))

@@ -55,7 +55,7 @@ public:
 
     void showPresetMenu(juce::Component* target);
 
-    /// What was chosen from the menu of presets; nothing happens when there is no editor any more.
+    /// Does what was chosen from the menu of presets; nothing without an editor.
     static void plugInMenuCallback(int result, BasePluginEditor* editor);
 
     /// Imports a preset file, with an undo step before; asks the user for the file if `path` is

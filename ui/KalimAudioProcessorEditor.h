@@ -118,6 +118,7 @@ private:
     juce::ToggleButton oddHarmonicsToggle{"oddHarmonicsToggle"};
     ParameterSlider adaptivitySlider{"adaptivitySlider"};
     juce::Label adaptivityLabel{"adaptivityLabel"};
+    /// Spelled so on purpose: the component is known by this name.
     juce::ToggleButton aggresiveToggle{"aggresiveToggle"};
     juce::ComponentBoundsConstrainer constrainer;
     juce::ResizableCornerComponent resizer{this, &constrainer};

@@ -91,6 +91,7 @@ void KalimAudioProcessorEditor::updateHandles()
     }
 }
 
+// 30, 40, ... 90, 100, 200, ... Hz up to half the rate. The plot leaves out those beyond its edges.
 void KalimAudioProcessorEditor::updateGrid(double sampleRate)
 {
     std::vector<double> frequencies;

@@ -17,7 +17,7 @@ public:
         bool isTicked = false;
     };
 
-    /// Is told of the menu's items that the header does not know.
+    /// Hears of the menu's items that the header does not know.
     class Listener
     {
     public:
@@ -43,10 +43,10 @@ public:
     /// The menu as it was built last.
     const juce::PopupMenu& getPlugInMenu() const { return plugInMenu; }
 
-    /// What was chosen from the menu; nothing happens when there is no header any more.
+    /// Does what was chosen from the menu; nothing without a header.
     static void plugInMenuCallback(int result, PlugInEditorHeader* header);
 
-    /// For headers of other plug-ins.
+    /// Nothing; for headers of other plug-ins.
     virtual void onMenuCommand(int /*id*/) {}
 
     /// Tells the listeners of a command, the last one added first.

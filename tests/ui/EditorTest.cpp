@@ -18,28 +18,20 @@ using Editor = OpenEditor;
 void playHum(KalimAudioProcessor& plugIn, int numBlocks)
 {
     const double seconds = (numBlocks + 1) * 512 / 48000.0;
-    const Signal32 hum = testing_support::makeHum({.numHarmonics = 3}, 48000.0, seconds, 2);
-    juce::AudioBuffer<float> block(2, 512);
+    Signal32 hum = testing_support::makeHum({.numHarmonics = 3}, 48000.0, seconds, 2);
+    float* const channels[] = {hum.getWriteChannelPtr(0), hum.getWriteChannelPtr(1)};
     juce::MidiBuffer midi;
     for (int i = 0; i < numBlocks; ++i)
     {
-        for (const int channel : {0, 1})
-            block.copyFrom(channel, 0, hum.getReadChannelPtr(channel) + i * 512, 512);
+        juce::AudioBuffer<float> block(channels, 2, i * 512, 512);
         plugIn.processBlock(block, midi);
     }
 }
 
-/// Where a frequency is on the plot's scale from 40 to 2000 Hz.
-double positionOf(double frequency)
-{
-    return std::log10(frequency / 40.0) / std::log10(50.0);
-}
-
 } // namespace
 
-TEST_F(Editor, hasItsControlsWhereTheyBelongWithNamesForThoseWhoDoNotSeeThem)
+TEST_F(Editor, namesEveryControlForHostsAndForThoseWhoDoNotSeeIt)
 {
-    editor->setSize(680, 424);
     int index = 0;
     for (const char* const name :
          {"frequencySlider", "sensitivitySlider", "adaptivitySlider", "harmonicsSlider",
@@ -54,20 +46,11 @@ TEST_F(Editor, hasItsControlsWhereTheyBelongWithNamesForThoseWhoDoNotSeeThem)
         EXPECT_TRUE(control.getWantsKeyboardFocus()) << name;
         ++index;
     }
-    for (const auto& [name, bounds] : {std::pair{"spectrumCurveEditor", Bounds(56, 64, 600, 176)},
-                                       {"horizontalAxis", {40, 240, 632, 40}},
-                                       {"harmonicsSlider", {296, 320, 88, 84}},
-                                       {"residualToggle", {392, 386, 272, 24}}})
-        EXPECT_EQ(find(name).getBounds(), bounds) << name;
 }
 
 TEST_F(Editor, opensAtItsLastSizeIfThatIsSensible)
 {
-    const Bounds smallest(680, 424);
     juce::PropertiesFile& properties = plugIn.getProperties();
-    editor.reset();
-    properties.clear();
-    properties.save();
     const auto boundsWith = [&](const juce::var& width, const juce::var& height)
     {
         editor.reset();
@@ -77,13 +60,12 @@ TEST_F(Editor, opensAtItsLastSizeIfThatIsSensible)
         reopen();
         return editor->getBounds();
     };
-    reopen();
-    EXPECT_EQ(editor->getBounds(), smallest);
-    EXPECT_EQ(boundsWith(-5, "abc"), smallest);
+    EXPECT_EQ(boundsWith(-5, "abc"), Bounds(680, 424));
     EXPECT_TRUE(Bounds(99999, 99999).contains(boundsWith(2000000000, 2000000000)));
-    editor->setSize(690, 431);
+    EXPECT_EQ(boundsWith(690, 431), Bounds(690, 431));
+    editor->setSize(700, 440);
     reopen();
-    EXPECT_EQ(editor->getBounds(), Bounds(690, 431));
+    EXPECT_EQ(editor->getBounds(), Bounds(700, 440));
 }
 
 /// Aggressive mode alone also disables the sensitivity, until it is undone.
@@ -122,7 +104,6 @@ TEST_F(Editor, marksTheHarmonicsThatAreTracked)
     plugIn.prepareToPlay(48000.0, 512);
     showWith(Kalimmer::NumberOfHarmonics, 0.0F, 0);
     EXPECT_EQ(curves.getHandle(1), nullptr);
-    ASSERT_NE(curves.getHandle(0), nullptr);
     EXPECT_NEAR(curves.getHandle(0)->x, positionOf(50.0), 1.0e-6);
     EXPECT_EQ(curves.getHandle(0)->shape, CurveEditor::Handle::triangle);
 
@@ -130,7 +111,6 @@ TEST_F(Editor, marksTheHarmonicsThatAreTracked)
     EXPECT_EQ(curves.getHandle(7), nullptr);
     for (int harmonic = 1; harmonic <= 6; ++harmonic)
     {
-        ASSERT_NE(curves.getHandle(harmonic), nullptr);
         const CurveEditor::Handle handle = *curves.getHandle(harmonic);
         EXPECT_NEAR(handle.x, positionOf(50.0 * harmonic), 1.0e-3);
         EXPECT_TRUE(harmonic > 3 || handle.colour == juce::Colours::green) << harmonic;
@@ -147,13 +127,11 @@ TEST_F(Editor, marksTheHarmonicsThatAreTracked)
 
 TEST_F(Editor, fitsTheFrequencyAxisToTheRate)
 {
-    for (const auto& [rate, range] :
-         {std::pair{44100.0, juce::Range<double>(40.0, 2000.0)}, {48000.0, {20.0, 24000.0}}})
-    {
-        plugIn.prepareToPlay(rate, 512);
-        editor->timerCallback();
-        EXPECT_EQ(find<kalim::ui::Axis>("horizontalAxis").getValueRange(), range);
-    }
+    const auto& axis = find<kalim::ui::Axis>("horizontalAxis");
+    EXPECT_EQ(axis.getValueRange(), juce::Range<double>(40.0, 2000.0));
+    plugIn.prepareToPlay(48000.0, 512);
+    editor->timerCallback();
+    EXPECT_EQ(axis.getValueRange(), juce::Range<double>(20.0, 24000.0));
 }
 
 TEST_F(Editor, drawsTheSpectrumWithoutRepeatingBins)

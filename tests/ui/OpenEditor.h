@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <memory>
 
 /// A plug-in with its editor open, as a host opens it, but without a screen.
@@ -39,6 +40,9 @@ protected:
     {
         plugIn.getBaseProcessor()->setParameterValue(id, value, false);
     }
+
+    /// Where a frequency is on the plot's scale from 40 to 2000 Hz: 0 is left, 1 right.
+    static double positionOf(double hz) { return std::log10(hz / 40.0) / std::log10(50.0); }
 
     void reopen()
     {

@@ -33,7 +33,7 @@ void moveTo(CurveEditor::Handle& handle, juce::Point<float> position)
 }
 
 /// Presents the handle that the keyboard moves as a slider to screen readers: from 0 at the left
-/// edge to 1 at the right one, told in the words that the editor's listeners have for the place.
+/// edge to 1 at the right one, described as the editor's listeners describe the place.
 class HandleValue final : public juce::AccessibilityValueInterface
 {
 public:

@@ -44,8 +44,7 @@ struct CurveHandle
     /// solid with a filled one.
     bool isDashed = false;
 
-    /// Whether it lies between the left and the right edge, and all of its numbers are ones to
-    /// draw.
+    /// Whether it lies between the left and the right edge and can be drawn.
     bool isOnPlot() const
     {
         return x >= 0.0F && x <= 1.0F && std::isfinite(y) && std::isfinite(size) && size > 0.0F;

@@ -23,26 +23,24 @@ protected:
         editor->setSize(680, 424);
         plugIn.prepareToPlay(48000.0, 512);
         editor->timerCallback();
+        EXPECT_EQ(curves.getBounds(), juce::Rectangle<int>(56, 64, width, height));
     }
 
-    static float toX(double frequency)
-    {
-        return static_cast<float>(width * std::log10(frequency / 40.0) / std::log10(50.0));
-    }
+    static float toX(double hz) { return static_cast<float>(width * positionOf(hz)); }
+
+    juce::MouseEvent mouseAt(float x, float y) { return makeMouseEvent(curves, {x, y}, pressed); }
 
     void press(float x, float y)
     {
         pressed = {x, y};
-        curves.mouseDown(makeMouseEvent(curves, pressed, pressed));
+        curves.mouseDown(mouseAt(x, y));
     }
 
     float dragTo(float x)
     {
-        curves.mouseDrag(makeMouseEvent(curves, {x, 170.0F}, pressed));
+        curves.mouseDrag(mouseAt(x, 170.0F));
         return getFundamental();
     }
-
-    void release(float x, float y) { curves.mouseUp(makeMouseEvent(curves, {x, y}, pressed)); }
 
     /// In Hz, when everything has caught up.
     float getFundamental()
@@ -101,7 +99,7 @@ TEST_F(ThePlot, LetsTheFundamentalBeDraggedWithinItsRangeInOneStepToUndo)
         EXPECT_NEAR(dragTo(x + 6.0F), expected, 0.051F); // in steps of 0.1 Hz
     EXPECT_EQ(curves.getHandle(0)->y, 1.0F);
     EXPECT_NEAR(curves.getHandle(0)->x, 0.0F, 1e-6F);
-    release(-900.0F, 170.0F);
+    curves.mouseUp(mouseAt(-900.0F, 170.0F));
     getFundamental();
     EXPECT_TRUE(told.startsWith("(0v0") && told.endsWith("v0)0")) << told;
     plugIn.undo();
@@ -111,19 +109,21 @@ TEST_F(ThePlot, LetsTheFundamentalBeDraggedWithinItsRangeInOneStepToUndo)
 
 TEST_F(ThePlot, EndsADragWhoseHandleIsGoneAndStartsNoneOnAMereClickNorOnAMarker)
 {
-    press(toX(50.0), 5.0F);
-    release(toX(50.0), 5.0F);
-    press(toX(100.0), 5.0F);
-    EXPECT_EQ(dragTo(toX(150.0)), 50.0F);
-    release(toX(150.0), 170.0F);
+    for (const auto& [from, to] : {std::pair{50.0, 50.0}, {100.0, 150.0}})
+    {
+        press(toX(from), 5.0F);
+        curves.mouseDrag(mouseAt(toX(to), 5.0F));
+        curves.mouseUp(mouseAt(toX(to), 5.0F));
+        EXPECT_EQ(getFundamental(), 50.0F);
+    }
     EXPECT_EQ(told, "");
     EXPECT_FALSE(plugIn.canUndo());
 
     press(toX(50.0), 5.0F);
     dragTo(toX(60.0));
     curves.clearHandles();
-    curves.mouseDrag(makeMouseEvent(curves, {toX(70.0), 5.0F}, pressed));
-    release(toX(70.0), 5.0F);
+    curves.mouseDrag(mouseAt(toX(70.0), 5.0F));
+    curves.mouseUp(mouseAt(toX(70.0), 5.0F));
     EXPECT_EQ(curves.getHandle(0), nullptr);
     EXPECT_NEAR(getFundamental(), 60.0F, 0.051F);
     EXPECT_EQ(told, "(0v0)0");
