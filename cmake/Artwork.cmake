@@ -1,6 +1,8 @@
 # Icons and fonts, built into the binaries as data.
 file(GLOB artwork CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/resources/artwork/*.svg"
   "${PROJECT_SOURCE_DIR}/resources/artwork/*.png")
+# What appIcon.png is drawn from.
+list(FILTER artwork EXCLUDE REGEX "/appIcon\\.svg$")
 
 # The editor looks alike everywhere only with a font of its own, which comes with the system's packages;
 # where it is elsewhere, KALIM_FONT_Regular and KALIM_FONT_SemiBold name its files.

@@ -1,8 +1,9 @@
 #include "ui/BasePluginEditor.h"
 
 #include "plugin/SettingsFile.h"
-#include "ui/MenuItems.h"
 #include "ui/ParameterSlider.h"
+
+namespace MenuItems = kalim::ui::MenuItems;
 
 namespace
 {
@@ -43,8 +44,8 @@ public:
     ScopedDefaultLook& operator=(const ScopedDefaultLook&) = delete;
 };
 
-/// What users type without the extension would not be listed, and must not replace another preset
-/// that they were not asked about.
+/// A name without the extension gets it, or the preset would not be listed; it then must not
+/// replace one that the user was not asked about.
 juce::File withPresetExtension(const juce::File& file)
 {
     if (file.hasFileExtension("xml"))
@@ -62,6 +63,8 @@ BasePluginEditor::BasePluginEditor(BasePlugInProcessor* owner)
 {
     if ((juce::SystemStats::getOperatingSystemType() & juce::SystemStats::MacOSX) != 0)
         openGLContext.attachTo(*this);
+    for (const kalim::ui::Theme& theme : kalim::ui::themes)
+        themes.push_back(theme.make());
     // Another instance may have written the file since.
     kalim::plugin::reloadSettingsFile(plugIn->getProperties());
     BasePluginEditor::setTheme(
@@ -80,9 +83,11 @@ BasePluginEditor::~BasePluginEditor()
 
 void BasePluginEditor::setTheme(ThemeId id)
 {
-    BaseTheme* const theme = id == brushedSteel ? static_cast<BaseTheme*>(&steelTheme) : &darkTheme;
-    setLookAndFeel(theme);
-    presetMenu.setLookAndFeel(theme);
+    const bool isKnown = kalim::ui::findTheme(id) != nullptr;
+    juce::LookAndFeel* const look =
+        themes[static_cast<size_t>(isKnown ? id : simplisticDark)].get();
+    setLookAndFeel(look);
+    presetMenu.setLookAndFeel(look);
     themeId = id;
     remember(themeKey, static_cast<int>(id));
 }

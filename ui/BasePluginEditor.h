@@ -1,17 +1,38 @@
 #pragma once
 
 #include "plugin/BasePluginProcessor.h"
-#include "ui/themes/DarkTheme.h"
-#include "ui/themes/SteelTheme.h"
+#include "ui/themes/Themes.h"
 
 #include <juce_opengl/juce_opengl.h>
+#include <memory>
+#include <vector>
 
-/// What the editors of all plug-ins of the family have in common: the themes, the tooltips, the
-/// menu of presets and its commands. Message thread.
+namespace kalim::ui::MenuItems
+{
+
+// The plug-in's menu
+inline constexpr int about = 0x2001;
+inline constexpr int help = 0x2002;
+
+// The menu of presets
+inline constexpr int savePreset = 0x2010;
+inline constexpr int loadPreset = 0x2011;
+
+/// The first theme; the others follow in the order of their table.
+inline constexpr int firstTheme = 0x2020;
+
+/// The preset with index 0; the others follow.
+inline constexpr int firstPreset = 0x2100;
+
+} // namespace kalim::ui::MenuItems
+
+/// What the editors of all plug-ins of the family have in common: themes, tooltips and the menu of
+/// presets with its commands. Message thread.
 class BasePluginEditor : public juce::AudioProcessorEditor
 {
 public:
-    /// As it is stored with the properties; what is neither of these is shown as the dark theme.
+    /// A row of the table of themes, as it is stored with the properties. Any other number is kept
+    /// as it is and shown as the dark theme.
     enum ThemeId : int
     {
         simplisticDark = 0,
@@ -34,7 +55,7 @@ public:
 
     void showPresetMenu(juce::Component* target);
 
-    /// What was chosen from the menu of presets; nothing happens when there is no editor any more.
+    /// Does what was chosen from the menu of presets; nothing without an editor.
     static void plugInMenuCallback(int result, BasePluginEditor* editor);
 
     /// Imports a preset file, with an undo step before; asks the user for the file if `path` is
@@ -55,8 +76,7 @@ public:
 
 private:
     juce::OpenGLContext openGLContext;
-    SteelTheme steelTheme;
-    DarkTheme darkTheme;
+    std::vector<std::unique_ptr<kalim::ui::BaseTheme>> themes;
     juce::TooltipWindow tooltipWindow;
     juce::PopupMenu presetMenu;
     ThemeId themeId = simplisticDark;

@@ -1,10 +1,10 @@
 #include "ui/KalimAudioProcessorEditor.h"
 
-#include "ui/plot/LogarithmicValueMapping.h"
-
 #include <algorithm>
 #include <initializer_list>
 #include <memory>
+
+using namespace kalim::ui;
 
 namespace
 {
@@ -61,6 +61,7 @@ void KalimAudioProcessorEditor::addControls()
             frequencyLabel, juce::translate("Frequency\n(Hz)"));
     addKnob(sensitivitySlider,
             juce::translate("The sensitivity of the hum signal detection in percent."),
+            // Spelled so on purpose: the translations know the text by its spelling.
             detectionLabel, juce::translate("Sensitiviy\n(%)"));
     addKnob(adaptivitySlider,
             juce::translate("The maximum change rate of the fundamental frequency"),
@@ -134,7 +135,7 @@ void KalimAudioProcessorEditor::addAxes()
 
 void KalimAudioProcessorEditor::restoreSize()
 {
-    // A file may say anything; the window must stay on the screen.
+    // Whatever the file says, the window must stay on the screen.
     constexpr int largestWithoutScreen = 1 << 14;
     const auto limit = [](int value, int smallest, int screen)
     {
@@ -208,6 +209,7 @@ void KalimAudioProcessorEditor::updateParameterControls()
     oddHarmonicsToggle.setToggleState(isOn(Kalimmer::OnlyOddHarmonics), juce::dontSendNotification);
     aggresiveToggle.setToggleState(isOn(Kalimmer::AggressiveMode), juce::dontSendNotification);
     residualToggle.setToggleState(isOn(Kalimmer::ResidualMode), juce::dontSendNotification);
+    // Exactly 0.5, which no switch writes, is off for the switch and on for the sensitivity.
     sensitivitySlider.setEnabled(kalimmer->getParameterValue(Kalimmer::AggressiveMode) < 0.5F);
     header.updatePresetName();
 }

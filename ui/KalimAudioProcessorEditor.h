@@ -2,14 +2,43 @@
 
 #include "dsp/hum/Kalimmer.h"
 #include "ui/BasePluginEditor.h"
-#include "ui/FrequencyScale.h"
 #include "ui/ParameterSlider.h"
 #include "ui/PlugInEditorHeader.h"
 #include "ui/plot/Axis.h"
 #include "ui/plot/CurveEditor.h"
 
 #include <atomic>
+#include <cmath>
 #include <memory>
+
+namespace kalim::ui
+{
+
+/// A logarithmic scale of frequencies in Hz onto positions from 0 to 1. Single precision
+/// throughout, so that a position and its frequency are found alike wherever they are needed.
+class FrequencyScale
+{
+public:
+    FrequencyScale(float minFrequency, float maxFrequency)
+        : minimum(minFrequency)
+        , decades(std::log10(maxFrequency / minFrequency))
+    {
+    }
+
+    /// Below 0 or above 1 for frequencies off the scale.
+    float toPosition(float frequency) const { return std::log10(frequency / minimum) / decades; }
+
+    float toFrequency(float position) const
+    {
+        return minimum * std::pow(10.0F, position * decades);
+    }
+
+private:
+    float minimum;
+    float decades;
+};
+
+} // namespace kalim::ui
 
 /// The window of the hum remover: the live spectrum with a marker for each tracked harmonic and a
 /// handle for the fundamental, four knobs and three switches. Reads the processor 25 times a
@@ -18,7 +47,7 @@ class KalimAudioProcessorEditor : public BasePluginEditor,
                                   private juce::Timer,
                                   private juce::Button::Listener,
                                   private juce::Slider::Listener,
-                                  private CurveEditor::Listener,
+                                  private kalim::ui::CurveEditor::Listener,
                                   private BasePlugInProcessor::Listener
 {
 public:
@@ -34,13 +63,15 @@ public:
     /// The magnitudes of a spectrum of C channels as a line of at most `numPoints` points over the
     /// displayed frequencies. Bins that would repeat are left out, so there are fewer points at low
     /// frequencies.
-    Curve createCurve(const orvo::audio::Signal32& magnitudes, juce::Colour fillColour,
-                      juce::Colour lineColour, float sampleRate, int numPoints) const;
+    kalim::ui::Curve createCurve(const orvo::audio::Signal32& magnitudes, juce::Colour fillColour,
+                                 juce::Colour lineColour, float sampleRate, int numPoints) const;
 
     /// Reads spectrum, harmonics and changed parameters. Called by the timer.
     void timerCallback() override;
 
 private:
+    using CurveEditor = kalim::ui::CurveEditor;
+
     void addControls();
     void setTabOrder();
     void addKnob(ParameterSlider& slider, const juce::String& tooltip, juce::Label& label,
@@ -66,7 +97,7 @@ private:
 
     static constexpr float displayMinFrequency = 40.0F;
     static constexpr float displayMaxFrequency = 2000.0F;
-    const FrequencyScale scale{displayMinFrequency, displayMaxFrequency};
+    const kalim::ui::FrequencyScale scale{displayMinFrequency, displayMaxFrequency};
 
     BasePlugInProcessor* plugIn;
     orvo::audio::Kalimmer* kalimmer = nullptr;
@@ -76,8 +107,8 @@ private:
 
     PlugInEditorHeader header;
     juce::ToggleButton residualToggle{"residualToggle"};
-    Axis spectrumAxis{"spectrumAxis"};
-    Axis horizontalAxis{"horizontalAxis"};
+    kalim::ui::Axis spectrumAxis{"spectrumAxis"};
+    kalim::ui::Axis horizontalAxis{"horizontalAxis"};
     ParameterSlider frequencySlider{"frequencySlider"};
     juce::Label frequencyLabel{"frequencyLabel"};
     CurveEditor spectrumCurveEditor{"spectrumCurveEditor"};
@@ -88,6 +119,7 @@ private:
     juce::ToggleButton oddHarmonicsToggle{"oddHarmonicsToggle"};
     ParameterSlider adaptivitySlider{"adaptivitySlider"};
     juce::Label adaptivityLabel{"adaptivityLabel"};
+    /// Spelled so on purpose: the component is known by this name.
     juce::ToggleButton aggresiveToggle{"aggresiveToggle"};
     juce::ComponentBoundsConstrainer constrainer;
     juce::ResizableCornerComponent resizer{this, &constrainer};

@@ -7,6 +7,8 @@
 #include <cmath>
 #include <vector>
 
+using namespace kalim::ui;
+
 namespace
 {
 
@@ -27,16 +29,14 @@ float meanOfChannels(const Signal32& magnitudes, int bin)
     return sum / static_cast<float>(magnitudes.getNumChannels());
 }
 
-CurveEditor::Handle makeHandle(float x, int shape, juce::Colour colour)
+CurveHandle makeHandle(float x, int shape, juce::Colour colour)
 {
-    CurveEditor::Handle handle;
-    handle.x = x;
-    handle.y = 1.0F;
-    handle.size = handleSize;
-    handle.shape = shape;
-    handle.colour = colour;
-    handle.labelHeight = labelHeight;
-    return handle;
+    return {.x = x,
+            .y = 1.0F,
+            .size = handleSize,
+            .shape = shape,
+            .colour = colour,
+            .labelHeight = labelHeight};
 }
 
 } // namespace
@@ -50,6 +50,8 @@ void KalimAudioProcessorEditor::timerCallback()
     updateHandles();
     if (sampleRate > 0.0 && sampleRate != lastSampleRate)
     {
+        // Only the axis follows the rate: the plot keeps its own span, and the grid waits for the
+        // next change of size.
         horizontalAxis.setValueRange({20.0, std::round(sampleRate * 0.5)});
         lastSampleRate = sampleRate;
     }
@@ -67,32 +69,29 @@ void KalimAudioProcessorEditor::updateSpectrum(float sampleRate)
 
 juce::Colour KalimAudioProcessorEditor::getSpectrumColour() const
 {
-    switch (getTheme())
-    {
-    case simplisticDark:
-        return juce::Colour(0x40FFFFFF);
-    case brushedSteel:
-        return juce::Colour(0x80DAC26D);
-    default:
-        return juce::Colours::transparentBlack;
-    }
+    // None for an unknown theme, though the rest of the window is dark then.
+    const Theme* const theme = findTheme(getTheme());
+    return theme == nullptr ? juce::Colours::transparentBlack : juce::Colour(theme->spectrumColour);
 }
 
 void KalimAudioProcessorEditor::updateHandles()
 {
     spectrumCurveEditor.clearHandles();
-    constexpr int triangle = 3;
-    constexpr int line = 0;
+    const float fundamental = kalimmer->getParameterValue(Kalimmer::FundamentalFrequency);
     spectrumCurveEditor.setHandle(
-        0, makeHandle(scale.toPosition(kalimmer->getParameterValue(Kalimmer::FundamentalFrequency)),
-                      triangle, fundamentalColour));
+        0, makeHandle(scale.toPosition(fundamental), CurveHandle::triangle, fundamentalColour));
     int number = 0;
     for (const orvo::audio::HarmonicStatus& harmonic : kalimmer->getDetectionStatus())
-        spectrumCurveEditor.setHandle(
-            ++number, makeHandle(scale.toPosition(harmonic.frequency), line,
-                                 harmonic.present ? juce::Colours::green : juce::Colours::red));
+    {
+        CurveHandle handle =
+            makeHandle(scale.toPosition(harmonic.frequency), CurveHandle::marker,
+                       harmonic.present ? juce::Colours::green : juce::Colours::red);
+        handle.isDashed = !harmonic.present;
+        spectrumCurveEditor.setHandle(++number, handle);
+    }
 }
 
+// 30, 40, ... 90, 100, 200, ... Hz up to half the rate. The plot leaves out those beyond its edges.
 void KalimAudioProcessorEditor::updateGrid(double sampleRate)
 {
     std::vector<double> frequencies;

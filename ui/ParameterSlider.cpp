@@ -26,7 +26,7 @@ ParameterSlider::ParameterSlider(const juce::String& name)
 
 ParameterSlider::~ParameterSlider()
 {
-    // The base ends a drag only when this part is gone already.
+    // The base class would end a drag only after this part is destroyed.
     stoppedDragging();
 }
 
@@ -49,7 +49,7 @@ void ParameterSlider::attachParameter(BasePlugInProcessor* newPlugIn,
     setRange(min, max, description->getInterval());
     setValue(processor->getParameterValue(id), juce::dontSendNotification);
     enabled = true;
-    // Without the modifier that would do the same as a double click: it asks for fine steps here.
+    // No modifier makes a click do the same as a double click: here they ask for fine steps.
     setDoubleClickReturnValue(true, description->getDefaultValue(), juce::ModifierKeys());
     fineStep = description->getInterval();
 }

@@ -2,8 +2,9 @@
 
 #include "Artwork.h"
 #include "plugin/KalimConstants.h"
-#include "ui/MenuItems.h"
 #include "ui/controls/AboutDialog.h"
+
+using namespace kalim::ui;
 
 namespace
 {
@@ -240,43 +241,40 @@ void PlugInEditorHeader::updatePlugInMenu()
         plugInMenu.addItem(MenuItems::help, juce::translate("Help..."));
     plugInMenu.addSeparator();
     if (hasThemes)
-    {
-        const int theme = owner == nullptr ? -1 : owner->getTheme();
-        juce::PopupMenu themes;
-        themes.addItem(MenuItems::simplisticDark, juce::translate("Simplistic dark"), true,
-                       theme == BasePluginEditor::simplisticDark);
-        themes.addItem(MenuItems::brushedSteel, juce::translate("Brushed steel"), true,
-                       theme == BasePluginEditor::brushedSteel);
-        plugInMenu.addSubMenu(juce::translate("Themes"), themes);
-    }
+        plugInMenu.addSubMenu(juce::translate("Themes"), makeThemeMenu());
     const juce::String name = plugIn == nullptr ? juce::String() : plugIn->getName();
     plugInMenu.addItem(MenuItems::about, juce::translate("About") + " " + name + "...");
+}
+
+juce::PopupMenu PlugInEditorHeader::makeThemeMenu() const
+{
+    juce::PopupMenu menu;
+    int id = 0;
+    for (const Theme& theme : themes)
+    {
+        const bool isShown = owner != nullptr && owner->getTheme() == id;
+        menu.addItem(MenuItems::firstTheme + id, juce::translate(theme.name), true, isShown);
+        ++id;
+    }
+    return menu;
 }
 
 void PlugInEditorHeader::plugInMenuCallback(int result, PlugInEditorHeader* header)
 {
     if (header == nullptr)
         return;
-    switch (result)
-    {
-    case MenuItems::about:
+    const int theme = result - MenuItems::firstTheme;
+    if (result == MenuItems::about)
         header->showAboutDialog();
-        break;
-    case MenuItems::help:
+    else if (result == MenuItems::help)
         header->plugIn->showHelp();
-        break;
-    case MenuItems::simplisticDark:
-        header->owner->setTheme(BasePluginEditor::simplisticDark);
+    else if (findTheme(theme) != nullptr)
+    {
+        header->owner->setTheme(static_cast<BasePluginEditor::ThemeId>(theme));
         header->updatePlugInMenu();
-        break;
-    case MenuItems::brushedSteel:
-        header->owner->setTheme(BasePluginEditor::brushedSteel);
-        header->updatePlugInMenu();
-        break;
-    default:
-        header->customMenuCommand(result);
-        break;
     }
+    else
+        header->customMenuCommand(result);
 }
 
 void PlugInEditorHeader::customMenuCommand(int id)

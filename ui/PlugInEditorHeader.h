@@ -17,7 +17,7 @@ public:
         bool isTicked = false;
     };
 
-    /// Is told of the menu's items that the header does not know.
+    /// Hears of the menu's items that the header does not know.
     class Listener
     {
     public:
@@ -43,10 +43,10 @@ public:
     /// The menu as it was built last.
     const juce::PopupMenu& getPlugInMenu() const { return plugInMenu; }
 
-    /// What was chosen from the menu; nothing happens when there is no header any more.
+    /// Does what was chosen from the menu; nothing without a header.
     static void plugInMenuCallback(int result, PlugInEditorHeader* header);
 
-    /// For headers of other plug-ins.
+    /// Nothing; for headers of other plug-ins.
     virtual void onMenuCommand(int /*id*/) {}
 
     /// Tells the listeners of a command, the last one added first.
@@ -96,9 +96,10 @@ private:
     static std::unique_ptr<juce::Drawable> makeDrawable(const Icon& icon);
     void add(juce::Button& button, const juce::String& text, const juce::String& tooltip,
              int connectedEdges = 0);
-    static void setIcon(IconButton& button, const Icon& icon);
+    static void setIcon(kalim::ui::IconButton& button, const Icon& icon);
     void activateSettings(bool isA);
     void stepPreset(int step);
+    juce::PopupMenu makeThemeMenu() const;
     juce::String getTitle() const;
 
     BasePluginEditor* owner = nullptr;
@@ -107,14 +108,14 @@ private:
     juce::Component::SafePointer<juce::DialogWindow> aboutWindow;
     orvo::audio::ListenerRegistry<Listener> listeners;
 
-    IconButton undoButton{"undoButton"};
-    IconButton redoButton{"redoButton"};
+    kalim::ui::IconButton undoButton{"undoButton"};
+    kalim::ui::IconButton redoButton{"redoButton"};
     juce::TextButton aSettingsButton{"aSettingsButton"};
     juce::TextButton bSettingsButton{"bSettingsButton"};
-    IconButton copyButton{"copyButton"};
-    IconButton menuButton{"menuButton"};
-    IconButton nextPresetButton{"nextPresetButton"};
-    IconButton previousPresetButton{"previousPresetButton"};
+    kalim::ui::IconButton copyButton{"copyButton"};
+    kalim::ui::IconButton menuButton{"menuButton"};
+    kalim::ui::IconButton nextPresetButton{"nextPresetButton"};
+    kalim::ui::IconButton previousPresetButton{"previousPresetButton"};
     juce::TextButton currentPresetButton{"currentPresetButton"};
     juce::DrawableButton logoButton{"logoButton", juce::DrawableButton::ImageFitted};
 };

@@ -1,5 +1,17 @@
 #include "dev/gallery/Sheet.h"
 
+namespace kalim::gallery
+{
+namespace
+{
+
+// Names under which a component's properties hold its state.
+const juce::Identifier hovered("hovered");
+const juce::Identifier pressed("pressed");
+const juce::Identifier focused("focused");
+
+} // namespace
+
 Sheet::Sheet(int width, int height)
 {
     setSize(width, height);
@@ -20,14 +32,14 @@ void Sheet::adopt(std::unique_ptr<juce::Component> component, juce::Rectangle<in
     components.push_back(std::move(component));
 }
 
-BaseTheme& Sheet::getTheme() const
+ui::BaseTheme& Sheet::getTheme() const
 {
-    return dynamic_cast<BaseTheme&>(getLookAndFeel());
+    return dynamic_cast<ui::BaseTheme&>(getLookAndFeel());
 }
 
 void Sheet::paint(juce::Graphics& g)
 {
-    BaseTheme& theme = getTheme();
+    ui::BaseTheme& theme = getTheme();
     theme.paintBackground(g, getWidth(), getHeight());
     g.setFont(theme.getRegularFont(12.0F));
     g.setColour(theme.getPalette().secondaryText);
@@ -40,9 +52,9 @@ void Sheet::stage()
     for (const auto& component : components)
         if (auto* button = dynamic_cast<juce::Button*>(component.get()))
         {
-            if (button->getProperties().contains(StagedState::pressed))
+            if (button->getProperties().contains(pressed))
                 button->setState(juce::Button::buttonDown);
-            else if (button->getProperties().contains(StagedState::hovered))
+            else if (button->getProperties().contains(hovered))
                 button->setState(juce::Button::buttonOver);
         }
 }
@@ -54,7 +66,7 @@ Drawing::Drawing(Painter drawingPainter)
 
 void Drawing::paint(juce::Graphics& g)
 {
-    painter(g, *this, dynamic_cast<BaseTheme&>(getLookAndFeel()));
+    painter(g, *this, dynamic_cast<ui::BaseTheme&>(getLookAndFeel()));
 }
 
 juce::String getName(Stage stage)
@@ -67,9 +79,18 @@ void setStage(juce::Component& component, Stage stage)
 {
     component.setEnabled(stage != Stage::disabled);
     if (stage == Stage::hovered || stage == Stage::pressed)
-        component.getProperties().set(StagedState::hovered, true);
+        component.getProperties().set(hovered, true);
     if (stage == Stage::pressed)
-        component.getProperties().set(StagedState::pressed, true);
+        component.getProperties().set(pressed, true);
     if (stage == Stage::focused)
-        component.getProperties().set(StagedState::focused, true);
+        component.getProperties().set(focused, true);
 }
+
+ui::ControlState readStage(const juce::Component& component)
+{
+    const juce::NamedValueSet& properties = component.getProperties();
+    return {component.isEnabled(), properties.contains(hovered), properties.contains(pressed),
+            properties.contains(focused)};
+}
+
+} // namespace kalim::gallery

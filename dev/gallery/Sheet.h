@@ -1,11 +1,14 @@
 #pragma once
 
-#include "dev/gallery/StagedTheme.h"
+#include "ui/themes/BaseTheme.h"
 
 #include <array>
 #include <functional>
 #include <memory>
 #include <vector>
+
+namespace kalim::gallery
+{
 
 /// Paints the theme's background below what is added, and owns it.
 class Sheet : public juce::Component
@@ -29,7 +32,7 @@ public:
     /// Shown states of buttons are put on last, since most changes put them back.
     void stage();
 
-    BaseTheme& getTheme() const;
+    ui::BaseTheme& getTheme() const;
 
 private:
     struct Caption
@@ -49,7 +52,7 @@ private:
 class Drawing : public juce::Component
 {
 public:
-    using Painter = std::function<void(juce::Graphics&, juce::Component&, BaseTheme&)>;
+    using Painter = std::function<void(juce::Graphics&, juce::Component&, ui::BaseTheme&)>;
 
     explicit Drawing(Painter painter);
 
@@ -73,5 +76,26 @@ inline constexpr std::array allStages = {Stage::normal, Stage::hovered, Stage::p
 
 juce::String getName(Stage stage);
 
-/// Lets the component appear in the state.
+/// Lets the component appear in the state, which its theme reads with `readStage`.
 void setStage(juce::Component& component, Stage stage);
+
+/// The state that a component is to appear in: the gallery has neither mouse nor keyboard.
+ui::ControlState readStage(const juce::Component& component);
+
+/// One picture of the gallery. To show a new component, write a function that makes a sheet with it
+/// and add it to the list of its file.
+struct Scene
+{
+    juce::String name;
+    std::unique_ptr<Sheet> (*make)();
+};
+
+using Scenes = std::vector<Scene>;
+
+Scenes getButtonScenes();
+Scenes getSliderScenes();
+Scenes getTextScenes();
+Scenes getMenuScenes();
+Scenes getWindowScenes();
+
+} // namespace kalim::gallery

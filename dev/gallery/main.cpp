@@ -1,9 +1,10 @@
-#include "dev/gallery/Scenes.h"
-#include "ui/themes/DarkTheme.h"
-#include "ui/themes/SteelTheme.h"
+#include "dev/gallery/Sheet.h"
+#include "ui/themes/Themes.h"
 
 #include <iostream>
 
+namespace kalim::gallery
+{
 namespace
 {
 
@@ -15,7 +16,7 @@ bool writePicture(const juce::Image& image, const juce::File& file)
     return stream.openedOk() && format.writeImageToStream(image, stream);
 }
 
-bool show(const Scene& scene, BaseTheme& theme, const juce::String& themeName,
+bool show(const Scene& scene, ui::BaseTheme& theme, const juce::String& themeName,
           const juce::File& folder)
 {
     const std::unique_ptr<Sheet> sheet = scene.make();
@@ -33,22 +34,26 @@ bool show(const Scene& scene, BaseTheme& theme, const juce::String& themeName,
     return isWritten;
 }
 
-bool showAll(BaseTheme& theme, const juce::String& themeName, const juce::File& folder)
+bool showAll(const ui::Theme& row, const juce::File& folder)
 {
+    const std::unique_ptr<ui::BaseTheme> theme = row.make();
+    theme->setStateReader(readStage);
     // Windows that are made by the framework take the default look.
-    juce::LookAndFeel::setDefaultLookAndFeel(&theme);
+    juce::LookAndFeel::setDefaultLookAndFeel(theme.get());
+    const juce::String themeName = juce::String(row.name).fromLastOccurrenceOf(" ", false, false);
     bool isWritten = true;
     for (const auto& scenes : {getButtonScenes(), getSliderScenes(), getTextScenes(),
-                               getMenuScenes(), getWindowScenes(), getEditorScenes()})
+                               getMenuScenes(), getWindowScenes()})
         for (const Scene& scene : scenes)
-            isWritten = show(scene, theme, themeName, folder) && isWritten;
+            isWritten = show(scene, *theme, themeName, folder) && isWritten;
     juce::LookAndFeel::setDefaultLookAndFeel(nullptr);
     return isWritten;
 }
 
 } // namespace
+} // namespace kalim::gallery
 
-/// Writes a picture of every scene, in both themes and at three scales, into the folder given.
+/// Writes a picture of every scene, in every theme and at three scales, into the folder given.
 int main(int argumentCount, char* arguments[])
 {
     const juce::ScopedJuceInitialiser_GUI framework;
@@ -59,11 +64,10 @@ int main(int argumentCount, char* arguments[])
         std::cerr << "kalim_gallery: cannot make the folder " << folder.getFullPathName() << '\n';
         return 1;
     }
-    StagedTheme<DarkTheme> dark;
-    StagedTheme<SteelTheme> steel;
-    const bool isDarkWritten = showAll(dark, "dark", folder);
-    const bool isSteelWritten = showAll(steel, "steel", folder);
-    if (isDarkWritten && isSteelWritten)
+    bool isWritten = true;
+    for (const kalim::ui::Theme& theme : kalim::ui::themes)
+        isWritten = kalim::gallery::showAll(theme, folder) && isWritten;
+    if (isWritten)
         return 0;
     std::cerr << "kalim_gallery: some pictures could not be written\n";
     return 1;

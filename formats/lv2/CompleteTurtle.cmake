@@ -1,7 +1,9 @@
 # Completes the bundle's description that the framework wrote.
 #
 #   cmake -D BUNDLE=folder -D URI=uri -D VERSION=major.minor.patch -D COMMENT=text -D MAKER=text
-#         -D LICENCE=uri -P CompleteTurtle.cmake
+#         -D LICENCE=uri -D PARAMETERS=file -P CompleteTurtle.cmake
+#
+# PARAMETERS has a line describe_parameter(dsp NAME "text") for each parameter.
 #
 # Every change first makes sure that what it changes is there exactly once: when another version of the
 # framework writes something else, the build stops instead of shipping a bundle that hosts misread.
@@ -9,7 +11,7 @@
 
 cmake_minimum_required(VERSION 3.22)
 
-foreach(name BUNDLE URI VERSION COMMENT MAKER LICENCE)
+foreach(name BUNDLE URI VERSION COMMENT MAKER LICENCE PARAMETERS)
   if("${${name}}" STREQUAL "")
     message(FATAL_ERROR "CompleteTurtle: ${name} is not given")
   endif()
@@ -69,17 +71,7 @@ replace_once(dsp "\tdoap:name \"Kalim\" ;\n"
   "\tdoap:name \"Kalim\" ;\n\tdoap:license <${LICENCE}> ;\n\trdfs:comment \"${COMMENT}\" ;\n")
 # Empty references would stand for the description file itself.
 replace_once(dsp "\t\tfoaf:homepage <> ;\n\t\tfoaf:mbox <> ;\n" "")
-describe_parameter(dsp FundamentalFrequency
-  "Frequency of the hum to start from: 0 to 1 stands for 40 to 500 Hz")
-describe_parameter(dsp Sensitivity
-  "Stored and shown, not used by the processing: 0 to 1 stands for 0 to 100 %")
-describe_parameter(dsp Adaptivity
-  "How fast the fundamental may drift: 0 to 1 stands for 0 to 80 Hz/s")
-describe_parameter(dsp NumberOfHarmonics
-  "How many harmonics to remove, the fundamental included: 0 to 1 stands for 0 to 96")
-describe_parameter(dsp OnlyOddHarmonics "Count the odd harmonics only: 0 is off, 1 is on")
-describe_parameter(dsp AggressiveMode "Cut notches instead of subtracting: 0 is off, 1 is on")
-describe_parameter(dsp ResidualMode "Play what is removed instead of the rest: 0 is off, 1 is on")
+include("${PARAMETERS}")
 string(REGEX MATCHALL "\ta lv2:Parameter " parameters "${dsp}")
 string(REGEX MATCHALL "\tunits:unit units:coef " described "${dsp}")
 list(LENGTH parameters parameter_count)

@@ -1,5 +1,4 @@
 #include "tests/ui/OpenEditor.h"
-#include "ui/MenuItems.h"
 
 #include <limits>
 
@@ -31,22 +30,23 @@ juce::String describe(const juce::PopupMenu& menu)
 
 TEST_F(Header, switchesBetweenTwoSettingsThatBeginEqual)
 {
-    const auto expectAfter = [&](const char* button, float frequency, bool isA)
+    setValue(Kalimmer::FundamentalFrequency, 60.0F);
+    reopen();
+    for (const auto& [button, frequency, isA] :
+         {std::tuple{"aSettingsButton", 60.0F, true}, // active already
+          {"bSettingsButton", 60.0F, false},
+          {"bSettingsButton", 70.0F, false},
+          {"aSettingsButton", 60.0F, true},
+          {"copyButton", 60.0F, true},
+          {"bSettingsButton", 60.0F, false}})
     {
+        if (frequency == 70.0F)
+            setValue(Kalimmer::FundamentalFrequency, frequency);
         click(button);
         EXPECT_EQ(valueOf(Kalimmer::FundamentalFrequency), frequency) << button;
         EXPECT_EQ(find<juce::Button>("aSettingsButton").getToggleState(), isA) << button;
         EXPECT_EQ(find<juce::Button>("bSettingsButton").getToggleState(), !isA) << button;
-    };
-    setValue(Kalimmer::FundamentalFrequency, 60.0F);
-    reopen();
-    expectAfter("aSettingsButton", 60.0F, true); // active already
-    expectAfter("bSettingsButton", 60.0F, false);
-    setValue(Kalimmer::FundamentalFrequency, 70.0F);
-    expectAfter("bSettingsButton", 70.0F, false);
-    expectAfter("aSettingsButton", 60.0F, true);
-    expectAfter("copyButton", 60.0F, true);
-    expectAfter("bSettingsButton", 60.0F, false);
+    }
 }
 
 TEST_F(Header, stepsThroughThePresetsRoundAndRound)
@@ -65,48 +65,54 @@ TEST_F(Header, stepsThroughThePresetsRoundAndRound)
     for (const int wrong : {-5, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()})
     {
         plugIn.setCurrentProgram(wrong);
-        EXPECT_TRUE(
-            juce::isPositiveAndBelow(programAfter("nextPresetButton"), plugIn.getNumPrograms()));
+        const int next = programAfter("nextPresetButton");
+        EXPECT_TRUE(next >= 0 && next < plugIn.getNumPrograms()) << wrong;
     }
 }
 
 TEST_F(Header, offersHelpThemesAndAbout)
 {
-    EXPECT_EQ(describe(getHeader().getPlugInMenu()),
-              "8194 Help... - Themes [8224* Simplistic dark 8225 Brushed steel] "
-              "8193 About Orvotech Kalim...");
-    PlugInEditorHeader::plugInMenuCallback(MenuItems::brushedSteel, &getHeader());
+    const auto describeMenu = [&] { return describe(getHeader().getPlugInMenu()); };
+    EXPECT_EQ(describeMenu(), "8194 Help... - Themes [8224* Simplistic dark 8225 Brushed steel] "
+                              "8193 About Orvotech Kalim...");
+    PlugInEditorHeader::plugInMenuCallback(8225, &getHeader());
     EXPECT_EQ(editor->getTheme(), BasePluginEditor::brushedSteel);
-    EXPECT_TRUE(describe(getHeader().getPlugInMenu()).contains("8225* Brushed steel"));
-    PlugInEditorHeader::plugInMenuCallback(MenuItems::help, nullptr);
+    EXPECT_TRUE(describeMenu().contains("8224 Simplistic dark 8225* Brushed steel"));
+    PlugInEditorHeader::plugInMenuCallback(8194, nullptr);
     getHeader().menuCommands.set(99, {"Mine", false, true});
     getHeader().updatePlugInMenu();
-    EXPECT_TRUE(describe(getHeader().getPlugInMenu()).startsWith("99* Mine - 8194"));
+    EXPECT_TRUE(describeMenu().startsWith("99* Mine - 8194"));
 }
 
 TEST_F(Header, keepsAnUnknownThemeShownAsTheDarkOneUntilAnotherInstanceChoosesOne)
 {
-    plugIn.getProperties().setValue("ThemeId", 7);
-    plugIn.getProperties().saveIfNeeded();
-    reopen();
-    EXPECT_EQ(static_cast<int>(editor->getTheme()), 7);
-    EXPECT_NE(dynamic_cast<DarkTheme*>(&editor->getLookAndFeel()), nullptr);
-    EXPECT_EQ(plugIn.getProperties().getIntValue("ThemeId"), 7);
+    const auto expectShown = [&](int id, size_t row)
+    {
+        reopen();
+        EXPECT_EQ(static_cast<int>(editor->getTheme()), id);
+        EXPECT_EQ(plugIn.getProperties().getIntValue("ThemeId"), id);
+        const auto& shown = dynamic_cast<kalim::ui::BaseTheme&>(editor->getLookAndFeel());
+        EXPECT_EQ(shown.getPalette().knob, kalim::ui::themes[row].make()->getPalette().knob) << id;
+    };
+    for (const int unknown : {7, -1})
+    {
+        plugIn.getProperties().setValue("ThemeId", unknown);
+        plugIn.getProperties().saveIfNeeded();
+        expectShown(unknown, 0);
+    }
     KalimAudioProcessor other;
     KalimAudioProcessorEditor(&other).setTheme(BasePluginEditor::brushedSteel);
-    reopen();
-    EXPECT_EQ(editor->getTheme(), BasePluginEditor::brushedSteel);
-    EXPECT_NE(dynamic_cast<SteelTheme*>(&editor->getLookAndFeel()), nullptr);
+    expectShown(1, 1);
     editor->setTheme(BasePluginEditor::simplisticDark);
+    expectShown(0, 0);
 }
 
 TEST_F(Header, laysItselfOutAroundTheTitle)
 {
     getHeader().setSize(900, 48);
-    const auto& name = find<juce::Component>("currentPresetButton");
-    const auto& next = find<juce::Component>("nextPresetButton");
-    const auto& previous = find<juce::Component>("previousPresetButton");
-    EXPECT_EQ(name.getRight(), next.getX());
+    const auto& name = find("currentPresetButton");
+    const auto& previous = find("previousPresetButton");
+    EXPECT_EQ(name.getRight(), find("nextPresetButton").getX());
     EXPECT_EQ(previous.getRight(), name.getX());
     juce::LookAndFeel_V4 plain;
     getHeader().setLookAndFeel(&plain);
@@ -120,20 +126,18 @@ TEST_F(Header, savesAndLoadsPresetsOfTheUser)
     setValue(Kalimmer::FundamentalFrequency, 61.5F);
     editor->savePresetFile(file.getFullPathName());
     EXPECT_EQ(find<juce::Button>("currentPresetButton").getButtonText(), "Test of mine");
-    const int index = plugIn.getNumPrograms() - 1;
-    EXPECT_TRUE(describe(editor->getPresetMenu())
-                    .contains("# User presets " + juce::String(MenuItems::firstPreset + index) +
-                              " Test of mine # Saving & loading 8208 Save user preset file... "
+    const juce::String menu = describe(editor->getPresetMenu());
+    EXPECT_TRUE(menu.startsWith("# Factory presets 8448 Reset Buzz [8449")) << menu;
+    EXPECT_TRUE(menu.endsWith(juce::String(8447 + plugIn.getNumPrograms()) + " Test of mine # " +
+                              "Saving & loading 8208 Save user preset file... " +
                               "8209 Load user preset file..."));
-    EXPECT_TRUE(
-        describe(editor->getPresetMenu()).startsWith("# Factory presets 8448 Reset Buzz [8449"));
-
-    BasePluginEditor::plugInMenuCallback(MenuItems::firstPreset, editor.get());
-    EXPECT_EQ(valueOf(Kalimmer::FundamentalFrequency), 50.0F);
+    const auto frequency = [&] { return valueOf(Kalimmer::FundamentalFrequency); };
+    BasePluginEditor::plugInMenuCallback(8448, editor.get());
+    EXPECT_EQ(frequency(), 50.0F);
     editor->loadPresetFile(file.getFullPathName());
-    EXPECT_EQ(valueOf(Kalimmer::FundamentalFrequency), 61.5F);
+    EXPECT_EQ(frequency(), 61.5F);
     click("undoButton");
-    EXPECT_EQ(valueOf(Kalimmer::FundamentalFrequency), 50.0F);
-    BasePluginEditor::plugInMenuCallback(MenuItems::firstPreset, nullptr);
+    EXPECT_EQ(frequency(), 50.0F);
+    BasePluginEditor::plugInMenuCallback(8448, nullptr);
     EXPECT_TRUE(file.deleteFile());
 }

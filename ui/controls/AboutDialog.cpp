@@ -4,6 +4,8 @@
 #include "plugin/KalimConstants.h"
 #include "ui/themes/BaseTheme.h"
 
+namespace kalim::ui
+{
 namespace
 {
 
@@ -62,16 +64,6 @@ void AboutDialog::paint(juce::Graphics& g)
         theme->paintBackground(g, getWidth(), getHeight());
         theme->paintHeaderBackground(g, getWidth(), headerHeight, plugInName);
     }
-    else
-    {
-        g.fillAll(findColour(juce::ResizableWindow::backgroundColourId));
-        g.setColour(juce::Colours::black);
-        g.fillRect(0, 0, getWidth(), headerHeight);
-        g.setColour(juce::Colours::white);
-        g.setFont(juce::Font(20.0F, juce::Font::bold));
-        g.drawText(plugInName, 112, 0, getWidth() - 112, headerHeight,
-                   juce::Justification::centredLeft, true);
-    }
     if (logo != nullptr)
         logo->draw(g, 1.0F, juce::AffineTransform::translation(8.0F, 0.0F));
 }
@@ -121,3 +113,5 @@ void AboutDialog::close()
     else
         window->closeButtonPressed();
 }
+
+} // namespace kalim::ui

@@ -3,6 +3,9 @@
 #include <juce_gui_basics/juce_gui_basics.h>
 #include <memory>
 
+namespace kalim::ui
+{
+
 /// Says what plug-in this is, of which version, by whom and under which licence. To be shown in a
 /// `juce::DialogWindow`, which its button, Return and Escape close.
 class AboutDialog : public juce::Component
@@ -33,3 +36,5 @@ private:
 
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR(AboutDialog)
 };
+
+} // namespace kalim::ui

@@ -2,6 +2,8 @@
 
 #include "ui/themes/BaseTheme.h"
 
+namespace kalim::ui
+{
 namespace
 {
 
@@ -64,3 +66,5 @@ void IconButton::paintButton(juce::Graphics& g, bool isHighlighted, bool isDown)
     const float y = (height - iconSize * scale) * 0.5F;
     icon->draw(g, 1.0F, juce::AffineTransform::scale(scale).translated(x, y));
 }
+
+} // namespace kalim::ui

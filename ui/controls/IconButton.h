@@ -3,6 +3,9 @@
 #include <juce_gui_basics/juce_gui_basics.h>
 #include <memory>
 
+namespace kalim::ui
+{
+
 /// A button that shows a picture of 24 x 24 units instead of its text. Pictures are drawn in black
 /// and shown in the colour of the theme's button text.
 class IconButton : public juce::Button
@@ -26,3 +29,5 @@ private:
 
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR(IconButton)
 };
+
+} // namespace kalim::ui

@@ -1,8 +1,9 @@
 #include "ui/plot/Axis.h"
 
-#include "ui/plot/IdentityValueMapping.h"
 #include "ui/plot/PlotColours.h"
 
+namespace kalim::ui
+{
 namespace
 {
 
@@ -75,17 +76,16 @@ std::vector<double> Axis::getCurrentMarkerPositions() const
 
 juce::Rectangle<float> Axis::getNumberBounds(const AxisMarker& marker) const
 {
-    const auto along = static_cast<float>(endMargin + marker.position * length());
+    const auto along = static_cast<float>(endMargin + marker.position * getPlotLength());
     const float width = widthOf(marker.text);
     const float distance = tickLength + tickDistance;
-    return isHorizontal(placement) ? besidePlot(along, width, distance, numberHeight)
-                                   : besidePlot(along, numberHeight, distance, width);
+    return isHorizontal() ? besidePlot(along, width, distance, numberHeight)
+                          : besidePlot(along, numberHeight, distance, width);
 }
 
-/// Of the plot, that is.
-int Axis::length() const
+int Axis::getPlotLength() const
 {
-    return juce::jmax(0, (isHorizontal(placement) ? getWidth() : getHeight()) - 2 * endMargin);
+    return juce::jmax(0, (isHorizontal() ? getWidth() : getHeight()) - 2 * endMargin);
 }
 
 /// A rectangle of `extent` along the axis, centred on `along`, at a distance from the plot.
@@ -95,26 +95,17 @@ juce::Rectangle<float> Axis::besidePlot(float along, float extent, float distanc
     const auto width = static_cast<float>(getWidth());
     const auto height = static_cast<float>(getHeight());
     const float start = along - extent / 2.0F;
-    switch (placement)
-    {
-    case AxisPlacement::right:
-        return {distance, height - along - extent / 2.0F, depth, extent};
-    case AxisPlacement::top:
-        return {start, height - distance - depth, extent, depth};
-    case AxisPlacement::bottom:
+    if (isHorizontal())
         return {start, distance, extent, depth};
-    case AxisPlacement::left:
-        break;
-    }
     return {width - distance - depth, height - along - extent / 2.0F, depth, extent};
 }
 
 void Axis::updateMarkers()
 {
-    if (isHorizontal(placement))
-        markers = chooseAxisMarkers(range, *mapping, length(), numberGap, widthOf);
+    if (isHorizontal())
+        markers = chooseAxisMarkers(range, *mapping, getPlotLength(), numberGap, widthOf);
     else
-        markers = chooseAxisMarkers(range, *mapping, length(), numberLeading,
+        markers = chooseAxisMarkers(range, *mapping, getPlotLength(), numberLeading,
                                     [](const juce::String&) { return double{numberHeight}; });
     setTitle(label);
     setDescription(markers.empty()
@@ -126,11 +117,13 @@ void Axis::updateMarkers()
 
 void Axis::paint(juce::Graphics& graphics)
 {
-    const juce::Colour text = findColourOr(*this, textColourId, juce::Colour(0xffb4b8be));
-    graphics.setColour(findColourOr(*this, lineColourId, text.withMultipliedAlpha(0.6F)));
+    const juce::Colour text =
+        findColourOr(*this, PlotColours::axisTextId, juce::Colour(0xffb4b8be));
+    graphics.setColour(
+        findColourOr(*this, PlotColours::axisLineId, text.withMultipliedAlpha(0.6F)));
     for (const AxisMarker& marker : markers)
     {
-        const auto along = static_cast<float>(endMargin + marker.position * length());
+        const auto along = static_cast<float>(endMargin + marker.position * getPlotLength());
         graphics.fillRect(besidePlot(along, 1.0F, 0.0F, tickLength));
     }
     graphics.setColour(text);
@@ -156,20 +149,16 @@ void Axis::drawLabel(juce::Graphics& graphics) const
 {
     const auto width = static_cast<float>(getWidth());
     const auto height = static_cast<float>(getHeight());
-    const float depth = isHorizontal(placement) ? height : width;
-    const float along = isHorizontal(placement) ? width : height;
+    const float depth = isHorizontal() ? height : width;
+    const float along = isHorizontal() ? width : height;
     if (label.isEmpty() || depth < tickLength + tickDistance + numberHeight + labelHeight)
         return;
     juce::Graphics::ScopedSaveState state(graphics);
-    if (placement == AxisPlacement::left)
+    if (!isHorizontal())
         graphics.addTransform(juce::AffineTransform::rotation(-juce::MathConstants<float>::halfPi)
                                   .translated(0, height));
-    else if (placement == AxisPlacement::right)
-        graphics.addTransform(juce::AffineTransform::rotation(juce::MathConstants<float>::halfPi)
-                                  .translated(width, 0));
-    const bool isBelow = placement == AxisPlacement::bottom;
-    const juce::Rectangle<float> room(0.0F, isBelow ? height - labelHeight - 3.0F : 0.0F, along,
-                                      labelHeight + 2.0F);
+    const juce::Rectangle<float> room(0.0F, isHorizontal() ? height - labelHeight - 3.0F : 0.0F,
+                                      along, labelHeight + 2.0F);
     graphics.setFont(juce::Font(labelHeight));
     graphics.drawText(label, room, juce::Justification::centred, true);
 }
@@ -193,3 +182,5 @@ std::unique_ptr<juce::AccessibilityHandler> Axis::createAccessibilityHandler()
 {
     return std::make_unique<juce::AccessibilityHandler>(*this, juce::AccessibilityRole::staticText);
 }
+
+} // namespace kalim::ui

@@ -1,11 +1,20 @@
 #pragma once
 
-#include "ui/plot/AxisMarkers.h"
-#include "ui/plot/AxisPlacement.h"
+#include "ui/plot/AxisScale.h"
 
 #include <juce_gui_basics/juce_gui_basics.h>
 #include <memory>
 #include <vector>
+
+namespace kalim::ui
+{
+
+/// On which side of the plot an axis lies. Its ticks point to the plot, its label is farthest away.
+enum class AxisPlacement : int
+{
+    left = 0,
+    bottom = 3
+};
 
 /// The ticks, numbers and label at one side of a plot. Numbers never overlap: the less room there
 /// is, the fewer there are. Message thread.
@@ -17,13 +26,6 @@ public:
     /// stand centred on their ticks.
     static constexpr int endMargin = 16;
 
-    enum ColourIds
-    {
-        textColourId = 0x5100011,
-        /// The ticks.
-        lineColourId = 0x5100012
-    };
-
     /// An axis from 0 to 1 at the left of the plot, without label, with equal steps.
     explicit Axis(const juce::String& name = {});
 
@@ -34,14 +36,10 @@ public:
 
     void setPlacement(AxisPlacement newPlacement);
 
-    AxisPlacement getPlacement() const { return placement; }
-
     /// Null stands for the identity.
     void setValueMapping(std::shared_ptr<BaseValueMapping> newMapping);
 
     void setLabelText(const juce::String& newText);
-
-    const juce::String& getLabelText() const { return label; }
 
     /// Where the numbered ticks are in the present size: 0 is the start of the plot, 1 its end.
     std::vector<double> getCurrentMarkerPositions() const;
@@ -59,7 +57,9 @@ public:
     std::unique_ptr<juce::AccessibilityHandler> createAccessibilityHandler() override;
 
 private:
-    int length() const;
+    bool isHorizontal() const { return placement == AxisPlacement::bottom; }
+
+    int getPlotLength() const;
     juce::Rectangle<float> besidePlot(float along, float extent, float distance, float depth) const;
     void updateMarkers();
     void drawNumbers(juce::Graphics& graphics) const;
@@ -71,3 +71,5 @@ private:
     juce::String label;
     std::vector<AxisMarker> markers;
 };
+
+} // namespace kalim::ui

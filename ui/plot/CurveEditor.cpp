@@ -1,9 +1,11 @@
 #include "ui/plot/CurveEditor.h"
 
-#include "ui/plot/HandleOutline.h"
 #include "ui/plot/PlotColours.h"
 
 #include <algorithm>
+
+namespace kalim::ui
+{
 
 CurveEditor::CurveEditor(const juce::String& name)
     : juce::Component(name)
@@ -49,7 +51,7 @@ void CurveEditor::setGridPositions(std::vector<double> horizontal, std::vector<d
     repaint();
 }
 
-/// Brings what is shown up to date and repaints the stretch of the plot where it has changed.
+/// Brings what is shown up to date and repaints the part of the plot where it has changed.
 void CurveEditor::handleAsyncUpdate()
 {
     next.assign(handles.begin(), handles.end());
@@ -77,8 +79,7 @@ void CurveEditor::updateMarkerLines()
     lines.clear();
     for (const auto& [index, handle] : shown)
         if (handle.shape == Handle::marker && handle.isOnPlot())
-            lines.push_back({handle.x, evenShade(handle.colour, background),
-                             handle.colour == juce::Colours::red});
+            lines.push_back({handle.x, evenShade(handle.colour, background), handle.isDashed});
     std::sort(lines.begin(), lines.end(),
               [](const MarkerLine& a, const MarkerLine& b) { return a.x < b.x; });
     picture.setMarkerLines(lines);
@@ -86,10 +87,10 @@ void CurveEditor::updateMarkerLines()
 
 void CurveEditor::updateColours()
 {
-    background = findColourOr(*this, backgroundColourId, juce::Colour(0xff1b1e23));
+    background = findColourOr(*this, PlotColours::backgroundId, juce::Colour(0xff1b1e23));
     const juce::Colour ink = background.withAlpha(1.0F).contrasting();
-    picture.setColours({background, findColourOr(*this, gridColourId, ink.withAlpha(0.10F)),
-                        findColourOr(*this, outlineColourId, ink.withAlpha(0.24F))});
+    picture.setColours({background, findColourOr(*this, PlotColours::gridId, ink.withAlpha(0.10F)),
+                        findColourOr(*this, PlotColours::outlineId, ink.withAlpha(0.24F))});
     // What lies behind an opaque plot need not be painted with it.
     setOpaque(background.isOpaque());
     updateMarkerLines();
@@ -203,3 +204,5 @@ juce::Point<float> CurveEditor::toNormalised(juce::Point<float> pixels) const
     return {pixels.x / static_cast<float>(juce::jmax(1, getWidth())),
             1.0F - pixels.y / static_cast<float>(juce::jmax(1, getHeight()))};
 }
+
+} // namespace kalim::ui

@@ -9,14 +9,15 @@
 #include <utility>
 #include <vector>
 
+namespace kalim::ui
+{
+
 /// A plot with numbered curves over a grid and numbered handles, of which those with an outline can
 /// be moved with the mouse or, the one that was last used or else the first, with the arrow keys: a
 /// step is 1/500 of the width, with shift 1/5000. Curves and handles may be replaced at any time,
 /// also while a handle is dragged: the drag goes on with the handle that then has its number.
 /// Message thread.
-class CurveEditor : public juce::Component,
-                    public juce::SettableTooltipClient,
-                    private juce::AsyncUpdater
+class CurveEditor : public juce::Component, public juce::TooltipClient, private juce::AsyncUpdater
 {
 public:
     using Handle = CurveHandle;
@@ -63,14 +64,6 @@ public:
         {
             return {};
         }
-    };
-
-    enum ColourIds
-    {
-        backgroundColourId = 0x5100001,
-        gridColourId = 0x5100002,
-        /// The frame around the plot.
-        outlineColourId = 0x5100003
     };
 
     explicit CurveEditor(const juce::String& name = {});
@@ -164,3 +157,5 @@ private:
     /// Where the keyboard has moved the handle, before the listener had its say.
     std::optional<float> keyboardPosition;
 };
+
+} // namespace kalim::ui

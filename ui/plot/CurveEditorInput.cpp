@@ -1,9 +1,9 @@
 #include "ui/plot/CurveEditor.h"
-#include "ui/plot/HandleAccessibility.h"
-#include "ui/plot/HandleOutline.h"
 
 #include <cmath>
 
+namespace kalim::ui
+{
 namespace
 {
 
@@ -31,6 +31,56 @@ void moveTo(CurveEditor::Handle& handle, juce::Point<float> position)
     if (!handle.isFixedUpwards)
         handle.y = juce::jlimit(0.0F, 1.0F, position.y);
 }
+
+/// Presents the handle that the keyboard moves as a slider to screen readers: from 0 at the left
+/// edge to 1 at the right one, described as the editor's listeners describe the place.
+class HandleValue final : public juce::AccessibilityValueInterface
+{
+public:
+    explicit HandleValue(CurveEditor& editorToUse)
+        : editor(editorToUse)
+    {
+    }
+
+    bool isReadOnly() const override { return getHandle() == nullptr; }
+
+    double getCurrentValue() const override
+    {
+        const CurveEditor::Handle* const current = getHandle();
+        return current == nullptr ? 0.0 : double{current->x};
+    }
+
+    juce::String getCurrentValueAsString() const override
+    {
+        const CurveEditor::Handle* const current = getHandle();
+        if (current == nullptr)
+            return {};
+        const juce::String info = editor.getCursorInfo({current->x, current->y});
+        return info.isNotEmpty() ? info : juce::String(juce::roundToInt(current->x * 100.0F)) + "%";
+    }
+
+    void setValue(double newValue) override
+    {
+        if (const CurveEditor::Handle* const current = getHandle())
+            editor.moveHandle(editor.getKeyboardHandle(),
+                              {static_cast<float>(newValue), current->y});
+    }
+
+    void setValueAsString(const juce::String& newValue) override
+    {
+        setValue(newValue.getDoubleValue());
+    }
+
+    AccessibleValueRange getRange() const override { return {{0.0, 1.0}, 1.0 / 500.0}; }
+
+private:
+    const CurveEditor::Handle* getHandle() const
+    {
+        return editor.getHandle(editor.getKeyboardHandle());
+    }
+
+    CurveEditor& editor;
+};
 
 } // namespace
 
@@ -252,11 +302,14 @@ juce::String CurveEditor::getCursorInfo(juce::Point<float> position)
 
 juce::String CurveEditor::getTooltip()
 {
-    const juce::String info = getCursorInfo(toNormalised(getMouseXYRelative().toFloat()));
-    return info.isNotEmpty() ? info : juce::SettableTooltipClient::getTooltip();
+    return getCursorInfo(toNormalised(getMouseXYRelative().toFloat()));
 }
 
 std::unique_ptr<juce::AccessibilityHandler> CurveEditor::createAccessibilityHandler()
 {
-    return makeHandleAccessibility(*this);
+    return std::make_unique<juce::AccessibilityHandler>(
+        *this, juce::AccessibilityRole::slider, juce::AccessibilityActions(),
+        juce::AccessibilityHandler::Interfaces{std::make_unique<HandleValue>(*this)});
 }
+
+} // namespace kalim::ui

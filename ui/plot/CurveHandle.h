@@ -3,6 +3,9 @@
 #include <cmath>
 #include <juce_graphics/juce_graphics.h>
 
+namespace kalim::ui
+{
+
 /// A numbered mark in a curve editor, which users can drag when its shape has an outline.
 struct CurveHandle
 {
@@ -11,8 +14,6 @@ struct CurveHandle
     enum Shape : int
     {
         /// A thin line over the height of the plot with a cap at the top, which cannot be grabbed.
-        /// For users who do not tell red from green, one in exactly `juce::Colours::red` is dashed
-        /// and has an open cap; in any other colour it is solid with a filled cap.
         marker = 0,
         ellipse = 1,
         square = 2,
@@ -39,9 +40,11 @@ struct CurveHandle
     bool isFixedSideways = false;
     /// Dragging does not change y.
     bool isFixedUpwards = false;
+    /// A marker is dashed with an open cap, for users who do not tell colours apart; otherwise
+    /// solid with a filled one.
+    bool isDashed = false;
 
-    /// Whether it lies between the left and the right edge, and all of its numbers are ones to
-    /// draw.
+    /// Whether it lies between the left and the right edge and can be drawn.
     bool isOnPlot() const
     {
         return x >= 0.0F && x <= 1.0F && std::isfinite(y) && std::isfinite(size) && size > 0.0F;
@@ -49,3 +52,15 @@ struct CurveHandle
 
     bool operator==(const CurveHandle& other) const = default;
 };
+
+/// Whether the handle's shape has an outline, so that it can be grabbed.
+bool hasOutline(const CurveHandle& handle);
+
+/// The handle's outline in a plot of the given size, in pixels. It is moved as far as needed to lie
+/// wholly inside the plot; the tip of a triangle that points downwards still shows the exact x.
+juce::Path handleOutline(const CurveHandle& handle, juce::Rectangle<float> plot);
+
+/// Where the handle can be grabbed: no smaller than what a pointer hits easily, inside the plot.
+juce::Rectangle<float> handleGrabArea(const CurveHandle& handle, juce::Rectangle<float> plot);
+
+} // namespace kalim::ui

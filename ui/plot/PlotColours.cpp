@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+namespace kalim::ui
+{
 namespace
 {
 
@@ -9,6 +11,9 @@ namespace
 constexpr float highestSaturation = 0.68F;
 
 constexpr double evenContrast = 4.5;
+
+/// What the Web Content Accessibility Guidelines 2.1 ask of graphical objects.
+constexpr double legibleContrast = 3.0;
 
 double linear(juce::uint8 channel)
 {
@@ -71,3 +76,5 @@ juce::Colour evenShade(juce::Colour colour, juce::Colour background)
                         juce::jlimit(0.02F, 0.98F, background.getLightness()), background,
                         evenContrast);
 }
+
+} // namespace kalim::ui

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstring>
 
+namespace kalim::ui
+{
 namespace
 {
 
@@ -184,3 +186,5 @@ juce::Point<float> PlotPicture::toPixels(juce::Point<float> normalised) const
     return {x * static_cast<float>(picture.getWidth()),
             (1.0F - y) * static_cast<float>(picture.getHeight())};
 }
+
+} // namespace kalim::ui

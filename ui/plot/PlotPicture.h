@@ -1,10 +1,39 @@
 #pragma once
 
-#include "ui/plot/Curve.h"
-#include "ui/plot/GraphStroke.h"
-#include "ui/plot/MarkerLines.h"
+#include "ui/plot/PlotStrokes.h"
 
 #include <map>
+#include <utility>
+
+namespace kalim::ui
+{
+
+/// A line through points of a plot. Message thread, as all of the plot.
+struct Curve
+{
+    using Points = std::vector<juce::Point<float>>;
+
+    Curve() = default;
+
+    /// `points` are normalised: (0, 0) is the plot's lower left corner, (1, 1) its upper right one;
+    /// points that are not finite are left out. `lineThickness` is in pixels. A transparent colour
+    /// leaves the line or the filling away.
+    Curve(Points curvePoints, juce::Colour fillColour, juce::Colour lineColour, float lineThickness)
+        : points(std::move(curvePoints))
+        , fill(fillColour)
+        , line(lineColour)
+        , thickness(lineThickness)
+    {
+    }
+
+    bool operator==(const Curve& other) const = default;
+
+    Points points;
+    /// Between the line and the lower edge.
+    juce::Colour fill;
+    juce::Colour line;
+    float thickness = 1.0F;
+};
 
 /// The picture of a plot without what can be grabbed: background, grid, marker lines and curves, in
 /// the pixels of the screen. What has not changed is not drawn again, and the background with its
@@ -61,3 +90,5 @@ private:
     GraphStroke stroke;
     Curve::Points finitePoints;
 };
+
+} // namespace kalim::ui

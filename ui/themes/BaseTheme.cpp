@@ -1,5 +1,9 @@
 #include "ui/themes/BaseTheme.h"
 
+#include "ui/plot/PlotColours.h"
+
+namespace kalim::ui
+{
 namespace
 {
 
@@ -16,11 +20,18 @@ juce::LookAndFeel_V4::ColourScheme makeScheme(const Palette& palette)
             palette.highlight.text, palette.highlight.ground, palette.menu.text};
 }
 
+ControlState askComponent(const juce::Component& component)
+{
+    return {component.isEnabled(), component.isMouseOver(true), component.isMouseButtonDown(true),
+            component.hasKeyboardFocus(false)};
+}
+
 } // namespace
 
 BaseTheme::BaseTheme(const Palette& themePalette)
     : juce::LookAndFeel_V4(makeScheme(themePalette))
     , palette(themePalette)
+    , readState(askComponent)
 {
     setTextColours();
     setControlColours();
@@ -71,12 +82,6 @@ juce::Typeface::Ptr BaseTheme::getTypefaceForFont(const juce::Font& font)
     return juce::LookAndFeel_V4::getTypefaceForFont(font);
 }
 
-ControlState BaseTheme::getControlState(const juce::Component& component) const
-{
-    return {component.isEnabled(), component.isMouseOver(true), component.isMouseButtonDown(true),
-            component.hasKeyboardFocus(false)};
-}
-
 juce::Colour BaseTheme::getControlGround(const ControlState& state, bool isOn) const
 {
     if (!state.isEnabled)
@@ -93,3 +98,56 @@ juce::Colour BaseTheme::getFocusColour(juce::Colour ground) const
 {
     return ground.getPerceivedBrightness() > 0.5F ? palette.focusOnLight : palette.focusOnDark;
 }
+
+juce::Path BaseTheme::makeKnobArc(juce::Point<float> centre, float radius, float from, float to)
+{
+    juce::Path arc;
+    arc.addCentredArc(centre.x, centre.y, radius, radius, 0.0F, from, to, true);
+    return arc;
+}
+
+void BaseTheme::setTextColours()
+{
+    setColour(juce::Label::textColourId, palette.window.text);
+    setColour(juce::Label::textWhenEditingColourId, palette.field.text);
+    setColour(juce::Label::backgroundWhenEditingColourId, palette.field.ground);
+    setColour(juce::Label::outlineWhenEditingColourId, getFocusColour(palette.field.ground));
+    setColour(juce::TextEditor::backgroundColourId, palette.field.ground);
+    setColour(juce::TextEditor::textColourId, palette.field.text);
+    setColour(juce::TextEditor::highlightColourId, palette.selection.ground);
+    setColour(juce::TextEditor::highlightedTextColourId, palette.selection.text);
+    setColour(juce::TextEditor::outlineColourId, palette.outline);
+    setColour(juce::TextEditor::focusedOutlineColourId, getFocusColour(palette.field.ground));
+    setColour(juce::CaretComponent::caretColourId, palette.field.text);
+    setColour(PlotColours::axisTextId, palette.secondaryText);
+    setColour(PlotColours::axisLineId, palette.secondaryText);
+}
+
+void BaseTheme::setControlColours()
+{
+    setColour(juce::TextButton::buttonColourId, palette.control.ground);
+    setColour(juce::TextButton::buttonOnColourId, palette.toggled.ground);
+    setColour(juce::TextButton::textColourOffId, palette.control.text);
+    setColour(juce::TextButton::textColourOnId, palette.toggled.text);
+    setColour(juce::ToggleButton::textColourId, palette.window.text);
+    setColour(juce::ComboBox::textColourId, palette.control.text);
+    setColour(juce::Slider::textBoxTextColourId, palette.display.text);
+    setColour(juce::Slider::textBoxBackgroundColourId, palette.display.ground);
+    setColour(juce::Slider::textBoxHighlightColourId, palette.selection.ground);
+    setColour(juce::Slider::textBoxOutlineColourId, palette.outline);
+}
+
+void BaseTheme::setWindowColours()
+{
+    setColour(juce::ScrollBar::thumbColourId, palette.secondaryText);
+    setColour(juce::ListBox::backgroundColourId, palette.field.ground);
+    setColour(juce::FileBrowserComponent::currentPathBoxTextColourId, palette.control.text);
+    setColour(juce::FileBrowserComponent::filenameBoxBackgroundColourId, palette.field.ground);
+    setColour(juce::FileBrowserComponent::filenameBoxTextColourId, palette.field.text);
+    setColour(juce::AlertWindow::backgroundColourId, palette.window.ground);
+    setColour(PlotColours::backgroundId, palette.display.ground);
+    setColour(PlotColours::gridId, palette.grid);
+    setColour(PlotColours::outlineId, palette.outline);
+}
+
+} // namespace kalim::ui

@@ -1,27 +1,28 @@
 #pragma once
 
-#include "ui/themes/ControlState.h"
 #include "ui/themes/Palette.h"
 #include "ui/themes/ThemeFonts.h"
 
 #include <juce_gui_basics/juce_gui_basics.h>
 
-/// What both themes share: every component's layout and shape, drawn from the theme's palette. A
+namespace kalim::ui
+{
+
+/// What a component's drawing depends on.
+struct ControlState
+{
+    bool isEnabled = true;
+    bool isHovered = false;
+    bool isPressed = false;
+    bool isFocused = false;
+};
+
+/// What all themes share: every component's layout and shape, drawn from the theme's palette. A
 /// theme says what surfaces look like. Text is set in the font that comes with the plug-in; that
 /// one is also made the default of the framework's own look, for components without a theme.
 class BaseTheme : public juce::LookAndFeel_V4
 {
 public:
-    /// The colours of plots, under the numbers that the plots look them up by.
-    enum PlotColourIds
-    {
-        curveBackgroundColourId = 0x5100001,
-        curveGridColourId = 0x5100002,
-        curveOutlineColourId = 0x5100003,
-        axisTextColourId = 0x5100011,
-        axisLineColourId = 0x5100012
-    };
-
     ~BaseTheme() override;
 
     /// Fills the editor's area, which begins at the origin.
@@ -35,6 +36,10 @@ public:
     float getTitleWidth(const juce::String& title) const;
 
     const Palette& getPalette() const { return palette; }
+
+    /// Asks `reader` for the states of components, where these only show a state that they are not
+    /// in.
+    void setStateReader(ControlState (*reader)(const juce::Component&)) { readState = reader; }
 
     juce::Font getRegularFont(float height) const;
     juce::Font getSemiBoldFont(float height) const;
@@ -51,11 +56,7 @@ public:
                         bool isDown) override;
     void drawToggleButton(juce::Graphics& g, juce::ToggleButton& button, bool isHighlighted,
                           bool isDown) override;
-    void drawTickBox(juce::Graphics& g, juce::Component& component, float x, float y, float width,
-                     float height, bool isTicked, bool isEnabled, bool isHighlighted,
-                     bool isDown) override;
     void changeToggleButtonWidthToFitText(juce::ToggleButton& button) override;
-    juce::Path getTickShape(float height) override;
 
     void drawRotarySlider(juce::Graphics& g, int x, int y, int width, int height, float position,
                           float startAngle, float endAngle, juce::Slider& slider) override;
@@ -64,7 +65,6 @@ public:
                           juce::Slider& slider) override;
     int getSliderThumbRadius(juce::Slider& slider) override;
     juce::Label* createSliderTextBox(juce::Slider& slider) override;
-    juce::Font getSliderPopupFont(juce::Slider& slider) override;
 
     void drawLabel(juce::Graphics& g, juce::Label& label) override;
     juce::Font getLabelFont(juce::Label& label) override;
@@ -98,8 +98,6 @@ public:
                        bool isVertical, int thumbStart, int thumbSize, bool isMouseOver,
                        bool isMouseDown) override;
     int getDefaultScrollbarWidth() override;
-    void drawProgressBar(juce::Graphics& g, juce::ProgressBar& bar, int width, int height,
-                         double progress, const juce::String& text) override;
     void drawFileBrowserRow(juce::Graphics& g, int width, int height, const juce::File& file,
                             const juce::String& name, juce::Image* icon, const juce::String& size,
                             const juce::String& time, bool isFolder, bool isSelected, int index,
@@ -115,18 +113,11 @@ public:
     juce::Font getAlertWindowTitleFont() override;
     juce::Font getAlertWindowMessageFont() override;
     juce::Font getAlertWindowFont() override;
-    void drawDocumentWindowTitleBar(juce::DocumentWindow& window, juce::Graphics& g, int width,
-                                    int height, int titleX, int titleWidth, const juce::Image* icon,
-                                    bool isTitleOnLeft) override;
-    juce::Button* createDocumentWindowButton(int type) override;
     void drawCornerResizer(juce::Graphics& g, int width, int height, bool isMouseOver,
                            bool isMouseDragging) override;
 
 protected:
     explicit BaseTheme(const Palette& palette);
-
-    /// What the component tells; to be replaced where a state is only shown, not lived.
-    virtual ControlState getControlState(const juce::Component& component) const;
 
     /// Fills and edges what can be pressed. `bounds` may reach beyond what is visible of `shape`.
     virtual void drawControlSurface(juce::Graphics& g, const juce::Path& shape,
@@ -156,8 +147,12 @@ protected:
     /// The ground of a control for its state.
     juce::Colour getControlGround(const ControlState& state, bool isOn) const;
 
-    /// A ring that stands out from the ground.
+    /// The colour of a ring that stands out from the ground.
     juce::Colour getFocusColour(juce::Colour ground) const;
+
+    /// A part of the circle around a knob, from one angle to another, in radians clockwise from the
+    /// top.
+    static juce::Path makeKnobArc(juce::Point<float> centre, float radius, float from, float to);
 
     const Palette palette;
 
@@ -174,5 +169,9 @@ private:
     juce::TextLayout layoutTooltip(const juce::String& text) const;
 
     juce::SharedResourcePointer<ThemeFonts> fonts;
+    ControlState (*readState)(const juce::Component&);
+
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR(BaseTheme)
 };
+
+} // namespace kalim::ui

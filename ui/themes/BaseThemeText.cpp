@@ -1,5 +1,7 @@
 #include "ui/themes/BaseTheme.h"
 
+namespace kalim::ui
+{
 namespace
 {
 
@@ -18,7 +20,7 @@ void BaseTheme::drawLabel(juce::Graphics& g, juce::Label& label)
 {
     const auto bounds = label.getLocalBounds();
     const bool isValue = dynamic_cast<juce::Slider*>(label.getParentComponent()) != nullptr;
-    const ControlState state = getControlState(label);
+    const ControlState state = readState(label);
     const juce::Colour ground = label.findColour(juce::Label::backgroundColourId);
     if (isValue)
         drawWell(g, bounds.toFloat(), fieldCorner, ground);
@@ -58,7 +60,7 @@ void BaseTheme::fillTextEditorBackground(juce::Graphics& g, int width, int heigh
 void BaseTheme::drawTextEditorOutline(juce::Graphics& g, int width, int height,
                                       juce::TextEditor& editor)
 {
-    const ControlState state = getControlState(editor);
+    const ControlState state = readState(editor);
     const auto bounds = juce::Rectangle<int>(width, height).toFloat();
     if (!state.isEnabled)
     {
@@ -75,7 +77,7 @@ void BaseTheme::drawTextEditorOutline(juce::Graphics& g, int width, int height,
 void BaseTheme::drawComboBox(juce::Graphics& g, int width, int height, bool isDown, int, int, int,
                              int, juce::ComboBox& box)
 {
-    ControlState state = getControlState(box);
+    ControlState state = readState(box);
     state.isPressed = isDown || box.isPopupActive();
     const auto bounds = juce::Rectangle<int>(width, height).toFloat();
     juce::Path shape;
@@ -138,3 +140,5 @@ void BaseTheme::drawTooltip(juce::Graphics& g, const juce::String& text, int wid
     g.drawRect(bounds);
     layoutTooltip(text).draw(g, bounds.reduced(tooltipMargin, tooltipMargin - 2).toFloat());
 }
+
+} // namespace kalim::ui

@@ -1,6 +1,7 @@
 #include "ui/themes/BaseTheme.h"
-#include "ui/themes/TitleBarButton.h"
 
+namespace kalim::ui
+{
 namespace
 {
 
@@ -89,39 +90,6 @@ juce::Font BaseTheme::getAlertWindowFont()
     return getRegularFont(14.0F);
 }
 
-void BaseTheme::drawDocumentWindowTitleBar(juce::DocumentWindow& window, juce::Graphics& g,
-                                           int width, int height, int titleX, int titleWidth,
-                                           const juce::Image* icon, bool isTitleOnLeft)
-{
-    if (width <= 0 || height <= 0)
-        return;
-    g.fillAll(palette.header.ground);
-    const bool isActive = window.isActiveWindow();
-    const juce::Font font = getSemiBoldFont(juce::jmin(15.0F, static_cast<float>(height) * 0.62F));
-    const int iconSize = icon == nullptr ? 0 : height - 10;
-    const int iconSpace = icon == nullptr ? 0 : iconSize + 6;
-    const int textWidth =
-        juce::jmin(titleWidth - iconSpace - 8, font.getStringWidth(window.getName()) + 2);
-    const int space = iconSpace + textWidth;
-    int x = isTitleOnLeft ? titleX + 8 : juce::jmax(titleX, (width - space) / 2);
-    x = juce::jmax(titleX, juce::jmin(x, titleX + titleWidth - space));
-    if (icon != nullptr)
-    {
-        g.setOpacity(isActive ? 1.0F : 0.6F);
-        g.drawImageWithin(*icon, x, (height - iconSize) / 2, iconSize, iconSize,
-                          juce::RectanglePlacement::centred);
-    }
-    g.setColour(isActive ? palette.header.text : palette.header.disabledText);
-    g.setFont(font);
-    g.drawText(window.getName(), x + iconSpace, 0, textWidth, height,
-               juce::Justification::centredLeft, true);
-}
-
-juce::Button* BaseTheme::createDocumentWindowButton(int type)
-{
-    return std::make_unique<TitleBarButton>(type).release();
-}
-
 void BaseTheme::drawCornerResizer(juce::Graphics& g, int width, int height, bool isMouseOver,
                                   bool isMouseDragging)
 {
@@ -138,3 +106,5 @@ void BaseTheme::drawCornerResizer(juce::Graphics& g, int width, int height, bool
                                                 juce::PathStrokeType::rounded));
     }
 }
+
+} // namespace kalim::ui

@@ -1,20 +1,13 @@
-#include "ui/themes/DarkTheme.h"
+#include "ui/themes/Themes.h"
 
-#include "ui/themes/KnobArc.h"
-
+namespace kalim::ui
+{
 namespace
 {
 
 constexpr float scaleWidth = 4.0F;
 
-} // namespace
-
-DarkTheme::DarkTheme()
-    : BaseTheme(makePalette())
-{
-}
-
-Palette DarkTheme::makePalette()
+Palette makePalette()
 {
     using juce::Colour;
     Palette p;
@@ -46,82 +39,101 @@ Palette DarkTheme::makePalette()
     return p;
 }
 
-void DarkTheme::paintBackground(juce::Graphics& g, int width, int height)
+class DarkTheme : public BaseTheme
 {
-    g.setColour(palette.window.ground);
-    g.fillRect(0, 0, width, height);
+public:
+    DarkTheme()
+        : BaseTheme(makePalette())
+    {
+    }
+
+    void paintBackground(juce::Graphics& g, int width, int height) override
+    {
+        g.setColour(palette.window.ground);
+        g.fillRect(0, 0, width, height);
+    }
+
+    void paintHeaderBackground(juce::Graphics& g, int width, int height,
+                               const juce::String& title) override
+    {
+        g.setColour(palette.header.ground);
+        g.fillRect(0, 0, width, height);
+        drawHeaderTitle(g, height, title);
+    }
+
+protected:
+    void drawControlSurface(juce::Graphics& g, const juce::Path& shape, juce::Rectangle<float>,
+                            juce::Colour ground, const ControlState& state, bool isOn) override
+    {
+        g.setColour(ground);
+        g.fillPath(shape);
+        const juce::Colour edge = isOn ? ground.darker(0.3F) : palette.outline;
+        g.setColour(edge.withMultipliedAlpha(state.isEnabled ? 1.0F : 0.6F));
+        g.strokePath(shape, juce::PathStrokeType(1.0F));
+    }
+
+    void drawWell(juce::Graphics& g, juce::Rectangle<float> bounds, float cornerSize,
+                  juce::Colour ground) override
+    {
+        g.setColour(ground);
+        g.fillRoundedRectangle(bounds, cornerSize);
+        // What is narrower than a line of text is a track, which needs no edge.
+        if (juce::jmin(bounds.getWidth(), bounds.getHeight()) < 8.0F)
+            return;
+        g.setColour(ground.getBrightness() > 0.25F ? ground.darker(0.3F) : palette.outline);
+        g.drawRoundedRectangle(bounds.reduced(0.5F), cornerSize - 0.5F, 1.0F);
+    }
+
+    void drawKnobScale(juce::Graphics& g, juce::Point<float> centre, float radius,
+                       juce::Range<float> angles, float valueAngle,
+                       const ControlState& state) override
+    {
+        const float middle = radius - scaleWidth * 0.5F;
+        const juce::PathStrokeType stroke(scaleWidth, juce::PathStrokeType::curved,
+                                          juce::PathStrokeType::rounded);
+        g.setColour(state.isEnabled ? palette.track : palette.track.withMultipliedAlpha(0.6F));
+        g.strokePath(makeKnobArc(centre, middle, angles.getStart(), angles.getEnd()), stroke);
+        g.setColour(state.isEnabled ? palette.accent : palette.mutedAccent);
+        if (valueAngle - angles.getStart() > 0.01F)
+            g.strokePath(makeKnobArc(centre, middle, angles.getStart(), valueAngle), stroke);
+    }
+
+    void drawCap(juce::Graphics& g, juce::Point<float> centre, float radius,
+                 const ControlState& state) override
+    {
+        juce::Colour cap = palette.knob;
+        if (!state.isEnabled)
+            cap = cap.interpolatedWith(palette.window.ground, 0.5F);
+        else if (state.isPressed)
+            cap = cap.darker(0.2F);
+        else if (state.isHovered)
+            cap = cap.brighter(0.15F);
+        const auto area = juce::Rectangle<float>(radius * 2.0F, radius * 2.0F).withCentre(centre);
+        g.setColour(cap);
+        g.fillEllipse(area);
+        g.setColour(
+            palette.outline.brighter(0.15F).withMultipliedAlpha(state.isEnabled ? 1.0F : 0.6F));
+        g.drawEllipse(area.reduced(0.5F), 1.0F);
+    }
+
+    void drawThumb(juce::Graphics& g, juce::Point<float> centre, float radius,
+                   const ControlState& state, bool isOn) override
+    {
+        juce::Colour thumb = isOn ? palette.toggled.text : palette.secondaryText;
+        if (!state.isEnabled)
+            thumb = isOn ? palette.window.ground : palette.mutedAccent;
+        else if (state.isHovered && !state.isPressed)
+            thumb = isOn ? thumb.brighter(0.25F) : palette.window.text;
+        g.setColour(thumb);
+        g.fillEllipse(juce::Rectangle<float>(radius * 2.0F, radius * 2.0F).withCentre(centre));
+    }
+};
+
+} // namespace
+
+std::unique_ptr<BaseTheme> makeDarkTheme()
+{
+    return std::make_unique<DarkTheme>();
 }
 
-void DarkTheme::paintHeaderBackground(juce::Graphics& g, int width, int height,
-                                      const juce::String& title)
-{
-    g.setColour(palette.header.ground);
-    g.fillRect(0, 0, width, height);
-    drawHeaderTitle(g, height, title);
-}
-
-void DarkTheme::drawControlSurface(juce::Graphics& g, const juce::Path& shape,
-                                   juce::Rectangle<float>, juce::Colour ground,
-                                   const ControlState& state, bool isOn)
-{
-    g.setColour(ground);
-    g.fillPath(shape);
-    const juce::Colour edge = isOn ? ground.darker(0.3F) : palette.outline;
-    g.setColour(edge.withMultipliedAlpha(state.isEnabled ? 1.0F : 0.6F));
-    g.strokePath(shape, juce::PathStrokeType(1.0F));
-}
-
-void DarkTheme::drawWell(juce::Graphics& g, juce::Rectangle<float> bounds, float cornerSize,
-                         juce::Colour ground)
-{
-    g.setColour(ground);
-    g.fillRoundedRectangle(bounds, cornerSize);
-    // What is narrower than a line of text is a track, which needs no edge.
-    if (juce::jmin(bounds.getWidth(), bounds.getHeight()) < 8.0F)
-        return;
-    g.setColour(ground.getBrightness() > 0.25F ? ground.darker(0.3F) : palette.outline);
-    g.drawRoundedRectangle(bounds.reduced(0.5F), cornerSize - 0.5F, 1.0F);
-}
-
-void DarkTheme::drawKnobScale(juce::Graphics& g, juce::Point<float> centre, float radius,
-                              juce::Range<float> angles, float valueAngle,
-                              const ControlState& state)
-{
-    const float middle = radius - scaleWidth * 0.5F;
-    const juce::PathStrokeType stroke(scaleWidth, juce::PathStrokeType::curved,
-                                      juce::PathStrokeType::rounded);
-    g.setColour(state.isEnabled ? palette.track : palette.track.withMultipliedAlpha(0.6F));
-    g.strokePath(makeKnobArc(centre, middle, angles.getStart(), angles.getEnd()), stroke);
-    g.setColour(state.isEnabled ? palette.accent : palette.mutedAccent);
-    if (valueAngle - angles.getStart() > 0.01F)
-        g.strokePath(makeKnobArc(centre, middle, angles.getStart(), valueAngle), stroke);
-}
-
-void DarkTheme::drawCap(juce::Graphics& g, juce::Point<float> centre, float radius,
-                        const ControlState& state)
-{
-    juce::Colour cap = palette.knob;
-    if (!state.isEnabled)
-        cap = cap.interpolatedWith(palette.window.ground, 0.5F);
-    else if (state.isPressed)
-        cap = cap.darker(0.2F);
-    else if (state.isHovered)
-        cap = cap.brighter(0.15F);
-    const auto area = juce::Rectangle<float>(radius * 2.0F, radius * 2.0F).withCentre(centre);
-    g.setColour(cap);
-    g.fillEllipse(area);
-    g.setColour(palette.outline.brighter(0.15F).withMultipliedAlpha(state.isEnabled ? 1.0F : 0.6F));
-    g.drawEllipse(area.reduced(0.5F), 1.0F);
-}
-
-void DarkTheme::drawThumb(juce::Graphics& g, juce::Point<float> centre, float radius,
-                          const ControlState& state, bool isOn)
-{
-    juce::Colour thumb = isOn ? palette.toggled.text : palette.secondaryText;
-    if (!state.isEnabled)
-        thumb = isOn ? palette.window.ground : palette.mutedAccent;
-    else if (state.isHovered && !state.isPressed)
-        thumb = isOn ? thumb.brighter(0.25F) : palette.window.text;
-    g.setColour(thumb);
-    g.fillEllipse(juce::Rectangle<float>(radius * 2.0F, radius * 2.0F).withCentre(centre));
-}
+} // namespace kalim::ui

@@ -2,6 +2,9 @@
 
 #include <juce_graphics/juce_graphics.h>
 
+namespace kalim::ui
+{
+
 /// A ground and the text that stands on it: `text` has a contrast of at least 4.5:1 to the ground,
 /// `disabledText` of at least 3:1.
 struct Tone
@@ -58,3 +61,5 @@ struct Palette
     juce::Colour focusOnDark;
     juce::Colour warning;
 };
+
+} // namespace kalim::ui

@@ -2,6 +2,9 @@
 
 #include <juce_graphics/juce_graphics.h>
 
+namespace kalim::ui
+{
+
 /// The themes' typefaces, which come with the plug-in. Held by all themes together through a
 /// `juce::SharedResourcePointer`.
 class ThemeFonts
@@ -17,3 +20,5 @@ private:
     juce::Typeface::Ptr regular;
     juce::Typeface::Ptr semiBold;
 };
+
+} // namespace kalim::ui

@@ -1,13 +1,15 @@
 #include "Artwork.h"
-#include "dev/gallery/Scenes.h"
+#include "dev/gallery/Sheet.h"
 #include "ui/controls/IconButton.h"
 
+namespace kalim::gallery
+{
 namespace
 {
 
-std::unique_ptr<IconButton> makeIconButton(const char* data, int size)
+std::unique_ptr<ui::IconButton> makeIconButton(const char* data, int size)
 {
-    auto button = std::make_unique<IconButton>("icon");
+    auto button = std::make_unique<ui::IconButton>("icon");
     button->setIcon(juce::Drawable::createFromImageData(data, static_cast<size_t>(size)).release());
     return button;
 }
@@ -30,7 +32,7 @@ std::unique_ptr<Sheet> makeTextButtons()
         auto icon = makeIconButton(artwork::undo_svg, artwork::undo_svgSize);
         setStage(*icon, stage);
         sheet->place(std::move(icon), {x, y, 24, 24}, getName(stage));
-        auto text = std::make_unique<IconButton>("fallback");
+        auto text = std::make_unique<ui::IconButton>("fallback");
         text->setButtonText("->");
         setStage(*text, stage);
         sheet->place(std::move(text), {x + 36, y, 24, 24});
@@ -131,3 +133,5 @@ Scenes getButtonScenes()
             {"icons", makeIcons},
             {"toggles", makeToggles}};
 }
+
+} // namespace kalim::gallery

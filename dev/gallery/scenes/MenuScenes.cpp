@@ -1,5 +1,7 @@
-#include "dev/gallery/Scenes.h"
+#include "dev/gallery/Sheet.h"
 
+namespace kalim::gallery
+{
 namespace
 {
 
@@ -19,7 +21,7 @@ bool isSeparator(const Row& row)
 }
 
 /// A menu as the framework lays it out, since a real one needs a screen.
-void paintMenu(juce::Graphics& g, BaseTheme& theme, const std::vector<Row>& rows)
+void paintMenu(juce::Graphics& g, ui::BaseTheme& theme, const std::vector<Row>& rows)
 {
     const int border = theme.getPopupMenuBorderSize();
     int width = 0;
@@ -85,8 +87,8 @@ std::unique_ptr<Sheet> makeMenus()
     for (const auto& rows : {presets, plugIn, themes})
     {
         auto menu =
-            std::make_unique<Drawing>([rows](juce::Graphics& g, juce::Component&, BaseTheme& theme)
-                                      { paintMenu(g, theme, rows); });
+            std::make_unique<Drawing>([rows](juce::Graphics& g, juce::Component&,
+                                             ui::BaseTheme& theme) { paintMenu(g, theme, rows); });
         sheet->place(std::move(menu), {x, 20, 260, 370});
         x += 250;
     }
@@ -99,3 +101,5 @@ Scenes getMenuScenes()
 {
     return {{"menus", makeMenus}};
 }
+
+} // namespace kalim::gallery

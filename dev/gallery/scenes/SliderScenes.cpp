@@ -1,5 +1,7 @@
-#include "dev/gallery/Scenes.h"
+#include "dev/gallery/Sheet.h"
 
+namespace kalim::gallery
+{
 namespace
 {
 
@@ -68,3 +70,5 @@ Scenes getSliderScenes()
 {
     return {{"knobs", makeKnobs}, {"sliders", makeLinearSliders}};
 }
+
+} // namespace kalim::gallery

@@ -1,5 +1,7 @@
-#include "dev/gallery/Scenes.h"
+#include "dev/gallery/Sheet.h"
 
+namespace kalim::gallery
+{
 namespace
 {
 
@@ -87,7 +89,7 @@ std::unique_ptr<Sheet> makeTooltips()
           juce::String::fromUTF8("有効にすると奇数次の高調波だけを処理します。")})
     {
         auto tooltip = std::make_unique<Drawing>(
-            [text](juce::Graphics& g, juce::Component& component, BaseTheme& theme)
+            [text](juce::Graphics& g, juce::Component& component, ui::BaseTheme& theme)
             {
                 const auto size = theme.getTooltipBounds(text, {}, {0, 0, 2000, 2000});
                 const juce::Graphics::ScopedSaveState saved(g);
@@ -108,3 +110,5 @@ Scenes getTextScenes()
 {
     return {{"fields", makeFields}, {"languages", makeLanguages}, {"tooltips", makeTooltips}};
 }
+
+} // namespace kalim::gallery

@@ -1,6 +1,8 @@
-#include "dev/gallery/Scenes.h"
+#include "dev/gallery/Sheet.h"
 #include "ui/controls/AboutDialog.h"
 
+namespace kalim::gallery
+{
 namespace
 {
 
@@ -12,11 +14,10 @@ public:
     void paintListBoxItem(int row, juce::Graphics& g, int width, int height,
                           bool isSelected) override
     {
-        auto& theme = dynamic_cast<BaseTheme&>(juce::LookAndFeel::getDefaultLookAndFeel());
+        auto& theme = dynamic_cast<ui::BaseTheme&>(juce::LookAndFeel::getDefaultLookAndFeel());
         if (isSelected)
             g.fillAll(theme.findColour(juce::TextEditor::highlightColourId));
-        g.setColour(isSelected ? theme.getPalette().selection.text
-                               : theme.findColour(juce::ListBox::textColourId));
+        g.setColour(isSelected ? theme.getPalette().selection.text : theme.getPalette().field.text);
         g.setFont(theme.getRegularFont(14.0F));
         g.drawText("Device " + juce::String(row + 1), 8, 0, width - 8, height,
                    juce::Justification::centredLeft, true);
@@ -31,23 +32,6 @@ public:
     Rows rows;
 };
 
-class OwningProgressBar : public juce::Component
-{
-public:
-    explicit OwningProgressBar(double start)
-        : value(start)
-        , bar(value)
-    {
-        addAndMakeVisible(bar);
-    }
-
-    void resized() override { bar.setBounds(getLocalBounds()); }
-
-private:
-    double value;
-    juce::ProgressBar bar;
-};
-
 std::unique_ptr<Sheet> makeLists()
 {
     auto sheet = std::make_unique<Sheet>(700, 250);
@@ -57,9 +41,8 @@ std::unique_ptr<Sheet> makeLists()
     list->selectRow(2);
     list->setOutlineThickness(1);
     sheet->place(std::move(list), {20, 28, 180, 150}, "list");
-    sheet->place(std::make_unique<OwningProgressBar>(0.4), {20, 196, 180, 20});
     auto files = std::make_unique<Drawing>(
-        [](juce::Graphics& g, juce::Component& component, BaseTheme& theme)
+        [](juce::Graphics& g, juce::Component& component, ui::BaseTheme& theme)
         {
             g.fillAll(theme.getPalette().field.ground);
             // The framework's rows never look at the list they belong to.
@@ -83,39 +66,10 @@ std::unique_ptr<Sheet> makeLists()
     return sheet;
 }
 
-std::unique_ptr<Sheet> makeTitleBar()
-{
-    auto sheet = std::make_unique<Sheet>(440, 230);
-    auto& look = juce::LookAndFeel::getDefaultLookAndFeel();
-    auto window = std::make_unique<juce::DocumentWindow>(
-        "Kalim", look.findColour(juce::ResizableWindow::backgroundColourId),
-        juce::DocumentWindow::allButtons, false);
-    sheet->place(std::move(window), {20, 20, 400, 90}).setVisible(true);
-    sheet->place(std::make_unique<Drawing>([](juce::Graphics& g, juce::Component&, BaseTheme& theme)
-                                           { g.fillAll(theme.getPalette().header.ground); }),
-                 {20, 130, 400, 78});
-    int y = 130;
-    for (const Stage stage : {Stage::normal, Stage::hovered, Stage::pressed})
-    {
-        int x = 310;
-        for (const int type :
-             {juce::DocumentWindow::minimiseButton, juce::DocumentWindow::maximiseButton,
-              juce::DocumentWindow::closeButton})
-        {
-            std::unique_ptr<juce::Button> button(look.createDocumentWindowButton(type));
-            setStage(*button, stage);
-            sheet->place(std::move(button), {x, y, 31, 26});
-            x += 31;
-        }
-        y += 26;
-    }
-    return sheet;
-}
-
 std::unique_ptr<Sheet> makeAbout()
 {
     auto sheet = std::make_unique<Sheet>(400, 244);
-    auto dialog = std::make_unique<AboutDialog>();
+    auto dialog = std::make_unique<ui::AboutDialog>();
     dialog->setPlugInName("Kalim");
     const juce::Rectangle<int> bounds = dialog->getLocalBounds().withPosition(20, 20);
     sheet->place(std::move(dialog), bounds);
@@ -147,9 +101,11 @@ std::unique_ptr<Sheet> makeAlerts()
 
 Scenes getWindowScenes()
 {
-    Scenes scenes = {{"lists", makeLists}, {"title-bar", makeTitleBar}, {"about", makeAbout}};
+    Scenes scenes = {{"lists", makeLists}, {"about", makeAbout}};
     // Windows with messages exist on a screen only.
     if (juce::Desktop::getInstance().getDisplays().getPrimaryDisplay() != nullptr)
         scenes.push_back({"alerts", makeAlerts});
     return scenes;
 }
+
+} // namespace kalim::gallery

@@ -1,81 +1,77 @@
-#include "ui/themes/DarkTheme.h"
-#include "ui/themes/SteelTheme.h"
+#include "ui/themes/Themes.h"
+
+#include "ui/controls/IconButton.h"
+#include "ui/plot/PlotColours.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-namespace
-{
-
-/// The relative luminance of the Web Content Accessibility Guidelines 2.1.
-double getLuminance(juce::Colour colour)
-{
-    const auto linear = [](double value)
-    { return value <= 0.03928 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4); };
-    return 0.2126 * linear(colour.getFloatRed()) + 0.7152 * linear(colour.getFloatGreen()) +
-           0.0722 * linear(colour.getFloatBlue());
-}
-
-double getContrast(juce::Colour a, juce::Colour b)
-{
-    const double first = getLuminance(a) + 0.05;
-    const double second = getLuminance(b) + 0.05;
-    return first > second ? first / second : second / first;
-}
-
-void expectContrast(juce::Colour colour, juce::Colour ground, double least)
-{
-    EXPECT_GE(getContrast(colour, ground), least)
-        << colour.toString() << " on " << ground.toString();
-}
-
-} // namespace
+using namespace kalim::ui;
 
 TEST(Themes, HaveTextValuesAndFocusThatCanBeSeen)
 {
-    for (const Palette& palette : {DarkTheme::makePalette(), SteelTheme::makePalette()})
+    EXPECT_DOUBLE_EQ(contrastBetween(juce::Colours::black, juce::Colours::white), 21.0);
+    EXPECT_NEAR(contrastBetween(juce::Colour(0xff767676), juce::Colours::white), 4.54, 0.005);
+    for (const Theme& theme : themes)
     {
+        const std::unique_ptr<BaseTheme> made = theme.make();
+        const Palette& p = made->getPalette();
+        const auto expect = [&](double least, juce::Colour ink, juce::Colour ground)
+        { EXPECT_GE(contrastBetween(ink, ground), least) << ink.toString() << ground.toString(); };
         for (const Tone& tone :
-             {palette.window, palette.header, palette.control, palette.toggled, palette.field,
-              palette.display, palette.menu, palette.highlight, palette.tooltip, palette.selection})
-            expectContrast(tone.text, tone.ground, 4.5);
-        for (const Tone& tone :
-             {palette.window, palette.header, palette.field, palette.display, palette.menu,
-              palette.highlight, palette.tooltip, palette.selection})
-            expectContrast(tone.disabledText, tone.ground, 3.0);
-        expectContrast(palette.control.disabledText, palette.disabledControl, 3.0);
-        expectContrast(palette.toggled.disabledText, palette.disabledToggled, 3.0);
-        for (const juce::Colour ground : {palette.hoveredControl, palette.pressedControl})
-            expectContrast(palette.control.text, ground, 4.5);
-        for (const juce::Colour ground : {palette.window.ground, palette.menu.ground})
-            expectContrast(palette.secondaryText, ground, 4.5);
-        expectContrast(palette.pointer, palette.knob, 3.0);
-        expectContrast(palette.accent, palette.track, 3.0);
-        for (const juce::Colour ground :
-             {palette.window.ground, palette.control.ground, palette.toggled.ground})
-            expectContrast(ground.getPerceivedBrightness() > 0.5F ? palette.focusOnLight
-                                                                  : palette.focusOnDark,
-                           ground, 3.0);
+             {p.window, p.header, p.field, p.display, p.menu, p.highlight, p.tooltip, p.selection})
+        {
+            expect(4.5, tone.text, tone.ground);
+            expect(3.0, tone.disabledText, tone.ground);
+        }
+        for (const juce::Colour ground : {p.control.ground, p.hoveredControl, p.pressedControl})
+            expect(4.5, p.control.text, ground);
+        expect(4.5, p.toggled.text, p.toggled.ground);
+        expect(3.0, p.control.disabledText, p.disabledControl);
+        expect(3.0, p.toggled.disabledText, p.disabledToggled);
+        expect(4.5, p.secondaryText, p.window.ground);
+        expect(4.5, p.secondaryText, p.menu.ground);
+        expect(3.0, p.pointer, p.knob);
+        expect(3.0, p.accent, p.track);
+        for (const juce::Colour ground : {p.window.ground, p.control.ground, p.toggled.ground})
+            expect(3.0, ground.getPerceivedBrightness() > 0.5F ? p.focusOnLight : p.focusOnDark,
+                   ground);
     }
 }
 
 TEST(Themes, PaintTheWholeBackgroundAtEveryScale)
 {
-    DarkTheme dark;
-    SteelTheme steel;
-    for (BaseTheme* const theme : std::initializer_list<BaseTheme*>{&dark, &steel})
+    for (const Theme& theme : themes)
         for (const float scale : {1.0F, 1.25F, 1.5F, 2.0F})
         {
             const auto size = static_cast<int>(std::ceil(101.0F * scale));
-            juce::Image image(juce::Image::ARGB, size, size, true);
-            {
-                juce::Graphics g(image);
-                g.addTransform(juce::AffineTransform::scale(scale));
-                theme->paintBackground(g, 101, 101);
-            }
+            juce::Image image(juce::Image::ARGB, size, size, true, juce::SoftwareImageType());
+            juce::Graphics g(image);
+            g.addTransform(juce::AffineTransform::scale(scale));
+            theme.make()->paintBackground(g, 101, 101);
             // The last pixel may lie half outside.
-            EXPECT_EQ(image.getPixelAt(size - 2, size - 2).getAlpha(), 255) << scale;
-            EXPECT_EQ(image.getPixelAt(0, 0).getAlpha(), 255) << scale;
+            for (const int place : {0, size - 2})
+                EXPECT_EQ(image.getPixelAt(place, place).getAlpha(), 255) << scale;
         }
+}
+
+TEST(Themes, ColourTheIconsOfButtons)
+{
+    const std::unique_ptr<BaseTheme> theme = makeDarkTheme();
+    IconButton button("button");
+    button.setLookAndFeel(theme.get());
+    button.setSize(24, 24);
+    auto square = std::make_unique<juce::DrawableRectangle>();
+    square->setRectangle(juce::Rectangle<float>(8.0F, 8.0F, 8.0F, 8.0F));
+    square->setFill(juce::Colours::black);
+    button.setIcon(square.release());
+    const Palette& palette = theme->getPalette();
+    for (const juce::Colour colour : {palette.control.text, palette.toggled.text})
+    {
+        const juce::Image picture = button.createComponentSnapshot(button.getLocalBounds());
+        EXPECT_EQ(picture.getPixelAt(12, 12), colour);
+        button.setToggleState(true, juce::dontSendNotification);
+    }
+    button.setLookAndFeel(nullptr);
 }

@@ -1,50 +1,65 @@
-#include "ui/plot/CurveEditor.h"
+#include "tests/ui/OpenEditor.h"
+#include "ui/plot/PlotColours.h"
 
-#include "tests/ui/Mouse.h"
-
-#include <gtest/gtest.h>
-
+#include <cmath>
 #include <limits>
 
-using Handle = CurveEditor::Handle;
+using namespace kalim::ui;
 
 namespace
 {
 
+using Handle = CurveEditor::Handle;
+
 constexpr int width = 600;
 constexpr int height = 176;
 
-/// A step of an arrow key in normalised coordinates.
-constexpr float keyStep = 1.0F / 500.0F;
-
-/// Pins handles to the top and to 0.2 to 0.6 sideways, there to multiples of `grain`, and writes
-/// down what happens.
-class PinningListener : public CurveEditor::Listener
+/// The editor's plot with the fundamental at 50 Hz.
+class ThePlot : public OpenEditor
 {
-public:
-    void handleDragStarted(CurveEditor*, int index, Handle&) override { events << "(" << index; }
-
-    void handlePositionChanged(CurveEditor*, int index, Handle& handle) override
+protected:
+    ThePlot()
     {
-        events << "v" << index;
-        handle.x = juce::jlimit(0.2F, 0.6F, handle.x);
-        if (grain > 0.0F)
-            handle.x = grain * std::round(handle.x / grain);
-        handle.y = 1.0F;
+        editor->setSize(680, 424);
+        plugIn.prepareToPlay(48000.0, 512);
+        editor->timerCallback();
+        EXPECT_EQ(curves.getBounds(), juce::Rectangle<int>(56, 64, width, height));
     }
 
-    void handleDragEnded(CurveEditor*, int index, Handle&) override { events << ")" << index; }
+    static float toX(double hz) { return static_cast<float>(width * positionOf(hz)); }
 
-    void backGroundClick(CurveEditor*, juce::Point<float>) override { events << "b"; }
+    juce::MouseEvent mouseAt(float x, float y) { return makeMouseEvent(curves, {x, y}, pressed); }
 
-    float grain = 0.0F;
-    juce::String events;
+    void press(float x, float y)
+    {
+        pressed = {x, y};
+        curves.mouseDown(mouseAt(x, y));
+    }
+
+    float dragTo(float x)
+    {
+        curves.mouseDrag(mouseAt(x, 170.0F));
+        return getFundamental();
+    }
+
+    /// In Hz, when everything has caught up.
+    float getFundamental()
+    {
+        juce::MessageManager::getInstance()->runDispatchLoopUntil(20);
+        editor->timerCallback();
+        return valueOf(Kalimmer::FundamentalFrequency);
+    }
+
+    CurveEditor& curves = find<CurveEditor>("spectrumCurveEditor");
+    juce::Point<float> pressed;
 };
 
 /// Collects what is asked to be painted again.
 struct RepaintSpy : juce::CachedComponentImage
 {
     void paint(juce::Graphics&) override {}
+
+    void releaseResources() override {}
 
     bool invalidateAll() override { return invalidate({width, height}); }
 
@@ -54,149 +69,116 @@ struct RepaintSpy : juce::CachedComponentImage
         return true;
     }
 
-    void releaseResources() override {}
-
     juce::Rectangle<int> area;
 };
 
-class ACurveEditor : public ::testing::Test
+struct ACurveEditor : ::testing::Test
 {
-protected:
     ACurveEditor()
     {
         editor.setSize(width, height);
         editor.setVisible(true);
-        editor.addListener(&listener);
-        placeHandles(0.5F);
-    }
-
-    ~ACurveEditor() override { editor.removeListener(&listener); }
-
-    /// The fundamental at x, with a marker in the same place and others to its right.
-    void placeHandles(float x)
-    {
-        editor.clearHandles();
-        editor.setHandle(0, {x, 1.0F, 20.0F, Handle::triangle});
-        for (int i = 1; i < 20; ++i)
-            editor.setHandle(i, {x + static_cast<float>(i - 1) * 0.01F, 1.0F, 20.0F});
-    }
-
-    float fundamental() const { return editor.getHandle(0)->x; }
-
-    juce::MouseEvent mouseAt(float x, float y) { return makeMouseEvent(editor, {x, y}, pressed); }
-
-    void press(float x, float y)
-    {
-        pressed = {x, y};
-        editor.mouseDown(mouseAt(x, y));
-    }
-
-    juce::Image picture(float scale = 1.0F)
-    {
-        return editor.createComponentSnapshot(editor.getLocalBounds(), true, scale);
     }
 
     CurveEditor editor;
-    PinningListener listener;
-    juce::Point<float> pressed;
 };
+
+juce::Image draw(CurveEditor& editor, float scale = 1.0F)
+{
+    return editor.createComponentSnapshot(editor.getLocalBounds(), true, scale);
+}
 
 } // namespace
 
-TEST_F(ACurveEditor, DragsTheFundamentalAsFarAsTheListenerLetsItWhileHandlesAreReplaced)
+TEST_F(ThePlot, LetsTheFundamentalBeDraggedWithinItsRangeInOneStepToUndo)
 {
     // Off the triangle but within easy reach, and right on a marker's line.
-    press(306.0F, 20.0F);
+    press(toX(50.0) + 6.0F, 20.0F);
     for (const auto& [x, expected] :
-         {std::pair{336.0F, 0.55F}, {276.0F, 0.45F}, {590.0F, 0.6F}, {-900.0F, 0.2F}})
+         {std::pair{toX(61.0), 61.0F}, {toX(47.0), 47.0F}, {1200.0F, 500.0F}, {-900.0F, 40.0F}})
+        EXPECT_NEAR(dragTo(x + 6.0F), expected, 0.051F); // in steps of 0.1 Hz
+    EXPECT_EQ(curves.getHandle(0)->y, 1.0F);
+    EXPECT_NEAR(curves.getHandle(0)->x, 0.0F, 1e-6F);
+    curves.mouseUp(mouseAt(-900.0F, 170.0F));
+    getFundamental();
+    EXPECT_TRUE(told.startsWith("(0v0") && told.endsWith("v0)0")) << told;
+    plugIn.undo();
+    EXPECT_EQ(getFundamental(), 50.0F);
+    EXPECT_FALSE(plugIn.canUndo());
+}
+
+TEST_F(ThePlot, EndsADragWhoseHandleIsGoneAndStartsNoneOnAMereClickNorOnAMarker)
+{
+    for (const auto& [from, to] : {std::pair{50.0, 50.0}, {100.0, 150.0}})
     {
-        editor.mouseDrag(mouseAt(x, 170.0F));
-        EXPECT_FLOAT_EQ(fundamental(), expected);
-        EXPECT_FLOAT_EQ(editor.getHandle(0)->y, 1.0F);
-        placeHandles(fundamental());
+        press(toX(from), 5.0F);
+        curves.mouseDrag(mouseAt(toX(to), 5.0F));
+        curves.mouseUp(mouseAt(toX(to), 5.0F));
+        EXPECT_EQ(getFundamental(), 50.0F);
     }
-    editor.mouseUp(mouseAt(270.0F, 170.0F));
-    EXPECT_EQ(listener.events, "(0v0v0v0v0)0");
+    EXPECT_EQ(told, "");
+    EXPECT_FALSE(plugIn.canUndo());
+
+    press(toX(50.0), 5.0F);
+    dragTo(toX(60.0));
+    curves.clearHandles();
+    curves.mouseDrag(mouseAt(toX(70.0), 5.0F));
+    curves.mouseUp(mouseAt(toX(70.0), 5.0F));
+    EXPECT_EQ(curves.getHandle(0), nullptr);
+    EXPECT_NEAR(getFundamental(), 60.0F, 0.051F);
+    EXPECT_EQ(told, "(0v0)0");
 }
 
-TEST_F(ACurveEditor, EndsADragWhoseHandleIsGone)
+TEST_F(ThePlot, MovesTheFundamentalWithTheArrowKeysThoughItIsRounded)
 {
-    press(300.0F, 5.0F);
-    editor.mouseDrag(mouseAt(310.0F, 5.0F));
-    editor.clearHandles();
-    editor.mouseDrag(mouseAt(320.0F, 5.0F));
-    editor.mouseUp(mouseAt(320.0F, 5.0F));
-    EXPECT_EQ(listener.events, "(0v0)0");
-    EXPECT_EQ(editor.getHandle(0), nullptr);
-}
-
-TEST_F(ACurveEditor, DoesNotStartADragOnAMereClickNorOnAMarker)
-{
-    for (const auto& [x, expected] : {std::pair{300.0F, ""}, {360.0F, "b"}, {2.0F, "bb"}})
-    {
-        press(x, 5.0F);
-        editor.mouseUp(mouseAt(x, 5.0F));
-        EXPECT_EQ(listener.events, expected);
-    }
-}
-
-TEST_F(ACurveEditor, MovesTheFundamentalWithTheArrowKeysThoughTheListenerRounds)
-{
-    editor.keyPressed(juce::KeyPress(juce::KeyPress::rightKey));
-    EXPECT_NEAR(fundamental(), 0.5F + keyStep, 1e-6F);
-    EXPECT_EQ(listener.events, "(0v0)0");
-    EXPECT_FALSE(editor.keyPressed(juce::KeyPress('a')));
-    listener.grain = keyStep / 2.0F;
+    EXPECT_TRUE(curves.keyPressed(juce::KeyPress(juce::KeyPress::rightKey)));
+    EXPECT_FALSE(curves.keyPressed(juce::KeyPress('a')));
+    EXPECT_NEAR(getFundamental(), 50.0 * std::pow(50.0, 1.0 / 500.0), 0.051);
     const juce::KeyPress fine(juce::KeyPress::leftKey, juce::ModifierKeys::shiftModifier, 0);
     for (int i = 0; i < 20; ++i)
     {
-        editor.keyPressed(fine);
-        placeHandles(fundamental());
+        curves.keyPressed(fine);
+        getFundamental();
     }
-    EXPECT_NEAR(fundamental(), 0.5F - keyStep, 1e-5F);
+    EXPECT_NEAR(getFundamental(), 50.0 * std::pow(50.0, -1.0 / 500.0), 0.051);
 }
 
 TEST_F(ACurveEditor, RepaintsOnlyWhereHandlesHaveChanged)
 {
+    for (int i = 0; i < 20; ++i)
+        editor.setHandle(i, {0.5F + 0.01F * static_cast<float>(i), 1.0F, 20.0F});
     auto* const spy = std::make_unique<RepaintSpy>().release();
     editor.setCachedComponentImage(spy);
-    const auto takeRepainted = [spy]
+    const auto takeRepainted = [&](float firstX)
     {
+        editor.setHandle(0, {firstX, 1.0F, 20.0F});
         juce::MessageManager::getInstance()->runDispatchLoopUntil(20);
         return std::exchange(spy->area, {});
     };
-    takeRepainted();
-    placeHandles(0.5F);
-    EXPECT_TRUE(takeRepainted().isEmpty());
-    Handle moved = *editor.getHandle(0);
-    moved.x = 0.1F;
-    editor.setHandle(0, moved);
-    const juce::Rectangle<int> area = takeRepainted();
+    takeRepainted(0.5F);
+    EXPECT_TRUE(takeRepainted(0.5F).isEmpty());
+    const juce::Rectangle<int> area = takeRepainted(0.1F);
     EXPECT_TRUE(area.contains(juce::Rectangle<int>(50, 0, 260, height)));
     EXPECT_FALSE(area.intersects(juce::Rectangle<int>(400, 0, 200, height)));
     editor.setCurve(0, Curve({{0.0F, 0.5F}, {1.0F, 0.5F}}, {}, juce::Colours::white, 1.5F));
-    EXPECT_EQ(takeRepainted(), juce::Rectangle<int>(width, height));
+    EXPECT_EQ(takeRepainted(0.1F), juce::Rectangle<int>(width, height));
 }
 
 TEST_F(ACurveEditor, LeavesOutWhatIsNotFinite)
 {
     constexpr float infinity = std::numeric_limits<float>::infinity();
     constexpr float nan = std::numeric_limits<float>::quiet_NaN();
-    editor.clearHandles();
-    const Curve plain({{0.0F, 0.5F}, {0.5F, 0.25F}, {1.0F, 0.5F}}, juce::Colours::grey,
-                      juce::Colours::white, 1.5F);
-    editor.setCurve(0, plain);
-    const juce::Image expected = picture();
-    Curve broken = plain;
-    broken.points.insert(broken.points.begin() + 1, {{0.2F, nan}, {nan, 0.3F}, {0.3F, -infinity}});
-    editor.setCurve(0, broken);
-    for (const int shape : {0, 1, 3})
-    {
-        editor.setHandle(3 * shape, {nan, 1.0F, 20.0F, shape});
-        editor.setHandle(3 * shape + 1, {0.5F, infinity, 20.0F, shape});
-        editor.setHandle(3 * shape + 2, {1.5F, 0.5F, 20.0F, shape});
-    }
-    const juce::Image drawn = picture();
+    Curve curve({{0.0F, 0.5F}, {0.5F, 0.25F}, {1.0F, 0.5F}}, juce::Colours::grey,
+                juce::Colours::white, 1.5F);
+    editor.setCurve(0, curve);
+    const juce::Image expected = draw(editor);
+    curve.points.insert(curve.points.begin() + 1, {{0.2F, nan}, {nan, 0.3F}, {0.3F, -infinity}});
+    editor.setCurve(0, curve);
+    int index = 0;
+    for (const int shape : {Handle::marker, Handle::ellipse, Handle::triangle})
+        for (const auto& [x, y] : {std::pair{nan, 1.0F}, {0.5F, infinity}, {1.5F, 0.5F}})
+            editor.setHandle(index++, {x, y, 20.0F, shape});
+    const juce::Image drawn = draw(editor);
     for (int y = 0; y < height; y += 3)
         for (int x = 0; x < width; ++x)
             ASSERT_EQ(drawn.getPixelAt(x, y), expected.getPixelAt(x, y)) << x << ", " << y;
@@ -204,13 +186,12 @@ TEST_F(ACurveEditor, LeavesOutWhatIsNotFinite)
 
 TEST_F(ACurveEditor, DrawsLinesOfTheirThicknessAtAnySlope)
 {
-    editor.clearHandles();
-    editor.setColour(CurveEditor::backgroundColourId, juce::Colours::black);
-    editor.setColour(CurveEditor::outlineColourId, juce::Colours::black);
+    for (const int id : {PlotColours::backgroundId, PlotColours::outlineId})
+        editor.setColour(id, juce::Colours::black);
     for (const float end : {0.5F, 0.55F, 0.7F, 1.0F})
     {
         editor.setCurve(0, Curve({{0.5F, 0.1F}, {end, 0.9F}}, {}, juce::Colours::white, 4.0F));
-        const juce::Image drawn = picture();
+        const juce::Image drawn = draw(editor);
         double light = 0.0;
         for (int y = 0; y < height; ++y)
             for (int x = 0; x < width; ++x)
@@ -223,17 +204,13 @@ TEST_F(ACurveEditor, DrawsLinesOfTheirThicknessAtAnySlope)
 
 TEST_F(ACurveEditor, TellsMarkersApartWithoutColour)
 {
-    editor.clearHandles();
-    editor.setHandle(1, {0.25F, 1.0F, 20.0F, 0, 0, juce::Colours::green});
-    editor.setHandle(2, {0.75F, 1.0F, 20.0F, 0, 0, juce::Colours::red});
-    const juce::Image drawn = picture(2.0F);
-    const auto countChanges = [&](int x)
+    for (const bool isDashed : {false, true})
     {
+        editor.setHandle(0, {.x = 0.25F, .y = 1.0F, .size = 20.0F, .isDashed = isDashed});
+        const juce::Image drawn = draw(editor, 2.0F);
         int changes = 0;
         for (int y = 40; y < 2 * height - 8; ++y)
-            changes += drawn.getPixelAt(x, y) != drawn.getPixelAt(x, y - 1) ? 1 : 0;
-        return changes;
-    };
-    EXPECT_EQ(countChanges(300), 0);
-    EXPECT_GT(countChanges(900), 20);
+            changes += drawn.getPixelAt(300, y) != drawn.getPixelAt(300, y - 1) ? 1 : 0;
+        EXPECT_EQ(changes > 0, isDashed) << changes;
+    }
 }

@@ -1,7 +1,10 @@
-#include "ui/plot/AxisMarkers.h"
+#include "ui/plot/AxisScale.h"
 
 #include <cmath>
+#include <limits>
 
+namespace kalim::ui
+{
 namespace
 {
 
@@ -48,7 +51,7 @@ public:
     {
         const double position = (mapping.forward(value) - start) / length;
         if (position >= -rounding && position <= 1.0 + rounding)
-            markers.push_back({value, juce::jlimit(0.0, 1.0, position), text});
+            markers.push_back({juce::jlimit(0.0, 1.0, position), text});
     }
 
     std::vector<AxisMarker> take() { return std::move(markers); }
@@ -127,6 +130,22 @@ std::vector<double> candidateSteps(double width)
 
 } // namespace
 
+double LogarithmicValueMapping::forward(double value) const
+{
+    using Limits = std::numeric_limits<double>;
+    // Written so that NaN becomes the smallest, too.
+    const double positive = value >= Limits::min() ? value : Limits::min();
+    return std::log10(positive <= Limits::max() ? positive : Limits::max());
+}
+
+double LogarithmicValueMapping::back(double mapped) const
+{
+    constexpr double lowest = std::numeric_limits<double>::min_exponent10;
+    constexpr double highest = std::numeric_limits<double>::max_exponent10;
+    const double exponent = mapped >= lowest ? mapped : lowest;
+    return std::pow(10.0, exponent <= highest ? exponent : highest);
+}
+
 std::vector<AxisMarker> chooseAxisMarkers(juce::Range<double> range,
                                           const BaseValueMapping& mapping, double length,
                                           double gap, const AxisTextExtent& extentOf)
@@ -151,3 +170,5 @@ std::vector<AxisMarker> chooseAxisMarkers(juce::Range<double> range,
     }
     return {};
 }
+
+} // namespace kalim::ui

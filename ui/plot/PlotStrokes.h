@@ -3,6 +3,9 @@
 #include <juce_graphics/juce_graphics.h>
 #include <vector>
 
+namespace kalim::ui
+{
+
 /// Draws the line of a graph, which has one height at every x, smoothly into an image. A noisy
 /// spectrum crosses many pixel rows in every column, which makes the outline of its line expensive
 /// to fill as a path. Here each column of pixels is split into slices, each slice is covered from
@@ -17,7 +20,7 @@ public:
               juce::Colour colour);
 
 private:
-    /// A stretch of a slice from top to bottom.
+    /// A part of a slice from top to bottom.
     struct Span
     {
         float top;
@@ -40,3 +43,23 @@ private:
     /// By how much the coverage changes from a row to the next in the column that is drawn.
     std::vector<float> changes;
 };
+
+/// A line that marks a place on the horizontal axis.
+struct MarkerLine
+{
+    /// Normalised: 0 is the left edge of the picture, 1 the right one.
+    float x = 0.0F;
+    juce::Colour colour;
+    /// Dashed with an open cap, or else solid with a filled one.
+    bool isDashed = false;
+
+    bool operator==(const MarkerLine& other) const = default;
+};
+
+/// Draws lines from the top to the bottom of a picture, in pixels of the picture, of which `scale`
+/// make one pixel of the design. Lines are in ascending order of x: where neighbours are near each
+/// other, caps get narrower.
+void drawMarkerLines(juce::Graphics& graphics, juce::Rectangle<int> picture, float scale,
+                     const std::vector<MarkerLine>& lines);
+
+} // namespace kalim::ui

@@ -1,5 +1,7 @@
-#include "ui/plot/HandleOutline.h"
+#include "ui/plot/CurveHandle.h"
 
+namespace kalim::ui
+{
 namespace
 {
 
@@ -76,3 +78,5 @@ juce::Rectangle<float> handleGrabArea(const CurveHandle& handle, juce::Rectangle
                                juce::jmax(smallestGrabArea, bounds.getHeight()))
         .constrainedWithin(plot);
 }
+
+} // namespace kalim::ui
