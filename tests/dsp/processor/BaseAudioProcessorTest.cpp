@@ -174,17 +174,6 @@ TEST_F(BaseProcessor, refusesAnUnknownIndexAndKeepsWhatCameBefore)
     EXPECT_EQ(log, Log());
 }
 
-TEST_F(BaseProcessor, keepsTheWholeRecordsOfAStateCutAnywhere)
-{
-    const std::string whole = makeState(3, {{0, 41.0F}, {1, 42.0F}, {2, 43.0F}});
-    for (std::size_t length = 0; length < whole.size(); ++length)
-    {
-        const Values values = load(whole.substr(0, length));
-        for (std::size_t index = 0; 4 + 8 * (index + 1) <= length; ++index)
-            EXPECT_EQ(values[index], 41.0F + static_cast<float>(index)) << length;
-    }
-}
-
 TEST_F(BaseProcessor, checksEveryIndex)
 {
     float min = 0.0F;

@@ -2,10 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <cmath>
-#include <locale>
-#include <memory>
 #include <string>
 
 using namespace orvo::audio;
@@ -77,24 +74,4 @@ TEST(ParameterText, hasTheDecimalPlacesAskedForOrTheWordsOfItsOwner)
     EXPECT_EQ(words.getValueText() + digits.getValueText(), "Off0");
     words.value = digits.value = true;
     EXPECT_EQ(words.getValueText() + digits.getValueText(), "On1");
-}
-
-TEST(ParameterText, doesNotDependOnTheLanguageOfTheSystem)
-{
-    struct CommaNumbers : std::numpunct<char>
-    {
-        char do_decimal_point() const override { return ','; }
-
-        std::string do_grouping() const override { return "\3"; }
-    };
-
-    auto facet = std::make_unique<CommaNumbers>(); // the locale becomes its owner
-    const auto previous = std::locale::global({std::locale::classic(), facet.release()});
-    std::setlocale(LC_ALL, "de_DE.UTF-8"); // has no effect where it is not installed
-    TypedProcessorParameter<int> number;
-    number.value = -12345;
-    EXPECT_EQ(textOf(1234.5F, 2), "1234.50");
-    EXPECT_EQ(number.getValueText(), "-12345");
-    std::locale::global(previous);
-    std::setlocale(LC_ALL, "C");
 }

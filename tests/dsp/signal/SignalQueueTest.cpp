@@ -57,19 +57,6 @@ TEST_F(Queue, leavesWhatAPeekPastTheEndDoesNotCover)
     EXPECT_EQ(queue.getNumSamples(), 150U);
 }
 
-TEST_F(Queue, dropsAcrossBlocksAndNoMoreThanThereIs)
-{
-    for (const int start : {0, 6, 12})
-        queue.add(makeRamp(1, 6, start));
-    for (const int count : {-3, 0, 2, 11})
-        queue.drop(count);
-    EXPECT_TRUE(areIdentical(queue.peek(5), makeRamp(1, 5, 13)));
-    queue.drop(1000);
-    EXPECT_EQ(queue.getNumSamples(), 0U);
-    queue.add(makeRamp(1, 3, 40));
-    EXPECT_TRUE(areIdentical(queue.get(3), makeRamp(1, 3, 40)));
-}
-
 TEST_F(Queue, startsAgainWithUnknownChannelsWhenTheirNumberChanges)
 {
     queue.add(makeRamp(1, 20, 500));
