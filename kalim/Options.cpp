@@ -175,7 +175,7 @@ private:
             ->group("Presets");
         app.add_flag_callback(
                "--list-presets", [this] { listPresetsOnly(); },
-               "Show the factory's and the user's presets, and exit")
+               "Show the factory and user presets, and exit")
             ->group("Presets");
     }
 

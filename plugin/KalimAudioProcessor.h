@@ -5,7 +5,7 @@
 #include <functional>
 #include <memory>
 
-/// The hum remover as a plug-in, with its seven public parameters.
+/// The engine as a plug-in, with its seven public parameters.
 class KalimAudioProcessor : public BasePlugInProcessor
 {
 public:

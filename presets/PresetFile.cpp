@@ -109,7 +109,7 @@ std::string_view startOfNumber(std::string_view text)
     return text;
 }
 
-/// Nothing where there is no number that can be an id.
+/// Nothing where the text cannot be an id.
 std::optional<int> parseId(std::string_view text)
 {
     const std::string_view number = startOfNumber(text);
@@ -118,7 +118,7 @@ std::optional<int> parseId(std::string_view text)
     return result.ec == std::errc() && id >= 0 ? std::optional(id) : std::nullopt;
 }
 
-/// 0 where there is no number. What lies beyond the range of a double becomes 0 or huge.
+/// 0 for text that is not a number. What lies beyond the range of a double becomes 0 or huge.
 double parseValue(std::string_view text)
 {
     const std::string_view number = startOfNumber(text);

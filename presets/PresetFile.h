@@ -34,9 +34,9 @@ struct PresetParameter
 };
 
 /// Takes regular files up to 1 MiB of valid UTF-8, without document types and entities, not nested
-/// deeper than 64 levels. What is no number counts as 0 in a value, and as no parameter in an id;
-/// what follows a number does not matter. Throws FileError for anything else and for what is no
-/// preset.
+/// deeper than 64 levels. Text that is not a number counts as 0 in a value, and as no parameter in
+/// an id; what follows a number does not matter. Throws FileError for anything else and for what is
+/// no preset.
 PresetContent readPresetFile(const std::filesystem::path& file);
 
 /// Writes beside the file and then replaces it, so that a failure leaves an old file as it was.

@@ -40,7 +40,7 @@ private:
 
 } // namespace kalim::ui
 
-/// The window of the hum remover: the live spectrum with a marker for each tracked harmonic and a
+/// The window of the plug-in: the live spectrum with a marker for each tracked harmonic and a
 /// handle for the fundamental, four knobs and three switches. Reads the processor 25 times a
 /// second. Message thread, but for `parameterChanged`.
 class KalimAudioProcessorEditor : public BasePluginEditor,

@@ -170,7 +170,7 @@ std::string Report::toText() const
     if (!harmonics.empty())
         text += harmonicTable(harmonics, settings.isOn(Kalimmer::ResidualMode));
     if (nonFiniteSamples > 0)
-        fmt::format_to(append, "  {} no number and became silence\n", countText(nonFiniteSamples));
+        fmt::format_to(append, "  {} not finite and became silence\n", countText(nonFiniteSamples));
     if (clippedSamples > 0)
         fmt::format_to(append, "  {} louder than the format holds and limited\n",
                        countText(clippedSamples));

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-/// Running the hum remover as a host would.
+/// Running the engine as a host would.
 namespace testing_support
 {
 

@@ -52,7 +52,7 @@ Signal32 cut(const Signal32& signal, int start, int count);
 /// a - b over the length of the shorter.
 Signal32 difference(const Signal32& a, const Signal32& b);
 
-/// The largest absolute sample of all channels; infinite where one is no number.
+/// The largest absolute sample of all channels; infinite where one is NaN.
 float peakOf(const Signal32& signal);
 
 /// Whether shapes and all bits of the samples are the same.
