@@ -1,7 +1,6 @@
 #include "ui/KalimAudioProcessorEditor.h"
 
 #include <algorithm>
-#include <initializer_list>
 #include <memory>
 
 using namespace kalim::ui;
@@ -28,8 +27,9 @@ KalimAudioProcessorEditor::KalimAudioProcessorEditor(BasePlugInProcessor* owner)
     addAndMakeVisible(header);
     addAndMakeVisible(spectrumCurveEditor);
     spectrumCurveEditor.setTitle(juce::translate("Spectral level (dB)"));
+    addToTabOrder(header);
+    addToTabOrder(spectrumCurveEditor);
     addControls();
-    setTabOrder();
     addAndMakeVisible(resizer);
 
     setSize(smallestWidth, smallestHeight);
@@ -46,40 +46,38 @@ KalimAudioProcessorEditor::KalimAudioProcessorEditor(BasePlugInProcessor* owner)
     startTimer(refreshMilliseconds);
 }
 
-void KalimAudioProcessorEditor::setTabOrder()
+void KalimAudioProcessorEditor::addToTabOrder(juce::Component& component)
 {
-    int order = 0;
-    for (juce::Component* const component : std::initializer_list<juce::Component*>{
-             &header, &spectrumCurveEditor, &frequencySlider, &sensitivitySlider, &adaptivitySlider,
-             &harmonicsSlider, &oddHarmonicsToggle, &aggresiveToggle, &residualToggle})
-        component->setExplicitFocusOrder(++order);
+    component.setExplicitFocusOrder(++numInTabOrder);
 }
 
 void KalimAudioProcessorEditor::addControls()
 {
-    addKnob(frequencySlider, juce::translate("The fundamental frequency of the hum"),
-            frequencyLabel, juce::translate("Frequency\n(Hz)"));
-    addKnob(sensitivitySlider,
+    addKnob(frequencySlider, Kalimmer::FundamentalFrequency,
+            juce::translate("The fundamental frequency of the hum"), frequencyLabel,
+            juce::translate("Frequency\n(Hz)"));
+    addKnob(sensitivitySlider, Kalimmer::Sensitivity,
             juce::translate("The sensitivity of the hum signal detection in percent."),
             // Spelled so on purpose: the translations know the text by its spelling.
             detectionLabel, juce::translate("Sensitiviy\n(%)"));
-    addKnob(adaptivitySlider,
+    addKnob(adaptivitySlider, Kalimmer::Adaptivity,
             juce::translate("The maximum change rate of the fundamental frequency"),
             adaptivityLabel, juce::translate("Adaptivity\n(Hz/s)"));
-    addKnob(harmonicsSlider, juce::translate("The number of harmonics to remove"), reductionLabel,
+    addKnob(harmonicsSlider, Kalimmer::NumberOfHarmonics,
+            juce::translate("The number of harmonics to remove"), reductionLabel,
             juce::translate("Number of\nharmonics"));
     for (ParameterSlider* const slider : {&frequencySlider, &sensitivitySlider, &harmonicsSlider})
         slider->setSkewFactor(0.8);
-    addToggle(oddHarmonicsToggle, juce::translate("Only odd harmonics"),
+    addToggle(oddHarmonicsToggle, Kalimmer::OnlyOddHarmonics, juce::translate("Only odd harmonics"),
               juce::translate(
                   "Enable this if you want to process only odd harmonics and leave even harmonics "
                   "unprocessed. Hum signals that are symmetrical around zero will contain only odd "
                   "harmonics."));
-    addToggle(aggresiveToggle, juce::translate("Aggressive hum removal"),
+    addToggle(aggresiveToggle, Kalimmer::AggressiveMode, juce::translate("Aggressive hum removal"),
               juce::translate(
                   "Notch filters are used in the aggressive mode. These affect the wanted signal, "
                   "but can be useful for severely damaged recordings."));
-    addToggle(residualToggle, juce::translate("Listen to removed signal"),
+    addToggle(residualToggle, Kalimmer::ResidualMode, juce::translate("Listen to removed signal"),
               juce::translate("Listen to the signal that was removed during the restoration "
                               "process (residual signal)."));
 }
@@ -93,9 +91,12 @@ KalimAudioProcessorEditor::~KalimAudioProcessorEditor()
     remember(heightKey, getHeight());
 }
 
-void KalimAudioProcessorEditor::addKnob(ParameterSlider& slider, const juce::String& tooltip,
-                                        juce::Label& label, const juce::String& text)
+void KalimAudioProcessorEditor::addKnob(ParameterSlider& slider, int parameterId,
+                                        const juce::String& tooltip, juce::Label& label,
+                                        const juce::String& text)
 {
+    knobs.push_back({&slider, parameterId});
+    addToTabOrder(slider);
     slider.setSliderStyle(juce::Slider::RotaryVerticalDrag);
     slider.setTextBoxStyle(juce::Slider::TextBoxBelow, false, 60, 20);
     slider.setTooltip(tooltip);
@@ -112,9 +113,11 @@ void KalimAudioProcessorEditor::addKnob(ParameterSlider& slider, const juce::Str
     addAndMakeVisible(label);
 }
 
-void KalimAudioProcessorEditor::addToggle(juce::ToggleButton& toggle, const juce::String& text,
-                                          const juce::String& tooltip)
+void KalimAudioProcessorEditor::addToggle(juce::ToggleButton& toggle, int parameterId,
+                                          const juce::String& text, const juce::String& tooltip)
 {
+    toggles.push_back({&toggle, parameterId});
+    addToTabOrder(toggle);
     toggle.setButtonText(text);
     toggle.setTooltip(tooltip);
     toggle.addListener(this);
@@ -199,16 +202,10 @@ void KalimAudioProcessorEditor::resized()
 
 void KalimAudioProcessorEditor::updateParameterControls()
 {
-    const auto attach = [this](ParameterSlider& slider, int id)
-    { slider.attachParameter(plugIn, kalimmer, id, true); };
-    attach(frequencySlider, Kalimmer::FundamentalFrequency);
-    attach(sensitivitySlider, Kalimmer::Sensitivity);
-    attach(adaptivitySlider, Kalimmer::Adaptivity);
-    attach(harmonicsSlider, Kalimmer::NumberOfHarmonics);
-    const auto isOn = [this](int id) { return kalimmer->getParameterValue(id) > 0.5F; };
-    oddHarmonicsToggle.setToggleState(isOn(Kalimmer::OnlyOddHarmonics), juce::dontSendNotification);
-    aggresiveToggle.setToggleState(isOn(Kalimmer::AggressiveMode), juce::dontSendNotification);
-    residualToggle.setToggleState(isOn(Kalimmer::ResidualMode), juce::dontSendNotification);
+    for (const auto& [slider, id] : knobs)
+        slider->attachParameter(plugIn, kalimmer, id, true);
+    for (const auto& [toggle, id] : toggles)
+        toggle->setToggleState(kalimmer->getParameterValue(id) > 0.5F, juce::dontSendNotification);
     // Exactly 0.5, which no switch writes, is off for the switch and on for the sensitivity.
     sensitivitySlider.setEnabled(kalimmer->getParameterValue(Kalimmer::AggressiveMode) < 0.5F);
     header.updatePresetName();
@@ -222,9 +219,7 @@ void KalimAudioProcessorEditor::parameterChanged(int)
 void KalimAudioProcessorEditor::buttonClicked(juce::Button* button)
 {
     plugIn->addUndoState();
-    const int id = button == &residualToggle       ? Kalimmer::ResidualMode
-                   : button == &oddHarmonicsToggle ? Kalimmer::OnlyOddHarmonics
-                                                   : Kalimmer::AggressiveMode;
+    const int id = std::ranges::find(toggles, button, &Toggle::button)->parameterId;
     const int index = plugIn->findPublicParameterIndex(id);
     plugIn->beginParameterGesture(index);
     kalimmer->setParameterValue(id, button->getToggleState() ? 1.0F : 0.0F, true);

@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cmath>
 #include <memory>
+#include <vector>
 
 namespace kalim::ui
 {
@@ -72,11 +73,23 @@ public:
 private:
     using CurveEditor = kalim::ui::CurveEditor;
 
+    struct Knob
+    {
+        ParameterSlider* slider;
+        int parameterId;
+    };
+
+    struct Toggle
+    {
+        juce::Button* button;
+        int parameterId;
+    };
+
     void addControls();
-    void setTabOrder();
-    void addKnob(ParameterSlider& slider, const juce::String& tooltip, juce::Label& label,
-                 const juce::String& text);
-    void addToggle(juce::ToggleButton& toggle, const juce::String& text,
+    void addToTabOrder(juce::Component& component);
+    void addKnob(ParameterSlider& slider, int parameterId, const juce::String& tooltip,
+                 juce::Label& label, const juce::String& text);
+    void addToggle(juce::ToggleButton& toggle, int parameterId, const juce::String& text,
                    const juce::String& tooltip);
     void addAxes();
     void restoreSize();
@@ -121,6 +134,9 @@ private:
     juce::Label adaptivityLabel{"adaptivityLabel"};
     /// Spelled so on purpose: the component is known by this name.
     juce::ToggleButton aggresiveToggle{"aggresiveToggle"};
+    std::vector<Knob> knobs;
+    std::vector<Toggle> toggles;
+    int numInTabOrder = 0;
     juce::ComponentBoundsConstrainer constrainer;
     juce::ResizableCornerComponent resizer{this, &constrainer};
 };
