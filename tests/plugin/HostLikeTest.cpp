@@ -1,5 +1,6 @@
 #include "dsp/hum/Kalimmer.h"
 #include "tests/plugin/HostSide.h"
+#include "tests/support/Heap.h"
 
 #include <gtest/gtest.h>
 
@@ -124,4 +125,38 @@ TEST(InAHost, playsOnWhateverOtherThreadsDo)
             }
         }
     }
+}
+
+TEST(InAHost, leavesTheHeapAloneFromTheFirstBlockOnWhateverTheMode)
+{
+    using orvo::audio::Kalimmer;
+    for (const int numChannels : {1, 2, 8})
+        for (const int blockSize : {1, 4, 64, 2048, 4096, 10000})
+            for (const float mode : {0.0F, 1.0F})
+            {
+                KalimAudioProcessor plugIn;
+                auto& engine = *plugIn.getBaseProcessor();
+                const auto channels = ChannelSet::canonicalChannelSet(numChannels);
+                EXPECT_TRUE(plugIn.setBusesLayout({{channels}, {channels}}));
+                engine.setParameterValue(Kalimmer::NumberOfHarmonics, 96.0F, false);
+                engine.setParameterValue(Kalimmer::AggressiveMode, mode, false);
+                plugIn.prepareToPlay(48000.0, blockSize);
+                juce::Random random(1);
+                juce::AudioBuffer<float> noise(numChannels, blockSize);
+                for (int n = 0; n < numChannels * blockSize; ++n)
+                    noise.setSample(n % numChannels, n / numChannels, random.nextFloat() - 0.5F);
+                juce::AudioBuffer<float> block(numChannels, blockSize);
+                juce::MidiBuffer midi;
+                for (const float nextMode : {1.0F - mode, mode, mode})
+                {
+                    const testing_support::HeapCount heap;
+                    for (int n = 0; n < 12000; n += blockSize)
+                    {
+                        block.makeCopyOf(noise, true);
+                        plugIn.processBlock(block, midi);
+                    }
+                    EXPECT_EQ(heap.getNumCalls(), 0) << numChannels << ", " << blockSize;
+                    engine.setParameterValue(Kalimmer::AggressiveMode, nextMode, false);
+                }
+            }
 }
