@@ -1,8 +1,8 @@
-#include "dsp/hum/HumParameters.h"
 #include "tests/plugin/HostSide.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <map>
 #include <memory>
 #include <stdexcept>
@@ -12,10 +12,7 @@
 namespace
 {
 
-using testing_support::areIdentical;
-using testing_support::cut;
-using testing_support::isDelayed;
-using testing_support::Signal32;
+using namespace testing_support;
 using Instance = std::unique_ptr<juce::AudioPluginInstance>;
 
 constexpr double sampleRate = 48000.0;
@@ -37,13 +34,14 @@ class Host
 public:
     explicit Host(bool isLv2)
     {
+        const juce::File bundle(isLv2 ? KALIM_LV2_BUNDLE : KALIM_VST3_BUNDLE);
+        const juce::String folder = bundle.getParentDirectory().getFullPathName();
+        setenv("LV2_PATH", folder.toRawUTF8(), 1);
         if (isLv2)
             format = std::make_unique<juce::LV2PluginFormat>();
         else
             format = std::make_unique<juce::VST3PluginFormat>();
-        const juce::File bundle(isLv2 ? KALIM_LV2_BUNDLE : KALIM_VST3_BUNDLE);
-        const juce::FileSearchPath folder(bundle.getParentDirectory().getFullPathName());
-        for (const juce::String& found : format->searchPathsForPlugins(folder, true, false))
+        for (const juce::String& found : format->searchPathsForPlugins({folder}, true, false))
             format->findAllTypesForFile(descriptions, found);
     }
 
@@ -95,7 +93,6 @@ void set(KalimAudioProcessor& plugIn, const Values& values)
 
 const Signal32& getRecording()
 {
-    using namespace testing_support;
     static const Signal32 recording =
         mix(makeHum({.startFrequency = 50.0, .endFrequency = 50.4}, sampleRate, 1.0, 2),
             makeNoise(-40.0, sampleRate, 1.0, 2));
@@ -224,9 +221,9 @@ TEST_P(Hosting, bypassesWithTheHostsOwnSwitchAndStartsAggressivelyWithoutLatency
 TEST_P(Hosting, bringsEveryParameterBack)
 {
     Values chosen;
-    for (const auto& parameter : orvo::audio::humParameters)
-        chosen[parameter.name] =
-            parameter.kind == orvo::audio::HumParameter::Kind::toggle ? 1.0F : 0.75F;
+    KalimAudioProcessor direct;
+    for (int index = 0; index < 7; ++index)
+        chosen[direct.getParameterName(index)] = index < 4 ? 0.75F : 1.0F;
     const auto stateOf = [](juce::AudioPluginInstance& instance)
     {
         play(instance, {64}, 64);
@@ -271,29 +268,7 @@ TEST_P(Hosting, playsManyInstancesAtOnceAndOneAfterTheOther)
         if (round < 20)
             instances.push_back(std::move(instance));
     }
-    EXPECT_GT(testing_support::peakOf(first), 0.0F);
-}
-
-TEST(HostingLv2, describesEveryParameterWithItsRangeAndDefault)
-{
-    const juce::String text =
-        juce::File(KALIM_LV2_BUNDLE).getChildFile("dsp.ttl").loadFileAsString();
-    for (const auto& parameter : orvo::audio::humParameters)
-    {
-        const auto subject = juce::String("\nplug:") + parameter.name + "\n";
-        const juce::String block = text.fromFirstOccurrenceOf(subject, false, false)
-                                       .upToFirstOccurrenceOf(" .\n", false, false);
-        const juce::String range = juce::String(parameter.min) + " to " +
-                                   juce::String(parameter.max) + " " + parameter.unit;
-        const bool isToggle = parameter.kind == orvo::audio::HumParameter::Kind::toggle;
-        EXPECT_TRUE(block.contains(isToggle ? juce::String(": 0 is off, 1 is on\"")
-                                            : ": 0 to 1 stands for " + range.trimEnd() + "\""))
-            << parameter.name << ": " << block;
-        EXPECT_NEAR(block.fromFirstOccurrenceOf("lv2:default ", false, false).getFloatValue(),
-                    (parameter.defaultValue - parameter.min) / (parameter.max - parameter.min),
-                    1.0e-6F)
-            << parameter.name;
-    }
+    EXPECT_GT(peakOf(first), 0.0F);
 }
 
 TEST(HostingVst3, playsUpToEightChannels)
@@ -306,7 +281,7 @@ TEST(HostingVst3, playsUpToEightChannels)
         const Instance hosted = host.load();
         EXPECT_TRUE(hosted->setBusesLayout({{channels}, {channels}}));
         start(*hosted, {{"NumberOfHarmonics", 0.0F}});
-        const Signal32 ramp = testing_support::makeRamp(channels.size(), 6 * largestBlock);
+        const Signal32 ramp = makeRamp(channels.size(), 6 * largestBlock);
         EXPECT_TRUE(isDelayed(testing_support::play(*hosted, ramp, {largestBlock}), ramp, 2048));
     }
     const Instance hosted = host.load();

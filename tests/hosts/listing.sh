@@ -1,5 +1,5 @@
 #!/bin/sh
-# Hosts see the plug-in, its ports and its parameters: listing.sh BUNDLE VERSION
+# Hosts see the plug-in, its ports and its parameters, validly described: listing.sh BUNDLE VERSION
 set -eu
 . "$(dirname "$0")/common.sh"
 bundle=$1
@@ -12,29 +12,22 @@ LV2_PATH=$(dirname "$bundle")
 export LV2_PATH
 found=$(lv2ls 2>&1)
 [ "$found" = "$uri" ] || fail "lv2ls lists '$found'"
-[ "$(lv2ls --names 2>&1)" = Kalim ] || fail "the name is '$(lv2ls --names 2>&1)'"
 
 info=$(lv2info "$uri" 2>&1)
 holds() { echo "$info" | grep -q -e "$1" || fail "lv2info does not say '$1'"; }
-holds '^	Author: *Orvotech$'
 holds '^	Has latency: *yes, reported by port 6$'
 symbols=$(echo "$info" | sed -n 's/^		Symbol: *//p' | tr '\n' ' ')
 expected="audio_in_1 audio_in_2 audio_out_1 audio_out_2 in out latency freeWheeling enabled "
 [ "$symbols" = "$expected" ] || fail "the ports are '$symbols'"
-if echo "$info" | grep -q -i -e error -e 'Author Email'; then
-    fail "lv2info says what it should not"
-fi
+! echo "$info" | grep -i -e error -e 'Author Email' || fail "lv2info says what it should not"
 # The names of classes come with the format's own bundles.
 if [ -d /usr/lib/lv2/core.lv2 ]; then
     LV2_PATH="$LV2_PATH:/usr/lib/lv2" lv2info "$uri" | grep -q '^	Class: *Filter Plugin$' ||
         fail "the class is not that of a filter"
 fi
 
-# Hosts sort what they read, or keep the order in which it is written.
-written=$(sed -n 's/^plug:\([A-Za-z]*\)$/\1/p' "$bundle/dsp.ttl" | tr '\n' ' ')
 expected="FundamentalFrequency Sensitivity Adaptivity NumberOfHarmonics OnlyOddHarmonics"
 expected="$expected AggressiveMode ResidualMode "
-[ "$written" = "$expected" ] || fail "the parameters are written as '$written'"
 statements=$(sordi -i turtle -o ntriples "$bundle/dsp.ttl" 2>&1)
 states() { echo "$statements" | grep -q -F -e "$1" || fail "the description does not state '$1'"; }
 for name in $expected; do
@@ -45,3 +38,10 @@ count=$(echo "$statements" | grep -c -F '/patch#writable>' || true)
 [ "$count" = 7 ] || fail "there are $count parameters"
 states "<http://usefulinc.com/ns/doap#revision> \"$version\""
 states "<$uri> <http://usefulinc.com/ns/doap#license> <http://spdx.org/licenses/GPL-3.0-or-later>"
+
+need lv2_validate
+said=$(lv2_validate "$bundle"/*.ttl 2>&1) || fail "$said"
+# It tells which of its own files it leaves out, and how much it looked at.
+complaints=$(echo "$said" | grep -v -e '^Skipping file /usr/' -e '^Found 0 errors among ' || true)
+[ -z "$complaints" ] || fail "$said"
+echo "$said" | grep '^Found 0 errors among '

@@ -3,6 +3,8 @@
 #include "plugin/KalimAudioProcessor.h"
 #include "tests/support/TestSignals.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <utility>
 #include <vector>
@@ -17,23 +19,31 @@ inline Signal32 play(juce::AudioProcessor& plugIn, Signal32 signal,
                      const std::vector<int>& blockSizes, bool isBypassed = false)
 {
     juce::MidiBuffer midi;
-    std::size_t call = 0;
+    std::vector<float*> channels;
+    for (int channel = 0; channel < signal.getNumChannels(); ++channel)
+        channels.push_back(signal.getWriteChannelPtr(channel));
     int start = 0;
-    do
+    for (std::size_t call = 0; call == 0 || start < signal.getNumSamples(); ++call)
     {
         const int count =
-            std::min(blockSizes[call++ % blockSizes.size()], signal.getNumSamples() - start);
-        std::vector<float*> channels;
-        for (int channel = 0; channel < signal.getNumChannels(); ++channel)
-            channels.push_back(signal.getWriteChannelPtr(channel) + start);
-        juce::AudioBuffer<float> block(channels.data(), signal.getNumChannels(), count);
+            std::min(blockSizes[call % blockSizes.size()], signal.getNumSamples() - start);
+        juce::AudioBuffer<float> block(channels.data(), signal.getNumChannels(), start, count);
         if (isBypassed)
             plugIn.processBlockBypassed(block, midi);
         else
             plugIn.processBlock(block, midi);
         start += count;
-    } while (start < signal.getNumSamples());
+    }
     return signal;
+}
+
+/// Makes a plug-in ready to play. Returns the latency that it reports.
+inline int prepare(juce::AudioProcessor& plugIn, const juce::AudioChannelSet& channels,
+                   double sampleRate = 48000.0, int largestBlock = 512)
+{
+    EXPECT_TRUE(plugIn.setBusesLayout({{channels}, {channels}}));
+    plugIn.prepareToPlay(sampleRate, largestBlock);
+    return plugIn.getLatencySamples();
 }
 
 /// 1, 2, 3, ... through one channel after the other.
@@ -59,35 +69,15 @@ inline std::vector<float> valuesOf(KalimAudioProcessor& plugIn)
     return values;
 }
 
-/// Notes down whom a plug-in tells of which parameters, while it lives.
-class Witness : juce::AudioProcessorListener,
-                BasePlugInProcessor::Listener,
-                orvo::audio::BaseAudioProcessor::Listener
+/// Notes down whom a plug-in tells of which parameters; lives as long as that.
+struct Witness : juce::AudioProcessorListener, BasePlugInProcessor::Listener
 {
-public:
-    explicit Witness(KalimAudioProcessor& watched)
-        : plugIn(watched)
+    explicit Witness(KalimAudioProcessor& plugIn)
     {
         plugIn.addListener(static_cast<juce::AudioProcessorListener*>(this));
         plugIn.addListener(static_cast<BasePlugInProcessor::Listener*>(this));
-        plugIn.getBaseProcessor()->addListener(this);
     }
 
-    ~Witness() override
-    {
-        plugIn.getBaseProcessor()->removeListener(this);
-        plugIn.removeListener(static_cast<BasePlugInProcessor::Listener*>(this));
-        plugIn.removeListener(static_cast<juce::AudioProcessorListener*>(this));
-    }
-
-    Witness(const Witness&) = delete;
-    Witness& operator=(const Witness&) = delete;
-
-    std::vector<std::pair<int, float>> host;
-    std::vector<int> editor;
-    std::vector<int> engine;
-
-private:
     void audioProcessorParameterChanged(juce::AudioProcessor*, int index, float value) override
     {
         host.emplace_back(index, value);
@@ -97,13 +87,28 @@ private:
 
     void parameterChanged(int index) override { editor.push_back(index); }
 
-    void parameterChanged(int index, float) override { engine.push_back(index); }
+    std::vector<std::pair<int, float>> host;
+    std::vector<int> editor;
+};
 
-    void stateLoaded() override {}
+/// A folder for every test, removed at the end.
+class ScratchFiles : public ::testing::Test
+{
+protected:
+    ScratchFiles() { EXPECT_TRUE(folder.createDirectory()); }
 
-    void formatChanged(const orvo::audio::AudioFormat&, const orvo::audio::AudioFormat&) override {}
+    ~ScratchFiles() override { folder.deleteRecursively(); }
 
-    KalimAudioProcessor& plugIn;
+    /// Writes a file, with the folders that it is in.
+    juce::File write(const juce::String& name, const juce::String& text) const
+    {
+        const juce::File file = folder.getChildFile(name);
+        EXPECT_TRUE(file.create());
+        EXPECT_TRUE(file.replaceWithText(text));
+        return file;
+    }
+
+    juce::File folder = juce::File::createTempFile("kalim");
 };
 
 } // namespace testing_support

@@ -15,16 +15,7 @@ namespace
 
 const juce::File project(KALIM_SOURCE_FOLDER);
 
-juce::StringPairArray readTranslations(const juce::String& language)
-{
-    const juce::File file =
-        project.getChildFile("resources/languages/Vellacore_" + language + ".loc");
-    EXPECT_TRUE(file.existsAsFile()) << file.getFullPathName();
-    return juce::LocalisedStrings(file, false).getMappings();
-}
-
-/// All texts that the sources hand to the translation, and those that the translation gets from
-/// data.
+/// All texts that the sources, or data, hand to the translation.
 std::set<std::string> collectTexts()
 {
     std::set<std::string> texts{"Factory presets", "User presets"};
@@ -45,7 +36,7 @@ std::set<std::string> collectTexts()
     return texts;
 }
 
-juce::StringArray linesOf(const juce::String& file)
+juce::StringArray linesOf(const char* file)
 {
     const juce::String noBreak = juce::String::charToString(0xa0);
     return juce::StringArray::fromLines(
@@ -55,24 +46,28 @@ juce::StringArray linesOf(const juce::String& file)
 /// Expects a line that holds all of these.
 void expectRow(const juce::StringArray& lines, const juce::StringArray& parts)
 {
-    for (const juce::String& line : lines)
-        if (std::all_of(parts.begin(), parts.end(),
-                        [&](const juce::String& part) { return line.contains(part); }))
-            return;
-    ADD_FAILURE() << "There is no row with " << parts.joinIntoString(" and ");
+    const auto isRow = [&](const juce::String& line)
+    { return std::ranges::all_of(parts, [&](const auto& part) { return line.contains(part); }); };
+    EXPECT_TRUE(std::ranges::any_of(lines, isRow)) << parts.joinIntoString(" and ");
 }
 
 } // namespace
 
 TEST(Translations, areCompleteInEveryLanguage)
 {
-    const juce::StringArray reference = readTranslations("de").getAllKeys();
-    EXPECT_GT(reference.size(), 40);
+    const auto read = [](const juce::String& language)
+    {
+        const auto name = "resources/languages/Vellacore_" + language + ".loc";
+        return juce::LocalisedStrings(project.getChildFile(name), false).getMappings();
+    };
+    const juce::StringArray reference = read("de").getAllKeys();
+    const std::set<std::string> texts = collectTexts();
+    EXPECT_GT(texts.size(), 40U);
     for (const char* const language : {"de", "fr", "es", "ja"})
     {
-        const juce::StringPairArray translations = readTranslations(language);
+        const juce::StringPairArray translations = read(language);
         EXPECT_EQ(translations.getAllKeys(), reference) << language;
-        for (const std::string& text : collectTexts())
+        for (const std::string& text : texts)
             EXPECT_TRUE(translations.containsKey(text)) << language << ": " << text;
         for (const juce::String& key : reference)
             EXPECT_EQ(translations[key].containsChar('\n'), key.containsChar('\n'))
@@ -91,22 +86,20 @@ TEST(TablesOfParameters, haveARowForEveryParameterInReadMeAndManuals)
         const bool isToggle = parameter.kind == orvo::audio::HumParameter::Kind::toggle;
         const juce::String name(parameter.name);
         const juce::String number(parameter.defaultValue);
-        const auto withUnit = [&](const juce::String& text)
-        { return (text + " " + parameter.unit).trimEnd(); };
-        const auto range = [&](const char* to)
-        { return juce::String(parameter.min) + to + juce::String(parameter.max); };
+        const juce::String unit = (juce::String(" ") + parameter.unit).trimEnd();
         const juce::String option =
             (juce::String("--") + parameter.option + " " + parameter.argument).trimEnd();
-
-        expectRow(readMe, {"| `" + name + "`", isToggle ? juce::String("| | off, on | off |")
-                                                        : withUnit("|") + " | " + range(" to ") +
-                                                              " | " + number + " |"});
+        const auto rangeWith = [&](const char* to)
+        { return juce::String(parameter.min) + to + juce::String(parameter.max); };
+        const juce::String values = unit + " | " + rangeWith(" to ") + " | " + number + " |";
+        expectRow(readMe, {"| `" + name + "`", isToggle ? "| | off, on | off |" : "|" + values});
         expectRow(readMe, {"`" + option + "` |", isToggle ? "| |" : "| " + number + " |"});
         for (const auto& [manual, to, off] : manuals)
         {
-            expectRow(manual, {">" + name + "<", isToggle ? ">Off, On" : withUnit(range(to)) + "<",
-                               isToggle ? ">Off<" : ">" + withUnit(number) + "<"});
-            expectRow(manual, {">" + option + "<", isToggle ? "" : withUnit(range(to)),
+            const juce::String range = rangeWith(to) + unit;
+            expectRow(manual, {">" + name + "<", isToggle ? ">Off, On" : range + "<",
+                               isToggle ? ">Off<" : ">" + number + unit + "<"});
+            expectRow(manual, {">" + option + "<", isToggle ? "" : range,
                                ">" + (isToggle ? off : number) + "<"});
         }
     }
