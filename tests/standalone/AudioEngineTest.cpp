@@ -5,19 +5,19 @@
 
 #include <chrono>
 #include <thread>
+#include <utility>
 
 namespace kalim::test
 {
 namespace
 {
 
-using standalone::AudioEngine;
+using Clock = std::chrono::steady_clock;
 
 /// A device with two inputs, on which a constant arrives, and two outputs; it asks for blocks
 /// faster than real time.
-class FakeDevice : public juce::AudioIODevice
+struct FakeDevice : juce::AudioIODevice
 {
-public:
     static constexpr float input = 0.25F;
     static constexpr int blockFrames = 64;
 
@@ -58,12 +58,9 @@ public:
 
     void stop() override
     {
-        if (callback == nullptr)
-            return;
-        thread.request_stop();
-        thread.join();
-        callback->audioDeviceStopped();
-        callback = nullptr;
+        thread = {}; // when it has ended
+        if (callback != nullptr)
+            std::exchange(callback, nullptr)->audioDeviceStopped();
     }
 
     bool isPlaying() override { return callback != nullptr; }
@@ -84,22 +81,20 @@ public:
 
     int getInputLatencyInSamples() override { return 0; }
 
-    /// The last sample that was played.
     static inline std::atomic<float> lastOutput{0.0F};
 
-private:
     void run(const std::stop_token& token)
     {
         // More at a time than announced, as drivers do now and then.
         constexpr int numFrames = blockFrames * 3 + 5;
-        const std::vector<float> recorded(numFrames, input);
-        std::vector<float> played[2] = {recorded, recorded};
+        const Samples recorded(numFrames, input);
+        Samples played(numFrames);
         const float* const inputs[] = {recorded.data(), recorded.data()};
-        float* const outputs[] = {played[0].data(), played[1].data()};
+        float* const outputs[] = {played.data(), played.data()};
         while (!token.stop_requested())
         {
             callback->audioDeviceIOCallbackWithContext(inputs, 2, outputs, 2, numFrames, {});
-            lastOutput = played[1].back();
+            lastOutput = played.back();
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     }
@@ -109,9 +104,8 @@ private:
     std::jthread thread;
 };
 
-class FakeDeviceType : public juce::AudioIODeviceType
+struct FakeDeviceType : juce::AudioIODeviceType
 {
-public:
     FakeDeviceType()
         : juce::AudioIODeviceType("Fake")
     {
@@ -143,37 +137,31 @@ protected:
 
     void openDevice(const juce::String& name, double rate)
     {
-        juce::AudioDeviceManager& devices = engine.getDevices();
-        devices.setCurrentAudioDeviceType("Fake", true);
+        engine.getDevices().setCurrentAudioDeviceType("Fake", true);
         juce::AudioDeviceManager::AudioDeviceSetup setup;
         setup.inputDeviceName = setup.outputDeviceName = name;
         setup.sampleRate = rate;
-        EXPECT_EQ(devices.initialise(2, 2, nullptr, true, {}, &setup), juce::String());
+        EXPECT_EQ(engine.getDevices().initialise(2, 2, nullptr, true, {}, &setup), juce::String());
         EXPECT_TRUE(engine.hasDevice());
         EXPECT_EQ(processor.rate, rate);
     }
 
-    void playOverAndOver()
-    {
-        engine.getPlayer().setLooping(true);
-        engine.getPlayer().play();
-    }
-
-    void expectProgress(int numFrames)
+    void expectProgress()
     {
         const auto present = processor.numProcessed.load();
-        EXPECT_TRUE(waitUntil([&] { return processor.numProcessed > present + numFrames; }));
+        EXPECT_TRUE(waitUntil([&] { return processor.numProcessed > present + 2000; }));
         EXPECT_TRUE(processor.wasDrivenWell);
     }
 
-    void expectOutput(float sample) const
+    static void expectOutput(float sample)
     {
-        EXPECT_TRUE(processor.wasDrivenWell);
         EXPECT_TRUE(waitUntil([=] { return FakeDevice::lastOutput == sample / 2.0F; }));
     }
 
+    const Clock::time_point start = Clock::now();
     ProbeProcessor processor;
-    AudioEngine engine{processor};
+    standalone::AudioEngine engine{processor};
+    standalone::FilePlayer& player = engine.getPlayer();
 };
 
 } // namespace
@@ -181,57 +169,54 @@ protected:
 TEST_F(AudioEngineDriving, goesAtThePaceOfRealTimeAndPlaysFilesWithoutADevice)
 {
     EXPECT_FALSE(engine.hasDevice());
-    const auto start = std::chrono::steady_clock::now();
     EXPECT_TRUE(waitUntil([this] { return processor.numProcessed > 48000 / 4; }));
-    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-    // It may wait for the machine, but never hurries; two blocks had been asked for before.
-    EXPECT_GT(elapsed.count(), 0.25 - 0.03);
+    // It may wait for the machine, but never hurries.
+    EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(249));
     EXPECT_EQ(processor.rate, 48000.0);
     EXPECT_EQ(processor.peak, 0.0F);
     EXPECT_TRUE(processor.wasDrivenWell);
 
-    engine.getPlayer().open(writeNumbered(44100, 44100 / 5));
-    engine.getPlayer().play();
-    EXPECT_TRUE(waitUntil([this] { return !engine.getPlayer().isPlaying(); }));
+    player.open(writeNumbered(44100, 44100 / 5));
+    player.play();
+    EXPECT_TRUE(waitUntil([this] { return !player.isPlaying(); }));
     EXPECT_NEAR(processor.peak, number(44100 / 5), 0.01F);
 }
 
 TEST_F(AudioEngineDriving, letsTheInputBeHeardUnlessItIsMutedOrAFilePlays)
 {
-    EXPECT_TRUE(engine.isInputMuted());
     openDevice("first", 44100.0);
     EXPECT_TRUE(engine.hasInput());
-    EXPECT_EQ(processor.maximumFrames, FakeDevice::blockFrames);
-    expectProgress(2000);
+    expectProgress();
     EXPECT_EQ(processor.peak, 0.0F);
     engine.setInputMuted(false);
     expectOutput(FakeDevice::input);
 
-    engine.getPlayer().open(
-        writeSound("loud.wav", wavFloat, 44100, 4000, {[](int) { return -0.75F; }}));
-    playOverAndOver();
+    player.open(writeSound("loud.wav", wavFloat, 44100, 4000, {[](int) { return -0.75F; }}));
+    player.setLooping(true);
+    player.play();
     expectOutput(-0.75F);
-    engine.getPlayer().stop();
+    player.stop();
     expectOutput(FakeDevice::input);
 }
 
 TEST_F(AudioEngineDriving, goesOnWhenDevicesComeChangeAndGo)
 {
-    engine.getPlayer().open(writeNumbered(48000, 60000));
-    playOverAndOver();
+    player.open(writeNumbered(48000, 60000));
+    player.setLooping(true);
+    player.play();
     for (int round = 0; round < 5; ++round)
     {
         openDevice("first", 44100.0);
-        expectProgress(1000);
+        expectProgress();
         openDevice("second", 96000.0);
-        expectProgress(1000);
-        engine.getPlayer().seek(0.1 * round);
+        expectProgress();
+        player.seek(0.1 * round);
         engine.getDevices().closeAudioDevice();
         EXPECT_FALSE(engine.hasDevice());
         EXPECT_EQ(processor.rate, 48000.0);
-        expectProgress(1000);
+        expectProgress();
     }
-    EXPECT_TRUE(engine.getPlayer().isPlaying());
+    EXPECT_TRUE(player.isPlaying());
 }
 
 } // namespace kalim::test

@@ -2,30 +2,28 @@
 
 #include <gmock/gmock.h>
 
+#include <tuple>
+
 namespace kalim::standalone
 {
 
 TEST(StandaloneCommandLine, takesOneFileOrExplainsItself)
 {
-    struct Case
-    {
-        std::vector<std::string> arguments;
-        std::optional<std::string> file;
-        int exitCode = 0;
-        std::string message = "nothing";
-    };
-
+    using Arguments = std::vector<std::string>;
     for (const auto& [arguments, file, exitCode, message] :
-         {Case{{}, {}}, Case{{"a file.wav"}, "a file.wav"}, Case{{"--", "--help"}, "--help"},
-          Case{{"--help"}, {}, 0, "kalim-standalone [FILE]"},
-          Case{{"--version"}, {}, 0, "kalim-standalone 1.8.1\n"},
-          Case{{"--loop"}, {}, 2, "usage: "}, Case{{"a.wav", "b.wav"}, {}, 2, "usage: "},
-          Case{{"-x", "a.wav"}, {}, 2, "usage: "}})
+         {std::tuple{Arguments{}, "none", 0, "none"},
+          {{"a file.wav"}, "a file.wav", 0, "none"},
+          {{"--", "--help"}, "--help", 0, "none"},
+          {{"--help"}, "none", 0, "kalim-standalone [FILE]"},
+          {{"--version"}, "none", 0, "kalim-standalone 1."},
+          {{"--loop"}, "none", 2, "usage: "},
+          {{"a.wav", "b.wav"}, "none", 2, "usage: "},
+          {{"-x", "a.wav"}, "none", 2, "usage: "}})
     {
         const CommandLine parsed = CommandLine::parse(arguments);
-        EXPECT_EQ(parsed.file, file);
+        EXPECT_EQ(parsed.file.value_or("none"), file);
         EXPECT_EQ(parsed.exitCode, exitCode);
-        EXPECT_THAT(parsed.message.value_or("nothing"), testing::HasSubstr(message));
+        EXPECT_THAT(parsed.message.value_or("none"), testing::HasSubstr(message));
     }
 }
 

@@ -30,17 +30,14 @@ public:
 
     using juce::AudioProcessorGraph::processBlock;
 
-    void getStateInformation(juce::MemoryBlock& destination) override
-    {
-        destination.replaceAll(state.toRawUTF8(), state.getNumBytesAsUTF8());
-    }
+    void getStateInformation(juce::MemoryBlock& destination) override { destination = state; }
 
     void setStateInformation(const void* data, int size) override
     {
-        state = juce::String::fromUTF8(static_cast<const char*>(data), size);
+        state = {data, static_cast<std::size_t>(size)};
     }
 
-    juce::String state;
+    juce::MemoryBlock state;
     std::atomic<double> rate{0.0};
     std::atomic<int> maximumFrames{0};
     std::atomic<bool> wasDrivenWell{true};

@@ -21,23 +21,21 @@ float sine(double place, double period)
     return static_cast<float>(0.5 * std::sin(2.0 * std::numbers::pi * place / period));
 }
 
-class SoundFileReading : public SoundFiles
+using SoundFileReading = SoundFiles;
+
+void expectRead(SoundFileReader& reader, std::int64_t position, const Samples& expectedLeft,
+                const Samples& expectedRight)
 {
-protected:
-    void expectRead(SoundFileReader& reader, std::int64_t position, const Samples& expectedLeft,
-                    const Samples& expectedRight) const
-    {
-        Samples left(expectedLeft.size(), 9.0F);
-        Samples right = left;
-        reader.read(position, left.data(), right.data(), static_cast<int>(left.size()));
-        EXPECT_EQ(left, expectedLeft);
-        EXPECT_EQ(right, expectedRight);
-    }
-};
+    Samples left(expectedLeft.size(), 9.0F);
+    Samples right = left;
+    reader.read(position, left.data(), right.data(), static_cast<int>(left.size()));
+    EXPECT_EQ(left, expectedLeft);
+    EXPECT_EQ(right, expectedRight);
+}
 
 } // namespace
 
-TEST_F(SoundFileReading, givesMonoOnBothChannelsAndTheFirstTwoOfMore)
+TEST_F(SoundFileReading, givesMonoTwiceOrTwoChannelsAndSilenceOutsideTheFileAndForNaN)
 {
     SoundFileReader mono(writeSound("mono.wav", wavFloat, 48000, 10, {number}));
     expectRead(mono, 3, {number(3), number(4)}, {number(3), number(4)});
@@ -45,10 +43,7 @@ TEST_F(SoundFileReading, givesMonoOnBothChannelsAndTheFirstTwoOfMore)
     SoundFileReader more(
         writeSound("more.wav", wavFloat, 48000, 10, {number, half, number, number, number}));
     expectRead(more, 8, {number(8), number(9)}, {0.5F, 0.5F});
-}
 
-TEST_F(SoundFileReading, isSilentOutsideTheFileAndWhereSamplesAreNaN)
-{
     const auto partlyNumber = [](int frame)
     { return frame == 1 ? std::numeric_limits<float>::quiet_NaN() : number(frame); };
     SoundFileReader reader(writeSound("short.wav", wavFloat, 48000, 3, {partlyNumber}));

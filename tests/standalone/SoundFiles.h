@@ -51,7 +51,7 @@ protected:
     /// For as long as timers and other threads may take on a busy machine.
     static bool waitUntil(const std::function<bool()>& condition)
     {
-        for (int tries = 0; tries < 10000; ++tries)
+        for (int tries = 0; tries < 60000; ++tries)
         {
             if (condition())
                 return true;

@@ -1,27 +1,25 @@
 #include "tests/ui/OpenEditor.h"
 
-#include <limits>
+#include <climits>
 
 namespace
 {
 
 using Header = OpenEditor;
 
-/// Ids and texts of a menu, with its sub-menus in brackets; '*' is a tick, '-' a separator.
+/// Ids and texts of a menu; '*' is a tick, '#' a header, '-' a separator.
 juce::String describe(const juce::PopupMenu& menu)
 {
     juce::String text;
     for (juce::PopupMenu::MenuItemIterator iterator(menu); iterator.next();)
     {
         const juce::PopupMenu::Item& item = iterator.getItem();
-        if (item.isSeparator)
-            text << "- ";
-        else if (item.subMenu != nullptr)
+        if (item.subMenu != nullptr)
             text << item.text << " [" << describe(*item.subMenu) << "] ";
-        else if (item.isSectionHeader)
-            text << "# " << item.text << " ";
+        else if (item.itemID == 0)
+            text << (item.isSeparator ? "- " : "# " + item.text + " ");
         else
-            text << item.itemID << (item.isTicked ? "*" : "") << " " << item.text << " ";
+            text << item.itemID << (item.isTicked ? "* " : " ") << item.text << " ";
     }
     return text.trimEnd();
 }
@@ -33,7 +31,7 @@ TEST_F(Header, switchesBetweenTwoSettingsThatBeginEqual)
     setValue(Kalimmer::FundamentalFrequency, 60.0F);
     reopen();
     for (const auto& [button, frequency, isA] :
-         {std::tuple{"aSettingsButton", 60.0F, true}, // active already
+         {std::tuple{"aSettingsButton", 60.0F, true}, // is active already
           {"bSettingsButton", 60.0F, false},
           {"bSettingsButton", 70.0F, false},
           {"aSettingsButton", 60.0F, true},
@@ -51,28 +49,25 @@ TEST_F(Header, switchesBetweenTwoSettingsThatBeginEqual)
 
 TEST_F(Header, stepsThroughThePresetsRoundAndRound)
 {
-    const auto programAfter = [&](const char* button)
+    const int last = plugIn.getNumPrograms() - 1;
+    for (const auto& [program, button, expected] : {std::tuple{0, "previousPresetButton", last},
+                                                    {last, "nextPresetButton", 0},
+                                                    {-5, "nextPresetButton", 1},
+                                                    {INT_MIN, "nextPresetButton", 1},
+                                                    {INT_MAX, "nextPresetButton", 0},
+                                                    {0, "nextPresetButton", 1}})
     {
+        plugIn.setCurrentProgram(program);
         click(button);
-        return plugIn.getCurrentProgram();
-    };
-    ASSERT_EQ(plugIn.getCurrentProgram(), 0);
-    EXPECT_EQ(programAfter("previousPresetButton"), plugIn.getNumPrograms() - 1);
-    EXPECT_EQ(programAfter("nextPresetButton"), 0);
-    EXPECT_EQ(programAfter("nextPresetButton"), 1);
+        EXPECT_EQ(plugIn.getCurrentProgram(), expected) << program;
+    }
     editor->timerCallback();
     EXPECT_EQ(find<juce::Button>("currentPresetButton").getButtonText(), plugIn.getProgramName(1));
-    for (const int wrong : {-5, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()})
-    {
-        plugIn.setCurrentProgram(wrong);
-        const int next = programAfter("nextPresetButton");
-        EXPECT_TRUE(next >= 0 && next < plugIn.getNumPrograms()) << wrong;
-    }
 }
 
 TEST_F(Header, offersHelpThemesAndAbout)
 {
-    const auto describeMenu = [&] { return describe(getHeader().getPlugInMenu()); };
+    const auto describeMenu = [this] { return describe(getHeader().getPlugInMenu()); };
     EXPECT_EQ(describeMenu(), "8194 Help... - Themes [8224* Simplistic dark 8225 Brushed steel] "
                               "8193 About Orvotech Kalim...");
     PlugInEditorHeader::plugInMenuCallback(8225, &getHeader());
@@ -90,7 +85,6 @@ TEST_F(Header, keepsAnUnknownThemeShownAsTheDarkOneUntilAnotherInstanceChoosesOn
     {
         reopen();
         EXPECT_EQ(static_cast<int>(editor->getTheme()), id);
-        EXPECT_EQ(plugIn.getProperties().getIntValue("ThemeId"), id);
         const auto& shown = dynamic_cast<kalim::ui::BaseTheme&>(editor->getLookAndFeel());
         EXPECT_EQ(shown.getPalette().knob, kalim::ui::themes[row].make()->getPalette().knob) << id;
     };
@@ -107,19 +101,6 @@ TEST_F(Header, keepsAnUnknownThemeShownAsTheDarkOneUntilAnotherInstanceChoosesOn
     expectShown(0, 0);
 }
 
-TEST_F(Header, laysItselfOutAroundTheTitle)
-{
-    getHeader().setSize(900, 48);
-    const auto& name = find("currentPresetButton");
-    const auto& previous = find("previousPresetButton");
-    EXPECT_EQ(name.getRight(), find("nextPresetButton").getX());
-    EXPECT_EQ(previous.getRight(), name.getX());
-    juce::LookAndFeel_V4 plain;
-    getHeader().setLookAndFeel(&plain);
-    EXPECT_EQ(previous.getX(), 120 + 152);
-    getHeader().setLookAndFeel(nullptr);
-}
-
 TEST_F(Header, savesAndLoadsPresetsOfTheUser)
 {
     const juce::File file = plugIn.getUserPresetFolder().getChildFile("Test of mine.xml");
@@ -131,7 +112,7 @@ TEST_F(Header, savesAndLoadsPresetsOfTheUser)
     EXPECT_TRUE(menu.endsWith(juce::String(8447 + plugIn.getNumPrograms()) + " Test of mine # " +
                               "Saving & loading 8208 Save user preset file... " +
                               "8209 Load user preset file..."));
-    const auto frequency = [&] { return valueOf(Kalimmer::FundamentalFrequency); };
+    const auto frequency = [this] { return valueOf(Kalimmer::FundamentalFrequency); };
     BasePluginEditor::plugInMenuCallback(8448, editor.get());
     EXPECT_EQ(frequency(), 50.0F);
     editor->loadPresetFile(file.getFullPathName());

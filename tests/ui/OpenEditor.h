@@ -16,8 +16,6 @@ protected:
 
     OpenEditor() { plugIn.juce::AudioProcessor::addListener(this); }
 
-    ~OpenEditor() override { plugIn.juce::AudioProcessor::removeListener(this); }
-
     /// The component with that name, wherever it is in the editor.
     template <typename Component = juce::Component>
     Component& find(const juce::String& name)

@@ -1,9 +1,8 @@
 #include "ui/plot/Axis.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 #include <utility>
 
 using namespace kalim::ui;
@@ -11,9 +10,7 @@ using namespace kalim::ui;
 namespace
 {
 
-constexpr double infinity = std::numeric_limits<double>::infinity();
-
-/// In the size that the placement says, with the range's numbers between its ends.
+/// Between the ends of the axis, without overlapping.
 void expectSensibleNumbers(Axis& axis, AxisPlacement placement, int width, int height)
 {
     axis.setPlacement(placement);
@@ -22,9 +19,8 @@ void expectSensibleNumbers(Axis& axis, AxisPlacement placement, int width, int h
     for (const AxisMarker& marker : axis.getCurrentMarkers())
     {
         const juce::Rectangle<float> bounds = axis.getNumberBounds(marker);
-        EXPECT_TRUE(!bounds.intersects(std::exchange(previous, bounds)) && marker.position >= 0.0 &&
-                    marker.position <= 1.0)
-            << width << " x " << height << ", at " << marker.text;
+        EXPECT_FALSE(bounds.intersects(std::exchange(previous, bounds))) << width << "x" << height;
+        EXPECT_EQ(marker.position, juce::jlimit(0.0, 1.0, marker.position)) << marker.text;
     }
 }
 
@@ -32,16 +28,11 @@ void expectSensibleNumbers(Axis& axis, AxisPlacement placement, int width, int h
 
 TEST(AnAxis, NeverLetsItsNumbersOverlapWhateverTheRange)
 {
+    const std::pair<double, double> ranges[] = {{40.0, 2000.0}, {20.0, 24000.0}, {-100.0, 0.0},
+                                                {47.0, 53.0},   {0.0, 1e-3},     {0.0, 1e9},
+                                                {-5.0, -1.0},   {3.0, 3.0},      {0.0, HUGE_VAL}};
     for (const bool isLogarithmic : {false, true})
-        for (const auto& [start, end] : {std::pair{40.0, 2000.0},
-                                         {20.0, 24000.0},
-                                         {-100.0, 0.0},
-                                         {47.0, 53.0},
-                                         {0.0, 1e-3},
-                                         {0.0, 1e9},
-                                         {-5.0, -1.0},
-                                         {3.0, 3.0},
-                                         {0.0, infinity}})
+        for (const auto& [start, end] : ranges)
         {
             Axis axis;
             if (isLogarithmic)
@@ -78,15 +69,15 @@ TEST(AnAxis, HasRoundNumbersWhereTheMappingPutsThemInLessThanADecadeToo)
 
 TEST(AnAxis, CountsLevelsUpwardsWithFewerNumbersWhenSmall)
 {
-    using Positions = std::vector<double>;
     Axis axis;
     axis.setValueRange({-100.0, 0.0});
-    for (const auto& [height, positions] :
-         {std::pair{208, Positions{0.0, 0.2, 0.4, 0.6, 0.8, 1.0}}, {96, {0.0, 0.5, 1.0}}})
+    for (const auto& [height, step] : {std::pair{208, 0.2}, {96, 0.5}})
     {
         axis.setSize(48, height);
-        EXPECT_THAT(axis.getCurrentMarkerPositions(),
-                    ::testing::Pointwise(::testing::DoubleNear(1e-12), positions));
+        double position = -step;
+        for (const AxisMarker& marker : axis.getCurrentMarkers())
+            EXPECT_NEAR(marker.position, position += step, 1e-12);
+        EXPECT_NEAR(position, 1.0, 1e-12);
         EXPECT_LT(axis.getNumberBounds(axis.getCurrentMarkers().back()).getY(), 16.0F);
     }
 }
