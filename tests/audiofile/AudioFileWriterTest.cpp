@@ -1,14 +1,9 @@
 #include "audiofile/AudioFileWriter.h"
 
 #include "tests/audiofile/AudioFiles.h"
-#include "tests/audiofile/ScratchFolder.h"
 
 #include <climits>
 
-#include <signal.h>
-#include <sys/resource.h>
-
-#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <tuple>
@@ -22,11 +17,11 @@ namespace
 std::vector<int> stepsOf(int bits)
 {
     std::vector<int> samples;
-    const std::int64_t top = std::int64_t{1} << (bits - 1);
-    const std::int64_t stride = std::max<std::int64_t>(1, top / 1500);
-    for (std::int64_t value = -top; value < top; value += stride)
-        samples.push_back(static_cast<int>(value * (std::int64_t{1} << (32 - bits))));
-    samples.push_back(static_cast<int>((top - 1) * (std::int64_t{1} << (32 - bits))));
+    const auto step = std::int64_t{1} << (32 - bits);
+    const auto stride = step * std::max<std::int64_t>(1, (std::int64_t{1} << bits) / 3000);
+    for (std::int64_t value = INT_MIN; value < INT_MAX; value += stride)
+        samples.push_back(static_cast<int>(value));
+    samples.push_back(static_cast<int>(INT_MAX - step + 1));
     return samples;
 }
 
@@ -45,24 +40,6 @@ protected:
     }
 
     std::int64_t clipped = -1;
-};
-
-/// While it lives, no file of this process may grow beyond a size, as on a full disk.
-class FullDisk
-{
-public:
-    explicit FullDisk(rlim_t largestFile)
-    {
-        signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &previous);
-        const rlimit limit{largestFile, previous.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-
-    ~FullDisk() { setrlimit(RLIMIT_FSIZE, &previous); }
-
-private:
-    rlimit previous{};
 };
 
 } // namespace

@@ -1,16 +1,11 @@
 #include "audiofile/FileDamage.h"
 
 #include "tests/audiofile/AudioFiles.h"
-#include "tests/audiofile/ScratchFolder.h"
 
 namespace kalim::test
 {
 namespace
 {
-
-using namespace std::string_literals;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 class FileDamageTest : public ScratchFolder
 {
@@ -18,8 +13,7 @@ protected:
     /// The bytes of a file of three seconds of zeros.
     std::string recording(int format) const
     {
-        writeLibraryFile(path("whole"), format, std::vector<int>(144000));
-        return contentsOf(path("whole"));
+        return writeLibraryFile(path("whole"), format, std::vector<int>(144000));
     }
 
     std::vector<std::string> damages(const std::string& bytes) const
@@ -44,8 +38,7 @@ TEST_F(FileDamageTest, TellsHowMuchOfACutFileIsThere)
         EXPECT_THAT(damages(bytes), IsEmpty()) << container;
         EXPECT_THAT(damages(bytes.substr(0, bytes.size() - 192000)),
                     ElementsAre("the file is cut short: 1.0 of 3.0 s are there, 192000 bytes are "
-                                "missing"))
-            << container;
+                                "missing"));
     }
     // The library refuses a short CAF file by itself.
     EXPECT_THAT(damages(recording(SF_FORMAT_CAF | SF_FORMAT_PCM_16)), IsEmpty());

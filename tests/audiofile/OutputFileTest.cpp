@@ -2,10 +2,7 @@
 
 #include "tests/audiofile/ScratchFolder.h"
 
-#include <signal.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace kalim::test
 {
@@ -123,18 +120,13 @@ TEST_F(OutputFileTest, RefusesPlacesThatCannotHoldAFile)
 
 TEST_F(OutputFileTest, ASignalRemovesTheUnfinishedFileAndEndsTheProcess)
 {
-    const pid_t child = fork();
-    if (child == 0)
+    const auto interrupted = [&]
     {
         TemporaryFileRegistry::installSignalHandlers();
         const OutputFile file(path("a.wav"), Existing::keep);
-        raise(SIGTERM);
-        _exit(0);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_TRUE(WIFSIGNALED(status));
-    EXPECT_EQ(WTERMSIG(status), SIGTERM);
+        std::raise(SIGTERM);
+    };
+    EXPECT_EXIT(interrupted(), testing::KilledBySignal(SIGTERM), "");
     EXPECT_EQ(filesInFolder(), 0);
 }
 

@@ -4,8 +4,10 @@
 
 #include <gmock/gmock.h>
 
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -14,19 +16,21 @@
 namespace kalim::test
 {
 
+using namespace std::string_literals;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+inline std::string contentsOf(const std::filesystem::path& file)
+{
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
 
 /// A folder of its own for every test, removed at the end.
 class ScratchFolder : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        auto name = (std::filesystem::temp_directory_path() / "kalim-test-XXXXXX").native();
-        ASSERT_NE(mkdtemp(name.data()), nullptr);
-        folder = name;
-    }
-
     void TearDown() override { std::filesystem::remove_all(folder); }
 
     std::filesystem::path path(const std::string& name) const { return folder / name; }
@@ -37,18 +41,31 @@ protected:
         return path(name);
     }
 
-    static std::string contentsOf(const std::filesystem::path& file)
-    {
-        std::ifstream stream(file, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
-
     std::ptrdiff_t filesInFolder() const
     {
         return std::distance(std::filesystem::directory_iterator(folder), {});
     }
 
-    std::filesystem::path folder;
+    std::filesystem::path folder{
+        mkdtemp((std::filesystem::temp_directory_path() / "kalim-test-XXXXXX").string().data())};
+};
+
+/// While it lives, no file of this process may grow beyond a size, as on a full disk.
+class FullDisk
+{
+public:
+    explicit FullDisk(rlim_t largestFile)
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &previous);
+        const rlimit limit{largestFile, previous.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+
+    ~FullDisk() { setrlimit(RLIMIT_FSIZE, &previous); }
+
+private:
+    rlimit previous{};
 };
 
 /// The message of the error that an action throws, empty if it throws none.
