@@ -1,9 +1,7 @@
 #include "audiofile/AudioFileReader.h"
 
-#include "audiofile/ChunkLayout.h"
 #include "tests/audiofile/AudioFiles.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 
 namespace kalim::test
@@ -25,39 +23,29 @@ TEST_F(AudioFileReaderTest, RefusesWhatIsNoAudioFileWithAReasonOnOneLine)
     ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
     EXPECT_EQ(failureOf(writeText("a\nb\x1b[2Jü.wav", "")),
               folder.string() + "/a\\nb\\x1b[2Jü.wav: is empty");
-    for (const auto& [file, reason] :
-         {std::pair(path("missing.wav"), "No such file"), std::pair(folder, "is a folder"),
-          std::pair(writeText("text.wav", "Dear diary, today I recorded nothing at all."),
-                    "cannot be read as audio"),
-          std::pair(path("pipe"), "not a regular file"),
-          std::pair(std::filesystem::path("/dev/zero"), "not a regular file")})
-        EXPECT_THAT(failureOf(file), HasSubstr(reason));
+    for (const auto& file : {path("pipe"), std::filesystem::path("/dev/zero")})
+        EXPECT_THAT(failureOf(file), HasSubstr("not a regular file"));
 }
 
 TEST_F(AudioFileReaderTest, TakesNoDescriptionForSamples)
 {
-    auto bytes = writeLibraryFile(path("a.w64"), w64, noise(4));
-    const FileDescriptor file(open(path("a.w64").c_str(), O_RDONLY));
-    const auto layout = chunkLayoutOf(file.get()).value();
-    for (const auto byte : layout.serialised("iXML", std::vector<std::byte>(100)))
-        bytes += static_cast<char>(byte);
-    EXPECT_EQ(AudioFileReader(writeText("b.w64", bytes)).getNumFrames(), 4);
+    const auto chunk = "iXML\xf3\xac\xd3\x11\x8c\xd1\0\xc0\x4f\x8e\xdb\x8a\x7c\0\0\0\0\0\0\0"s;
+    const auto bytes = writeLibraryFile(path("a"), w64, noise(4)) + chunk + std::string(100, 'x');
+    EXPECT_EQ(AudioFileReader(writeText("b", bytes)).getNumFrames(), 4);
 }
 
 TEST_F(AudioFileReaderTest, ReportsACutOrDamagedCompressedFileAndCanSeekBack)
 {
     const auto whole = writeLibraryFile(path("a.flac"), flac16, noise(100000));
     auto damaged = whole;
-    for (std::size_t i = 0; i < 400; ++i)
-        damaged[damaged.size() / 2 + i] = static_cast<char>(i * 37);
+    damaged.replace(damaged.size() / 2, 400, 400, 'x');
     EXPECT_NE(failureOf(writeText("damaged.flac", damaged)), "");
     EXPECT_NE(failureOf(writeText("cut.flac", whole.substr(0, whole.size() / 2))), "");
 
     AudioFileReader reader(path("cut.flac"));
     std::vector<float> samples(100000);
     EXPECT_THROW(reader.read(samples), FileError);
-    EXPECT_GT(reader.getPosition(), 40000);
-    EXPECT_LT(reader.getPosition(), 60000);
+    EXPECT_NEAR(static_cast<double>(reader.getPosition()), 50000, 10000);
     const auto start = samples;
     EXPECT_NE(messageOf([&] { reader.seek(80000), reader.read(samples); }), "");
     reader.seek(1000);

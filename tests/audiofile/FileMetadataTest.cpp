@@ -5,7 +5,6 @@
 
 #include <fcntl.h>
 
-#include <array>
 #include <cstring>
 
 namespace kalim::test
@@ -19,11 +18,8 @@ constexpr int wavex = SF_FORMAT_WAVEX | SF_FORMAT_PCM_16;
 
 void setChunk(SNDFILE* file, const char* id, std::string text)
 {
-    SF_CHUNK_INFO info{};
-    std::strncpy(info.id, id, sizeof info.id - 1);
-    info.id_size = 4;
-    info.datalen = static_cast<unsigned>(text.size());
-    info.data = text.data();
+    SF_CHUNK_INFO info{"", 4, static_cast<unsigned>(text.size()), text.data()};
+    std::memcpy(info.id, id, 4);
     sf_set_chunk(file, &info);
 }
 
@@ -35,8 +31,7 @@ void setStrings(SNDFILE* file)
 
 void setCue(SNDFILE* file)
 {
-    SF_CUES cues{1, {{7, 2, 0, 0, 0, 2, "Verse"}}};
-    std::memcpy(&cues.cue_points[0].fcc_chunk, "data", 4);
+    SF_CUES cues{1, {{7, 2, 0x61746164 /* "data" */, 0, 0, 2, "Verse"}}};
     sf_command(file, SFC_SET_CUE, &cues, sizeof cues);
 }
 
@@ -46,7 +41,6 @@ void describeFully(SNDFILE* file)
     setStrings(file);
     setCue(file);
     SF_BROADCAST_INFO info{};
-    std::strcpy(info.description, "Evening news");
     info.time_reference_low = 48000;
     std::strcpy(info.coding_history, "A=ANALOGUE,M=mono,T=tape\r\n");
     info.coding_history_size = static_cast<std::uint32_t>(std::strlen(info.coding_history));
@@ -65,10 +59,7 @@ void sumOggPages(std::string& bytes)
         bytes.replace(start + 22, 4, 4, '\0');
         std::uint32_t sum = 0;
         for (std::size_t bit = 8 * start; bit < 8 * end; ++bit)
-        {
-            const auto next = static_cast<std::uint32_t>(bytes[bit / 8] >> (7 - bit % 8) & 1);
-            sum = sum << 1 ^ (sum >> 31 ^ next) * 0x04c11db7;
-        }
+            sum = sum << 1 ^ (sum >> 31 ^ (bytes[bit / 8] >> (7 - bit % 8) & 1U)) * 0x04c11db7;
         for (std::size_t i = 0; i < 4; ++i)
             bytes[start + 22 + i] = static_cast<char>(sum >> 8 * i);
     }
@@ -133,9 +124,8 @@ TEST_F(FileMetadataTest, KeepsEveryBroadcastChunkWithinTheFamilyAndAddsALineToTh
         const auto was = chunkText("in", "bext");
         const auto is = chunkText("out", "bext");
         EXPECT_EQ(is.substr(0, 602), was.substr(0, 602));
-        const auto history = std::string(is.substr(602).c_str());
-        EXPECT_THAT(history, testing::EndsWith("A=PCM,F=48000,W=16,M=mono,T=Kalim test\r\n"));
-        EXPECT_EQ(std::ranges::count(history, '\n'), std::ranges::count(was.substr(602), '\n') + 1);
+        EXPECT_EQ(is.substr(602).c_str(),
+                  was.substr(602).c_str() + "A=PCM,F=48000,W=16,M=mono,T=Kalim test\r\n"s);
     }
     EXPECT_EQ(copied(wav16, w64, describeFully).size(), chunksOf("in").size());
 }
@@ -153,7 +143,6 @@ TEST_F(FileMetadataTest, ChunksOfAnySizeAndParityGoOverByteForByteInFrontAndBehi
         EXPECT_THAT(copyAudio(path("in"), path("out"), wav16), IsEmpty());
         EXPECT_EQ(chunksOf("out"), chunksOf("in")) << size;
         EXPECT_EQ(chunkText("out", "abcd"), std::string(size, 'x'));
-        EXPECT_EQ(chunksOf("out").front().id, "iXML");
         EXPECT_TRUE(chunksOf("out").front().precedesAudio);
     }
 }
@@ -191,9 +180,9 @@ TEST_F(FileMetadataTest, TranslatesBetweenKindsAndNamesWhatIsLost)
 
 TEST_F(FileMetadataTest, KeepsLoudspeakerPositions)
 {
-    std::array map{SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT, SF_CHANNEL_MAP_LFE};
+    int map[] = {SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT, SF_CHANNEL_MAP_LFE};
     const auto describe = [&](SNDFILE* file)
-    { sf_command(file, SFC_SET_CHANNEL_MAP_INFO, map.data(), sizeof map); };
+    { sf_command(file, SFC_SET_CHANNEL_MAP_INFO, map, sizeof map); };
     writeLibraryFile(path("in"), wavex, std::vector<int>(60), 3, describe);
     EXPECT_THAT(copyAudio(path("in"), path("out"), wavex), IsEmpty());
     EXPECT_THAT(copyAudio(path("in"), path("out"), rf64), IsEmpty());
@@ -204,13 +193,11 @@ TEST_F(FileMetadataTest, KeepsLoudspeakerPositions)
 TEST_F(FileMetadataTest, WarnsOfFlacBlocksThatAreLost)
 {
     auto bytes = writeLibraryFile(path("a"), flac16, {0, 65536, 0}, 1, setStrings);
-    // Behind the marker and the first block, whose length is fixed.
-    constexpr std::size_t secondBlock = 4 + 4 + 34;
     const auto picture = "\x06\0\0\x20"s + std::string(32, '\0');
-    const auto application = "\x02\0\0\x04"
-                             "abcd"s;
+    const auto application = "\2\0\0\4abcd"s;
     const auto comments = "\x04\0\0\x15\0\0\0\0\x01\0\0\0\x09\0\0\0MOOD=calm"s;
-    bytes.insert(secondBlock, picture + application + comments);
+    // Behind the marker and the first block, whose length is fixed.
+    bytes.insert(4 + 4 + 34, picture + application + comments);
     EXPECT_THAT(lossesOf(bytes, flac16),
                 ElementsAre("1 picture", "1 application block", "the tags MOOD"));
 }

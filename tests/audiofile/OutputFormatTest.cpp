@@ -15,11 +15,11 @@ constexpr int wavFloat = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
 constexpr AudioShape usual{1000, 2, 48000};
 constexpr AudioShape tenHours{36000LL * 48000, 2, 48000};
 
-OutputFormat choose(int input, const char* output, const std::string& request = "",
-                    const AudioShape& shape = usual)
+OutputFormat choose(int input, const char* output, AudioShape shape = usual,
+                    const char* request = "")
 {
     return chooseOutputFormat(AudioFileFormat(input), shape, output,
-                              request.empty() ? FormatRequest{} : parseFormatRequest(request));
+                              *request == '\0' ? FormatRequest{} : parseFormatRequest(request));
 }
 
 struct Choice
@@ -54,11 +54,7 @@ TEST(OutputFormatTest, KeepsTheInputsSamplesWhereTheContainerCanAndElseSaysWhatI
              Choice{SF_FORMAT_WAV | SF_FORMAT_IMA_ADPCM, "a.flac", flac16, 1},
              Choice{SF_FORMAT_WAV | SF_FORMAT_MPEG_LAYER_III, "a.wav", wav24, 1},
              // Only the extensible header has a place for more than two loudspeakers.
-             Choice{SF_FORMAT_CAF | SF_FORMAT_PCM_16,
-                    "a.wav",
-                    SF_FORMAT_WAVEX | SF_FORMAT_PCM_16,
-                    0,
-                    {1000, 6, 48000}},
+             Choice{w64, "a.wav", SF_FORMAT_WAVEX | SF_FORMAT_PCM_16, 0, {1000, 6, 48000}},
              Choice{wav16, "a.wav", rf64, 1, tenHours},
              Choice{rf64, "a.wav", rf64, 1, tenHours},
              Choice{wav16, "a.w64", w64, 0, tenHours},
@@ -66,7 +62,7 @@ TEST(OutputFormatTest, KeepsTheInputsSamplesWhereTheContainerCanAndElseSaysWhatI
              Choice{wav16, "a.wav", wav24, 0, usual, "pcm24"},
          })
     {
-        const auto chosen = choose(input, output, request, shape);
+        const auto chosen = choose(input, output, shape, request);
         EXPECT_EQ(chosen.format.getLibraryFormat(), expected) << output;
         EXPECT_EQ(chosen.warnings.size(), numWarnings) << output;
     }
@@ -76,24 +72,21 @@ TEST(OutputFormatTest, KeepsTheInputsSamplesWhereTheContainerCanAndElseSaysWhatI
 
 TEST(OutputFormatTest, RefusesWhatAContainerCannotTakeAndNamesWhatItCan)
 {
-    EXPECT_THAT(messageOf<std::invalid_argument>([] { parseFormatRequest("wav:pcm12"); }),
-                HasSubstr("pcm16"));
-    EXPECT_THAT(messageOf<std::invalid_argument>([] { parseFormatRequest("doc"); }),
-                HasSubstr("w64"));
     using Refusal = std::tuple<const char*, AudioShape, const char*, const char*>;
     for (const auto& [output, shape, request, reason] : {
              Refusal{"a.flac", usual, "float", "(it holds pcm8, pcm16, pcm24)"},
-             Refusal{"a.docx", usual, "", ".wave"},
-             Refusal{
-                 "a.flac", {10, 9, 48000}, "", "a.flac: FLAC cannot hold 9 channels (at most 8)"},
+             Refusal{"-", usual, "wav:pcm12", "pcm16"},
+             Refusal{"-", usual, "doc", "w64"},
+             Refusal{"a.flac", {10, 9, 48000}, "", "a.flac: FLAC cannot hold 9 channels (at"},
              Refusal{"a.mp3", {10, 6, 48000}, "", "at most 2"},
              Refusal{"a.opus", {10, 2, 44100}, "", "24000, 48000"},
              Refusal{"a.flac", {10, 1, 10'000'000}, "", "10000000 Hz"},
              Refusal{"a.aiff", tenHours, "", "more than 4 GiB"},
          })
-        EXPECT_THAT(messageOf([&, &output = output, &shape = shape, &request = request]
-                              { choose(wav16, output, request, shape); }),
-                    HasSubstr(reason));
+        EXPECT_THAT(
+            messageOf<std::exception>([&, &output = output, &shape = shape, &request = request]
+                                      { choose(wav16, output, shape, request); }),
+            HasSubstr(reason));
 }
 
 } // namespace kalim::test

@@ -50,37 +50,32 @@ protected:
         mkdtemp((std::filesystem::temp_directory_path() / "kalim-test-XXXXXX").string().data())};
 };
 
-/// While it lives, no file of this process may grow beyond a size, as on a full disk.
-class FullDisk
-{
-public:
-    explicit FullDisk(rlim_t largestFile)
-    {
-        std::signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &previous);
-        const rlimit limit{largestFile, previous.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-
-    ~FullDisk() { setrlimit(RLIMIT_FSIZE, &previous); }
-
-private:
-    rlimit previous{};
-};
-
 /// The message of the error that an action throws, empty if it throws none.
 template <typename Error = FileError, typename Action>
 std::string messageOf(const Action& action)
+try
 {
-    try
-    {
-        action();
-    }
-    catch (const Error& error)
-    {
-        return error.what();
-    }
+    action();
     return {};
+}
+
+catch (const Error& error)
+{
+    return error.what();
+}
+
+/// The same while no file may grow beyond a size, as on a full disk.
+template <typename Action>
+std::string messageOnFullDisk(rlim_t largestFile, const Action& action)
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit previous{};
+    getrlimit(RLIMIT_FSIZE, &previous);
+    const rlimit limit{largestFile, previous.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    auto message = messageOf(action);
+    setrlimit(RLIMIT_FSIZE, &previous);
+    return message;
 }
 
 } // namespace kalim::test

@@ -3,11 +3,9 @@
 #include "tests/audiofile/ScratchFolder.h"
 #include "tests/presets/PresetCases.h"
 
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <bit>
-#include <csignal>
 #include <cstdint>
 #include <utility>
 
@@ -70,14 +68,10 @@ TEST_F(PresetFileTest, RefusesWhatIsNoPresetWithTheReason)
 {
     const auto nested = [](int depth)
     {
-        std::string opening;
-        std::string closing;
+        std::string elements = "text";
         for (int i = 0; i < depth; ++i)
-        {
-            opening += "<a>";
-            closing += "</a>";
-        }
-        return preset(opening + "text" + closing);
+            elements.insert(0, "<a>").append("</a>");
+        return preset(elements);
     };
     const std::string padding((1U << 20U) - preset("").size(), ' ');
     for (const auto& [text, reason] :
@@ -131,15 +125,8 @@ TEST_F(PresetFileTest, WritesTheBytesThatEarlierVersionsWrote)
 TEST_F(PresetFileTest, LeavesTheOldFileWhereWritingFails)
 {
     const auto file = writeText("old.xml", "what was there");
-    // As on a full disk: nothing more can be written.
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit previous{};
-    getrlimit(RLIMIT_FSIZE, &previous);
-    const rlimit none{16, previous.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &none), 0);
-    const auto message = messageOf([&] { writePresetFile(file, {}); });
-    setrlimit(RLIMIT_FSIZE, &previous);
-    EXPECT_THAT(message, HasSubstr("old.xml: File too large"));
+    EXPECT_THAT(messageOnFullDisk(16, [&] { writePresetFile(file, {}); }),
+                HasSubstr("old.xml: File too large"));
     EXPECT_EQ(contentsOf(file), "what was there");
     EXPECT_THAT(messageOf([&] { writePresetFile(path("missing/new.xml"), {}); }),
                 HasSubstr("No such file"));
