@@ -6,8 +6,7 @@
 #include <sys/stat.h>
 
 #include <bit>
-#include <cstdint>
-#include <utility>
+#include <tuple>
 
 namespace kalim::test
 {
@@ -29,9 +28,7 @@ protected:
 
     static std::string refusalOf(const std::filesystem::path& file)
     {
-        const auto message = messageOf([&] { readPresetFile(file); });
-        EXPECT_TRUE(message.empty() || message.starts_with(file.string() + ": ")) << message;
-        return message;
+        return messageOf([&] { readPresetFile(file); });
     }
 };
 
@@ -39,15 +36,13 @@ protected:
 
 TEST_F(PresetFileTest, GivesTheNumbersThatAreThereAndNoOthers)
 {
-    const auto bitsOf = [](float value) { return std::bit_cast<std::uint32_t>(value); };
     for (const auto& [attributes, id, value] : presetCases)
     {
         const auto values = read(preset(std::string("<P ") + attributes + "/>")).values;
         ASSERT_EQ(values.size(), id < 0 ? 0U : 1U) << attributes;
-        if (id < 0)
-            continue;
-        EXPECT_EQ(values[0].id, id) << attributes;
-        EXPECT_EQ(bitsOf(values[0].value), bitsOf(value)) << attributes;
+        for (const ParameterValue& found : values)
+            EXPECT_EQ(std::tuple(attributes, found.id, std::bit_cast<int>(found.value)),
+                      std::tuple(attributes, id, std::bit_cast<int>(value)));
     }
 }
 
@@ -89,8 +84,7 @@ TEST_F(PresetFileTest, RefusesWhatIsNoPresetWithTheReason)
         EXPECT_EQ(refusalOf(writeText("good.xml", text)), "");
     ASSERT_EQ(mkfifo(path("pipe.xml").c_str(), 0600), 0);
     EXPECT_THAT(refusalOf(path("pipe.xml")), HasSubstr("not a regular file"));
-    EXPECT_THAT(refusalOf(folder), HasSubstr("is a folder"));
-    EXPECT_THAT(refusalOf(path("missing.xml")), HasSubstr("No such file"));
+    EXPECT_EQ(refusalOf(folder), folder.string() + ": is a folder, not a preset");
 }
 
 TEST_F(PresetFileTest, WritesTheBytesThatEarlierVersionsWrote)

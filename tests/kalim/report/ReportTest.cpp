@@ -1,3 +1,5 @@
+#include "kalim/report/Report.h"
+
 #include "base/Text.h"
 #include "kalim/report/PlotAxes.h"
 #include "kalim/report/ProgressBar.h"
@@ -67,6 +69,7 @@ TEST(SpectrumMeterTest, ShowsSilenceAndASineAtItsLevelHoweverLongItIsAndHoweverI
 
 TEST_F(SpectrumPlotTest, DrawsWhateverTheDataHoldInTheKindThatTheNameAsksFor)
 {
+    EXPECT_EQ(validUtf8("Grüße 録音 🎧 a\xff\xc3, \xed\xa0\x80"), "Grüße 録音 🎧 a��, ���");
     auto data = humAt(50, 96);
     data.title = "broken \xff\xfe name \xe3\x81";
     data.before.assign(100, silence);
@@ -98,20 +101,26 @@ TEST(PlotAxesTest, ShowEveryHarmonicBelowHalfTheSampleRateAndTheLevelsInSight)
     EXPECT_EQ(axis.getTicks().front().label + axis.getTicks().back().label, "−90−10");
 }
 
-TEST(PlotCanvasTest, ReplacesOnlyWhatIsNoUtf8)
-{
-    EXPECT_EQ(validUtf8("Grüße 録音 🎧 a\xff\xc3, \xed\xa0\x80"), "Grüße 録音 🎧 a��, ���");
-}
-
 TEST(ProgressBarTest, TellsShareAndTimeLeftWithinTheTerminal)
 {
-    EXPECT_THAT(progressLine(0.25, seconds(30), 80), StartsWith(" 25 % [##########---"));
-    EXPECT_THAT(progressLine(0.25, seconds(30), 80), EndsWith(" 1:30 left"));
+    EXPECT_THAT(progressLine(0.25, seconds(30), 80),
+                AllOf(StartsWith(" 25 % [##########---"), EndsWith(" 1:30 left")));
     EXPECT_THAT(progressLine(0.5, seconds(4000), 80), EndsWith(" 1:06:40 left"));
     EXPECT_THAT(progressLine(0.999, seconds(0), 80), StartsWith(" 99 %"));
     EXPECT_THAT(progressLine(std::nan(""), seconds(1), 80), StartsWith("  0 %"));
     for (int width = 1; width < 100; ++width)
         EXPECT_LT(progressLine(0.5, seconds(4000), width).size(), static_cast<std::size_t>(width));
+}
+
+TEST(ReportTest, ListsPresetsBelowTheirFolders)
+{
+    using enum PresetOrigin;
+    EXPECT_EQ(
+        presetsToText({{factory, "", "A", ""}, {factory, "B", "x", ""}, {factory, "B", "y", ""}},
+                      {"/f", ""}),
+        "Factory presets in /f\n  A\n  B/\n    x\n    y\nUser presets\n  none\n");
+    EXPECT_EQ(presetsToText({{user, "", "a", ""}}, {"", "/u"}),
+              "Factory presets\n  none\nUser presets in /u\n  a\n");
 }
 
 } // namespace kalim::test
