@@ -1,12 +1,11 @@
 #include "dsp/hum/HumParameters.h"
-#include "tests/audiofile/AudioFiles.h"
 #include "tests/kalim/RunningProgram.h"
 #include "tests/support/TestSignals.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
+#include <array>
 #include <cmath>
 #include <tuple>
 
@@ -36,9 +35,9 @@ protected:
 
     static std::vector<float> makeHumSamples(double start, double end, double seconds)
     {
-        const Hum glide{.startFrequency = start, .endFrequency = end};
         const Signal32 hum =
-            mix(makeHum(glide, 48000.0, seconds), makeNoise(-90.0, 48000.0, seconds));
+            mix(makeHum({.startFrequency = start, .endFrequency = end}, 48000.0, seconds),
+                makeNoise(-90.0, 48000.0, seconds));
         return {hum.getReadChannelPtr(0), hum.getReadChannelPtr(0) + hum.getNumSamples()};
     }
 
@@ -91,8 +90,7 @@ TEST_F(Program, cleansTheGuitarBetterThanFixedNotchesAndDrawsIt)
     EXPECT_GE(reductionsIn(cleaned)[0], 20.0);
     EXPECT_NEAR(cleaned["harmonics"][0]["frequency"].get<double>(), 60.1, 0.2);
     EXPECT_EQ(cleaned["outputFormat"], "FLAC pcm16");
-    EXPECT_EQ(AudioFileReader(flac).getSampleRate(),
-              AudioFileReader(exampleRecording()).getSampleRate());
+    EXPECT_EQ(AudioFileReader(flac).getSampleRate(), 44100);
     EXPECT_THAT(contentsOf(path("spectrum.svg")), HasSubstr("<svg"));
 }
 
@@ -113,10 +111,9 @@ TEST_F(Program, hasAnOptionAndAPlaceInTheReportForEveryParameterOfTheEngine)
         const std::string option = fmt::format("--{}", row.option);
         EXPECT_THAT(runKalim({"--help"}).output, AllOf(HasSubstr(option), HasSubstr(row.help)));
         const std::string full = fmt::format("{}={}", option, value);
-        const std::string brief = row.shortOption != 0
-                                      ? fmt::format("-{}{}", row.shortOption, value)
-                                  : isToggle ? option
-                                             : full;
+        std::string brief = isToggle ? option : full;
+        if (row.shortOption != 0)
+            brief = fmt::format("-{}{}", row.shortOption, value);
         for (const std::string& spelling : {full, brief})
             EXPECT_EQ(clean(input, {spelling})["settings"], changed) << spelling;
         const std::string reason = isToggle ? option + ": 'nan' is neither on nor off"
@@ -141,10 +138,9 @@ TEST_F(Program, reportsWhatItTookOffASteadyHumAndSamplesThatAreNoNumbers)
         EXPECT_EQ(cleaned["nonFiniteSamples"], 2);
         const auto reductions = reductionsIn(cleaned);
         ASSERT_EQ(reductions.size(), 20U);
-        EXPECT_GE(reductions[0], 45.0);
-        EXPECT_GE(reductions[1], 40.0);
-        EXPECT_GE(reductions[2], 37.0);
-        EXPECT_GE(*std::ranges::min_element(reductions), 20.0);
+        EXPECT_THAT(reductions, Each(Ge(20.0)));
+        EXPECT_THAT((std::array{reductions[0], reductions[1], reductions[2]}),
+                    ElementsAre(Ge(45.0), Ge(40.0), Ge(37.0)));
     }
     samples[30000] = samples[30001] = 0.0F;
     samples[30002] = 1.0e6F; // the loudest that the engine takes

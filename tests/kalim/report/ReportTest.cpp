@@ -115,12 +115,9 @@ TEST(ProgressBarTest, TellsShareAndTimeLeftWithinTheTerminal)
 TEST(ReportTest, ListsPresetsBelowTheirFolders)
 {
     using enum PresetOrigin;
-    EXPECT_EQ(
-        presetsToText({{factory, "", "A", ""}, {factory, "B", "x", ""}, {factory, "B", "y", ""}},
-                      {"/f", ""}),
-        "Factory presets in /f\n  A\n  B/\n    x\n    y\nUser presets\n  none\n");
-    EXPECT_EQ(presetsToText({{user, "", "a", ""}}, {"", "/u"}),
-              "Factory presets\n  none\nUser presets in /u\n  a\n");
+    EXPECT_EQ(presetsToText({{user, "", "A", ""}, {user, "B", "x", ""}, {user, "B", "y", ""}},
+                            {"/f", "/u"}),
+              "Factory presets in /f\n  none\nUser presets in /u\n  A\n  B/\n    x\n    y\n");
 }
 
 } // namespace kalim::test
