@@ -5,7 +5,6 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include <array>
 #include <cmath>
 #include <tuple>
 
@@ -139,7 +138,7 @@ TEST_F(Program, reportsWhatItTookOffASteadyHumAndSamplesThatAreNoNumbers)
         const auto reductions = reductionsIn(cleaned);
         ASSERT_EQ(reductions.size(), 20U);
         EXPECT_THAT(reductions, Each(Ge(20.0)));
-        EXPECT_THAT((std::array{reductions[0], reductions[1], reductions[2]}),
+        EXPECT_THAT(std::vector(reductions.begin(), reductions.begin() + 3),
                     ElementsAre(Ge(45.0), Ge(40.0), Ge(37.0)));
     }
     samples[30000] = samples[30001] = 0.0F;
@@ -197,7 +196,6 @@ TEST_F(Program, refusesWhatIsWrongWithTheReasonAndLeavesNothingBehind)
           Case(1, {text, output()}, "no audio.wav: cannot be read as audio"),
           Case(1, {input, text}, "no audio.wav"),
           Case(1, {folder, output()}, folder.string() + ": is a folder"),
-          Case(1, {input, path("no folder/out.wav")}, "no folder/out.wav"),
           Case(1, {writeFloats("empty.wav", {}), path("empty.flac")}, "empty.flac: FLAC")})
         EXPECT_THAT(refusal(exitCode, words), HasSubstr(reason));
     EXPECT_EQ(filesInFolder(), 2);
@@ -209,27 +207,27 @@ TEST_F(Program, takesFromAPresetWhatIsNotGiven)
     const auto presets = path("Contents/Resources/Presets");
     std::filesystem::create_directories(presets);
     std::filesystem::copy_file(KALIM_PROGRAM, path("kalim"));
-    const std::string recording = exampleRecording();
     const std::string guitar = presets / "Guitar.xml";
     writeText(guitar, "<A><ParameterSettings><P id='0' value='60'/><P id='3' value='14'/>"
                       "<P id='4' value='1'/></ParameterSettings></A>");
     writeText(presets / "Broken.xml", "<Preset");
     const Words copy{"/usr/bin/env", "HOME=" + folder.string(), path("kalim")};
-    const auto cleaned =
-        report({recording, output(), "--odd=off", "-n3", "--preset=guitar", "--json"}, copy);
+    const auto cleaned = report(
+        {exampleRecording(), output(), "--odd=off", "-n3", "--preset=guitar", "--json"}, copy);
     EXPECT_EQ(cleaned["settings"],
               json::parse(R"({"fundamental": 60, "sensitivity": 30, "odd": false,
         "adaptivity": 15, "harmonics": 3, "aggressive": false, "residual": false})"));
     EXPECT_EQ(cleaned["preset"]["file"], guitar);
     EXPECT_EQ(report({"--list-presets", "--json"}, copy)["presets"][1]["name"], "Guitar");
 
-    for (const auto& [exitCode, option, reason] :
+    for (const auto& [code, option, reason] :
          {std::tuple(2, "--preset=Guita", "there is no preset 'Guita'"),
           std::tuple(1, "--preset=Broken", "Broken.xml: is not valid XML"),
           std::tuple(2, "--preset=Guitar", "Guitar.xml: is named twice")})
-        EXPECT_THAT(refusal(exitCode, {option, recording, path("no.wav"), "--trace", guitar}, copy),
-                    HasSubstr(reason));
-    EXPECT_FALSE(std::filesystem::exists(path("no.wav")));
+        EXPECT_THAT(
+            refusal(code, {option, exampleRecording(), path("x.wav"), "--trace", guitar}, copy),
+            HasSubstr(reason));
+    EXPECT_FALSE(std::filesystem::exists(path("x.wav")));
 }
 
 TEST_F(Program, leavesNoHalfFileWhenItIsKilled)
