@@ -4,20 +4,21 @@
 #include "audiofile/AudioFileWriter.h"
 #include "audiofile/FileMetadata.h"
 #include "audiofile/OutputFile.h"
+#include "tests/audiofile/ScratchFolder.h"
 
 #include <sndfile.h>
 
 #include <algorithm>
 #include <cstdint>
-#include <filesystem>
 #include <functional>
 #include <random>
-#include <string>
 #include <vector>
 
 namespace kalim::test
 {
 
+constexpr int rf64 = SF_FORMAT_RF64 | SF_FORMAT_PCM_16;
+constexpr int w64 = SF_FORMAT_W64 | SF_FORMAT_PCM_16;
 constexpr int wav16 = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
 constexpr int flac16 = SF_FORMAT_FLAC | SF_FORMAT_PCM_16;
 constexpr int oggVorbis = SF_FORMAT_OGG | SF_FORMAT_VORBIS;
@@ -33,14 +34,16 @@ inline SoundFileHandle openLibraryFile(const std::filesystem::path& path, int mo
     return SoundFileHandle(sf_open(path.c_str(), mode, &info));
 }
 
-/// Writes with the library alone.
-inline void writeLibraryFile(
+/// Writes with the library alone, and returns the bytes of the file.
+inline std::string writeLibraryFile(
     const std::filesystem::path& path, int format, const std::vector<int>& samples,
     int channels = 1, const Describe& describe = [](SNDFILE*) {})
 {
-    const auto file = openLibraryFile(path, SFM_WRITE, format, channels);
+    auto file = openLibraryFile(path, SFM_WRITE, format, channels);
     describe(file.get());
     sf_write_int(file.get(), samples.data(), static_cast<sf_count_t>(samples.size()));
+    file.reset();
+    return contentsOf(path);
 }
 
 /// Samples of all sizes, the same in each run.
@@ -51,21 +54,24 @@ inline std::vector<int> noise(std::size_t count)
     return samples;
 }
 
-inline std::vector<int> readLibraryIntegers(const std::filesystem::path& path, std::size_t count)
+/// Reads a short file with the library alone.
+inline std::vector<int> readLibraryIntegers(const std::filesystem::path& path)
 {
-    std::vector<int> samples(count);
+    std::vector<int> samples(10000);
     const auto file = openLibraryFile(path, SFM_READ);
-    const auto got = sf_read_int(file.get(), samples.data(), static_cast<sf_count_t>(count));
-    samples.resize(static_cast<std::size_t>(got));
+    samples.resize(static_cast<std::size_t>(sf_read_int(file.get(), samples.data(), 10000)));
     return samples;
 }
 
+/// Reads in parts, as a program does.
 inline std::vector<float> readAll(const std::filesystem::path& path)
 {
     AudioFileReader reader(path);
-    std::vector<float> samples(
-        static_cast<std::size_t>(reader.getNumFrames() * reader.getNumChannels()));
-    reader.read(samples);
+    std::vector<float> samples;
+    std::vector<float> part(static_cast<std::size_t>(1000 * reader.getNumChannels()));
+    while (const auto frames = reader.read(part))
+        samples.insert(samples.end(), part.begin(),
+                       part.begin() + frames * reader.getNumChannels());
     return samples;
 }
 

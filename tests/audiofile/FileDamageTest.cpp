@@ -1,16 +1,11 @@
 #include "audiofile/FileDamage.h"
 
 #include "tests/audiofile/AudioFiles.h"
-#include "tests/audiofile/ScratchFolder.h"
 
 namespace kalim::test
 {
 namespace
 {
-
-using namespace std::string_literals;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 class FileDamageTest : public ScratchFolder
 {
@@ -18,8 +13,7 @@ protected:
     /// The bytes of a file of three seconds of zeros.
     std::string recording(int format) const
     {
-        writeLibraryFile(path("whole"), format, std::vector<int>(144000));
-        return contentsOf(path("whole"));
+        return writeLibraryFile(path("whole"), format, std::vector<int>(144000));
     }
 
     std::vector<std::string> damages(const std::string& bytes) const
@@ -43,14 +37,12 @@ TEST_F(FileDamageTest, TellsHowMuchOfACutFileIsThere)
         const auto bytes = recording(container | SF_FORMAT_PCM_16);
         EXPECT_THAT(damages(bytes), IsEmpty()) << container;
         EXPECT_THAT(damages(bytes.substr(0, bytes.size() - 192000)),
-                    ElementsAre("the file is cut short: 1.0 of 3.0 s are there, 192000 bytes are "
-                                "missing"))
-            << container;
+                    ElementsAre(HasSubstr("1.0 of 3.0 s are there, 192000 bytes are missing")));
     }
     // The library refuses a short CAF file by itself.
     EXPECT_THAT(damages(recording(SF_FORMAT_CAF | SF_FORMAT_PCM_16)), IsEmpty());
     EXPECT_THAT(damages(recording(SF_FORMAT_WAV | SF_FORMAT_IMA_ADPCM).substr(0, 30000)),
-                ElementsAre(HasSubstr("1.3 of 3.1 s")));
+                ElementsAre(HasSubstr("the file is cut short: 1.3 of 3.1 s")));
 }
 
 TEST_F(FileDamageTest, TellsThatARecorderWasCutOff)
@@ -58,8 +50,7 @@ TEST_F(FileDamageTest, TellsThatARecorderWasCutOff)
     const auto wav = recording(wav16);
     const std::string none(4, '\0');
     EXPECT_THAT(damages(withSize(wav, "data", none)),
-                ElementsAre("the header claims no samples although 288000 bytes follow, which are "
-                            "left out"));
+                ElementsAre(HasSubstr("although 288000 bytes follow, which are left out")));
     // What the library repairs by itself.
     EXPECT_THAT(damages(withSize(withSize(wav, "RIFF", "\x08\0\0\0"s), "data", none)),
                 ElementsAre(HasSubstr("288000 bytes follow, which are taken")));
@@ -71,10 +62,10 @@ TEST_F(FileDamageTest, TellsThatARecorderWasCutOff)
 TEST_F(FileDamageTest, TakesNoUnknownSizeForDamage)
 {
     const auto wav = recording(wav16);
-    for (const std::uint32_t size : {0xffffffffU, 0x7fffffffU - 36, 0x7ffff000U, 0x80000000U})
+    for (const auto& size :
+         {"\xff\xff\xff\xff"s, "\xdb\xff\xff\x7f"s, "\0\xf0\xff\x7f"s, "\0\0\0\x80"s})
     {
-        const std::string stated(reinterpret_cast<const char*>(&size), sizeof size);
-        EXPECT_THAT(damages(withSize(wav, "data", stated)), IsEmpty());
+        EXPECT_THAT(damages(withSize(wav, "data", size)), IsEmpty());
         EXPECT_EQ(AudioFileReader(path("in")).getNumFrames(), 144000);
     }
 }

@@ -2,11 +2,9 @@
 
 #include "audiofile/ChunkedFile.h"
 #include "tests/audiofile/AudioFiles.h"
-#include "tests/audiofile/ScratchFolder.h"
 
 #include <fcntl.h>
 
-#include <array>
 #include <cstring>
 
 namespace kalim::test
@@ -14,25 +12,14 @@ namespace kalim::test
 namespace
 {
 
-using namespace std::string_literals;
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::EndsWith;
-using ::testing::IsEmpty;
-
-constexpr int rf64 = SF_FORMAT_RF64 | SF_FORMAT_PCM_16;
-constexpr int w64 = SF_FORMAT_W64 | SF_FORMAT_PCM_16;
 constexpr int aiff = SF_FORMAT_AIFF | SF_FORMAT_PCM_16;
 constexpr int caf = SF_FORMAT_CAF | SF_FORMAT_PCM_16;
 constexpr int wavex = SF_FORMAT_WAVEX | SF_FORMAT_PCM_16;
 
 void setChunk(SNDFILE* file, const char* id, std::string text)
 {
-    SF_CHUNK_INFO info{};
-    std::strncpy(info.id, id, sizeof info.id - 1);
-    info.id_size = 4;
-    info.datalen = static_cast<unsigned>(text.size());
-    info.data = text.data();
+    SF_CHUNK_INFO info{"", 4, static_cast<unsigned>(text.size()), text.data()};
+    std::memcpy(info.id, id, 4);
     sf_set_chunk(file, &info);
 }
 
@@ -44,19 +31,8 @@ void setStrings(SNDFILE* file)
 
 void setCue(SNDFILE* file)
 {
-    SF_CUES cues{1, {{7, 2, 0, 0, 0, 2, "Verse"}}};
-    std::memcpy(&cues.cue_points[0].fcc_chunk, "data", 4);
+    SF_CUES cues{1, {{7, 2, 0x61746164 /* "data" */, 0, 0, 2, "Verse"}}};
     sf_command(file, SFC_SET_CUE, &cues, sizeof cues);
-}
-
-void setBroadcast(SNDFILE* file)
-{
-    SF_BROADCAST_INFO info{};
-    std::strcpy(info.description, "Evening news");
-    info.time_reference_low = 48000;
-    std::strcpy(info.coding_history, "A=ANALOGUE,M=mono,T=tape\r\n");
-    info.coding_history_size = static_cast<std::uint32_t>(std::strlen(info.coding_history));
-    sf_command(file, SFC_SET_BROADCAST_INFO, &info, sizeof info);
 }
 
 /// What a recorder of the broadcast kind leaves behind.
@@ -64,7 +40,11 @@ void describeFully(SNDFILE* file)
 {
     setStrings(file);
     setCue(file);
-    setBroadcast(file);
+    SF_BROADCAST_INFO info{};
+    info.time_reference_low = 48000;
+    std::strcpy(info.coding_history, "A=ANALOGUE,M=mono,T=tape\r\n");
+    info.coding_history_size = static_cast<std::uint32_t>(std::strlen(info.coding_history));
+    sf_command(file, SFC_SET_BROADCAST_INFO, &info, sizeof info);
     setChunk(file, "iXML", "<BWFXML></BWFXML> ");
     setChunk(file, "chna", "tracks");
     setChunk(file, "LIST", "adtllabl\x0c\0\0\0\x07\0\0\0Refrain\0"s);
@@ -73,19 +53,15 @@ void describeFully(SNDFILE* file)
 /// Gives the pages of a changed Ogg file valid checksums again.
 void sumOggPages(std::string& bytes)
 {
-    for (auto start = bytes.find("OggS"); start != std::string::npos;)
+    for (std::size_t start = 0, end = 0; start < bytes.size(); start = end)
     {
-        const auto end = std::min(bytes.find("OggS", start + 4), bytes.size());
+        end = std::min(bytes.find("OggS", start + 4), bytes.size());
         bytes.replace(start + 22, 4, 4, '\0');
         std::uint32_t sum = 0;
         for (std::size_t bit = 8 * start; bit < 8 * end; ++bit)
-        {
-            const auto next = static_cast<std::uint32_t>(bytes[bit / 8] >> (7 - bit % 8) & 1);
-            sum = sum << 1 ^ (sum >> 31 ^ next) * 0x04c11db7;
-        }
+            sum = sum << 1 ^ (sum >> 31 ^ (bytes[bit / 8] >> (7 - bit % 8) & 1U)) * 0x04c11db7;
         for (std::size_t i = 0; i < 4; ++i)
             bytes[start + 22 + i] = static_cast<char>(sum >> 8 * i);
-        start = bytes.find("OggS", end);
     }
 }
 
@@ -108,13 +84,6 @@ protected:
         for (auto& loss : losses)
             loss.erase(0, loss.find(": ") + 2);
         return losses;
-    }
-
-    std::string recording(int format, const std::vector<int>& samples,
-                          const Describe& describe) const
-    {
-        writeLibraryFile(path("plain"), format, samples, 1, describe);
-        return contentsOf(path("plain"));
     }
 
     std::vector<RawChunk> chunksOf(const std::string& name) const
@@ -141,7 +110,7 @@ protected:
 
 } // namespace
 
-TEST_F(FileMetadataTest, EveryChunkOfABroadcastFileStaysWithinTheFamily)
+TEST_F(FileMetadataTest, KeepsEveryBroadcastChunkWithinTheFamilyAndAddsALineToTheHistory)
 {
     for (const int target : {wav16, wavex, rf64})
     {
@@ -152,19 +121,13 @@ TEST_F(FileMetadataTest, EveryChunkOfABroadcastFileStaysWithinTheFamily)
             std::erase_if(*chunks, [](const RawChunk& chunk) { return chunk.id == "bext"; });
         EXPECT_EQ(before, after);
         EXPECT_EQ(copiedTitle(), "Night train");
+        const auto was = chunkText("in", "bext");
+        const auto is = chunkText("out", "bext");
+        EXPECT_EQ(is.substr(0, 602), was.substr(0, 602));
+        EXPECT_EQ(is.substr(602).c_str(),
+                  was.substr(602).c_str() + "A=PCM,F=48000,W=16,M=mono,T=Kalim test\r\n"s);
     }
     EXPECT_EQ(copied(wav16, w64, describeFully).size(), chunksOf("in").size());
-}
-
-TEST_F(FileMetadataTest, TheBroadcastHistoryGainsExactlyOneLine)
-{
-    copied(wav16, wav16, setBroadcast);
-    const auto before = chunkText("in", "bext");
-    const auto after = chunkText("out", "bext");
-    EXPECT_EQ(after.substr(0, 602), before.substr(0, 602));
-    const auto history = std::string(after.substr(602).c_str());
-    EXPECT_THAT(history, EndsWith("A=PCM,F=48000,W=16,M=mono,T=Kalim test\r\n"));
-    EXPECT_EQ(std::ranges::count(history, '\n'), std::ranges::count(before.substr(602), '\n') + 1);
 }
 
 TEST_F(FileMetadataTest, ChunksOfAnySizeAndParityGoOverByteForByteInFrontAndBehind)
@@ -180,7 +143,6 @@ TEST_F(FileMetadataTest, ChunksOfAnySizeAndParityGoOverByteForByteInFrontAndBehi
         EXPECT_THAT(copyAudio(path("in"), path("out"), wav16), IsEmpty());
         EXPECT_EQ(chunksOf("out"), chunksOf("in")) << size;
         EXPECT_EQ(chunkText("out", "abcd"), std::string(size, 'x'));
-        EXPECT_EQ(chunksOf("out").front().id, "iXML");
         EXPECT_TRUE(chunksOf("out").front().precedesAudio);
     }
 }
@@ -213,14 +175,14 @@ TEST_F(FileMetadataTest, TranslatesBetweenKindsAndNamesWhatIsLost)
                             "not kept in the FLAC file: 1 cue point"));
     EXPECT_EQ(copiedTitle(), "Night train");
     EXPECT_THAT(copied(flac16, SF_FORMAT_AU | SF_FORMAT_PCM_16, setStrings),
-                Contains(HasSubstr("Night train")));
+                testing::Contains(HasSubstr("Night train")));
 }
 
 TEST_F(FileMetadataTest, KeepsLoudspeakerPositions)
 {
-    std::array map{SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT, SF_CHANNEL_MAP_LFE};
+    int map[] = {SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT, SF_CHANNEL_MAP_LFE};
     const auto describe = [&](SNDFILE* file)
-    { sf_command(file, SFC_SET_CHANNEL_MAP_INFO, map.data(), sizeof map); };
+    { sf_command(file, SFC_SET_CHANNEL_MAP_INFO, map, sizeof map); };
     writeLibraryFile(path("in"), wavex, std::vector<int>(60), 3, describe);
     EXPECT_THAT(copyAudio(path("in"), path("out"), wavex), IsEmpty());
     EXPECT_THAT(copyAudio(path("in"), path("out"), rf64), IsEmpty());
@@ -230,14 +192,12 @@ TEST_F(FileMetadataTest, KeepsLoudspeakerPositions)
 
 TEST_F(FileMetadataTest, WarnsOfFlacBlocksThatAreLost)
 {
-    auto bytes = recording(flac16, {0, 65536, 0}, setStrings);
-    // Behind the marker and the first block, whose length is fixed.
-    constexpr std::size_t secondBlock = 4 + 4 + 34;
+    auto bytes = writeLibraryFile(path("a"), flac16, {0, 65536, 0}, 1, setStrings);
     const auto picture = "\x06\0\0\x20"s + std::string(32, '\0');
-    const auto application = "\x02\0\0\x04"
-                             "abcd"s;
+    const auto application = "\2\0\0\4abcd"s;
     const auto comments = "\x04\0\0\x15\0\0\0\0\x01\0\0\0\x09\0\0\0MOOD=calm"s;
-    bytes.insert(secondBlock, picture + application + comments);
+    // Behind the marker and the first block, whose length is fixed.
+    bytes.insert(4 + 4 + 34, picture + application + comments);
     EXPECT_THAT(lossesOf(bytes, flac16),
                 ElementsAre("1 picture", "1 application block", "the tags MOOD"));
 }
@@ -250,7 +210,7 @@ TEST_F(FileMetadataTest, WarnsOfOggTagsThatAreLost)
         sf_set_string(file, SF_STR_COMMENT, "Bach");
         sf_set_string(file, SF_STR_ALBUM, std::string(70000, 'x').c_str());
     };
-    auto bytes = recording(oggVorbis, {0, 65536, 0}, describe);
+    auto bytes = writeLibraryFile(path("a"), oggVorbis, {0, 65536, 0}, 1, describe);
     bytes.replace(bytes.find("COMMENT="), 7, "CMPOSER");
     bytes.replace(bytes.find("ALBUM="), 5, "tITLE");
     sumOggPages(bytes);
@@ -259,7 +219,7 @@ TEST_F(FileMetadataTest, WarnsOfOggTagsThatAreLost)
 
 TEST_F(FileMetadataTest, WarnsOfId3FramesThatAreLost)
 {
-    const auto sound = recording(mp3, std::vector<int>(3000), [](SNDFILE*) {});
+    const auto sound = writeLibraryFile(path("a"), mp3, std::vector<int>(3000));
     const auto title = "TIT2\0\0\0\x04\0\0\0one"s;
     const auto composer = "TCOM\0\0\0\x05\0\0\0Bach"s;
     const auto picture = "APIC\0\0\x01\x02\0\0"s + std::string(130, 'x');

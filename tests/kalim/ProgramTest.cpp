@@ -1,13 +1,10 @@
 #include "dsp/hum/HumParameters.h"
-#include "tests/audiofile/AudioFiles.h"
-#include "tests/audiofile/ScratchFolder.h"
 #include "tests/kalim/RunningProgram.h"
 #include "tests/support/TestSignals.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <cmath>
 #include <tuple>
 
@@ -37,9 +34,9 @@ protected:
 
     static std::vector<float> makeHumSamples(double start, double end, double seconds)
     {
-        const Hum glide{.startFrequency = start, .endFrequency = end};
         const Signal32 hum =
-            mix(makeHum(glide, 48000.0, seconds), makeNoise(-90.0, 48000.0, seconds));
+            mix(makeHum({.startFrequency = start, .endFrequency = end}, 48000.0, seconds),
+                makeNoise(-90.0, 48000.0, seconds));
         return {hum.getReadChannelPtr(0), hum.getReadChannelPtr(0) + hum.getNumSamples()};
     }
 
@@ -92,7 +89,7 @@ TEST_F(Program, cleansTheGuitarBetterThanFixedNotchesAndDrawsIt)
     EXPECT_GE(reductionsIn(cleaned)[0], 20.0);
     EXPECT_NEAR(cleaned["harmonics"][0]["frequency"].get<double>(), 60.1, 0.2);
     EXPECT_EQ(cleaned["outputFormat"], "FLAC pcm16");
-    EXPECT_EQ(AudioFileReader(flac).getSampleRate(), AudioFileReader(exampleRecording()).getSampleRate());
+    EXPECT_EQ(AudioFileReader(flac).getSampleRate(), 44100);
     EXPECT_THAT(contentsOf(path("spectrum.svg")), HasSubstr("<svg"));
 }
 
@@ -127,19 +124,27 @@ TEST_F(Program, hasAnOptionAndAPlaceInTheReportForEveryParameterOfTheEngine)
     }
 }
 
-TEST_F(Program, reportsWhatItTookOffASteadyHum)
+TEST_F(Program, reportsWhatItTookOffASteadyHumAndSamplesThatAreNoNumbers)
 {
-    const std::string input = writeFloats("hum.wav", makeHumSamples(50.0, 50.0, 9.0));
+    std::vector<float> samples = makeHumSamples(50.0, 50.0, 9.0);
+    samples[30000] = std::nanf("");
+    samples[30001] = HUGE_VALF;
+    samples[30002] = 3.0e38F;
+    const std::string input = writeFloats("hum.wav", samples);
     for (const char* const mode : {"--aggressive=off", "--aggressive"})
     {
-        const auto reductions =
-            reductionsIn(clean(input, {"--harmonics=20", "--measure=3:9", mode}));
+        const auto cleaned = clean(input, {"--harmonics=20", "--measure=3:9", mode});
+        EXPECT_EQ(cleaned["nonFiniteSamples"], 2);
+        const auto reductions = reductionsIn(cleaned);
         ASSERT_EQ(reductions.size(), 20U);
-        EXPECT_GE(reductions[0], 45.0);
-        EXPECT_GE(reductions[1], 40.0);
-        EXPECT_GE(reductions[2], 37.0);
-        EXPECT_GE(*std::ranges::min_element(reductions), 20.0);
+        EXPECT_THAT(reductions, Each(Ge(20.0)));
+        EXPECT_THAT(std::vector(reductions.begin(), reductions.begin() + 3),
+                    ElementsAre(Ge(45.0), Ge(40.0), Ge(37.0)));
     }
+    samples[30000] = samples[30001] = 0.0F;
+    samples[30002] = 1.0e6F; // the loudest that the engine takes
+    clean(input, {"-n0"});
+    EXPECT_EQ(readAll(output()), samples);
 }
 
 TEST_F(Program, keepsLengthAndPlaceOfEverySampleAtEveryBlockSize)
@@ -150,8 +155,7 @@ TEST_F(Program, keepsLengthAndPlaceOfEverySampleAtEveryBlockSize)
                                          "--block-size=777", "--block-size=5000"})
         {
             std::vector<float> samples(2 * length);
-            for (std::size_t i = 0; i < samples.size(); ++i)
-                samples[i] = static_cast<float>(std::sin(0.01 * static_cast<double>(i * i % 9973)));
+            std::ranges::generate(samples, [x = 0.0F]() mutable { return std::sin(x += 1.7F); });
             const std::string input = writeFloats("in.wav", samples, 2);
             const RunResult run = runKalim({input, output(), "--force", "-n", "0", option});
             ASSERT_EQ(run.exitCode, 0) << run.errors;
@@ -172,29 +176,12 @@ TEST_F(Program, tracesADrift)
     EXPECT_EQ(std::ranges::count(trace, '\n'), 8 * 48000 / 2048); // one per hop but the first
 }
 
-TEST_F(Program, countsSamplesThatAreNoNumbersAndWritesSilenceForThem)
-{
-    std::vector<float> samples = makeHumSamples(50.0, 50.0, 9.0);
-    samples[30000] = std::nanf("");
-    samples[30001] = HUGE_VALF;
-    samples[30002] = 3.0e38F;
-    const std::string input = writeFloats("hum.wav", samples);
-    const auto cleaned = clean(input, {"--measure=3:9"});
-    EXPECT_EQ(cleaned["nonFiniteSamples"], 2);
-    EXPECT_GE(reductionsIn(cleaned)[0], 40.0);
-    samples[30000] = samples[30001] = 0.0F;
-    samples[30002] = 1.0e6F; // the loudest that the engine takes
-    clean(input, {"-n0"});
-    EXPECT_EQ(readAll(output()), samples);
-}
-
 TEST_F(Program, refusesWhatIsWrongWithTheReasonAndLeavesNothingBehind)
 {
     const std::string input = exampleRecording();
     const std::string text = writeText("no audio.wav", "this is not audio at all, only text");
     for (const auto& [option, reason] :
-         {std::pair("--harmonics=1.5", "whole number"),
-          std::pair("--adaptivity=81", "0 to 80 Hz/s"), std::pair("--block-size=0", "--block-size"),
+         {std::pair("--harmonics=1.5", "whole number"), std::pair("--block-size=0", "--block-size"),
           std::pair("--format=mp7", "--format"), std::pair("--measure=5:4", "5:4"),
           std::pair("--measure=5:400", "9.972 s"), std::pair("--surprise", "--surprise"),
           std::pair("--plot=spectrum.gif", ".png or .svg")})
@@ -205,10 +192,10 @@ TEST_F(Program, refusesWhatIsWrongWithTheReasonAndLeavesNothingBehind)
           Case(2, {input, path("out.unknown")}, ".flac"),
           Case(2, {input, output(), "--trace", output()}, "twice"),
           Case(2, {input, input, "--force"}, "input itself"),
-          Case(1, {path("missing.wav"), output()}, "missing.wav"),
-          Case(1, {text, output()}, "no audio.wav"), Case(1, {input, text}, "no audio.wav"),
-          Case(1, {folder, output()}, folder.string()),
-          Case(1, {input, path("no folder/out.wav")}, "no folder/out.wav"),
+          Case(1, {path("missing.wav"), output()}, "missing.wav: No such file"),
+          Case(1, {text, output()}, "no audio.wav: cannot be read as audio"),
+          Case(1, {input, text}, "no audio.wav"),
+          Case(1, {folder, output()}, folder.string() + ": is a folder"),
           Case(1, {writeFloats("empty.wav", {}), path("empty.flac")}, "empty.flac: FLAC")})
         EXPECT_THAT(refusal(exitCode, words), HasSubstr(reason));
     EXPECT_EQ(filesInFolder(), 2);
@@ -220,28 +207,27 @@ TEST_F(Program, takesFromAPresetWhatIsNotGiven)
     const auto presets = path("Contents/Resources/Presets");
     std::filesystem::create_directories(presets);
     std::filesystem::copy_file(KALIM_PROGRAM, path("kalim"));
-    const std::string recording = exampleRecording();
     const std::string guitar = presets / "Guitar.xml";
-    writeText(guitar, "<Preset><ParameterSettings><P id='0' value='60'/>"
-                      "<P id='3' value='14'/><P id='4' value='1'/>"
-                      "</ParameterSettings></Preset>");
+    writeText(guitar, "<A><ParameterSettings><P id='0' value='60'/><P id='3' value='14'/>"
+                      "<P id='4' value='1'/></ParameterSettings></A>");
     writeText(presets / "Broken.xml", "<Preset");
     const Words copy{"/usr/bin/env", "HOME=" + folder.string(), path("kalim")};
-    const auto cleaned =
-        report({recording, output(), "--odd=off", "-n3", "--preset=guitar", "--json"}, copy);
+    const auto cleaned = report(
+        {exampleRecording(), output(), "--odd=off", "-n3", "--preset=guitar", "--json"}, copy);
     EXPECT_EQ(cleaned["settings"],
               json::parse(R"({"fundamental": 60, "sensitivity": 30, "odd": false,
         "adaptivity": 15, "harmonics": 3, "aggressive": false, "residual": false})"));
     EXPECT_EQ(cleaned["preset"]["file"], guitar);
     EXPECT_EQ(report({"--list-presets", "--json"}, copy)["presets"][1]["name"], "Guitar");
 
-    for (const auto& [exitCode, option, reason] :
+    for (const auto& [code, option, reason] :
          {std::tuple(2, "--preset=Guita", "there is no preset 'Guita'"),
           std::tuple(1, "--preset=Broken", "Broken.xml: is not valid XML"),
           std::tuple(2, "--preset=Guitar", "Guitar.xml: is named twice")})
-        EXPECT_THAT(refusal(exitCode, {option, recording, path("no.wav"), "--trace", guitar}, copy),
-                    HasSubstr(reason));
-    EXPECT_FALSE(std::filesystem::exists(path("no.wav")));
+        EXPECT_THAT(
+            refusal(code, {option, exampleRecording(), path("x.wav"), "--trace", guitar}, copy),
+            HasSubstr(reason));
+    EXPECT_FALSE(std::filesystem::exists(path("x.wav")));
 }
 
 TEST_F(Program, leavesNoHalfFileWhenItIsKilled)

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "tests/audiofile/AudioFiles.h"
+
 #include <signal.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -20,21 +21,16 @@ struct RunResult
     std::string errors;
 };
 
-inline std::string contentsOf(std::FILE* file)
-{
-    std::string text(1U << 20U, '\0');
-    text.resize(static_cast<std::size_t>(pread(fileno(file), text.data(), text.size(), 0)));
-    return text;
-}
-
 /// Runs a program by these words and arguments, without a shell, gives it a signal after some
 /// milliseconds if there is one to give, and waits for its end.
 inline RunResult runKalim(const std::vector<std::string>& arguments,
                           std::vector<std::string> words = {KALIM_PROGRAM}, int signalNumber = 0,
                           int milliseconds = 0)
 {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> output(std::tmpfile(), std::fclose);
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> errors(std::tmpfile(), std::fclose);
+    const FileDescriptor output(memfd_create("output", 0));
+    const FileDescriptor errors(memfd_create("errors", 0));
+    const auto textIn = [](const FileDescriptor& file)
+    { return contentsOf("/proc/self/fd/" + std::to_string(file.get())); };
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
     for (std::string& word : words)
@@ -43,8 +39,8 @@ inline RunResult runKalim(const std::vector<std::string>& arguments,
     const pid_t process = fork();
     if (process == 0)
     {
-        dup2(fileno(output.get()), STDOUT_FILENO);
-        dup2(fileno(errors.get()), STDERR_FILENO);
+        dup2(output.get(), STDOUT_FILENO);
+        dup2(errors.get(), STDERR_FILENO);
         execv(pointers.front(), pointers.data());
         _exit(127);
     }
@@ -53,8 +49,7 @@ inline RunResult runKalim(const std::vector<std::string>& arguments,
         kill(process, signalNumber);
     int status = -1;
     waitpid(process, &status, 0);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contentsOf(output.get()),
-            contentsOf(errors.get())};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, textIn(output), textIn(errors)};
 }
 
 /// Path of a recording that comes with the project.

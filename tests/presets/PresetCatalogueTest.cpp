@@ -34,19 +34,7 @@ protected:
     PresetFolders folders() const { return {path("factory"), path("user")}; }
 };
 
-class PresetFoldersTest : public ScratchFolder
-{
-protected:
-    /// The folder for settings that a table of folders leads to, relative to the home folder.
-    std::string configFolderWith(const std::string& table) const
-    {
-        writeText(".config/user-dirs.dirs", table);
-        const auto presets = findUserPresets(folder).lexically_relative(folder).string();
-        const std::string end = "/Application Support/Orvotech/Kalim/Presets";
-        EXPECT_TRUE(presets.ends_with(end)) << presets;
-        return presets.substr(0, presets.size() - end.size());
-    }
-};
+using PresetFoldersTest = ScratchFolder;
 
 } // namespace
 
@@ -57,14 +45,14 @@ TEST_F(PresetCatalogueTest, ListsOneLevelOfFoldersSortedWithoutRegardToCase)
          "factory/.git/no.xml", "factory/readme.txt", "factory/folder.xml/no.txt",
          "factory/empty/no.txt", "user/a b.xml", "user/a.xml"});
     ASSERT_EQ(mkfifo(path("user/pipe.xml").c_str(), 0600), 0);
-    std::string names;
-    for (const Preset& preset : listPresets(folders()))
-        names += preset.folder + "/" + preset.name + " ";
-    EXPECT_EQ(names, "/A /a /B Bar/x zoo/y /a /a b ");
-    std::string groups;
+    std::string listed;
     for (const PresetGroup& group : listPresetGroups(folders()))
-        groups += std::to_string(group.presets.size()) + group.folder + " ";
-    EXPECT_EQ(groups, "3 1Bar 0empty 0folder.xml 1zoo 2 ");
+    {
+        listed += "\n" + group.folder + ":";
+        for (const Preset& preset : group.presets)
+            listed += " " + preset.folder + "/" + preset.name;
+    }
+    EXPECT_EQ(listed, "\n: /A /a /B\nBar: Bar/x\nempty:\nfolder.xml:\nzoo: zoo/y\n: /a /a b");
     EXPECT_TRUE(listPresets({path("none"), ""}).empty());
 }
 
@@ -85,8 +73,6 @@ TEST_F(PresetCatalogueTest, PrefersExactNamesThenTheUsersOwn)
     EXPECT_EQ(find("hum"), "user/My/Hum.xml");
     EXPECT_EQ(find("/Hum"), "factory/Hum.xml");
     EXPECT_EQ(find("Buzz"), "factory/Guitar/Buzz.xml");
-    EXPECT_EQ(find("BUZZ"), "user/buzz.xml");
-    EXPECT_EQ(find("guitar/BUZZ"), "factory/Guitar/Buzz.xml");
     EXPECT_EQ(find(path("factory/Hum.xml").string()), "factory/Hum.xml");
     EXPECT_THAT(find("Hu"), HasSubstr("there is no preset 'Hu'; --list-presets"));
     EXPECT_THAT(find(path("user/none.xml").string()), HasSubstr("there is no preset"));
@@ -97,7 +83,6 @@ TEST_F(PresetCatalogueTest, NamesTheCandidatesWhereSeveralAreMeant)
     add({"factory/A/Hum.xml", "factory/B/Hum.xml", "factory/C/HUM.xml"});
     EXPECT_EQ(find("Hum"), "there are several presets 'Hum': A/Hum, B/Hum");
     EXPECT_EQ(find("hum"), "there are several presets 'hum': A/Hum, B/Hum, C/HUM");
-    EXPECT_EQ(find("HUM"), "factory/C/HUM.xml");
     add({"user/D/hum.xml", "user/hum.xml"});
     EXPECT_EQ(find("hum"), "there are several presets 'hum': /hum, D/hum");
     EXPECT_EQ(find("b/hum"), "factory/B/Hum.xml");
@@ -120,14 +105,17 @@ TEST_F(PresetFoldersTest, UserPresetsAreWhereTheTableOfFoldersLeads)
 {
     std::filesystem::create_directory(path(".config"));
     std::filesystem::create_directory(path("my settings"));
-    EXPECT_EQ(configFolderWith(""), ".config");
-    const std::string elsewhere = "XDG_CONFIG_HOME=\"" + path("my settings").string() + "\"";
-    EXPECT_EQ(configFolderWith(elsewhere), "my settings");
-    EXPECT_EQ(configFolderWith("XDG_CONFIG_HOME=$HOME/none\n \t" + elsewhere + " \r\n"),
-              "my settings");
-    EXPECT_EQ(configFolderWith("XDG_CONFIG_HOME = '$HOME/my settings'"), "my settings");
-    EXPECT_EQ(configFolderWith("#" + elsewhere + "\nXDG_CONFIG_HOME\nXDG_CONFIG_HOME=\"\"\n"),
-              ".config");
+    const auto elsewhere = "XDG_CONFIG_HOME=\"" + path("my settings").string() + "\"";
+    for (const auto& [table, config] :
+         {std::pair(""s, ".config"), std::pair(elsewhere, "my settings"),
+          std::pair("XDG_CONFIG_HOME=$HOME/none\n \t" + elsewhere + " \r\n", "my settings"),
+          std::pair("XDG_CONFIG_HOME = '$HOME/my settings'"s, "my settings"),
+          std::pair("#" + elsewhere + "\nXDG_CONFIG_HOME\nXDG_CONFIG_HOME=\"\"\n", ".config")})
+    {
+        writeText(".config/user-dirs.dirs", table);
+        EXPECT_EQ(findUserPresets(folder),
+                  path(config) / "Application Support/Orvotech/Kalim/Presets");
+    }
     EXPECT_EQ(findUserPresets(""), "");
 }
 
