@@ -30,7 +30,10 @@ public:
 
     using juce::AudioProcessorGraph::processBlock;
 
-    void getStateInformation(juce::MemoryBlock& destination) override { destination = state; }
+    void getStateInformation(juce::MemoryBlock& destination) override
+    {
+        destination.replaceAll(state.getData(), state.getSize()); // an empty one as well
+    }
 
     void setStateInformation(const void* data, int size) override
     {
