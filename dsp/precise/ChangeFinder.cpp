@@ -1,0 +1,318 @@
+#include "dsp/precise/ChangeFinder.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <numbers>
+
+namespace orvo::audio::precise
+{
+namespace
+{
+
+constexpr int numPhases = 128;
+constexpr int absent = numPhases;
+constexpr int numStates = numPhases + 1;
+
+/// What changes cost in logarithms of likelihood: a leap of the phase, coming or going, and a step
+/// to the phase beside, since a track is never quite exact.
+constexpr double leapCost = 30.0;
+constexpr double switchCost = 20.0;
+constexpr double driftCost = 2.0;
+
+constexpr int mostHarmonics = 16;
+constexpr int fewestFrames = 20;
+constexpr int patternFrames = 50;
+constexpr int patternStep = 12;
+constexpr int mostPatterns = 6;
+constexpr double mostSignificance = 100.0;
+constexpr int improvements = 3;
+
+/// A pattern is never exact.
+constexpr double patternError = 1e-3;
+constexpr double tiny = 1e-30;
+constexpr int linesPerLogarithm = 8;
+
+/// An absence of fewer frames between two presences is the moment of a leap.
+constexpr int shortestAbsence = 4;
+
+double getTurn(int state)
+{
+    return 2.0 * std::numbers::pi * state / numPhases;
+}
+
+using Pattern = std::vector<Complex>;
+
+struct Path
+{
+    double score = -std::numeric_limits<double>::infinity();
+    std::vector<int> states;
+};
+
+class ChangeFinder
+{
+public:
+    ChangeFinder(const HarmonicLines& linesToUse, const SmoothAmplitudes& smoothToUse)
+        : lines(linesToUse)
+        , smooth(smoothToUse)
+    {
+        for (int line = 0; line < lines.getNumLines(); ++line)
+            if (smooth.isPresent[line] != 0 && lines.getHarmonic(line) <= mostHarmonics)
+                used.push_back(line);
+    }
+
+    bool canFind() const { return !used.empty() && lines.numFrames >= fewestFrames; }
+
+    Path findPath() const
+    {
+        Path best;
+        Pattern pattern;
+        for (const int frame : findClearParts())
+        {
+            Pattern trialPattern = formPattern(frame);
+            Path trial = findPath(trialPattern);
+            if (trial.score > best.score)
+            {
+                best = std::move(trial);
+                pattern = std::move(trialPattern);
+            }
+        }
+        for (int i = 0; i < improvements; ++i)
+        {
+            pattern = improve(pattern, best);
+            Path trial = findPath(pattern);
+            if (trial.score <= best.score + 0.1)
+                break;
+            best = std::move(trial);
+        }
+        return best;
+    }
+
+private:
+    int getHalf() const { return std::min(lines.numFrames, patternFrames) / 2; }
+
+    Pattern formPattern(int centre) const
+    {
+        const int first = std::max(0, centre - getHalf());
+        const int last = std::min(lines.numFrames, centre + getHalf());
+        Pattern pattern(used.size());
+        for (int frame = first; frame < last; ++frame)
+            for (std::size_t i = 0; i < used.size(); ++i)
+                pattern[i] += smooth.amplitudes[lines.at(frame, used[i])];
+        for (Complex& amplitude : pattern)
+            amplitude /= std::max(last - first, 1);
+        return pattern;
+    }
+
+    /// Frames around which a pattern stands out, the clearest first, apart from each other.
+    std::vector<int> findClearParts() const
+    {
+        std::vector<std::pair<double, int>> parts;
+        for (int frame = getHalf() / 2; frame < lines.numFrames; frame += patternStep)
+        {
+            const Pattern pattern = formPattern(frame);
+            double significance = 0.0;
+            for (std::size_t i = 0; i < used.size(); ++i)
+                significance += std::min(getPower(pattern[i]) /
+                                             (smooth.variances[lines.at(frame, used[i])] + tiny),
+                                         mostSignificance);
+            parts.emplace_back(-significance, frame);
+        }
+        std::stable_sort(parts.begin(), parts.end());
+        std::vector<int> chosen;
+        for (const auto& [significance, frame] : parts)
+        {
+            const auto isNear = [this, at = frame](int other)
+            { return std::abs(at - other) < getHalf(); };
+            if (static_cast<int>(chosen.size()) < mostPatterns &&
+                std::none_of(chosen.begin(), chosen.end(), isNear))
+                chosen.push_back(frame);
+        }
+        return chosen;
+    }
+
+    /// Logarithm of the likelihood of each state in a frame.
+    void rate(int frame, const Pattern& pattern, const std::vector<Complex>& turned,
+              double* scores) const
+    {
+        std::vector<double> products(numStates, 1.0);
+        std::fill_n(scores, numStates, 0.0);
+        for (std::size_t i = 0; i < used.size(); ++i)
+        {
+            const std::size_t at = lines.at(frame, used[i]);
+            const Complex value = lines.amplitudes[at];
+            const double scale = 0.5 / (lines.noise[at] + patternError * getPower(pattern[i]));
+            const Complex* const expected = &turned[i * numPhases];
+            for (int state = 0; state < numPhases; ++state)
+                products[state] *= 1.0 + getPower(value - expected[state]) * scale;
+            products[absent] *= 1.0 + getPower(value) * scale;
+            if (i % linesPerLogarithm == linesPerLogarithm - 1 || i + 1 == used.size())
+                for (int state = 0; state < numStates; ++state)
+                {
+                    scores[state] -= 3.0 * std::log(products[state]);
+                    products[state] = 1.0;
+                }
+        }
+    }
+
+    std::vector<Complex> turnPattern(const Pattern& pattern) const
+    {
+        std::vector<Complex> turned;
+        for (std::size_t i = 0; i < used.size(); ++i)
+            for (int state = 0; state < numPhases; ++state)
+                turned.push_back(multiply(
+                    pattern[i], std::polar(1.0, getTurn(state) * lines.getHarmonic(used[i]))));
+        return turned;
+    }
+
+    Path findPath(const Pattern& pattern) const
+    {
+        const std::vector<Complex> turned = turnPattern(pattern);
+        std::vector<double> best(numStates);
+        std::vector<double> here(numStates);
+        std::vector<short> origins(static_cast<std::size_t>(lines.numFrames) * numStates);
+        rate(0, pattern, turned, best.data());
+        for (int frame = 1; frame < lines.numFrames; ++frame)
+        {
+            rate(frame, pattern, turned, here.data());
+            short* const origin = &origins[static_cast<std::size_t>(frame) * numStates];
+            std::vector<double> next(numStates);
+            const auto top =
+                static_cast<int>(std::max_element(best.begin(), best.end() - 1) - best.begin());
+            for (int state = 0; state < numStates; ++state)
+            {
+                origin[state] = findOrigin(best, top, state);
+                next[state] = here[state] + best[origin[state]] - getCost(origin[state], state);
+            }
+            best = std::move(next);
+        }
+        return traceBack(best, origins);
+    }
+
+    static double getCost(int from, int to)
+    {
+        if (from == to)
+            return 0.0;
+        if (from == absent || to == absent)
+            return switchCost;
+        const int distance = std::abs(from - to);
+        return distance == 1 || distance == numPhases - 1 ? driftCost : leapCost;
+    }
+
+    static short findOrigin(const std::vector<double>& best, int top, int state)
+    {
+        int origin = state;
+        const auto consider = [&](int from)
+        {
+            if (best[from] - getCost(from, state) > best[origin] - getCost(origin, state))
+                origin = from;
+        };
+        consider(top);
+        consider(absent);
+        if (state != absent)
+        {
+            consider((state + 1) % numPhases);
+            consider((state + numPhases - 1) % numPhases);
+        }
+        return static_cast<short>(origin);
+    }
+
+    Path traceBack(const std::vector<double>& best, const std::vector<short>& origins) const
+    {
+        auto state = static_cast<int>(std::max_element(best.begin(), best.end()) - best.begin());
+        Path path{best[state], std::vector<int>(static_cast<std::size_t>(lines.numFrames))};
+        for (int frame = lines.numFrames - 1; frame >= 0; --frame)
+        {
+            path.states[frame] = state;
+            state = origins[static_cast<std::size_t>(frame) * numStates + state];
+        }
+        return path;
+    }
+
+    /// The weighted mean of all frames in which a path has the pattern, turned back.
+    Pattern improve(const Pattern& old, const Path& path) const
+    {
+        Pattern pattern(used.size());
+        for (std::size_t i = 0; i < used.size(); ++i)
+        {
+            double weights = tiny;
+            for (int frame = 0; frame < lines.numFrames; ++frame)
+            {
+                const int state = path.states[frame];
+                if (state == absent)
+                    continue;
+                const std::size_t at = lines.at(frame, used[i]);
+                const Complex value =
+                    multiply(lines.amplitudes[at],
+                             std::polar(1.0, -getTurn(state) * lines.getHarmonic(used[i])));
+                const double noise = lines.noise[at] + patternError * getPower(old[i]);
+                const double weight = 1.0 / (noise + 0.5 * getPower(value - old[i]));
+                pattern[i] += weight * value;
+                weights += weight;
+            }
+            pattern[i] /= weights;
+        }
+        return pattern;
+    }
+
+    const HarmonicLines& lines;
+    const SmoothAmplitudes& smooth;
+    std::vector<int> used;
+};
+
+bool goesOn(int before, int state)
+{
+    const int distance = std::abs(before - state);
+    if (before == absent || state == absent)
+        return before == state;
+    return std::min(distance, numPhases - distance) <= 1;
+}
+
+std::vector<Segment> makeSegments(const std::vector<int>& states)
+{
+    std::vector<Segment> segments;
+    Complex sum;
+    int first = 0;
+    const auto numFrames = static_cast<int>(states.size());
+    for (int frame = 0; frame < numFrames; ++frame)
+    {
+        sum += std::polar(1.0, getTurn(states[frame]));
+        if (frame + 1 < numFrames && goesOn(states[frame], states[frame + 1]))
+            continue;
+        const bool isOn = states[frame] != absent;
+        segments.push_back({first, frame + 1, isOn, isOn ? std::arg(sum) : 0.0});
+        first = frame + 1;
+        sum = 0.0;
+    }
+    return segments;
+}
+
+std::vector<Segment> joinAroundMoments(std::vector<Segment> segments)
+{
+    for (std::size_t i = 1; i + 1 < segments.size();)
+    {
+        const Segment here = segments[i];
+        if (here.isOn || here.last - here.first >= shortestAbsence || !segments[i - 1].isOn ||
+            !segments[i + 1].isOn)
+        {
+            ++i;
+            continue;
+        }
+        segments[i - 1].last = segments[i + 1].first = (here.first + here.last + 1) / 2;
+        segments.erase(segments.begin() + static_cast<std::ptrdiff_t>(i));
+    }
+    return segments;
+}
+
+} // namespace
+
+std::vector<Segment> findChanges(const HarmonicLines& lines, const SmoothAmplitudes& smooth)
+{
+    const ChangeFinder finder(lines, smooth);
+    if (!finder.canFind())
+        return {{0, lines.numFrames, true, 0.0}};
+    return joinAroundMoments(makeSegments(finder.findPath().states));
+}
+
+} // namespace orvo::audio::precise

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "dsp/signal/FourierTransform.h"
+
+#include <vector>
+
+namespace orvo::audio::precise
+{
+
+/// Fundamentals to be looked for, in Hz.
+struct FundamentalRange
+{
+    double lowest;
+    double highest;
+};
+
+/// A fundamental that hum may have, and how far its harmonics stand out: the mean over time of the
+/// sum over 12 harmonics of the logarithm of each peak over the power 1 to 5 Hz beside it, above
+/// the median of all fundamentals in range.
+struct CombPeak
+{
+    double fundamental;
+    double score;
+};
+
+/// Finds the fundamental in the spectra of windows of three seconds, one per second (the windows
+/// and the comparison with what lies beside follow Brandt and Bitzer, "Automatic Detection of Hum
+/// in Audio Signals", 2014). Add windows as they come: results cover all so far. One thread at a
+/// time.
+class CombDetector
+{
+public:
+    /// For sound of `sampleRate` Hz, which must be above 26 times the highest fundamental.
+    CombDetector(double sampleRate, std::vector<FundamentalRange> ranges);
+
+    /// Windows `getHop()` samples apart; the last may be shorter, silence is added.
+    int getWindowLength() const { return static_cast<int>(window.size()); }
+
+    int getHop() const;
+
+    void addWindow(const float* samples, int count);
+
+    /// The best peaks of all ranges, best first; at least one per range.
+    std::vector<CombPeak> getPeaks() const;
+
+private:
+    struct Range
+    {
+        FundamentalRange limits;
+        double step;
+        std::vector<double> scores;
+    };
+
+    double getMeanPower(int from, int to) const;
+    double rate(double fundamental) const;
+    void addPeaks(const Range& range, std::vector<CombPeak>& peaks) const;
+
+    double sampleRate;
+    int size;
+    int numWindows = 0;
+    std::vector<double> window;
+    std::vector<Range> ranges;
+    std::vector<double> power;
+    std::vector<double> sums;
+    FourierTransform transform;
+    Signal32 frame;
+    ComplexSignal32 spectrum;
+};
+
+} // namespace orvo::audio::precise

@@ -1,0 +1,253 @@
+#include "dsp/precise/CommonMotion.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace orvo::audio::precise
+{
+namespace
+{
+
+constexpr double tiny = 1e-30;
+
+/// Hum is never known better than this share of its power.
+constexpr double surestShare = 1e-6;
+constexpr double leastNoiseShare = 1e-5;
+constexpr double freedom = 2.0;
+
+constexpr int rounds = 5;
+constexpr int roughRounds = 2; // in which the phase is not smoothed yet
+constexpr double largestPhaseStep = 0.3;
+constexpr double largestGainStep = 0.5;
+constexpr double largestLogGain = 4.0;
+constexpr double unknown = 1e9; // variance where nothing was measured
+
+constexpr int largestPhaseExponent = 1;
+constexpr int largestGainExponent = 2;
+
+/// Holds what the rounds work on.
+class Measurement
+{
+public:
+    Measurement(const HarmonicLines& linesToUse, const std::vector<char>& skipped,
+                const SmoothAmplitudes& smoothToUse, bool withGain)
+        : lines(linesToUse)
+        , isSkipped(skipped)
+        , smooth(smoothToUse)
+        , hasGain(withGain)
+        , isJump(static_cast<std::size_t>(lines.numFrames))
+        , phase(isJump.size())
+        , logGain(isJump.size())
+        , phaseVariances(isJump.size())
+        , gainVariances(isJump.size())
+        , pattern(lines.noise.size())
+    {
+        for (const int jump : smooth.jumps)
+            isJump[jump] = 1;
+        followIncrements();
+        formPattern();
+    }
+
+    CommonMotion measure(const std::vector<int>& restarts, const std::vector<double>& base)
+    {
+        std::vector<char> isRestarted = isJump;
+        for (const int frame : restarts)
+            isRestarted[frame] = 1;
+        CommonMotion motion;
+        for (int round = 0; round < rounds; ++round)
+        {
+            measureFrames();
+            if (round >= roughRounds)
+            {
+                for (std::size_t k = 0; k < phase.size(); ++k)
+                    phase[k] += base[k];
+                motion.phase = smoothPath(phase, phaseVariances, isRestarted, lines.frameTime,
+                                          largestPhaseExponent);
+                for (std::size_t k = 0; k < phase.size(); ++k)
+                    phase[k] = motion.phase.values[k] - base[k];
+            }
+            if (hasGain && round > 0)
+                logGain =
+                    smoothPath(logGain, gainVariances, isJump, lines.frameTime, largestGainExponent)
+                        .values;
+        }
+        for (double& gain : logGain)
+            gain = std::clamp(gain, -largestLogGain, largestLogGain);
+        motion.logGain = logGain;
+        return motion;
+    }
+
+private:
+    /// How much a line says about the motion in a frame: its power over its variance.
+    double getWeight(std::size_t at) const
+    {
+        const double power = getPower(smooth.amplitudes[at]);
+        return power / std::max(smooth.variances[at], surestShare * power + tiny);
+    }
+
+    /// A first estimate: what the smooth amplitudes have in common from frame to frame.
+    void followIncrements()
+    {
+        for (int frame = 1; frame < lines.numFrames; ++frame)
+        {
+            phase[frame] = phase[frame - 1];
+            logGain[frame] = logGain[frame - 1];
+            if (isJump[frame] == 0)
+                addIncrement(frame);
+        }
+    }
+
+    void addIncrement(int frame)
+    {
+        double turn = 0.0;
+        double turnWeights = 1e-12;
+        double growth = 0.0;
+        double growthWeights = 1e-12;
+        for (int line = 0; line < lines.getNumLines(); ++line)
+        {
+            if (smooth.isPresent[line] == 0)
+                continue;
+            const std::size_t now = lines.at(frame, line);
+            const std::size_t before = lines.at(frame - 1, line);
+            const double weight = std::min(getWeight(now), getWeight(before));
+            const Complex step =
+                multiplyConjugate(smooth.amplitudes[now], smooth.amplitudes[before]);
+            const double size = std::abs(step) + tiny;
+            const int harmonic = lines.getHarmonic(line);
+            turn += harmonic * weight * step.imag() / size;
+            turnWeights += static_cast<double>(harmonic) * harmonic * weight;
+            growth += weight * 0.5 *
+                      std::log((getPower(smooth.amplitudes[now]) + tiny) /
+                               (getPower(smooth.amplitudes[before]) + tiny));
+            growthWeights += weight;
+        }
+        phase[frame] += turn / turnWeights;
+        if (hasGain)
+            logGain[frame] += std::clamp(growth / growthWeights, -largestGainStep, largestGainStep);
+    }
+
+    /// Between jumps the lines keep one pattern; without a gain their sizes may change.
+    void formPattern()
+    {
+        int first = 0;
+        for (int frame = 1; frame <= lines.numFrames; ++frame)
+            if (frame == lines.numFrames || isJump[frame] != 0)
+            {
+                if (hasGain)
+                    centreGain(first, frame);
+                for (int line = 0; line < lines.getNumLines(); ++line)
+                    formPattern(line, first, frame);
+                first = frame;
+            }
+    }
+
+    void centreGain(int first, int last)
+    {
+        double sum = 0.0;
+        double weights = tiny;
+        for (int frame = first; frame < last; ++frame)
+            for (int line = 0; isSkipped[frame] == 0 && line < lines.getNumLines(); ++line)
+                if (smooth.isPresent[line] != 0)
+                {
+                    const double weight = getWeight(lines.at(frame, line));
+                    sum += weight * logGain[frame];
+                    weights += weight;
+                }
+        for (int frame = first; frame < last; ++frame)
+            logGain[frame] -= sum / weights;
+    }
+
+    void formPattern(int line, int first, int last)
+    {
+        if (smooth.isPresent[line] == 0)
+            return;
+        const int harmonic = lines.getHarmonic(line);
+        Complex sum;
+        double weights = tiny;
+        for (int frame = first; frame < last; ++frame)
+        {
+            if (isSkipped[frame] != 0)
+                continue;
+            const std::size_t at = lines.at(frame, line);
+            const double shrink = std::exp(-logGain[frame]);
+            const double weight = 1.0 / (smooth.variances[at] * shrink * shrink + tiny);
+            sum += weight *
+                   multiply(smooth.amplitudes[at], std::polar(shrink, -harmonic * phase[frame]));
+            weights += weight;
+        }
+        const Complex mean = sum / weights;
+        const double size = std::abs(mean);
+        for (int frame = first; frame < last; ++frame)
+        {
+            const std::size_t at = lines.at(frame, line);
+            pattern[at] =
+                hasGain || size == 0.0 ? mean : std::abs(smooth.amplitudes[at]) * mean / size;
+        }
+    }
+
+    void measureFrames()
+    {
+        for (int frame = 0; frame < lines.numFrames; ++frame)
+            if (isSkipped[frame] != 0)
+                phaseVariances[frame] = gainVariances[frame] = unknown;
+            else
+                measureFrame(frame);
+    }
+
+    /// One Gauss-Newton step from the present phase and gain.
+    void measureFrame(int frame)
+    {
+        const double gain = std::exp(std::clamp(logGain[frame], -largestLogGain, largestLogGain));
+        double turn = 0.0;
+        double turnInformation = 1e-9;
+        double growth = 0.0;
+        double growthInformation = 1e-9;
+        for (int line = 0; line < lines.getNumLines(); ++line)
+        {
+            if (smooth.isPresent[line] == 0)
+                continue;
+            const std::size_t at = lines.at(frame, line);
+            const int harmonic = lines.getHarmonic(line);
+            const Complex expected =
+                multiply(pattern[at], std::polar(gain, harmonic * phase[frame]));
+            const Complex value = lines.amplitudes[at];
+            const double power = getPower(expected);
+            const double noise = std::max(
+                {lines.noise[at], leastNoiseShare * power,
+                 (freedom * lines.noise[at] + getPower(value - expected)) / (freedom + 1.0)});
+            const Complex product = multiplyConjugate(value, expected);
+            turn += harmonic * product.imag() / noise;
+            turnInformation += static_cast<double>(harmonic) * harmonic * power / noise;
+            growth += (product.real() - power) / noise;
+            growthInformation += power / noise;
+        }
+        phase[frame] += std::clamp(turn / turnInformation, -largestPhaseStep, largestPhaseStep);
+        phaseVariances[frame] = 0.5 / turnInformation;
+        if (hasGain)
+            logGain[frame] +=
+                std::clamp(growth / growthInformation, -largestGainStep, largestGainStep);
+        gainVariances[frame] = 0.5 / growthInformation;
+    }
+
+    const HarmonicLines& lines;
+    const std::vector<char>& isSkipped;
+    const SmoothAmplitudes& smooth;
+    bool hasGain;
+    std::vector<char> isJump;
+    std::vector<double> phase;
+    std::vector<double> logGain;
+    std::vector<double> phaseVariances;
+    std::vector<double> gainVariances;
+    std::vector<Complex> pattern;
+};
+
+} // namespace
+
+CommonMotion measureMotion(const HarmonicLines& lines, const std::vector<char>& isSkipped,
+                           const SmoothAmplitudes& smooth, const std::vector<int>& restarts,
+                           const std::vector<double>& base, bool hasGain)
+{
+    return Measurement(lines, isSkipped, smooth, hasGain).measure(restarts, base);
+}
+
+} // namespace orvo::audio::precise

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "dsp/precise/AmplitudeSmoother.h"
+#include "dsp/precise/PathSmoother.h"
+
+namespace orvo::audio::precise
+{
+
+/// What all harmonics do together, frame by frame.
+struct CommonMotion
+{
+    SmoothPath phase;            ///< radians of the fundamental and radians per second
+    std::vector<double> logGain; ///< natural logarithm
+};
+
+/// Measures the phase, and the gain when `hasGain`, that all present lines share, against the
+/// pattern that they form on average: four Gauss-Newton steps per frame over all lines, each
+/// weighted by its noise, then smoothed over time. The phase is smoothed together with `base`, the
+/// radians by which the track itself runs ahead of a constant fundamental; `phase` includes it.
+/// Both may leap at the jumps of the amplitudes, the phase also at `restarts`.
+///
+/// `lines` are against the track and of the gain found so far; at least one line must be present.
+CommonMotion measureMotion(const HarmonicLines& lines, const std::vector<char>& isSkipped,
+                           const SmoothAmplitudes& smooth, const std::vector<int>& restarts,
+                           const std::vector<double>& base, bool hasGain);
+
+} // namespace orvo::audio::precise

@@ -1,0 +1,256 @@
+#include "dsp/precise/FundamentalSearch.h"
+
+#include "dsp/precise/Windows.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numbers>
+
+namespace orvo::audio::precise
+{
+namespace
+{
+
+/// Shares of the fundamental: 0.35 Hz in steps of 0.005 at 50 Hz.
+constexpr double wideSpan = 0.007;
+constexpr double wideStep = 0.0001;
+constexpr double nearSpan = 0.0016;
+constexpr double nearStep = 0.00004;
+
+/// How far a fundamental moves in a step of the path (one sigma).
+constexpr double pathTime = 0.2;
+constexpr double wideMove = 0.0004;
+constexpr double nearMove = 0.00016;
+
+constexpr std::array<double, 3> constantWindows{2.0, 4.0, 8.0};
+constexpr double movingWindow = 1.0;
+constexpr int candidatesPerWindow = 4;
+constexpr int candidateDistance = 4; // in steps
+
+/// One loud line must not decide alone.
+constexpr double mostPerLine = 400.0;
+
+/// A line is not trusted beyond 40 dB, however silent its surroundings are.
+constexpr double leastNoiseShare = 1e-4;
+
+struct DeviationGrid
+{
+    int count;
+    double step; // Hz
+
+    double getDeviation(int index) const { return (index - count / 2) * step; }
+};
+
+DeviationGrid makeGrid(double span, double step, double fundamental)
+{
+    return {2 * static_cast<int>(std::lround(span / step)) + 1, step * fundamental};
+}
+
+/// How well the harmonics of a window add up at each deviation, for windows `stride` frames apart.
+class WindowScores
+{
+public:
+    WindowScores(const HarmonicLines& linesToUse, const DeviationGrid& gridToUse, double seconds,
+                 int strideToUse)
+        : lines(linesToUse)
+        , grid(gridToUse)
+        , length(std::max(3, static_cast<int>(seconds / lines.frameTime) | 1))
+        , stride(strideToUse)
+        , window(makeHannWindow(length))
+        , meanPower(static_cast<std::size_t>(lines.getNumLines()))
+        , scores(static_cast<std::size_t>(getNumWindows()) * grid.count)
+    {
+        for (std::size_t at = 0; at < lines.amplitudes.size(); ++at)
+            meanPower[at % meanPower.size()] += getPower(lines.amplitudes[at]) / lines.numFrames;
+        for (int harmonic = 1; harmonic <= lines.numHarmonics; ++harmonic)
+            addHarmonic(harmonic);
+        // Frames overlap by half, and windows by more the closer they lie.
+        const double share = stride * lines.frameTime / (length * lines.frameTime) / 0.75;
+        for (double& score : scores)
+            score *= share;
+    }
+
+    int getNumWindows() const { return (lines.numFrames + stride - 1) / stride; }
+
+    const double* get(int index) const
+    {
+        return &scores[static_cast<std::size_t>(index) * grid.count];
+    }
+
+private:
+    void addHarmonic(int harmonic)
+    {
+        const std::vector<Complex> turns = makeTurns(harmonic);
+        for (int channel = 0; channel < lines.numChannels; ++channel)
+            for (int index = 0; index < getNumWindows(); ++index)
+                addLine(channel * lines.numHarmonics + harmonic - 1, index, turns);
+    }
+
+    std::vector<Complex> makeTurns(int harmonic) const
+    {
+        std::vector<Complex> turns;
+        for (int i = 0; i < length; ++i)
+        {
+            const double time = (i - length / 2) * lines.frameTime;
+            for (int d = 0; d < grid.count; ++d)
+                turns.push_back(std::polar(1.0, -2.0 * std::numbers::pi * harmonic *
+                                                    grid.getDeviation(d) * time));
+        }
+        return turns;
+    }
+
+    void addLine(int line, int index, const std::vector<Complex>& turns)
+    {
+        std::vector<Complex> sums(static_cast<std::size_t>(grid.count));
+        double weights = 0.0;
+        for (int i = 0; i < length; ++i)
+        {
+            const int frame = index * stride + i - length / 2;
+            if (frame < 0 || frame >= lines.numFrames)
+                continue;
+            const std::size_t at = lines.at(frame, line);
+            const double floor =
+                leastNoiseShare * (getPower(lines.amplitudes[at]) + meanPower[line]);
+            const double weight = window[i] / std::max(lines.noise[at], floor);
+            const Complex value = weight * lines.amplitudes[at];
+            const Complex* const turn = &turns[static_cast<std::size_t>(i) * grid.count];
+            for (int d = 0; d < grid.count; ++d)
+                sums[d] += multiply(value, turn[d]);
+            weights += weight;
+        }
+        double* const score = &scores[static_cast<std::size_t>(index) * grid.count];
+        for (int d = 0; d < grid.count; ++d)
+        {
+            const double clear = getPower(sums[d]) / weights;
+            score[d] += clear / (1.0 + clear / mostPerLine);
+        }
+    }
+
+    const HarmonicLines& lines;
+    const DeviationGrid& grid;
+    int length;
+    int stride;
+    std::vector<double> window;
+    std::vector<double> meanPower;
+    std::vector<double> scores;
+};
+
+/// The top of the parabola through a value and its neighbours, from -0.5 to 0.5.
+double getTop(const double* scores, int index, int count)
+{
+    if (index == 0 || index == count - 1)
+        return 0.0;
+    const double below = scores[index - 1];
+    const double above = scores[index + 1];
+    const double bend = below - 2.0 * scores[index] + above;
+    return bend < 0.0 ? std::clamp(0.5 * (below - above) / bend, -0.5, 0.5) : 0.0;
+}
+
+void addPeaks(const std::vector<double>& scores, const DeviationGrid& grid,
+              std::vector<double>& deviations)
+{
+    std::vector<double> left = scores;
+    for (int i = 0; i < candidatesPerWindow; ++i)
+    {
+        const auto top =
+            static_cast<int>(std::max_element(left.begin(), left.end()) - left.begin());
+        if (left[top] <= 0.0)
+            return;
+        deviations.push_back(grid.getDeviation(top) +
+                             grid.step * getTop(scores.data(), top, grid.count));
+        for (int d = std::max(0, top - candidateDistance);
+             d <= std::min(grid.count - 1, top + candidateDistance); ++d)
+            left[d] = 0.0;
+    }
+}
+
+/// The path through the scores of all windows that gains most, where a move costs its square.
+std::vector<int> findPath(const WindowScores& scores, const DeviationGrid& grid, double move)
+{
+    const int count = grid.count;
+    const int numWindows = scores.getNumWindows();
+    std::vector<double> best(scores.get(0), scores.get(0) + count);
+    std::vector<int> origins(static_cast<std::size_t>(numWindows) * count);
+    for (int index = 1; index < numWindows; ++index)
+    {
+        std::vector<double> next(static_cast<std::size_t>(count));
+        for (int d = 0; d < count; ++d)
+        {
+            double most = -1e300;
+            int& origin = origins[static_cast<std::size_t>(index) * count + d];
+            for (int from = 0; from < count; ++from)
+            {
+                const double steps = (d - from) * grid.step / move;
+                const double gain = best[from] - 0.5 * steps * steps;
+                if (gain > most)
+                {
+                    most = gain;
+                    origin = from;
+                }
+            }
+            next[d] = most + scores.get(index)[d];
+        }
+        best = std::move(next);
+    }
+    std::vector<int> path(static_cast<std::size_t>(numWindows));
+    auto d = static_cast<int>(std::max_element(best.begin(), best.end()) - best.begin());
+    for (int index = numWindows - 1; index >= 0; --index)
+    {
+        path[index] = d;
+        d = origins[static_cast<std::size_t>(index) * count + d];
+    }
+    return path;
+}
+
+} // namespace
+
+std::vector<double> findConstantDeviations(const HarmonicLines& lines, double fundamental)
+{
+    const DeviationGrid grid = makeGrid(wideSpan, wideStep, fundamental);
+    std::vector<double> deviations;
+    for (const double seconds : constantWindows)
+    {
+        const int stride = std::max(1, static_cast<int>(0.25 * seconds / lines.frameTime));
+        const WindowScores scores(lines, grid, seconds, stride);
+        std::vector<double> sums(static_cast<std::size_t>(grid.count));
+        for (int index = 0; index < scores.getNumWindows(); ++index)
+            for (int d = 0; d < grid.count; ++d)
+                sums[d] += scores.get(index)[d];
+        addPeaks(sums, grid, deviations);
+    }
+    return deviations;
+}
+
+std::vector<double> followDeviation(const HarmonicLines& lines, double fundamental,
+                                    Refinement refinement)
+{
+    const bool isWide = refinement == Refinement::Wide;
+    const DeviationGrid grid =
+        makeGrid(isWide ? wideSpan : nearSpan, isWide ? wideStep : nearStep, fundamental);
+    const int stride = std::max(1, static_cast<int>(pathTime / lines.frameTime));
+    const WindowScores scores(lines, grid, movingWindow, stride);
+    const std::vector<int> path =
+        findPath(scores, grid, (isWide ? wideMove : nearMove) * fundamental);
+    std::vector<double> knots;
+    for (int index = 0; index < scores.getNumWindows(); ++index)
+        knots.push_back(grid.getDeviation(path[index]) +
+                        grid.step * getTop(scores.get(index), path[index], grid.count));
+    const auto last = static_cast<int>(knots.size()) - 1;
+    const auto smoothKnot = [&](int i) {
+        return 0.25 * knots[std::max(0, i - 1)] + 0.5 * knots[i] +
+               0.25 * knots[std::min(last, i + 1)];
+    };
+    std::vector<double> deviations;
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+    {
+        const int index = std::min(frame / stride, last);
+        const double share = static_cast<double>(frame % stride) / stride;
+        const double start = smoothKnot(index);
+        deviations.push_back(index < last ? start + share * (smoothKnot(index + 1) - start)
+                                          : start);
+    }
+    return deviations;
+}
+
+} // namespace orvo::audio::precise

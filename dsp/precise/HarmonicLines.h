@@ -1,0 +1,74 @@
+#pragma once
+
+#include <complex>
+#include <cstddef>
+#include <vector>
+
+namespace orvo::audio::precise
+{
+
+using Complex = std::complex<double>;
+
+/// a b. The product of the standard library also mends infinities, which costs a branch per value.
+constexpr Complex multiply(Complex a, Complex b)
+{
+    return {a.real() * b.real() - a.imag() * b.imag(), a.real() * b.imag() + a.imag() * b.real()};
+}
+
+/// a times the conjugate of b.
+constexpr Complex multiplyConjugate(Complex a, Complex b)
+{
+    return {a.real() * b.real() + a.imag() * b.imag(), a.imag() * b.real() - a.real() * b.imag()};
+}
+
+constexpr double getPower(Complex a)
+{
+    return a.real() * a.real() + a.imag() * a.imag();
+}
+
+/// What frames of a stretch hold at the harmonics of a track, for all channels: complex amplitudes
+/// against the phase of the track (a harmonic that follows it stands still), and the power of
+/// everything else near them.
+///
+/// Line = channel * numHarmonics + harmonic - 1. Frames are `frameTime` seconds apart, the first is
+/// centred at `firstTime` seconds of the stretch.
+struct HarmonicLines
+{
+    int numChannels = 1;
+    int numHarmonics = 0;
+    int numFrames = 0;
+    double firstTime = 0.0;
+    double frameTime = 0.0;
+    std::vector<Complex> amplitudes; ///< [frame][line]
+    std::vector<double> noise;       ///< [frame][line], power
+
+    int getNumLines() const { return numChannels * numHarmonics; }
+
+    /// Number of the harmonic, from 1.
+    int getHarmonic(int line) const { return line % numHarmonics + 1; }
+
+    double getTime(int frame) const { return firstTime + frame * frameTime; }
+
+    std::size_t at(int frame, int line) const
+    {
+        return static_cast<std::size_t>(frame) * static_cast<std::size_t>(getNumLines()) +
+               static_cast<std::size_t>(line);
+    }
+};
+
+/// An empty stretch of the same shape.
+HarmonicLines makeLines(int numChannels, int numHarmonics, int numFrames, double firstTime,
+                        double frameTime);
+
+/// Only the first harmonics; all when there are no more.
+HarmonicLines keepHarmonics(const HarmonicLines& lines, int numHarmonics);
+
+/// Raises the noise to what moves beside each harmonic within 2 to 12 Hz: the distance of every
+/// frame from the weighted mean of the 15 around it, smoothed over 13.
+void addMovingNoise(HarmonicLines& lines);
+
+/// Mean power over 13 frames around each, those marked as skipped left out; where all are, 0.
+std::vector<double> smoothPower(const HarmonicLines& shape, const std::vector<double>& power,
+                                const std::vector<char>& isSkipped);
+
+} // namespace orvo::audio::precise

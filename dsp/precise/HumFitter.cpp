@@ -1,0 +1,153 @@
+#include "dsp/precise/HumFitter.h"
+
+#include "dsp/precise/FundamentalSearch.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace orvo::audio::precise
+{
+namespace
+{
+
+constexpr int searchHarmonics = 16;
+constexpr int roughHarmonics = 6;
+
+/// A gain must make the hum likelier by so much, a moving fundamental by more.
+constexpr double gainMargin = 20.0;
+constexpr double phaseMargin = -20.0;
+constexpr double movingMargin = 40.0;
+constexpr int gainRounds = 2;
+constexpr int finalRounds = 3;
+constexpr int noiseRounds = 2;
+
+std::vector<double> addToTrack(const PhaseTrack& track, const HarmonicLines& lines,
+                               const std::vector<double>& deviations)
+{
+    std::vector<double> frequencies;
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+        frequencies.push_back(track.getFrequency(lines.getTime(frame)) + deviations[frame]);
+    return frequencies;
+}
+
+void improveGain(HumModel& model)
+{
+    for (int round = 0; round < gainRounds; ++round)
+        if (!improve(model, true, gainMargin))
+            return;
+}
+
+/// The model with the changes that are found in it, or nothing if there are none.
+std::optional<HumModel> addChanges(const HumModel& model)
+{
+    std::vector<Segment> segments = findChanges(model.getLines(), model.getSmooth());
+    if (segments.size() < 2)
+        return {};
+    HumModel changed = model;
+    changed.setSegments(std::move(segments));
+    changed.findAmplitudes();
+    improve(changed, false, -std::numeric_limits<double>::infinity());
+    improveGain(changed);
+    return changed;
+}
+
+} // namespace
+
+bool improve(HumModel& model, bool hasGain, double margin)
+{
+    if (!model.isAnyPresent())
+        return false;
+    HumModel moved = model.followMotion(hasGain);
+    if (moved.getScore() < model.getScore() + margin)
+        return false;
+    model = std::move(moved);
+    // What looked like jumps may have been the gain.
+    if (hasGain)
+        model.findAmplitudes();
+    else
+        model.updateAmplitudes();
+    return true;
+}
+
+HumFitter::HumFitter(const ChannelView& viewToUse, const FrameGrid& grid, double fundamentalToUse)
+    : view(viewToUse)
+    , fundamental(fundamentalToUse)
+    , usedHarmonics(
+          std::clamp(static_cast<int>(0.45 * view.sampleRate / fundamental), 1, numHarmonics))
+    , reader(grid, fundamentalToUse, viewToUse.sampleRate)
+{
+}
+
+PhaseTrack HumFitter::findConstantTrack(const HarmonicLines& lines) const
+{
+    const PhaseTrack nominal(fundamental);
+    PhaseTrack best = nominal;
+    double most = -std::numeric_limits<double>::infinity();
+    const std::vector<char> isSkipped(static_cast<std::size_t>(lines.numFrames));
+    for (const double deviation :
+         findConstantDeviations(keepHarmonics(lines, searchHarmonics), fundamental))
+    {
+        const PhaseTrack track(fundamental + deviation);
+        const HarmonicLines turned = turnLines(lines, nominal, track);
+        const double score = AmplitudeSmoother(turned, isSkipped).getScore();
+        if (score > most)
+        {
+            most = score;
+            best = track;
+        }
+    }
+    return best;
+}
+
+PhaseTrack HumFitter::findMovingTrack(const HarmonicLines& lines)
+{
+    const PhaseTrack nominal(fundamental);
+    const auto wide = PhaseTrack::fromFrequencies(
+        lines.firstTime, lines.frameTime,
+        addToTrack(
+            nominal, lines,
+            followDeviation(keepHarmonics(lines, searchHarmonics), fundamental, Refinement::Wide)));
+    HarmonicLines followed = reader.read(view, wide, std::min(searchHarmonics, usedHarmonics));
+    addMovingNoise(followed);
+    return PhaseTrack::fromFrequencies(
+        lines.firstTime, lines.frameTime,
+        addToTrack(wide, lines, followDeviation(followed, fundamental, Refinement::Near)));
+}
+
+HumModel HumFitter::develop(const PhaseTrack& track)
+{
+    // Low harmonics first: their phase is not yet turned by more than it can be told from.
+    HarmonicLines lines = reader.read(view, track, usedHarmonics);
+    HumModel rough(track, keepHarmonics(lines, roughHarmonics));
+    rough.findAmplitudes();
+    const PhaseTrack refined = rough.isAnyPresent() ? rough.followMotion(false).getTrack() : track;
+    HumModel model(refined, turnLines(lines, track, refined));
+    model.findAmplitudes();
+    improve(model, false, phaseMargin);
+    const std::optional<HumModel> changed = addChanges(model);
+    improveGain(model);
+    return changed && changed->getScore() > model.getScore() ? *changed : model;
+}
+
+HumModel HumFitter::fit()
+{
+    HarmonicLines lines = reader.read(view, PhaseTrack(fundamental), usedHarmonics);
+    addMovingNoise(lines);
+    HumModel best = develop(findConstantTrack(lines));
+    HumModel moving = develop(findMovingTrack(lines));
+    if (moving.getScore() > best.getScore() + movingMargin)
+        best = std::move(moving);
+    for (int round = 0; round < finalRounds; ++round)
+    {
+        improve(best, true, gainMargin);
+        if (round < noiseRounds)
+        {
+            best.takeNoiseFromResidual();
+            best.updateAmplitudes();
+        }
+    }
+    return best;
+}
+
+} // namespace orvo::audio::precise

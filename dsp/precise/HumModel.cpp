@@ -1,0 +1,259 @@
+#include "dsp/precise/HumModel.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <numeric>
+#include <utility>
+
+namespace orvo::audio::precise
+{
+namespace
+{
+
+constexpr double pi = std::numbers::pi;
+constexpr double segmentCost = 25.0;
+constexpr double largestLogGain = 4.0;
+
+/// The residual is a little less than the noise, since the amplitudes followed some of it.
+constexpr double shareOfResidual = 1.2;
+
+/// Multiplies harmonic h of a frame by size exp(i h phase).
+void turnFrame(HarmonicLines& lines, int frame, double size, double phase)
+{
+    const Complex turn = std::polar(1.0, phase);
+    Complex* const amplitudes = &lines.amplitudes[lines.at(frame, 0)];
+    for (int channel = 0; channel < lines.numChannels; ++channel)
+    {
+        Complex turned = size;
+        for (int h = 0; h < lines.numHarmonics; ++h)
+        {
+            turned = multiply(turned, turn);
+            Complex& amplitude = amplitudes[channel * lines.numHarmonics + h];
+            amplitude = multiply(amplitude, turned);
+        }
+    }
+}
+
+void scaleNoise(HarmonicLines& lines, int frame, double factor)
+{
+    double* const noise = &lines.noise[lines.at(frame, 0)];
+    for (int line = 0; line < lines.getNumLines(); ++line)
+        noise[line] *= factor;
+}
+
+} // namespace
+
+HarmonicLines turnLines(const HarmonicLines& lines, const PhaseTrack& from, const PhaseTrack& to)
+{
+    HarmonicLines result = lines;
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+    {
+        const double time = lines.getTime(frame);
+        const double cycles = to.getPhase(time) - from.getPhase(time);
+        turnFrame(result, frame, 1.0, -2.0 * pi * (cycles - std::floor(cycles)));
+    }
+    return result;
+}
+
+HumModel::HumModel(PhaseTrack trackToUse, HarmonicLines linesToUse)
+    : track(std::move(trackToUse))
+    , lines(std::move(linesToUse))
+    , readNoise(lines.noise)
+    , segments{{0, lines.numFrames, true, 0.0}}
+    , logGain(static_cast<std::size_t>(lines.numFrames))
+{
+    addMovingNoise(lines);
+}
+
+bool HumModel::isAnyPresent() const
+{
+    return std::find(smooth.isPresent.begin(), smooth.isPresent.end(), 1) != smooth.isPresent.end();
+}
+
+const Segment& HumModel::getSegment(int frame) const
+{
+    return *std::find_if(segments.begin(), segments.end(),
+                         [frame](const Segment& segment) { return frame < segment.last; });
+}
+
+/// Lines as they would be with one phase and a gain of 1, and the frames without hum or with a
+/// change in them.
+HumModel::Aligned HumModel::align() const
+{
+    Aligned aligned{lines, std::vector<char>(static_cast<std::size_t>(lines.numFrames))};
+    for (const Segment& segment : segments)
+    {
+        for (int frame = segment.first; frame < segment.last; ++frame)
+        {
+            const double shrink = std::exp(-logGain[frame]);
+            turnFrame(aligned.lines, frame, shrink, -segment.phase);
+            scaleNoise(aligned.lines, frame, shrink * shrink);
+            if (!segment.isOn)
+                aligned.isSkipped[frame] = 1;
+        }
+        if (segment.first > 0)
+            aligned.isSkipped[segment.first - 1] = aligned.isSkipped[segment.first] = 1;
+    }
+    return aligned;
+}
+
+HumModel::Prepared::Prepared(Aligned alignedToUse)
+    : aligned(std::move(alignedToUse))
+    , smoother(aligned.lines, aligned.isSkipped)
+{
+}
+
+const HumModel::Prepared& HumModel::prepare() const
+{
+    if (!prepared)
+        prepared = std::make_shared<const Prepared>(align());
+    return *prepared;
+}
+
+double HumModel::getScore() const
+{
+    const double gains = std::accumulate(logGain.begin(), logGain.end(), 0.0);
+    return prepare().smoother.getScore() - 2.0 * gains * lines.getNumLines() -
+           segmentCost * static_cast<double>(segments.size() - 1);
+}
+
+void HumModel::setSegments(std::vector<Segment> segmentsToUse)
+{
+    segments = std::move(segmentsToUse);
+    prepared.reset();
+}
+
+void HumModel::findAmplitudes()
+{
+    smooth = prepare().smoother.smooth();
+}
+
+void HumModel::updateAmplitudes()
+{
+    smooth = prepare().smoother.smooth(smooth.jumps);
+}
+
+/// Radians by which the track runs ahead of a constant frequency, per frame.
+std::vector<double> HumModel::getLead(double meanFrequency) const
+{
+    std::vector<double> lead;
+    const double start = track.getPhase(lines.firstTime);
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+        lead.push_back(2.0 * pi *
+                       (track.getPhase(lines.getTime(frame)) - start -
+                        meanFrequency * frame * lines.frameTime));
+    return lead;
+}
+
+/// The track goes on smoothly; where the path leaps the segment's phase does.
+void HumModel::moveLeapsToSegments(SmoothPath& path)
+{
+    for (std::size_t i = 1; i < segments.size(); ++i)
+    {
+        const int first = segments[i].first;
+        const double leap =
+            path.values[first] - path.values[first - 1] - path.speeds[first - 1] * lines.frameTime;
+        for (std::size_t j = i; j < segments.size(); ++j)
+            segments[j].phase += leap;
+        for (int frame = first; frame < lines.numFrames; ++frame)
+            path.values[frame] -= leap;
+    }
+}
+
+HumModel HumModel::followMotion(bool hasGain) const
+{
+    const Aligned& aligned = prepare().aligned;
+    std::vector<int> restarts;
+    for (std::size_t i = 1; i < segments.size(); ++i)
+        restarts.push_back(segments[i].first);
+    double meanFrequency = 0.0;
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+        meanFrequency += track.getFrequency(lines.getTime(frame)) / lines.numFrames;
+    CommonMotion motion = measureMotion(aligned.lines, aligned.isSkipped, smooth, restarts,
+                                        getLead(meanFrequency), hasGain);
+    HumModel model = *this;
+    model.prepared.reset();
+    model.wander = motion.phase.wander;
+    model.moveLeapsToSegments(motion.phase);
+    std::vector<double> phases;
+    std::vector<double> frequencies;
+    const double start = track.getPhase(lines.firstTime);
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+    {
+        phases.push_back(start + meanFrequency * frame * lines.frameTime +
+                         motion.phase.values[frame] / (2.0 * pi));
+        frequencies.push_back(meanFrequency + motion.phase.speeds[frame] / (2.0 * pi));
+        if (hasGain)
+            model.logGain[frame] =
+                std::clamp(logGain[frame] + motion.logGain[frame], -largestLogGain, largestLogGain);
+    }
+    model.setTrack({lines.firstTime, lines.frameTime, std::move(phases), std::move(frequencies)});
+    return model;
+}
+
+void HumModel::setTrack(PhaseTrack newTrack)
+{
+    lines = turnLines(lines, track, newTrack);
+    track = std::move(newTrack);
+}
+
+void HumModel::takeNoiseFromResidual()
+{
+    const Aligned& aligned = prepare().aligned;
+    std::vector<char> isSkipped = aligned.isSkipped;
+    for (const int jump : smooth.jumps)
+        isSkipped[jump - 1] = isSkipped[jump] = 1;
+    std::vector<double> residual(readNoise.size());
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+    {
+        const double gain = std::exp(2.0 * logGain[frame]);
+        for (int line = 0; line < lines.getNumLines(); ++line)
+        {
+            const std::size_t at = lines.at(frame, line);
+            residual[at] = gain * getPower(aligned.lines.amplitudes[at] - smooth.amplitudes[at]);
+        }
+    }
+    residual = smoothPower(lines, residual, isSkipped);
+    for (std::size_t at = 0; at < residual.size(); ++at)
+        lines.noise[at] = std::max(readNoise[at], shareOfResidual * residual[at]);
+    prepared.reset();
+}
+
+HumModel HumModel::moveTo(HarmonicLines otherLines) const
+{
+    HumModel model(track, otherLines);
+    model.lines = std::move(otherLines);
+    model.segments = segments;
+    model.smooth.jumps = smooth.jumps;
+    model.logGain = logGain;
+    model.wander = wander;
+    // What moves beside a harmonic is seen once the changes that are known are taken out.
+    HarmonicLines aligned = model.align().lines;
+    addMovingNoise(aligned);
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+        scaleNoise(aligned, frame, std::exp(2.0 * logGain[frame]));
+    model.lines.noise = std::move(aligned.noise);
+    return model;
+}
+
+std::vector<int> HumModel::getChanges() const
+{
+    std::vector<int> changes = smooth.jumps;
+    for (std::size_t i = 1; i < segments.size(); ++i)
+        changes.push_back(segments[i].first);
+    std::sort(changes.begin(), changes.end());
+    return changes;
+}
+
+std::vector<Complex> HumModel::getAmplitudes() const
+{
+    HarmonicLines result = lines;
+    result.amplitudes = smooth.amplitudes;
+    for (const Segment& segment : segments)
+        for (int frame = segment.first; frame < segment.last; ++frame)
+            turnFrame(result, frame, segment.isOn ? std::exp(logGain[frame]) : 0.0, segment.phase);
+    return std::move(result.amplitudes);
+}
+
+} // namespace orvo::audio::precise

@@ -1,0 +1,106 @@
+#pragma once
+
+#include "dsp/precise/ChangeFinder.h"
+#include "dsp/precise/CommonMotion.h"
+#include "dsp/precise/LineReader.h"
+
+#include <memory>
+
+namespace orvo::audio::precise
+{
+
+/// The hum of a stretch: the sum over all harmonics h of the real part of
+/// a_h(t) g(t) exp(i h (2 pi p(t) + q)), where p is the track in cycles, g the common gain, q the
+/// phase of the segment and a_h an amplitude that hardly moves.
+class HumModel
+{
+public:
+    /// `lines` were read along `track`.
+    HumModel(PhaseTrack track, HarmonicLines lines);
+
+    const PhaseTrack& getTrack() const { return track; }
+
+    const HarmonicLines& getLines() const { return lines; }
+
+    const std::vector<Segment>& getSegments() const { return segments; }
+
+    const std::vector<double>& getLogGain() const { return logGain; }
+
+    const SmoothAmplitudes& getSmooth() const { return smooth; }
+
+    /// Variance that the frequency gained per second, in (rad/s)^2; 0 before any motion was
+    /// measured.
+    double getWander() const { return wander; }
+
+    bool isAnyPresent() const;
+
+    /// Whether the hum is switched on in a frame.
+    bool isOn(int frame) const { return getSegment(frame).isOn; }
+
+    /// Logarithm of the likelihood, less what segments cost.
+    double getScore() const;
+
+    void setSegments(std::vector<Segment> segmentsToUse);
+
+    /// Estimates the amplitudes of every line, and looks for jumps of all of them.
+    void findAmplitudes();
+
+    /// Estimates them with the jumps that are known.
+    void updateAmplitudes();
+
+    /// Measures the motion that all lines share, and gives the model that follows it; its
+    /// amplitudes are still those of before. Needs a present line.
+    HumModel followMotion(bool hasGain) const;
+
+    /// Takes as noise what the model leaves, where that is more than was read beside the harmonics.
+    void takeNoiseFromResidual();
+
+    /// The same hum on other lines, which were read along getTrack(): more harmonics, say. Their
+    /// noise is raised by what moves beside them.
+    HumModel moveTo(HarmonicLines otherLines) const;
+
+    /// Frames before which the hum changes at once, in order.
+    std::vector<int> getChanges() const;
+
+    /// Amplitude of a line with gain and phase of its segment, against the track.
+    std::vector<Complex> getAmplitudes() const;
+
+private:
+    struct Aligned
+    {
+        HarmonicLines lines;
+        std::vector<char> isSkipped;
+    };
+
+    /// What is derived from the members below until one of them changes.
+    struct Prepared
+    {
+        explicit Prepared(Aligned alignedToUse);
+
+        Aligned aligned;
+        AmplitudeSmoother smoother;
+    };
+
+    const Prepared& prepare() const;
+
+    Aligned align() const;
+    std::vector<double> getLead(double meanFrequency) const;
+    void moveLeapsToSegments(SmoothPath& path);
+    void setTrack(PhaseTrack newTrack);
+    const Segment& getSegment(int frame) const;
+
+    PhaseTrack track;
+    HarmonicLines lines;
+    std::vector<double> readNoise;
+    std::vector<Segment> segments;
+    std::vector<double> logGain;
+    SmoothAmplitudes smooth;
+    double wander = 0.0;
+    mutable std::shared_ptr<const Prepared> prepared;
+};
+
+/// The same lines against another track, which must not differ by more than a hertz at any
+/// harmonic.
+HarmonicLines turnLines(const HarmonicLines& lines, const PhaseTrack& from, const PhaseTrack& to);
+
+} // namespace orvo::audio::precise

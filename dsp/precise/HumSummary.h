@@ -1,0 +1,100 @@
+#pragma once
+
+#include "dsp/precise/HumModel.h"
+
+#include <vector>
+
+namespace orvo::audio::precise
+{
+
+/// How hum behaves over a recording.
+enum class HumKind
+{
+    None,
+    Steady,
+    Tape,     ///< its frequency wavers more than mains do, or lies beside them
+    Switched, ///< it comes and goes, or leaps in phase where the recording was cut
+    Breathing ///< its level wavers
+};
+
+/// The hum at one moment.
+struct HumMoment
+{
+    double time;      ///< seconds
+    double frequency; ///< Hz
+    double gain;      ///< against its mean
+    bool isOn;
+};
+
+/// One harmonic of one channel over the whole recording; powers are means over the time that hum is
+/// on, of a sine of amplitude 1: 0.5.
+struct HarmonicSummary
+{
+    int channel;
+    int harmonic;
+    double power;
+    double noise;    ///< of everything else within the frame's resolution beside it
+    double evidence; ///< natural logarithm of the likelihood ratio to no hum
+
+    /// How far the line would stand out in a spectrum of a second, in dB.
+    double getProminence() const;
+};
+
+/// What is known of the hum of a recording, put together from its stretches.
+class HumSummary
+{
+public:
+    /// Takes the part of a stretch's hum from `from` to `to` seconds of the recording; the stretch
+    /// starts at `start`.
+    void add(const HumModel& model, double start, double from, double to);
+
+    /// Marks a part without hum.
+    void addNothing(double from, double to);
+
+    bool hasHum() const { return secondsOfHum > 0.0; }
+
+    double getSecondsOfHum() const { return secondsOfHum; }
+
+    HumKind getKind() const;
+
+    /// Hz, over the time with hum; 0 without.
+    double getMeanFrequency() const;
+
+    /// One sigma of it in Hz, from the noise beside the harmonics.
+    double getUncertainty() const;
+
+    double getLowestFrequency() const;
+    double getHighestFrequency() const;
+
+    /// Hz per second, the slope of a straight line through the course.
+    double getDrift() const;
+
+    /// Times in seconds at which the hum changes at once.
+    const std::vector<double>& getChanges() const { return changes; }
+
+    /// The course, a point every fifth of a second or so.
+    const std::vector<HumMoment>& getCourse() const { return course; }
+
+    /// Harmonics with hum, by channel and number.
+    std::vector<HarmonicSummary> getHarmonics() const;
+
+private:
+    struct Line
+    {
+        double power = 0.0;
+        double noise = 0.0;
+        double seconds = 0.0;
+        double evidence = 0.0;
+    };
+
+    void addCourse(const HumModel& model, double start, double from, double to);
+    void addLines(const HumModel& model, double start, double from, double to);
+
+    std::vector<HumMoment> course;
+    std::vector<double> changes;
+    std::vector<std::vector<Line>> channels; // [channel][harmonic - 1]
+    double secondsOfHum = 0.0;
+    double information = 0.0; // of the phase, per radian squared
+};
+
+} // namespace orvo::audio::precise

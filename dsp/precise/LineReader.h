@@ -1,0 +1,79 @@
+#pragma once
+
+#include "dsp/precise/HarmonicLines.h"
+#include "dsp/precise/PhaseTrack.h"
+#include "dsp/signal/FourierTransform.h"
+
+namespace orvo::audio::precise
+{
+
+/// Channels of equal length; the samples belong to somebody else.
+struct ChannelView
+{
+    std::vector<const float*> channels;
+    int numSamples = 0;
+    double sampleRate = 0.0;
+};
+
+/// Where the frames of a stretch lie. Frames are four periods of the fundamental long (more where
+/// the fundamental is high, so that they stay near 80 ms) and half of that apart.
+class FrameGrid
+{
+public:
+    /// For a stretch of `numSamples` at `sampleRate` Hz; frames lie wholly inside.
+    FrameGrid(double fundamental, double sampleRate, int numSamples);
+
+    /// Periods of the fundamental in a frame.
+    int getPeriods() const { return periods; }
+
+    int getNumFrames() const { return numFrames; }
+
+    double getFirstTime() const { return half / sampleRate; }
+
+    double getFrameTime() const { return hop / sampleRate; }
+
+    double getFrameLength() const { return periods / fundamental; }
+
+private:
+    double fundamental;
+    double sampleRate;
+    int periods;
+    int half; // samples from a frame's centre to its last
+    int hop;
+    int numFrames;
+};
+
+/// Reads frames of a stretch at the harmonics of a track and beside them: one Fourier transform per
+/// frame and channel, read between its bins by a Kaiser-Bessel interpolation (Keiner, Kunis and
+/// Potts, "Using NFFT 3", 2009). One thread at a time; needs heap.
+class LineReader
+{
+public:
+    LineReader(const FrameGrid& grid, double fundamental, double sampleRate);
+
+    /// Amplitudes of the first `numHarmonics` (their copy in the sound is the real part of the
+    /// amplitude turned by the harmonic's phase), and as noise the mean power at two bins to either
+    /// side of the harmonic, smoothed by 1/4, 1/2, 1/4 over the harmonics. What lies outside of the
+    /// stretch counts as silence.
+    HarmonicLines read(const ChannelView& view, const PhaseTrack& track, int numHarmonics);
+
+private:
+    void transformFrame(const float* samples, int numSamples, int centre);
+    Complex getBin(double position) const;
+    void readFrame(double frequency, double phase, int numHarmonics, Complex* amplitudes,
+                   double* noise);
+
+    FrameGrid grid;
+    double sampleRate;
+    int half;
+    int size;
+    double scale;
+    std::vector<float> window;
+    std::vector<float> kernel;
+    std::vector<double> beside;
+    FourierTransform transform;
+    Signal32 frame;
+    ComplexSignal32 spectrum;
+};
+
+} // namespace orvo::audio::precise

@@ -1,0 +1,250 @@
+#include "dsp/precise/PreciseRemover.h"
+
+#include "dsp/precise/Decimator.h"
+#include "dsp/precise/HumSynthesis.h"
+
+#include <algorithm>
+#include <cmath>
+#include <future>
+#include <utility>
+
+namespace orvo::audio::precise
+{
+namespace
+{
+
+/// Stretches of two channels at 48 kHz; with more samples a second they are shorter, so that memory
+/// stays within bounds, but not below what a good estimate needs.
+constexpr double longestStretch = 45.0; // seconds
+constexpr double shortestStretch = 10.0;
+constexpr double usualSampleRate = 2.0 * 48000.0;
+constexpr double overlapShare = 8.0 / 45.0;
+constexpr double fadeShare = 0.25; // of the overlap
+
+/// Half the rate of the survey over the twelfth harmonic, with room for the decimator.
+constexpr double surveyMargin = 2.0 * 1.4 * 13.0;
+
+/// The range of a survey is taken for the whole recording when its score is higher by so much than
+/// that of any other range.
+constexpr double decisiveScore = 0.5;
+
+double getHighest(const std::vector<FundamentalRange>& ranges)
+{
+    double highest = 0.0;
+    for (const FundamentalRange& range : ranges)
+        highest = std::max(highest, range.highest);
+    return highest;
+}
+
+bool isFinite(const ChannelView& view)
+{
+    for (const float* const samples : view.channels)
+        if (!std::all_of(samples, samples + view.numSamples,
+                         [](float sample) { return std::isfinite(sample); }))
+            return false;
+    return true;
+}
+
+} // namespace
+
+HumSurvey::HumSurvey(double sampleRate, int numChannels, const PreciseSettings& settingsToUse)
+    : settings(settingsToUse)
+    , factor(std::max(
+          1, static_cast<int>(sampleRate / (surveyMargin * getHighest(settingsToUse.ranges)))))
+    , detector(sampleRate / factor, settings.ranges)
+    , buffers(static_cast<std::size_t>(numChannels))
+{
+}
+
+void HumSurvey::add(const float* const* channels, int numSamples)
+{
+    for (std::size_t channel = 0; channel < buffers.size(); ++channel)
+        for (int i = 0; i < numSamples; ++i)
+            buffers[channel].push_back(std::isfinite(channels[channel][i]) ? channels[channel][i]
+                                                                           : 0.0F);
+    measure(false);
+}
+
+void HumSurvey::measure(bool isLast)
+{
+    const Decimator decimator(factor);
+    const auto length =
+        static_cast<std::size_t>(detector.getWindowLength()) * static_cast<std::size_t>(factor);
+    while (buffers.front().size() >= length || (isLast && !buffers.front().empty()))
+    {
+        const std::size_t count = std::min(length, buffers.front().size());
+        for (std::vector<float>& buffer : buffers)
+        {
+            const std::vector<float> window =
+                decimator.process(buffer.data(), static_cast<int>(count));
+            detector.addWindow(window.data(), static_cast<int>(window.size()));
+            buffer.erase(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(count));
+        }
+    }
+}
+
+PreciseSettings HumSurvey::finish()
+{
+    measure(true);
+    const std::vector<CombPeak> peaks = detector.getPeaks();
+    const auto isInside = [](const FundamentalRange& range, const CombPeak& peak)
+    { return peak.fundamental >= range.lowest && peak.fundamental <= range.highest; };
+    const auto best = std::find_if(settings.ranges.begin(), settings.ranges.end(),
+                                   [&](const auto& range) { return isInside(range, peaks[0]); });
+    if (best == settings.ranges.end())
+        return settings;
+    for (const CombPeak& peak : peaks)
+        if (!isInside(*best, peak) && peak.score > peaks[0].score - decisiveScore)
+            return settings;
+    PreciseSettings decided = settings;
+    decided.ranges = {*best};
+    return decided;
+}
+
+PreciseRemover::PreciseRemover(double rate, int numChannels, PreciseSettings settingsToUse,
+                               Sink sinkToUse)
+    : sampleRate(rate)
+    , settings(std::move(settingsToUse))
+    , sink(std::move(sinkToUse))
+    , remover({settings.ranges, settings.mostHarmonics})
+    , buffers(static_cast<std::size_t>(numChannels))
+    , tail(static_cast<std::size_t>(numChannels))
+{
+    const double seconds = std::clamp(longestStretch * usualSampleRate / (rate * numChannels),
+                                      shortestStretch, longestStretch);
+    length = static_cast<int>(seconds * rate);
+    overlap = static_cast<int>(overlapShare * length);
+    fade = static_cast<int>(fadeShare * overlap);
+}
+
+void PreciseRemover::add(const float* const* channels, int numSamples)
+{
+    for (std::size_t channel = 0; channel < buffers.size(); ++channel)
+        buffers[channel].insert(buffers[channel].end(), channels[channel],
+                                channels[channel] + numSamples);
+    // Enough that what is left after the pair is a stretch of its own.
+    while (getBuffered() >= length - overlap + length + length / 2)
+        processPair();
+}
+
+PreciseRemover::Stretch PreciseRemover::analyse(int first, int count) const
+{
+    ChannelView view{{}, count, sampleRate};
+    for (const auto& buffer : buffers)
+        view.channels.push_back(buffer.data() + first);
+    std::vector<std::vector<float>> mended;
+    if (!isFinite(view))
+        for (const float*& samples : view.channels)
+        {
+            mended.emplace_back(samples, samples + count);
+            std::replace_if(
+                mended.back().begin(), mended.back().end(),
+                [](float sample) { return !std::isfinite(sample); }, 0.0F);
+            samples = mended.back().data();
+        }
+    Stretch stretch{first, count, remover.analyse(view), {}};
+    if (stretch.result.model)
+        stretch.hum = synthesise(*stretch.result.model, view);
+    return stretch;
+}
+
+void PreciseRemover::processPair()
+{
+    const int hop = length - overlap;
+    auto second = std::async(std::launch::async, [this, hop] { return analyse(hop, length); });
+    deliver(analyse(0, length), false);
+    deliver(second.get(), false);
+    drop(2 * hop);
+}
+
+void PreciseRemover::finish()
+{
+    const int hop = length - overlap;
+    if (getBuffered() > length + length / 2)
+    {
+        auto second = std::async(std::launch::async,
+                                 [this, hop] { return analyse(hop, getBuffered() - hop); });
+        deliver(analyse(0, length), false);
+        deliver(second.get(), true);
+    }
+    else
+        deliver(analyse(0, getBuffered()), true);
+    drop(getBuffered());
+}
+
+/// Sends what is settled once the hum of a stretch is known: all up to where the next fades in.
+void PreciseRemover::deliver(const Stretch& stretch, bool isLast)
+{
+    const int fadeStart = (overlap - fade) / 2;
+    const int start = hasTail ? fadeStart : 0;
+    const int end = isLast ? stretch.length : stretch.length - overlap + fadeStart;
+    std::vector<std::vector<float>> hum(buffers.size());
+    for (std::size_t channel = 0; channel < hum.size(); ++channel)
+        if (!stretch.hum.empty())
+            hum[channel].assign(stretch.hum[channel].begin() + start,
+                                stretch.hum[channel].begin() + end);
+    crossfade(stretch, hum);
+    for (std::size_t channel = 0; !isLast && channel < tail.size(); ++channel)
+        if (stretch.hum.empty())
+            tail[channel].clear();
+        else
+            tail[channel].assign(stretch.hum[channel].begin() + end,
+                                 stretch.hum[channel].begin() + end + fade);
+    const double begin = static_cast<double>(position + stretch.first) / sampleRate;
+    const double from = begin + start / sampleRate;
+    const double to = begin + end / sampleRate;
+    if (stretch.result.model)
+        summary.add(*stretch.result.model, begin, from, to);
+    else
+        summary.addNothing(from, to);
+    send(hum, end - start);
+    hasTail = !isLast;
+}
+
+/// Blends the hum of the stretch before into the beginning; no values stand for no hum.
+void PreciseRemover::crossfade(const Stretch& stretch, std::vector<std::vector<float>>& hum) const
+{
+    if (!hasTail)
+        return;
+    const int count = std::min(fade, stretch.length);
+    for (std::size_t channel = 0; channel < hum.size(); ++channel)
+    {
+        if (hum[channel].empty() && tail[channel].empty())
+            continue;
+        if (hum[channel].empty())
+            hum[channel].resize(static_cast<std::size_t>(fade));
+        for (int i = 0; i < count; ++i)
+        {
+            const float share = (static_cast<float>(i) + 0.5F) / static_cast<float>(fade);
+            const float before = tail[channel].empty() ? 0.0F : tail[channel][i];
+            hum[channel][i] = before + share * (hum[channel][i] - before);
+        }
+    }
+}
+
+void PreciseRemover::send(const std::vector<std::vector<float>>& hum, int count)
+{
+    std::vector<const float*> samples;
+    std::vector<const float*> removed;
+    std::vector<std::vector<float>> scaled = hum;
+    for (std::size_t channel = 0; channel < buffers.size(); ++channel)
+    {
+        scaled[channel].resize(static_cast<std::size_t>(count));
+        for (float& value : scaled[channel])
+            value *= static_cast<float>(settings.strength);
+        samples.push_back(buffers[channel].data() + delivered);
+        removed.push_back(scaled[channel].data());
+    }
+    sink(samples.data(), removed.data(), count);
+    delivered += count;
+}
+
+void PreciseRemover::drop(int count)
+{
+    for (auto& buffer : buffers)
+        buffer.erase(buffer.begin(), buffer.begin() + count);
+    position += count;
+    delivered -= count;
+}
+
+} // namespace orvo::audio::precise

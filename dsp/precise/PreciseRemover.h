@@ -1,0 +1,102 @@
+#pragma once
+
+#include "dsp/precise/HumSummary.h"
+#include "dsp/precise/StretchRemover.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+namespace orvo::audio::precise
+{
+
+/// What precise removal looks for and how much of it is taken off.
+struct PreciseSettings
+{
+    std::vector<FundamentalRange> ranges{{48.75, 51.25}, {58.5, 61.5}};
+    int mostHarmonics = 200;
+    double strength = 1.0; ///< share of the copy that is subtracted, 0 to 1
+};
+
+/// First reading of a recording: which fundamental its hum has, if it has any. Memory is that of
+/// some seconds. One thread at a time.
+class HumSurvey
+{
+public:
+    HumSurvey(double sampleRate, int numChannels, const PreciseSettings& settings);
+
+    /// Takes the next samples of every channel.
+    void add(const float* const* channels, int numSamples);
+
+    /// Once, after all samples: settings with the range that the recording as a whole speaks for,
+    /// or all of them where it does not.
+    PreciseSettings finish();
+
+private:
+    void measure(bool isLast);
+
+    PreciseSettings settings;
+    int factor;
+    CombDetector detector;
+    std::vector<std::vector<float>> buffers;
+};
+
+/// Second reading: removes hum from a recording of any length, by overlapping stretches of 45
+/// seconds and less where there are many channels, two of which are analysed at the same time.
+/// Memory does not grow with the length but for the course of the summary. Where there is no hum
+/// nothing changes.
+class PreciseRemover
+{
+public:
+    /// Takes samples as they came in, in order, and the hum to be subtracted from them; every
+    /// channel is given by its own pointer.
+    using Sink =
+        std::function<void(const float* const* samples, const float* const* hum, int count)>;
+
+    /// Rates from 8 kHz to 384 kHz, 1 to 64 channels.
+    PreciseRemover(double sampleRate, int numChannels, PreciseSettings settings, Sink sink);
+
+    /// Takes the next samples of every channel; gives what is ready to the sink. Samples that are
+    /// no finite numbers count as silence in the analysis. Throws what the sink throws, and
+    /// std::bad_alloc.
+    void add(const float* const* channels, int numSamples);
+
+    /// Once, after all samples: gives the rest to the sink.
+    void finish();
+
+    const HumSummary& getSummary() const { return summary; }
+
+private:
+    struct Stretch
+    {
+        int first; // in the buffer
+        int length;
+        StretchResult result;
+        std::vector<std::vector<float>> hum; // empty without hum
+    };
+
+    int getBuffered() const { return static_cast<int>(buffers.front().size()); }
+
+    void processPair();
+    Stretch analyse(int first, int length) const;
+    void deliver(const Stretch& stretch, bool isLast);
+    void crossfade(const Stretch& stretch, std::vector<std::vector<float>>& hum) const;
+    void send(const std::vector<std::vector<float>>& hum, int count);
+    void drop(int count);
+
+    double sampleRate;
+    PreciseSettings settings;
+    Sink sink;
+    StretchRemover remover;
+    HumSummary summary;
+    int length; // of a stretch, samples
+    int overlap;
+    int fade;
+    std::int64_t position = 0;               // of the buffers' first sample
+    int delivered = 0;                       // samples of the buffers that went to the sink
+    std::vector<std::vector<float>> buffers; // as they came in
+    std::vector<std::vector<float>> tail;    // hum of the stretch before, over the fade
+    bool hasTail = false;
+};
+
+} // namespace orvo::audio::precise

@@ -1,0 +1,255 @@
+#include "dsp/precise/StretchRemover.h"
+
+#include "dsp/precise/Decimator.h"
+#include "dsp/precise/HumFitter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+#include <utility>
+
+namespace orvo::audio::precise
+{
+namespace
+{
+
+/// Half the rate of the analysis over its highest harmonic, given the flat part of the decimator.
+constexpr double analysisMargin = 1.4;
+
+/// Channels beyond these are not needed to find what all share.
+constexpr std::size_t mostAnalysisChannels = 4;
+
+constexpr double highestShareOfRate = 0.45;
+constexpr int firstHarmonics = 80;
+constexpr int topHarmonics = 20;
+constexpr int noiseRounds = 2;
+
+/// Evidence (natural logarithm of a likelihood ratio) that a stretch needs: of all lines but the
+/// clearest, since one line alone may be a held note; or of one line that is very clear and steady,
+/// near a mains frequency.
+constexpr double restEvidence = 30.0;
+constexpr double singleEvidence = 300.0;
+constexpr double singleSpread = 0.1; // Hz
+
+/// What lies 66 dB under the sound is left alone: nobody hears it, and loops and codecs make lines
+/// of that size.
+constexpr double leastShare = 2.5e-7;
+
+/// Mains stay that near to 50 or 60 Hz, and lasting hum changes no oftener.
+constexpr double mainsOffset = 0.35;
+constexpr double mostChangesPerSecond = 0.1;
+
+/// Notes do not make up so much of the power at one fundamental for a stretch.
+constexpr double mainShare = 0.6;
+
+/// Candidates that lie nearer together are one, since the fit covers both.
+constexpr double candidateDistance = 0.3;
+constexpr std::size_t mostPeaks = 2;
+
+/// A low-rate copy of a view, which owns its samples.
+struct LowRateCopy
+{
+    std::vector<std::vector<float>> samples;
+    ChannelView view;
+};
+
+LowRateCopy makeLowRateCopy(const ChannelView& view, double highestFundamental)
+{
+    const double needed = 2.0 * analysisMargin * (HumFitter::numHarmonics + 1) * highestFundamental;
+    const int factor = std::max(1, static_cast<int>(view.sampleRate / needed));
+    const Decimator decimator(factor);
+    LowRateCopy copy;
+    const std::size_t count = std::min(view.channels.size(), mostAnalysisChannels);
+    for (std::size_t channel = 0; channel < count; ++channel)
+        copy.samples.push_back(decimator.process(view.channels[channel], view.numSamples));
+    for (const auto& samples : copy.samples)
+        copy.view.channels.push_back(samples.data());
+    copy.view.numSamples = static_cast<int>(copy.samples.front().size());
+    copy.view.sampleRate = view.sampleRate / factor;
+    return copy;
+}
+
+std::vector<CombPeak> findPeaks(const ChannelView& view,
+                                const std::vector<FundamentalRange>& ranges)
+{
+    CombDetector detector(view.sampleRate, ranges);
+    for (const float* const samples : view.channels)
+        for (int start = 0; start == 0 || start + detector.getWindowLength() <= view.numSamples;
+             start += detector.getHop())
+            detector.addWindow(samples + start, view.numSamples - start);
+    return detector.getPeaks();
+}
+
+/// The best peaks, and the mains frequencies: hum of one line makes no comb.
+std::vector<double> chooseCandidates(const std::vector<CombPeak>& peaks,
+                                     const std::vector<FundamentalRange>& ranges)
+{
+    std::vector<double> candidates;
+    const auto add = [&candidates](double fundamental)
+    {
+        if (std::none_of(candidates.begin(), candidates.end(),
+                         [&](double other)
+                         { return std::abs(other - fundamental) < candidateDistance; }))
+            candidates.push_back(fundamental);
+    };
+    for (std::size_t i = 0; i < std::min(peaks.size(), mostPeaks); ++i)
+        add(peaks[i].fundamental);
+    for (const double mains : {50.0, 60.0})
+        if (std::any_of(ranges.begin(), ranges.end(),
+                        [&](const FundamentalRange& range)
+                        { return range.lowest <= mains && mains <= range.highest; }))
+            add(mains);
+    return candidates;
+}
+
+double getMeanFrequency(const HumModel& model)
+{
+    const HarmonicLines& lines = model.getLines();
+    const double last = lines.getTime(std::max(lines.numFrames - 1, 1));
+    return (model.getTrack().getPhase(last) - model.getTrack().getPhase(lines.firstTime)) /
+           (last - lines.firstTime);
+}
+
+double getSpread(const HumModel& model)
+{
+    double lowest = 1e300;
+    double highest = 0.0;
+    for (int frame = 0; frame < model.getLines().numFrames; ++frame)
+    {
+        const double f = model.getTrack().getFrequency(model.getLines().getTime(frame));
+        lowest = std::min(lowest, f);
+        highest = std::max(highest, f);
+    }
+    return highest - lowest;
+}
+
+/// Mean power of the hum of all channels.
+double getHumPower(const HumModel& model)
+{
+    double sum = 0.0;
+    for (const Complex amplitude : model.getAmplitudes())
+        sum += 0.5 * getPower(amplitude);
+    return sum / std::max(1, model.getLines().numFrames);
+}
+
+double getSoundPower(const ChannelView& view)
+{
+    double sum = 0.0;
+    for (const float* const samples : view.channels)
+        for (int i = 0; i < view.numSamples; ++i)
+            sum += static_cast<double>(samples[i]) * samples[i];
+    return sum / std::max(1, view.numSamples);
+}
+
+double getMainsOffset(double frequency)
+{
+    return std::min(std::abs(frequency - 50.0), std::abs(frequency - 60.0));
+}
+
+/// Whether hum is there all the time and hardly ever changes.
+bool isLasting(const HumModel& model)
+{
+    const HarmonicLines& lines = model.getLines();
+    const auto& segments = model.getSegments();
+    return std::all_of(segments.begin(), segments.end(),
+                       [](const Segment& segment) { return segment.isOn; }) &&
+           static_cast<double>(model.getChanges().size()) <=
+               1.0 + lines.numFrames * lines.frameTime * mostChangesPerSecond;
+}
+
+/// Whether a harmonic near the highest stands out clearly.
+bool reachesTop(const HumModel& model)
+{
+    const HarmonicLines& lines = model.getLines();
+    for (int line = 0; line < lines.getNumLines(); ++line)
+        if (model.getSmooth().evidence[line] > restEvidence &&
+            lines.getHarmonic(line) > lines.numHarmonics - topHarmonics)
+            return true;
+    return false;
+}
+
+HumModel extend(const HumModel& model, const ChannelView& view, LineReader& reader,
+                int numHarmonics)
+{
+    HumModel extended = model.moveTo(reader.read(view, model.getTrack(), numHarmonics));
+    extended.updateAmplitudes();
+    for (int round = 0; round < noiseRounds; ++round)
+    {
+        extended.takeNoiseFromResidual();
+        extended.updateAmplitudes();
+    }
+    return extended;
+}
+
+} // namespace
+
+StretchRemover::StretchRemover(StretchSettings settingsToUse)
+    : settings(std::move(settingsToUse))
+{
+}
+
+bool StretchRemover::isHum(const HumModel& model, const ChannelView& view) const
+{
+    const double share = getHumPower(model) / std::max(getSoundPower(view), 1e-30);
+    if (share < leastShare)
+        return false;
+    if (settings.distrustsOthers && getMainsOffset(getMeanFrequency(model)) > mainsOffset &&
+        share < mainShare && !isLasting(model))
+        return false;
+    const SmoothAmplitudes& smooth = model.getSmooth();
+    double sum = 0.0;
+    double largest = 0.0;
+    for (std::size_t line = 0; line < smooth.evidence.size(); ++line)
+        if (smooth.isPresent[line] != 0)
+        {
+            sum += smooth.evidence[line];
+            largest = std::max(largest, smooth.evidence[line]);
+        }
+    return sum - largest > restEvidence ||
+           (largest > singleEvidence && getSpread(model) < singleSpread);
+}
+
+/// Fits a hum near a fundamental; gives nothing if it is none, and its mean frequency in any case.
+std::optional<HumModel> StretchRemover::find(const ChannelView& view, const ChannelView& lowRate,
+                                             double fundamental, double& found) const
+{
+    const FrameGrid grid(fundamental, lowRate.sampleRate, lowRate.numSamples);
+    if (grid.getNumFrames() < 2)
+        return {};
+    const HumModel model = HumFitter(lowRate, grid, fundamental).fit();
+    found = getMeanFrequency(model);
+    if (!model.isAnyPresent())
+        return {};
+    LineReader reader(grid, fundamental, view.sampleRate);
+    const int most = std::min(settings.mostHarmonics,
+                              static_cast<int>(highestShareOfRate * view.sampleRate / found));
+    HumModel extended = extend(model, view, reader, std::min(most, firstHarmonics));
+    if (most > firstHarmonics && reachesTop(extended))
+        extended = extend(model, view, reader, most);
+    if (!isHum(extended, view))
+        return {};
+    return extended;
+}
+
+StretchResult StretchRemover::analyse(const ChannelView& view) const
+{
+    double highest = 0.0;
+    for (const FundamentalRange& range : settings.ranges)
+        highest = std::max(highest, range.highest);
+    const LowRateCopy copy = makeLowRateCopy(view, highest);
+    const std::vector<CombPeak> peaks = findPeaks(copy.view, settings.ranges);
+    StretchResult result{peaks.front().fundamental, peaks.front().score, {}};
+    for (const double fundamental : chooseCandidates(peaks, settings.ranges))
+    {
+        double found = fundamental;
+        result.model = find(view, copy.view, fundamental, found);
+        if (result.model)
+        {
+            result.fundamental = found;
+            return result;
+        }
+    }
+    return result;
+}
+
+} // namespace orvo::audio::precise

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "dsp/precise/CombDetector.h"
+#include "dsp/precise/HumModel.h"
+
+#include <optional>
+
+namespace orvo::audio::precise
+{
+
+/// What is looked for in a stretch.
+struct StretchSettings
+{
+    std::vector<FundamentalRange> ranges{{48.75, 51.25}, {58.5, 61.5}};
+    int mostHarmonics = 200;
+
+    /// Hum beside the mains frequencies, as on tapes, must be there all the time to be told from
+    /// bass notes. Not needed where the ranges leave no doubt.
+    bool distrustsOthers = true;
+};
+
+/// The hum of a stretch, if there is any.
+struct StretchResult
+{
+    double fundamental = 0.0; ///< Hz, the mean over the stretch; also of what was rejected
+    double combScore = 0.0;
+    std::optional<HumModel> model; ///< no value when nothing is to be removed
+};
+
+/// Finds the hum of one stretch of sound. Channels share one fundamental, phase and gain.
+class StretchRemover
+{
+public:
+    explicit StretchRemover(StretchSettings settings);
+
+    /// Analyses a stretch of 0.2 s and more; samples must be finite. One thread at a time per
+    /// object; throws std::bad_alloc.
+    StretchResult analyse(const ChannelView& view) const;
+
+private:
+    std::optional<HumModel> find(const ChannelView& view, const ChannelView& lowRate,
+                                 double fundamental, double& found) const;
+    bool isHum(const HumModel& model, const ChannelView& view) const;
+
+    StretchSettings settings;
+};
+
+} // namespace orvo::audio::precise

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <vector>
+
+namespace orvo::audio::precise
+{
+
+/// Hann window of `length` values, none of which is 0: the zeros lie one step outside.
+std::vector<double> makeHannWindow(int length);
+
+/// Kaiser window at `position` from -1 to 1 with its shape (Kaiser and Schafer, "On the use of the
+/// I0-sinh window for spectrum analysis", 1980), 0 beyond.
+double getKaiserWindow(double position, double shape);
+
+} // namespace orvo::audio::precise
