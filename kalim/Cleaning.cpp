@@ -8,6 +8,7 @@
 #include "base/FileError.h"
 #include "kalim/EngineStream.h"
 #include "kalim/MeasuredRange.h"
+#include "kalim/Precise.h"
 #include "kalim/Version.h"
 #include "kalim/report/ProgressBar.h"
 #include "kalim/report/SpectrumMeter.h"
@@ -18,8 +19,11 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
+#include <memory>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
 #include <vector>
@@ -33,6 +37,10 @@ using orvo::audio::Kalimmer;
 
 /// About how many samples of all channels are read at once.
 constexpr int readSize = 1 << 16;
+
+/// What readings before the last take of the time: precise removal's survey, and a whole detection.
+constexpr double surveyShare = 0.15;
+constexpr double detectionShare = 0.8;
 
 void requireDistinct(const Options& options)
 {
@@ -173,10 +181,12 @@ SpectrumPlotData describePicture(const Options& options, const Report& report,
 {
     SpectrumPlotData data;
     data.title = printable(options.input.filename());
+    const char* const mode =
+        report.hum ? "precise"
+                   : (report.settings.isOn(Kalimmer::AggressiveMode) ? "aggressive" : "normal");
     data.subtitle =
         fmt::format("hum at {:.2f} Hz, {} harmonic{}, {} mode{}", measurements.getMeanFundamental(),
-                    report.harmonics.size(), report.harmonics.size() == 1 ? "" : "s",
-                    options.settings.isOn(Kalimmer::AggressiveMode) ? "aggressive" : "normal",
+                    report.harmonics.size(), report.harmonics.size() == 1 ? "" : "s", mode,
                     options.measured ? fmt::format(", from {:g} s to {:g} s",
                                                    options.measured->start, options.measured->end)
                                      : "");
@@ -188,12 +198,22 @@ SpectrumPlotData describePicture(const Options& options, const Report& report,
     return data;
 }
 
+/// Numbers of the harmonics that precise removal found in any channel.
+std::vector<int> numbersOf(const orvo::audio::precise::HumSummary& hum)
+{
+    std::set<int> numbers;
+    for (const auto& harmonic : hum.getHarmonics())
+        numbers.insert(harmonic.harmonic);
+    return {numbers.begin(), numbers.end()};
+}
+
 /// One run over one recording.
 class Cleaner
 {
 public:
     explicit Cleaner(const Options& given)
         : options(given)
+        , settings(given.settings)
         , reader(given.input)
         , metadata(reader)
         , target(chooseOutputFormat(
@@ -204,12 +224,7 @@ public:
         , existing(given.overwrites ? Existing::replace : Existing::keep)
         , files{{given.output, existing}}
         , writer(files.audio, target.format, reader.getNumChannels(), reader.getSampleRate())
-        , engine(given.settings, reader.getNumChannels(), reader.getSampleRate(), given.blockSize,
-                 [this](const Kalimmer& analysed, std::int64_t position)
-                 { observe(analysed, position); })
     {
-        if (options.trace)
-            files.trace.emplace(*options.trace, existing, options.settings.getSelection());
         if (options.plot)
             files.picture.emplace(*options.plot, existing);
         metadata.applyTo(writer, fmt::format("Kalim {}", version));
@@ -218,9 +233,15 @@ public:
     Report run()
     {
         const auto start = std::chrono::steady_clock::now();
+        if (!options.isQuiet)
+            progress.emplace(stderr);
+        openStream();
         processAll();
+        progress.reset();
         writer.close();
         const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+        if (precise != nullptr)
+            addCourse();
         measurements.finish();
         Report report = describe();
         report.timesRealTime = report.getSeconds() / std::max(taken.count(), 1e-9);
@@ -231,16 +252,48 @@ public:
     }
 
 private:
+    void showProgress(double share)
+    {
+        if (progress)
+            progress->update(share);
+    }
+
+    void openStream()
+    {
+        const auto show = [this](double share) { showProgress(share * startShare); };
+        if (options.method == Method::precise)
+        {
+            startShare = surveyShare;
+            auto opened =
+                std::make_unique<PreciseStream>(surveyRecording(reader, options.precise, show),
+                                                settings.isOn(Kalimmer::ResidualMode),
+                                                reader.getNumChannels(), reader.getSampleRate());
+            precise = opened.get();
+            stream = std::move(opened);
+        }
+        else
+        {
+            if (!options.automatic.empty())
+            {
+                startShare = detectionShare;
+                settings.takeFrom(detectHum(reader, options.precise, show), options.automatic);
+            }
+            stream = std::make_unique<EngineStream>(
+                settings, reader.getNumChannels(), reader.getSampleRate(), options.blockSize,
+                [this](const Kalimmer& analysed, std::int64_t position)
+                { observe(analysed, position); });
+        }
+        if (options.trace)
+            files.trace.emplace(*options.trace, existing, settings.getSelection());
+    }
+
     void processAll()
     {
         const int channels = reader.getNumChannels();
-        const int blocksPerRead = std::max(readSize / channels / engine.getBlockSize(), 1);
+        const int blocksPerRead = std::max(readSize / channels / stream->getBlockSize(), 1);
         std::vector<float> samples(static_cast<std::size_t>(blocksPerRead) *
-                                   static_cast<std::size_t>(engine.getBlockSize()) *
+                                   static_cast<std::size_t>(stream->getBlockSize()) *
                                    static_cast<std::size_t>(channels));
-        std::optional<ProgressBar> progress;
-        if (!options.isQuiet)
-            progress.emplace(stderr);
         const auto write = [this](std::span<const float> cleaned) { take(cleaned); };
         std::int64_t position = 0;
         while (const std::int64_t count = reader.read(samples))
@@ -248,13 +301,12 @@ private:
             const auto piece = std::span<const float>(samples).first(
                 static_cast<std::size_t>(count) * static_cast<std::size_t>(channels));
             measurements.addInput(piece, position);
-            engine.process(piece, write);
+            stream->process(piece, write);
             position += count;
-            if (progress)
-                progress->update(static_cast<double>(position) /
-                                 static_cast<double>(reader.getNumFrames()));
+            showProgress(startShare + (1.0 - startShare) * static_cast<double>(position) /
+                                          static_cast<double>(reader.getNumFrames()));
         }
-        engine.finish(write);
+        stream->finish(write);
     }
 
     void take(std::span<const float> cleaned)
@@ -270,6 +322,20 @@ private:
             files.trace->add(static_cast<double>(position) / reader.getSampleRate(), analysed);
     }
 
+    void addCourse()
+    {
+        const std::vector<int> numbers = numbersOf(precise->getSummary());
+        for (const auto& moment : precise->getSummary().getCourse())
+        {
+            if (!moment.isOn)
+                continue;
+            measurements.addFundamental(static_cast<float>(moment.frequency),
+                                        std::llround(moment.time * reader.getSampleRate()));
+            if (files.trace)
+                files.trace->add(moment.time, moment.frequency, numbers);
+        }
+    }
+
     Report describe() const
     {
         Report report;
@@ -280,16 +346,35 @@ private:
         report.sampleRate = reader.getSampleRate();
         report.channels = reader.getNumChannels();
         report.samples = writer.getNumFrames();
-        report.settings = options.settings;
+        report.method = nameOf(options.method);
+        report.settings = settings;
         report.preset = options.preset;
-        report.blockSize = engine.getBlockSize();
+        report.blockSize = stream->getBlockSize();
         report.tracking = measurements.getTracking();
         report.measured = options.measured;
-        report.harmonics = measurements.getHarmonics(options.settings.getSelection());
-        report.nonFiniteSamples = engine.getNumNonFinite();
+        if (precise != nullptr)
+        {
+            report.hum = precise->getSummary();
+            report.strength = options.precise.strength;
+        }
+        report.harmonics = findHarmonics();
+        report.nonFiniteSamples = stream->getNumNonFinite();
         report.clippedSamples = writer.getNumClippedSamples();
         report.warnings = findWarnings();
         return report;
+    }
+
+    std::vector<HarmonicLevels> findHarmonics() const
+    {
+        if (precise == nullptr)
+            return measurements.getHarmonics(settings.getSelection());
+        const std::vector<int> numbers = numbersOf(precise->getSummary());
+        orvo::audio::HarmonicSelection selection(0, false);
+        selection.count = numbers.empty() ? 0 : numbers.back();
+        std::vector<HarmonicLevels> harmonics = measurements.getHarmonics(selection);
+        std::erase_if(harmonics, [&numbers](const HarmonicLevels& harmonic)
+                      { return !std::ranges::binary_search(numbers, harmonic.number); });
+        return harmonics;
     }
 
     std::vector<std::string> findWarnings() const
@@ -297,10 +382,12 @@ private:
         std::vector<std::string> warnings = target.warnings;
         for (const std::string& damage : damagesOf(reader))
             warnings.push_back(fmt::format("{}: {}", printable(options.input), damage));
-        if (!engine.canRemove())
+        if (!stream->canRemove())
             warnings.push_back(fmt::format(
                 "nothing was removed: no hum can be told apart at a sample rate of {} Hz",
                 reader.getSampleRate()));
+        if (!options.automatic.empty() && settings.getSelection().count == 0)
+            warnings.push_back("no hum was found to take settings from; nothing was removed");
         const std::vector<std::string> losses = findLosses();
         warnings.insert(warnings.end(), losses.begin(), losses.end());
         return warnings;
@@ -323,6 +410,7 @@ private:
     }
 
     const Options& options;
+    HumSettings settings;
     AudioFileReader reader;
     FileMetadata metadata;
     OutputFormat target;
@@ -330,7 +418,10 @@ private:
     Existing existing;
     OutputFiles files;
     AudioFileWriter writer;
-    EngineStream engine;
+    std::unique_ptr<HumStream> stream;
+    PreciseStream* precise = nullptr; // the stream, where it is one
+    std::optional<ProgressBar> progress;
+    double startShare = 0.0; // of the work, before the stream begins
 };
 
 } // namespace

@@ -2,23 +2,17 @@
 
 #include "dsp/hum/Kalimmer.h"
 #include "kalim/HumSettings.h"
+#include "kalim/HumStream.h"
 
-#include <cstdint>
-#include <functional>
-#include <span>
 #include <vector>
 
 namespace kalim::program
 {
 
-/// Runs a recording through the hum engine in blocks, as a host would, and gives back as many
-/// samples as came in, at their old places. Memory does not grow with the length.
-class EngineStream
+/// Runs a recording through the hum engine in blocks, as a host would.
+class EngineStream : public HumStream
 {
 public:
-    /// Takes interleaved output samples.
-    using Sink = std::function<void(std::span<const float> interleaved)>;
-
     /// Called after every analysis with the engine and the samples per channel given to it so far.
     using AnalysisObserver =
         std::function<void(const orvo::audio::Kalimmer& engine, std::int64_t position)>;
@@ -28,21 +22,15 @@ public:
     EngineStream(const HumSettings& settings, int channels, int sampleRate, int blockSize,
                  AnalysisObserver observer);
 
-    /// Samples per channel of one call of the engine. Feed multiples of it, but for the end, so
-    /// that the result does not depend on how the recording was read.
-    int getBlockSize() const { return blockSize; }
+    /// Samples per channel of one call of the engine.
+    int getBlockSize() const override { return blockSize; }
 
-    /// Processes interleaved samples; what is ready goes to `sink`.
-    void process(std::span<const float> interleaved, const Sink& sink);
+    void process(std::span<const float> interleaved, const Sink& sink) override;
+    void finish(const Sink& sink) override;
 
-    /// Processes silence until all output that belongs to the input has come out.
-    void finish(const Sink& sink);
+    bool canRemove() const override { return engine.getHopSize() > 0; }
 
-    /// Whether there is anything to remove at this sample rate; if not, all passes through.
-    bool canRemove() const { return engine.getHopSize() > 0; }
-
-    /// Samples so far that were no finite numbers; they count as silence.
-    std::int64_t getNumNonFinite() const { return numNonFinite; }
+    std::int64_t getNumNonFinite() const override { return numNonFinite; }
 
 private:
     void deinterleave(std::span<const float> interleaved);

@@ -2,9 +2,11 @@
 
 #include "dsp/hum/HarmonicSelection.h"
 #include "dsp/hum/Kalimmer.h"
+#include "dsp/precise/HumSummary.h"
 #include "presets/PresetFile.h"
 
 #include <array>
+#include <set>
 #include <span>
 
 namespace kalim::program
@@ -29,6 +31,12 @@ public:
     /// Takes values over one after the other, limited as the engine limits them. NaN stands for the
     /// default, with which the engine would work in its place. Skips ids of no parameter.
     void update(std::span<const ParameterValue> changes);
+
+    /// Takes the settings named from the hum that was found: the mean fundamental, as many
+    /// harmonics as reach up to the last that stands 3 dB above its surroundings, only odd ones
+    /// where no even one does. No harmonics where no hum was found.
+    void takeFrom(const orvo::audio::precise::HumSummary& hum,
+                  const std::set<orvo::audio::HumParameterId>& ids);
 
     /// Gives them all to an engine.
     void applyTo(orvo::audio::Kalimmer& engine) const;

@@ -3,6 +3,7 @@
 #include "base/FileError.h"
 #include "dsp/hum/HumParameters.h"
 #include "dsp/signal/DspCore.h"
+#include "kalim/Fundamentals.h"
 #include "kalim/Version.h"
 #include "kalim/report/SpectrumPlot.h"
 #include "presets/PresetCatalogue.h"
@@ -14,6 +15,7 @@
 #include <CLI/Formatter.hpp>
 #include <fmt/format.h>
 
+#include <array>
 #include <cmath>
 #include <iostream>
 #include <string>
@@ -29,9 +31,14 @@ using orvo::audio::HumParameter;
 
 constexpr const char* description =
     "Removes mains hum - a 50 or 60 Hz tone that drifts, and its harmonics - from a recording.\n"
-    "OUTPUT lines up with INPUT sample for sample, in the format that its name asks for.";
+    "OUTPUT lines up with INPUT sample for sample, in the format that its name asks for.\n"
+    "kalim detect FILE... tells what hum there is; kalim detect --help says more.";
 
 constexpr const char* footerPattern =
+    "Without settings of the tracking engine (group Hum) hum is found by itself and removed with "
+    "the "
+    "precise\nmethod, which looks at the whole recording; with any of them the tracking engine "
+    "follows the hum.\n"
     "Normal mode measures every harmonic and subtracts a copy of it: for voice and music.\n"
     "Aggressive mode cuts notches: for few harmonics, hum alone or damaged material.\n"
     "An estimate that lies further from the tracked frequency than adaptivity allows is not "
@@ -66,11 +73,27 @@ CLI::Validator within(double min, double max, std::string_view unit, HumParamete
     return {check, range};
 }
 
-/// Refuses what is neither on nor off, and spells the others as the parser can read them.
-CLI::Validator onOrOff()
+/// Parameters whose value can be taken from the recording.
+bool canBeAutomatic(orvo::audio::HumParameterId id)
 {
-    const auto read = [](std::string& text)
+    using orvo::audio::Kalimmer;
+    return id == Kalimmer::FundamentalFrequency || id == Kalimmer::NumberOfHarmonics ||
+           id == Kalimmer::OnlyOddHarmonics;
+}
+
+constexpr const char* automatic = "auto";
+constexpr std::int64_t automaticCount = 2; // what stands for it in a switch
+
+/// Refuses what is neither on nor off, and spells the others as the parser can read them.
+CLI::Validator onOrOff(orvo::audio::HumParameterId id)
+{
+    const auto read = [id](std::string& text)
     {
+        if (text == automatic && canBeAutomatic(id))
+        {
+            text = std::to_string(automaticCount);
+            return std::string();
+        }
         bool isOn = false;
         if (!CLI::detail::lexical_cast(text, isOn))
             return fmt::format("'{}' is neither on nor off", text);
@@ -93,6 +116,7 @@ public:
         app.footer(makeFooter());
         app.add_option("INPUT", input, "Audio file to clean")->required()->type_name("FILE");
         app.add_option("OUTPUT", output, "Audio file to write")->required()->type_name("FILE");
+        addMethod();
         addParameters();
         addPresets();
         addProcessing();
@@ -123,6 +147,27 @@ private:
         return text.substr(0, text.find('\n'));
     }
 
+    void addMethod()
+    {
+        app.add_option("--method", method,
+                       "precise: finds hum by itself and looks at the whole recording (default "
+                       "without options of the group Hum); tracking: the engine, with the settings "
+                       "of that group; notch: the same in aggressive mode")
+            ->check(CLI::IsMember(
+                {nameOf(Method::precise), nameOf(Method::tracking), nameOf(Method::notch)}))
+            ->type_name("METHOD")
+            ->group("Method");
+        addPreciseOption("--strength", strength, "PERCENT",
+                         "Precise: share of the hum to take off, 0 to 100 (default 100)");
+        addPreciseOption("--mains", choice.mains, "HZ", fundamentalHelp.mains);
+        addPreciseOption("--range", choice.range, "LO:HI", fundamentalHelp.range);
+    }
+
+    void addPreciseOption(const char* name, std::string& value, const char* type, const char* help)
+    {
+        app.add_option(name, value, help)->type_name(type)->group("Method");
+    }
+
     void addParameters()
     {
         for (const HumParameter& parameter : orvo::audio::humParameters)
@@ -134,27 +179,49 @@ private:
 
     void addValue(const HumParameter& parameter)
     {
-        app.add_option_function<float>(
+        const bool takesAuto = canBeAutomatic(parameter.id);
+        const CLI::Validator limits =
+            within(static_cast<double>(parameter.min), static_cast<double>(parameter.max),
+                   parameter.unit, parameter.kind);
+        app.add_option_function<std::string>(
                flagsOf(parameter),
-               [this, id = parameter.id](float value) {
-                   explicitValues.push_back({id, value});
-               },
-               fmt::format("{} (default {:g})", parameter.help, parameter.defaultValue))
-            ->check(within(static_cast<double>(parameter.min), static_cast<double>(parameter.max),
-                           parameter.unit, parameter.kind))
+               [this, id = parameter.id](const std::string& text) { setValue(id, text); },
+               fmt::format("{} ({}default {:g})", parameter.help,
+                           takesAuto ? "auto: from the recording; " : "", parameter.defaultValue))
+            ->check(CLI::Validator(
+                [=](std::string& text)
+                { return takesAuto && text == automatic ? std::string() : limits(text); },
+                limits.get_description()))
             ->type_name(parameter.argument)
             ->group("Hum");
+    }
+
+    void setValue(orvo::audio::HumParameterId id, const std::string& text)
+    {
+        if (text == automatic)
+        {
+            options.automatic.insert(id);
+            return;
+        }
+        options.automatic.erase(id);
+        float value = 0.0F;
+        CLI::detail::lexical_cast(text, value);
+        explicitValues.push_back({id, value});
     }
 
     void addSwitch(const HumParameter& parameter)
     {
         app.add_flag_function(
                flagsOf(parameter),
-               [this, id = parameter.id](std::int64_t count) {
-                   explicitValues.push_back({id, count > 0 ? 1.0F : 0.0F});
+               [this, id = parameter.id](std::int64_t count)
+               {
+                   if (count == automaticCount)
+                       options.automatic.insert(id);
+                   else
+                       explicitValues.push_back({id, count > 0 ? 1.0F : 0.0F});
                },
                parameter.help)
-            ->transform(onOrOff())
+            ->transform(onOrOff(parameter.id))
             ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
             ->group("Hum");
     }
@@ -243,6 +310,8 @@ private:
         if (preset)
             applyPreset();
         options.settings.update(explicitValues);
+        chooseMethod();
+        applyPrecise();
         return options;
     }
 
@@ -255,6 +324,48 @@ private:
             if (name == "-")
                 throw UsageError("-: standard streams are not supported, name a file");
         }
+    }
+
+    /// The first option given that only the engine has; residual mode both have.
+    std::string findEngineOption() const
+    {
+        for (const HumParameter& parameter : orvo::audio::humParameters)
+            if (parameter.id != orvo::audio::Kalimmer::ResidualMode &&
+                app.count(fmt::format("--{}", parameter.option)) > 0)
+                return fmt::format("--{}", parameter.option);
+        return preset ? "--preset" : "";
+    }
+
+    void chooseMethod()
+    {
+        const bool hasEngineSetting =
+            !explicitValues.empty() || !options.automatic.empty() || preset;
+        for (const Method known : {Method::precise, Method::tracking, Method::notch})
+            if (method == nameOf(known))
+                options.method = known;
+        if (method.empty() && hasEngineSetting)
+            options.method = Method::tracking;
+        if (options.method == Method::precise && !findEngineOption().empty())
+            throw UsageError(findEngineOption() + ": is not known to precise removal");
+        if (options.method == Method::notch)
+            options.settings.update(
+                std::array{ParameterValue{orvo::audio::Kalimmer::AggressiveMode, 1.0F}});
+    }
+
+    void applyPrecise()
+    {
+        if (options.method != Method::precise && !strength.empty())
+            throw UsageError("--strength: belongs to the precise method");
+        if (options.method != Method::precise && options.automatic.empty() && choice.isGiven())
+            throw UsageError("--mains, --range: belong to the precise method");
+        withUsageError<std::invalid_argument>("", [&] { choice.applyTo(options.precise); });
+        if (strength.empty())
+            return;
+        double percent = 0.0;
+        if (!CLI::detail::lexical_cast(strength, percent) || !(percent >= 0.0 && percent <= 100.0))
+            throw UsageError(
+                fmt::format("--strength: '{}' is not in the range 0 to 100", strength));
+        options.precise.strength = percent / 100.0;
     }
 
     void applyPreset()
@@ -285,9 +396,26 @@ private:
     std::string measured;
     std::string plot;
     std::string trace;
+    std::string method;
+    std::string strength;
+    FundamentalChoice choice;
 };
 
 } // namespace
+
+const char* nameOf(Method method)
+{
+    switch (method)
+    {
+    case Method::precise:
+        return "precise";
+    case Method::tracking:
+        return "tracking";
+    case Method::notch:
+        break;
+    }
+    return "notch";
+}
 
 std::optional<Options> parseOptions(int argc, const char* const* argv)
 {

@@ -1,12 +1,14 @@
 #pragma once
 
 #include "audiofile/OutputFormat.h"
+#include "dsp/precise/PreciseRemover.h"
 #include "kalim/HumSettings.h"
 #include "kalim/MeasuredRange.h"
 #include "presets/PresetCatalogue.h"
 
 #include <filesystem>
 #include <optional>
+#include <set>
 #include <stdexcept>
 #include <string>
 
@@ -34,12 +36,33 @@ auto withUsageError(const char* prefix, const Action& action)
     }
 }
 
+/// How hum is removed.
+enum class Method
+{
+    precise,  ///< the whole recording is looked at, twice
+    tracking, ///< the hum engine follows the hum as it comes
+    notch     ///< the same engine with its notches
+};
+
+/// "precise", "tracking" or "notch"
+const char* nameOf(Method method);
+
 /// Everything that the command line says.
 struct Options
 {
     std::filesystem::path input;
     std::filesystem::path output;
+    Method method = Method::precise;
+
+    /// Of the hum engine; precise removal takes ResidualMode from them.
     HumSettings settings;
+
+    /// Settings that come from the recording: any of FundamentalFrequency, NumberOfHarmonics and
+    /// OnlyOddHarmonics.
+    std::set<orvo::audio::HumParameterId> automatic;
+
+    /// Of precise removal, and of what looks for the automatic settings.
+    orvo::audio::precise::PreciseSettings precise;
 
     /// Where the settings come from that the command line does not give.
     std::optional<Preset> preset;

@@ -1,6 +1,7 @@
 #include "audiofile/OutputFile.h"
 #include "base/FileError.h"
 #include "kalim/Cleaning.h"
+#include "kalim/Detection.h"
 #include "kalim/Options.h"
 #include "presets/PresetCatalogue.h"
 
@@ -14,6 +15,7 @@
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace
@@ -37,7 +39,7 @@ void showPresets(bool asJson)
 }
 
 /// Throws what went wrong.
-void runProgram(int argc, char** argv)
+void cleanOrList(int argc, char** argv)
 {
     using namespace kalim;
     using namespace kalim::program;
@@ -54,6 +56,15 @@ void runProgram(int argc, char** argv)
         fmt::print("{}", report.toJson());
     else if (!options->isQuiet)
         fmt::print("{}", report.toText());
+}
+
+/// Gives the exit code; throws what went wrong.
+int runProgram(int argc, char** argv)
+{
+    if (argc > 1 && std::string_view(argv[1]) == "detect")
+        return kalim::program::runDetection(argc - 1, argv + 1);
+    cleanOrList(argc, argv);
+    return 0;
 }
 
 /// A report that did not arrive is a failure, for a script may wait for it.
@@ -73,9 +84,9 @@ int main(int argc, char** argv)
     signal(SIGXFSZ, SIG_IGN);
     try
     {
-        runProgram(argc, argv);
+        const int exitCode = runProgram(argc, argv);
         finishOutput();
-        return 0;
+        return exitCode;
     }
     catch (const kalim::program::UsageError& error)
     {

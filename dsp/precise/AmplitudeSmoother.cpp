@@ -37,6 +37,10 @@ constexpr double tiny = 1e-30;
 /// A jump may change an amplitude by about itself.
 constexpr double jumpPowers = 2.0;
 
+/// A line has a size of its own when that is likelier by so much.
+
+constexpr double ownSizeMargin = 20.0;
+
 constexpr int mostJumps = 6;
 constexpr int nearJump = 3; // frames around a jump in which no other is looked for
 constexpr double jumpCost = 25.0;
@@ -169,14 +173,15 @@ AmplitudeSmoother::Estimates AmplitudeSmoother::makeEstimates() const
 }
 
 /// One pass over the frames with one size of the walk.
-void AmplitudeSmoother::filter(std::size_t size, const std::vector<int>& jumps,
-                               const std::vector<char>& skipped, const std::vector<double>& noise,
-                               bool isRobust, Direction direction, Estimates& estimates) const
+void AmplitudeSmoother::filter(const Walk& walk, const std::vector<char>& skipped,
+                               const std::vector<double>& noise, bool isRobust, Direction direction,
+                               Estimates& estimates) const
 {
+    const std::vector<int>& jumps = walk.jumps;
     const bool isForward = direction == Direction::Forward;
     std::vector<double> steps;
     for (int line = 0; line < numLines; ++line)
-        steps.push_back(getStepVariance(size, line));
+        steps.push_back(getStepVariance(walk.sizes[line], line));
     std::vector<Complex> mean(steps.size());
     std::vector<double> variance = startVariances;
     for (int i = 0; i < lines.numFrames; ++i)
@@ -266,7 +271,15 @@ AmplitudeSmoother::Walk AmplitudeSmoother::findWalk(const std::vector<int>& jump
         for (std::size_t size = 0; isUsed[line] != 0 && size < numWalkSizes; ++size)
             sums[size] += found[line][size];
     const auto* const best = std::max_element(sums.begin(), sums.end());
-    return {static_cast<std::size_t>(best - sums.begin()), jumps, *best};
+    const auto common = static_cast<std::size_t>(best - sums.begin());
+    Walk walk{{}, jumps, *best};
+    for (const PerWalkSize& likelihood : found)
+    {
+        const auto* const own = std::max_element(likelihood.begin(), likelihood.end());
+        const bool isOwn = *own > likelihood[common] + ownSizeMargin;
+        walk.sizes.push_back(isOwn ? static_cast<std::size_t>(own - likelihood.begin()) : common);
+    }
+    return walk;
 }
 
 /// The frame where the estimates from either side differ most, or -1 where they differ no more than
@@ -275,8 +288,8 @@ int AmplitudeSmoother::findDisagreement(const Walk& walk, const std::vector<int>
 {
     Estimates before = makeEstimates();
     Estimates after = makeEstimates();
-    filter(walk.size, walk.jumps, isSkipped, lines.noise, true, Direction::Forward, before);
-    filter(walk.size, walk.jumps, isSkipped, lines.noise, true, Direction::Backward, after);
+    filter(walk, isSkipped, lines.noise, true, Direction::Forward, before);
+    filter(walk, isSkipped, lines.noise, true, Direction::Backward, after);
     int worst = -1;
     double most = numUsed + 3.0 * std::sqrt(static_cast<double>(numUsed)) + 10.0;
     for (int frame = nearJump; frame + nearJump < lines.numFrames; ++frame)
@@ -293,7 +306,7 @@ int AmplitudeSmoother::findDisagreement(const Walk& walk, const std::vector<int>
                 const std::size_t j = lines.at(frame + 1, line);
                 disagreement += std::min(getPower(before.amplitudes[i] - after.amplitudes[j]) /
                                              (before.variances[i] + after.variances[j] +
-                                              3.0 * getStepVariance(walk.size, line) + tiny),
+                                              3.0 * getStepVariance(walk.sizes[line], line) + tiny),
                                          mostDisagreement);
             }
         if (disagreement > most)
@@ -307,7 +320,7 @@ int AmplitudeSmoother::findDisagreement(const Walk& walk, const std::vector<int>
 
 AmplitudeSmoother::Walk AmplitudeSmoother::addJump(const Walk& walk, int frame) const
 {
-    Walk best{0, {}, -std::numeric_limits<double>::infinity()};
+    Walk best{{}, {}, -std::numeric_limits<double>::infinity()};
     for (int candidate = frame - 1; candidate <= frame + 1; ++candidate)
     {
         std::vector<int> jumps = walk.jumps;
@@ -373,7 +386,7 @@ SmoothAmplitudes AmplitudeSmoother::smooth(const Walk& walk) const
     std::vector<double> noise = lines.noise;
     for (int i = 0; i < reweightings; ++i)
     {
-        filter(walk.size, walk.jumps, skipped, noise, i == 0, Direction::Forward, estimates);
+        filter(walk, skipped, noise, i == 0, Direction::Forward, estimates);
         smoothBackward(estimates);
         for (std::size_t at = 0; at < count; ++at)
             noise[at] = std::max((noiseFreedom * lines.noise[at] +

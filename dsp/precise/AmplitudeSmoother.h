@@ -49,7 +49,7 @@ private:
 
     struct Walk
     {
-        std::size_t size = 0;
+        std::vector<std::size_t> sizes; // [line]
         std::vector<int> jumps;
         double score = 0.0;
     };
@@ -61,7 +61,7 @@ private:
     };
 
     Estimates makeEstimates() const;
-    void filter(std::size_t size, const std::vector<int>& jumps, const std::vector<char>& skipped,
+    void filter(const Walk& walk, const std::vector<char>& skipped,
                 const std::vector<double>& noise, bool isRobust, Direction direction,
                 Estimates& estimates) const;
     void smoothBackward(Estimates& estimates) const;

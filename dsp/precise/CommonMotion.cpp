@@ -20,6 +20,18 @@ constexpr int roughRounds = 2; // in which the phase is not smoothed yet
 constexpr double largestPhaseStep = 0.3;
 constexpr double largestGainStep = 0.5;
 constexpr double largestLogGain = 4.0;
+/// Levels of the gain for a first path, from -35 dB to 17 dB, and how far it moves from frame to
+/// frame (one sigma).
+constexpr double lowestLevel = -4.0;
+constexpr double levelStep = 0.1;
+constexpr int numGains = 61;
+constexpr double levelMove = 0.1;
+constexpr int levelReach = 5;
+
+/// A pattern is never exact.
+constexpr double patternError = 1e-3;
+constexpr int linesPerLogarithm = 8;
+
 constexpr double unknown = 1e9; // variance where nothing was measured
 
 constexpr int largestPhaseExponent = 1;
@@ -66,7 +78,9 @@ public:
                 for (std::size_t k = 0; k < phase.size(); ++k)
                     phase[k] = motion.phase.values[k] - base[k];
             }
-            if (hasGain && round > 0)
+            if (hasGain && round == roughRounds)
+                findGainPath();
+            else if (hasGain && round > 0)
                 logGain =
                     smoothPath(logGain, gainVariances, isJump, lines.frameTime, largestGainExponent)
                         .values;
@@ -192,6 +206,79 @@ private:
                 phaseVariances[frame] = gainVariances[frame] = unknown;
             else
                 measureFrame(frame);
+    }
+
+    /// The likeliest path (Viterbi) of the gain through levels of a grid, with the present phase: a
+    /// fade takes it further than steps from frame to frame can find.
+    void findGainPath()
+    {
+        std::vector<double> best = rateGains(0);
+        std::vector<int> origins(phase.size() * numGains);
+        for (int frame = 1; frame < lines.numFrames; ++frame)
+        {
+            const std::vector<double> here = rateGains(frame);
+            std::vector<double> next(numGains);
+            for (int level = 0; level < numGains; ++level)
+            {
+                int& origin = origins[static_cast<std::size_t>(frame) * numGains + level];
+                origin = findOrigin(best, level);
+                next[level] = here[level] + best[origin] - getGainCost(level - origin);
+            }
+            best = std::move(next);
+        }
+        auto level = static_cast<int>(std::max_element(best.begin(), best.end()) - best.begin());
+        for (int frame = lines.numFrames - 1; frame >= 0; --frame)
+        {
+            logGain[frame] = getLevel(level);
+            level = origins[static_cast<std::size_t>(frame) * numGains + level];
+        }
+    }
+
+    static double getLevel(int level) { return lowestLevel + level * levelStep; }
+
+    static double getGainCost(int steps)
+    {
+        const double move = steps * levelStep / levelMove;
+        return 0.5 * move * move;
+    }
+
+    static int findOrigin(const std::vector<double>& best, int level)
+    {
+        int origin = level;
+        for (int from = std::max(0, level - levelReach);
+             from <= std::min(numGains - 1, level + levelReach); ++from)
+            if (best[from] - getGainCost(level - from) > best[origin] - getGainCost(level - origin))
+                origin = from;
+        return origin;
+    }
+
+    /// Logarithm of the likelihood of each level in a frame.
+    std::vector<double> rateGains(int frame) const
+    {
+        std::vector<double> scores(numGains);
+        for (int level = 0; isSkipped[frame] == 0 && level < numGains; ++level)
+        {
+            const double gain = std::exp(getLevel(level));
+            double product = 1.0;
+            for (int line = 0; line < lines.getNumLines(); ++line)
+            {
+                if (smooth.isPresent[line] == 0)
+                    continue;
+                const std::size_t at = lines.at(frame, line);
+                const Complex expected =
+                    multiply(pattern[at], std::polar(gain, lines.getHarmonic(line) * phase[frame]));
+                product *=
+                    1.0 + getPower(lines.amplitudes[at] - expected) /
+                              (freedom * lines.noise[at] + patternError * getPower(expected));
+                if (line % linesPerLogarithm == linesPerLogarithm - 1)
+                {
+                    scores[level] -= (freedom + 1.0) * std::log(product);
+                    product = 1.0;
+                }
+            }
+            scores[level] -= (freedom + 1.0) * std::log(product);
+        }
+        return scores;
     }
 
     /// One Gauss-Newton step from the present phase and gain.

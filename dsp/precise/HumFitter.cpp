@@ -22,6 +22,16 @@ constexpr int gainRounds = 2;
 constexpr int finalRounds = 3;
 constexpr int noiseRounds = 2;
 
+/// No line is trusted beyond this share of its power: one that is loud but trembles by itself must
+/// not outweigh all others.
+constexpr double trustedShare = 0.01;
+
+void limitTrust(HarmonicLines& lines)
+{
+    for (std::size_t at = 0; at < lines.noise.size(); ++at)
+        lines.noise[at] = std::max(lines.noise[at], trustedShare * getPower(lines.amplitudes[at]));
+}
+
 std::vector<double> addToTrack(const PhaseTrack& track, const HarmonicLines& lines,
                                const std::vector<double>& deviations)
 {
@@ -38,18 +48,16 @@ void improveGain(HumModel& model)
             return;
 }
 
-/// The model with the changes that are found in it, or nothing if there are none.
-std::optional<HumModel> addChanges(const HumModel& model)
+/// Takes the model with the changes that are found in it, if there are any and it is likelier.
+void tryChanges(HumModel& best, HumModel changed)
 {
-    std::vector<Segment> segments = findChanges(model.getLines(), model.getSmooth());
-    if (segments.size() < 2)
-        return {};
-    HumModel changed = model;
-    changed.setSegments(std::move(segments));
+    if (!changed.addChanges())
+        return;
     changed.findAmplitudes();
     improve(changed, false, -std::numeric_limits<double>::infinity());
     improveGain(changed);
-    return changed;
+    if (changed.getScore() > best.getScore())
+        best = std::move(changed);
 }
 
 } // namespace
@@ -109,6 +117,7 @@ PhaseTrack HumFitter::findMovingTrack(const HarmonicLines& lines)
             nominal, lines,
             followDeviation(keepHarmonics(lines, searchHarmonics), fundamental, Refinement::Wide)));
     HarmonicLines followed = reader.read(view, wide, std::min(searchHarmonics, usedHarmonics));
+    limitTrust(followed);
     addMovingNoise(followed);
     return PhaseTrack::fromFrequencies(
         lines.firstTime, lines.frameTime,
@@ -125,14 +134,19 @@ HumModel HumFitter::develop(const PhaseTrack& track)
     HumModel model(refined, turnLines(lines, track, refined));
     model.findAmplitudes();
     improve(model, false, phaseMargin);
-    const std::optional<HumModel> changed = addChanges(model);
+    // What comes and goes may be a gain, and a gain may be what comes and goes.
+    const HumModel level = model;
     improveGain(model);
-    return changed && changed->getScore() > model.getScore() ? *changed : model;
+    HumModel best = model;
+    tryChanges(best, level);
+    tryChanges(best, model);
+    return best;
 }
 
 HumModel HumFitter::fit()
 {
     HarmonicLines lines = reader.read(view, PhaseTrack(fundamental), usedHarmonics);
+    limitTrust(lines);
     addMovingNoise(lines);
     HumModel best = develop(findConstantTrack(lines));
     HumModel moving = develop(findMovingTrack(lines));

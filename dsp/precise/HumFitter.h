@@ -2,8 +2,6 @@
 
 #include "dsp/precise/HumModel.h"
 
-#include <optional>
-
 namespace orvo::audio::precise
 {
 

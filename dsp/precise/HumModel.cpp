@@ -118,10 +118,11 @@ double HumModel::getScore() const
            segmentCost * static_cast<double>(segments.size() - 1);
 }
 
-void HumModel::setSegments(std::vector<Segment> segmentsToUse)
+bool HumModel::addChanges()
 {
-    segments = std::move(segmentsToUse);
+    segments = findChanges(prepare().aligned.lines, smooth);
     prepared.reset();
+    return segments.size() > 1;
 }
 
 void HumModel::findAmplitudes()

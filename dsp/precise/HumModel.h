@@ -40,7 +40,8 @@ public:
     /// Logarithm of the likelihood, less what segments cost.
     double getScore() const;
 
-    void setSegments(std::vector<Segment> segmentsToUse);
+    /// Looks for changes in a model that has none; gives whether there are any.
+    bool addChanges();
 
     /// Estimates the amplitudes of every line, and looks for jumps of all of them.
     void findAmplitudes();

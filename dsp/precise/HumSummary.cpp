@@ -74,8 +74,10 @@ void HumSummary::add(const HumModel& model, double start, double from, double to
     }
 }
 
-void HumSummary::addNothing(double from, double to)
+void HumSummary::addNothing(double from, double to, bool isBursts)
 {
+    if (isBursts)
+        secondsOfBursts += to - from;
     for (double time = from; time < to; time += coursePeriod)
         course.push_back({time, 0.0, 0.0, false});
 }
@@ -175,7 +177,7 @@ double HumSummary::getDrift() const
 HumKind HumSummary::getKind() const
 {
     if (!hasHum())
-        return HumKind::None;
+        return secondsOfBursts > 0.0 ? HumKind::Bursts : HumKind::None;
     const double mean = getMeanFrequency();
     double offset = mean;
     for (const double nominal : nominals)

@@ -12,9 +12,10 @@ enum class HumKind
 {
     None,
     Steady,
-    Tape,     ///< its frequency wavers more than mains do, or lies beside them
-    Switched, ///< it comes and goes, or leaps in phase where the recording was cut
-    Breathing ///< its level wavers
+    Tape,      ///< its frequency wavers more than mains do, or lies beside them
+    Switched,  ///< it comes and goes, or leaps in phase where the recording was cut
+    Breathing, ///< its level wavers
+    Bursts     ///< none, but clicks at a steady rate
 };
 
 /// The hum at one moment.
@@ -48,8 +49,8 @@ public:
     /// starts at `start`.
     void add(const HumModel& model, double start, double from, double to);
 
-    /// Marks a part without hum.
-    void addNothing(double from, double to);
+    /// Marks a part without hum, with clicks at a steady rate instead when `isBursts`.
+    void addNothing(double from, double to, bool isBursts);
 
     bool hasHum() const { return secondsOfHum > 0.0; }
 
@@ -94,6 +95,7 @@ private:
     std::vector<double> changes;
     std::vector<std::vector<Line>> channels; // [channel][harmonic - 1]
     double secondsOfHum = 0.0;
+    double secondsOfBursts = 0.0;
     double information = 0.0; // of the phase, per radian squared
 };
 

@@ -180,7 +180,7 @@ void LineReader::readFrame(double frequency, double phase, int numHarmonics, Com
         if (h == 0 || !isShared)
             beside[h] = getPower(getBin(bin * (h + 1 - distance)));
         const double above = getPower(getBin(bin * (h + 1 + distance)));
-        noise[h] = 0.5 * (beside[h] + above);
+        noise[h] = 2.0 * beside[h] * above / (beside[h] + above + 1e-30);
         beside[h + 1] = above;
     }
     smoothOverHarmonics(noise, numHarmonics, smallestPower + smallestShare * total);

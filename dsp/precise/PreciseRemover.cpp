@@ -106,7 +106,7 @@ PreciseRemover::PreciseRemover(double rate, int numChannels, PreciseSettings set
     : sampleRate(rate)
     , settings(std::move(settingsToUse))
     , sink(std::move(sinkToUse))
-    , remover({settings.ranges, settings.mostHarmonics})
+    , remover({settings.ranges, settings.mostHarmonics, settings.distrustsOthers})
     , buffers(static_cast<std::size_t>(numChannels))
     , tail(static_cast<std::size_t>(numChannels))
 {
@@ -196,7 +196,7 @@ void PreciseRemover::deliver(const Stretch& stretch, bool isLast)
     if (stretch.result.model)
         summary.add(*stretch.result.model, begin, from, to);
     else
-        summary.addNothing(from, to);
+        summary.addNothing(from, to, stretch.result.isBursts);
     send(hum, end - start);
     hasTail = !isLast;
 }

@@ -15,7 +15,8 @@ struct PreciseSettings
 {
     std::vector<FundamentalRange> ranges{{48.75, 51.25}, {58.5, 61.5}};
     int mostHarmonics = 200;
-    double strength = 1.0; ///< share of the copy that is subtracted, 0 to 1
+    bool distrustsOthers = true; ///< as in StretchSettings
+    double strength = 1.0;       ///< share of the copy that is subtracted, 0 to 1
 };
 
 /// First reading of a recording: which fundamental its hum has, if it has any. Memory is that of

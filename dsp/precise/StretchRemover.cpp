@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <numeric>
 #include <utility>
 
@@ -37,10 +38,15 @@ constexpr double leastShare = 2.5e-7;
 
 /// Mains stay that near to 50 or 60 Hz, and lasting hum changes no oftener.
 constexpr double mainsOffset = 0.35;
-constexpr double mostChangesPerSecond = 0.1;
+constexpr double mostChangesPerSecond = 0.25;
 
 /// Notes do not make up so much of the power at one fundamental for a stretch.
 constexpr double mainShare = 0.6;
+
+/// Points of a period, and the share of the power in a tenth of it that makes hum a train of
+/// clicks: the pulses of dimmers keep a fundamental and half their power outside.
+constexpr int burstPoints = 1000;
+constexpr double burstShare = 0.85;
 
 /// Candidates that lie nearer together are one, since the fit covers both.
 constexpr double candidateDistance = 0.3;
@@ -157,6 +163,37 @@ bool isLasting(const HumModel& model)
                1.0 + lines.numFrames * lines.frameTime * mostChangesPerSecond;
 }
 
+/// Whether nearly all of the hum lies in a small part of its period, and it has no body otherwise.
+bool isBursts(const HumModel& model)
+{
+    const HarmonicLines& lines = model.getLines();
+    const std::vector<Complex> amplitudes = model.getAmplitudes();
+    std::vector<double> power(burstPoints);
+    for (int channel = 0; channel < lines.numChannels; ++channel)
+        for (int point = 0; point < burstPoints; ++point)
+        {
+            double value = 0.0;
+            for (int h = 1; h <= lines.numHarmonics; ++h)
+            {
+                const std::size_t at =
+                    lines.at(lines.numFrames / 2, channel * lines.numHarmonics + h - 1);
+                const double angle = 2.0 * std::numbers::pi * point * h / burstPoints;
+                value += multiply(amplitudes[at], std::polar(1.0, angle)).real();
+            }
+            power[point] += value * value;
+        }
+    const double total = std::accumulate(power.begin(), power.end(), 0.0);
+    double densest = 0.0;
+    for (int first = 0; first < burstPoints; ++first)
+    {
+        double sum = 0.0;
+        for (int i = 0; i < burstPoints / 10; ++i)
+            sum += power[(first + i) % burstPoints];
+        densest = std::max(densest, sum);
+    }
+    return densest > burstShare * total;
+}
+
 /// Whether a harmonic near the highest stands out clearly.
 bool reachesTop(const HumModel& model)
 {
@@ -209,15 +246,15 @@ bool StretchRemover::isHum(const HumModel& model, const ChannelView& view) const
            (largest > singleEvidence && getSpread(model) < singleSpread);
 }
 
-/// Fits a hum near a fundamental; gives nothing if it is none, and its mean frequency in any case.
+/// Fits a hum near a fundamental; gives nothing if it is none.
 std::optional<HumModel> StretchRemover::find(const ChannelView& view, const ChannelView& lowRate,
-                                             double fundamental, double& found) const
+                                             double fundamental, StretchResult& result) const
 {
     const FrameGrid grid(fundamental, lowRate.sampleRate, lowRate.numSamples);
     if (grid.getNumFrames() < 2)
         return {};
     const HumModel model = HumFitter(lowRate, grid, fundamental).fit();
-    found = getMeanFrequency(model);
+    const double found = getMeanFrequency(model);
     if (!model.isAnyPresent())
         return {};
     LineReader reader(grid, fundamental, view.sampleRate);
@@ -228,7 +265,9 @@ std::optional<HumModel> StretchRemover::find(const ChannelView& view, const Chan
         extended = extend(model, view, reader, most);
     if (!isHum(extended, view))
         return {};
-    return extended;
+    result.fundamental = found;
+    result.isBursts = isBursts(extended);
+    return result.isBursts ? std::nullopt : std::optional(std::move(extended));
 }
 
 StretchResult StretchRemover::analyse(const ChannelView& view) const
@@ -238,16 +277,12 @@ StretchResult StretchRemover::analyse(const ChannelView& view) const
         highest = std::max(highest, range.highest);
     const LowRateCopy copy = makeLowRateCopy(view, highest);
     const std::vector<CombPeak> peaks = findPeaks(copy.view, settings.ranges);
-    StretchResult result{peaks.front().fundamental, peaks.front().score, {}};
+    StretchResult result{peaks.front().fundamental, peaks.front().score, false, {}};
     for (const double fundamental : chooseCandidates(peaks, settings.ranges))
     {
-        double found = fundamental;
-        result.model = find(view, copy.view, fundamental, found);
-        if (result.model)
-        {
-            result.fundamental = found;
-            return result;
-        }
+        result.model = find(view, copy.view, fundamental, result);
+        if (result.model || result.isBursts)
+            break;
     }
     return result;
 }

@@ -24,6 +24,7 @@ struct StretchResult
 {
     double fundamental = 0.0; ///< Hz, the mean over the stretch; also of what was rejected
     double combScore = 0.0;
+    bool isBursts = false;         ///< clicks at a steady rate, which are no hum
     std::optional<HumModel> model; ///< no value when nothing is to be removed
 };
 
@@ -39,7 +40,7 @@ public:
 
 private:
     std::optional<HumModel> find(const ChannelView& view, const ChannelView& lowRate,
-                                 double fundamental, double& found) const;
+                                 double fundamental, StretchResult& result) const;
     bool isHum(const HumModel& model, const ChannelView& view) const;
 
     StretchSettings settings;

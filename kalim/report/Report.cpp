@@ -3,6 +3,7 @@
 #include "base/FileError.h"
 #include "dsp/hum/Kalimmer.h"
 #include "kalim/Version.h"
+#include "kalim/report/HumText.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -152,23 +153,32 @@ double Report::getSeconds() const
 
 std::string Report::toText() const
 {
-    std::string text = fmt::format(
-        "{} -> {}\n"
-        "  {:.2f} s, {}, {:g} kHz, {}; {} times faster than real time\n"
-        "  fundamental: start {:.2f} Hz, end {:.2f} Hz, lowest {:.2f} Hz, highest {:.2f} Hz\n",
-        input, output, getSeconds(), channelText(channels), sampleRate / 1000.0, outputFormat,
-        speedText(timesRealTime), tracking.getStart(), tracking.getEnd(), tracking.getLowest(),
-        tracking.getHighest());
+    std::string text = fmt::format("{} -> {}\n"
+                                   "  {:.2f} s, {}, {:g} kHz, {}; {} times faster than real time\n",
+                                   input, output, getSeconds(), channelText(channels),
+                                   sampleRate / 1000.0, outputFormat, speedText(timesRealTime));
     const auto append = std::back_inserter(text);
+    if (hum)
+        fmt::format_to(append, "  precise removal: {}{}\n", describeHum(*hum),
+                       hum->hasHum() ? "" : "; the output equals the input sample for sample");
+    if (!hum || hum->hasHum())
+        fmt::format_to(
+            append,
+            "  fundamental: start {:.2f} Hz, end {:.2f} Hz, lowest {:.2f} Hz, highest {:.2f} Hz\n",
+            tracking.getStart(), tracking.getEnd(), tracking.getLowest(), tracking.getHighest());
     if (preset)
         fmt::format_to(append, "  preset: {} ({})\n", printable(preset->name),
                        printable(preset->file));
     if (measured && !harmonics.empty())
         fmt::format_to(append, "  levels from {:g} s to {:g} s:\n", measured->start, measured->end);
-    if (harmonics.empty() && settings.get(Kalimmer::NumberOfHarmonics) > 0.0F)
+    if (harmonics.empty() &&
+        (hum ? hum->hasHum() : settings.get(Kalimmer::NumberOfHarmonics) > 0.0F))
         text += "  too short to measure the levels of the harmonics\n";
     if (!harmonics.empty())
         text += harmonicTable(harmonics, settings.isOn(Kalimmer::ResidualMode));
+    if (hum)
+        for (const std::string& doubt : findDoubts(*hum))
+            fmt::format_to(append, "  {}\n", doubt);
     if (nonFiniteSamples > 0)
         fmt::format_to(append, "  {} not finite and became silence\n", countText(nonFiniteSamples));
     if (clippedSamples > 0)
@@ -191,12 +201,17 @@ std::string Report::toJson() const
                  {"seconds", getSeconds()},
                  {"blockSize", blockSize},
                  {"timesRealTime", timesRealTime},
-                 {"settings", settingsToJson(settings)},
+                 {"method", method},
+                 {"settings", hum ? Json{{"strength", 100.0 * strength},
+                                         {"residual", settings.isOn(Kalimmer::ResidualMode)}}
+                                  : settingsToJson(settings)},
                  {"fundamental",
                   {{"start", tracking.getStart()},
                    {"end", tracking.getEnd()},
                    {"min", tracking.getLowest()},
                    {"max", tracking.getHighest()}}}};
+    if (hum)
+        json["hum"] = humToJson(*hum);
     if (preset)
         json["preset"] = {{"name", preset->name}, {"file", preset->file.native()}};
     if (measured)

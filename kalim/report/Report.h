@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dsp/precise/HumSummary.h"
 #include "kalim/HumSettings.h"
 #include "kalim/MeasuredRange.h"
 #include "kalim/report/SpectrumMeter.h"
@@ -25,6 +26,15 @@ struct Report
     int sampleRate = 0;
     int channels = 0;
     std::int64_t samples = 0;
+
+    /// "precise", "tracking" or "notch"
+    std::string method;
+
+    /// What precise removal found, and the share of it that was taken off; none from the engine.
+    std::optional<orvo::audio::precise::HumSummary> hum;
+    double strength = 1.0;
+
+    /// Of the engine.
     HumSettings settings;
     std::optional<Preset> preset;
 

@@ -1,6 +1,7 @@
 #include "kalim/report/Tracking.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <iterator>
@@ -59,8 +60,18 @@ TraceFile::TraceFile(const std::filesystem::path& path, Existing existing,
 
 void TraceFile::add(double seconds, const orvo::audio::Kalimmer& engine)
 {
-    fmt::format_to(std::back_inserter(text), "{:.6f},{:.5f},{}\n", seconds,
-                   engine.getCurrentFundamental(), presentNumbers(engine, selection));
+    addRow(seconds, static_cast<double>(engine.getCurrentFundamental()),
+           presentNumbers(engine, selection));
+}
+
+void TraceFile::add(double seconds, double fundamental, const std::vector<int>& harmonics)
+{
+    addRow(seconds, fundamental, fmt::format("{}", fmt::join(harmonics, " ")));
+}
+
+void TraceFile::addRow(double seconds, double fundamental, const std::string& harmonics)
+{
+    fmt::format_to(std::back_inserter(text), "{:.6f},{:.5f},{}\n", seconds, fundamental, harmonics);
     if (text.size() >= writeThreshold)
         write();
 }

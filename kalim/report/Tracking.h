@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace kalim::program
 {
@@ -51,6 +52,9 @@ public:
     /// Writes a row. Throws FileError.
     void add(double seconds, const orvo::audio::Kalimmer& engine);
 
+    /// The same from what precise removal found: harmonics that are there all the time.
+    void add(double seconds, double fundamental, const std::vector<int>& harmonics);
+
     /// Makes the file complete and durable. Throws FileError.
     void finish();
 
@@ -58,6 +62,7 @@ public:
     void commit() { file.commit(); }
 
 private:
+    void addRow(double seconds, double fundamental, const std::string& harmonics);
     void write();
 
     OutputFile file;

@@ -1,0 +1,127 @@
+#include "kalim/Detection.h"
+
+#include "base/FileError.h"
+#include "base/Text.h"
+#include "kalim/Fundamentals.h"
+#include "kalim/Options.h"
+#include "kalim/Precise.h"
+#include "kalim/report/HumText.h"
+#include "kalim/report/ProgressBar.h"
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <filesystem>
+#include <iostream>
+#include <optional>
+
+namespace kalim::program
+{
+namespace
+{
+
+using orvo::audio::precise::HumSummary;
+
+struct DetectionOptions
+{
+    std::vector<std::filesystem::path> files;
+    orvo::audio::precise::PreciseSettings settings;
+    bool reportsJson = false;
+    bool isQuiet = false;
+};
+
+/// Nothing when help was asked for and given.
+std::optional<DetectionOptions> parse(int argc, const char* const* argv)
+{
+    CLI::App app{"Tells whether recordings hold hum: its fundamental with one sigma, its kind "
+                 "(steady, tape,\nswitched or breathing), and how far its harmonics stand out of "
+                 "a spectrum of a second.",
+                 "kalim detect"};
+    DetectionOptions options;
+    std::vector<std::string> files;
+    FundamentalChoice choice;
+    app.set_help_flag("-h,--help", "Show this help and exit");
+    app.add_option("FILE", files, "Audio files to look at")->required()->type_name("FILE");
+    app.add_option("--mains", choice.mains, fundamentalHelp.mains)->type_name("HZ");
+    app.add_option("--range", choice.range, fundamentalHelp.range)->type_name("LO:HI");
+    app.add_flag("--json", options.reportsJson, "Report as JSON on standard output");
+    app.add_flag("-q,--quiet", options.isQuiet, "No progress and no harmonics");
+    try
+    {
+        app.parse(argc, argv);
+    }
+    catch (const CLI::Success& success)
+    {
+        app.exit(success, std::cout, std::cerr);
+        return std::nullopt;
+    }
+    catch (const CLI::ParseError& error)
+    {
+        const std::string text = error.what();
+        throw UsageError(text.substr(0, text.find('\n')));
+    }
+    withUsageError<std::invalid_argument>("", [&] { choice.applyTo(options.settings); });
+    options.files.assign(files.begin(), files.end());
+    return options;
+}
+
+HumSummary detect(const std::filesystem::path& file, const DetectionOptions& options)
+{
+    AudioFileReader reader(file);
+    std::optional<ProgressBar> progress;
+    if (!options.isQuiet)
+        progress.emplace(stderr);
+    return detectHum(reader, options.settings,
+                     [&](double share)
+                     {
+                         if (progress)
+                             progress->update(share);
+                     });
+}
+
+std::string toText(const std::filesystem::path& file, const HumSummary& hum, bool isQuiet)
+{
+    std::string text = fmt::format("{}: {}\n", printable(file), describeHum(hum));
+    if (isQuiet || !hum.hasHum())
+        return text;
+    text += fmt::format("  between {:.3f} Hz and {:.3f} Hz, drift {:+.5f} Hz/s, {:.1f} s of hum\n",
+                        hum.getLowestFrequency(), hum.getHighestFrequency(), hum.getDrift(),
+                        hum.getSecondsOfHum());
+    for (const std::string& doubt : findDoubts(hum))
+        text += fmt::format("  {}\n", doubt);
+    return text + harmonicsToText(hum);
+}
+
+} // namespace
+
+int runDetection(int argc, const char* const* argv)
+{
+    const auto options = parse(argc, argv);
+    if (!options)
+        return 0;
+    int exitCode = 0;
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const std::filesystem::path& file : options->files)
+        try
+        {
+            const HumSummary hum = detect(file, *options);
+            if (options->reportsJson)
+                list.push_back({{"file", printable(file)}, {"hum", humToJson(hum)}});
+            else
+                fmt::print("{}", toText(file, hum, options->isQuiet));
+        }
+        catch (const FileError& error)
+        {
+            fmt::print(stderr, "kalim: {}\n", error.what());
+            exitCode = 1;
+        }
+    if (options->reportsJson)
+        fmt::print("{}\n",
+                   list.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+    return exitCode;
+}
+
+} // namespace kalim::program

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "audiofile/AudioFileReader.h"
+#include "dsp/precise/PreciseRemover.h"
+#include "kalim/HumStream.h"
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace kalim::program
+{
+
+/// Told the share of a reading that is done, 0 to 1.
+using Progress = std::function<void(double share)>;
+
+/// Reads a recording once from its start to find out which fundamental it speaks for, and goes back
+/// to the start. Throws FileError.
+orvo::audio::precise::PreciseSettings
+surveyRecording(AudioFileReader& reader, const orvo::audio::precise::PreciseSettings& settings,
+                const Progress& progress);
+
+/// Reads a recording twice and tells what hum it holds; goes back to the start. Throws FileError.
+orvo::audio::precise::HumSummary detectHum(AudioFileReader& reader,
+                                           const orvo::audio::precise::PreciseSettings& settings,
+                                           const Progress& progress);
+
+/// Runs a recording through precise removal.
+class PreciseStream : public HumStream
+{
+public:
+    /// `settings` as surveyRecording() gives them. With `playsResidual` what is removed comes out.
+    PreciseStream(orvo::audio::precise::PreciseSettings settings, bool playsResidual, int channels,
+                  int sampleRate);
+
+    int getBlockSize() const override { return 1; }
+
+    void process(std::span<const float> interleaved, const Sink& sink) override;
+    void finish(const Sink& sink) override;
+
+    bool canRemove() const override { return true; }
+
+    std::int64_t getNumNonFinite() const override { return numNonFinite; }
+
+    const orvo::audio::precise::HumSummary& getSummary() const { return remover.getSummary(); }
+
+private:
+    void deliver(const float* const* samples, const float* const* hum, int count);
+
+    bool playsResidual;
+    const Sink* sink = nullptr; // while a call runs
+    std::int64_t numNonFinite = 0;
+    std::vector<std::vector<float>> channels;
+    std::vector<float> output;
+    orvo::audio::precise::PreciseRemover remover;
+};
+
+} // namespace kalim::program

@@ -1,0 +1,153 @@
+#include "kalim/report/HumText.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <map>
+#include <set>
+
+namespace kalim::program
+{
+namespace
+{
+
+using orvo::audio::precise::HarmonicSummary;
+using orvo::audio::precise::HumKind;
+using orvo::audio::precise::HumSummary;
+
+/// A harmonic of less evidence (logarithm of the likelihood ratio) may be chance.
+constexpr double sureEvidence = 25.0;
+
+/// What sounds on a harmonic is that much louder than beside its neighbours.
+constexpr double noteRatio = 30.0;
+constexpr int neighbours = 3;
+
+/// The level of a sine of this power in dBFS.
+double levelOf(double power)
+{
+    return 10.0 * std::log10(std::max(2.0 * power, 1e-30));
+}
+
+double roundTo(double value, double step)
+{
+    return std::round(value / step) * step;
+}
+
+std::set<int> numbersOf(const std::vector<HarmonicSummary>& harmonics)
+{
+    std::set<int> numbers;
+    for (const HarmonicSummary& harmonic : harmonics)
+        numbers.insert(harmonic.harmonic);
+    return numbers;
+}
+
+/// The larger one of two middle values counts.
+double medianNoiseNear(const std::vector<HarmonicSummary>& harmonics, const HarmonicSummary& one)
+{
+    std::vector<double> noises;
+    for (const HarmonicSummary& other : harmonics)
+        if (other.channel == one.channel && other.harmonic != one.harmonic &&
+            std::abs(other.harmonic - one.harmonic) <= neighbours)
+            noises.push_back(other.noise);
+    if (noises.empty())
+        return one.noise;
+    std::ranges::sort(noises);
+    return noises[noises.size() / 2];
+}
+
+} // namespace
+
+const char* nameOf(HumKind kind)
+{
+    switch (kind)
+    {
+    case HumKind::None:
+        return "none";
+    case HumKind::Steady:
+        return "steady";
+    case HumKind::Tape:
+        return "tape";
+    case HumKind::Switched:
+        return "switched";
+    case HumKind::Breathing:
+        return "breathing";
+    case HumKind::Bursts:
+        break;
+    }
+    return "bursts, not hum";
+}
+
+std::string describeHum(const HumSummary& hum)
+{
+    if (!hum.hasHum())
+        return hum.getKind() == HumKind::Bursts ? nameOf(HumKind::Bursts) : "no hum";
+    const auto count = numbersOf(hum.getHarmonics()).size();
+    return fmt::format("hum at {:.3f} Hz (+-{:.2g}), {}, {} harmonic{}", hum.getMeanFrequency(),
+                       hum.getUncertainty(), nameOf(hum.getKind()), count, count == 1 ? "" : "s");
+}
+
+nlohmann::ordered_json humToJson(const HumSummary& hum)
+{
+    if (!hum.hasHum())
+        return {{"kind", nameOf(hum.getKind())}};
+    nlohmann::ordered_json harmonics = nlohmann::ordered_json::array();
+    for (const HarmonicSummary& harmonic : hum.getHarmonics())
+        harmonics.push_back({{"channel", harmonic.channel + 1},
+                             {"number", harmonic.harmonic},
+                             {"level", roundTo(levelOf(harmonic.power), 0.01)},
+                             {"prominence", roundTo(harmonic.getProminence(), 0.01)}});
+    return {{"kind", nameOf(hum.getKind())},
+            {"fundamental", roundTo(hum.getMeanFrequency(), 1e-5)},
+            {"uncertainty", hum.getUncertainty()},
+            {"lowest", roundTo(hum.getLowestFrequency(), 1e-5)},
+            {"highest", roundTo(hum.getHighestFrequency(), 1e-5)},
+            {"drift", hum.getDrift()},
+            {"secondsOfHum", roundTo(hum.getSecondsOfHum(), 0.01)},
+            {"changes", hum.getChanges()},
+            {"harmonics", std::move(harmonics)},
+            {"doubts", findDoubts(hum)}};
+}
+
+std::vector<std::string> findDoubts(const HumSummary& hum)
+{
+    const std::vector<HarmonicSummary> harmonics = hum.getHarmonics();
+    std::map<int, double> evidence;
+    std::set<int> notes;
+    for (const HarmonicSummary& harmonic : harmonics)
+    {
+        evidence[harmonic.harmonic] += harmonic.evidence;
+        if (harmonic.noise > noteRatio * medianNoiseNear(harmonics, harmonic) &&
+            harmonic.getProminence() < 20.0)
+            notes.insert(harmonic.harmonic);
+    }
+    std::vector<int> unsure;
+    for (const auto& [number, sum] : evidence)
+        if (sum < sureEvidence)
+            unsure.push_back(number);
+    std::vector<std::string> doubts;
+    if (!unsure.empty())
+        doubts.push_back(fmt::format("unsure of harmonic{} {}", unsure.size() == 1 ? "" : "s",
+                                     fmt::join(unsure, ", ")));
+    for (const int number : notes)
+        doubts.push_back(fmt::format("something else sounds on harmonic {} ({:.1f} Hz)", number,
+                                     number * hum.getMeanFrequency()));
+    return doubts;
+}
+
+std::string harmonicsToText(const HumSummary& hum)
+{
+    std::string text = fmt::format("  {:>7}  {:>8}  {:>10}  {:>10}  {:>10}\n", "channel",
+                                   "harmonic", "frequency", "level", "stands out");
+    for (const HarmonicSummary& harmonic : hum.getHarmonics())
+        fmt::format_to(std::back_inserter(text), "  {:>7}  {:>8}  {:>10}  {:>10}  {:>10}\n",
+                       harmonic.channel + 1, harmonic.harmonic,
+                       fmt::format("{:.1f} Hz", harmonic.harmonic * hum.getMeanFrequency()),
+                       fmt::format("{:.1f} dB", levelOf(harmonic.power)),
+                       fmt::format("{:.1f} dB", harmonic.getProminence()));
+    return text;
+}
+
+} // namespace kalim::program

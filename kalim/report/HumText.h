@@ -1,0 +1,29 @@
+#pragma once
+
+#include "dsp/precise/HumSummary.h"
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+namespace kalim::program
+{
+
+/// "steady", "tape", "switched", "breathing", "none", or "bursts, not hum".
+const char* nameOf(orvo::audio::precise::HumKind kind);
+
+/// What was found, in one line without its end.
+std::string describeHum(const orvo::audio::precise::HumSummary& hum);
+
+/// The same as a JSON object: null where there is no hum.
+nlohmann::ordered_json humToJson(const orvo::audio::precise::HumSummary& hum);
+
+/// What is doubtful, a line each: harmonics that hardly stand out, and such on which something else
+/// sounds.
+std::vector<std::string> findDoubts(const orvo::audio::precise::HumSummary& hum);
+
+/// Harmonics by channel, for people.
+std::string harmonicsToText(const orvo::audio::precise::HumSummary& hum);
+
+} // namespace kalim::program
