@@ -13,6 +13,9 @@ namespace
 constexpr double memoryOfEvidence = 3.0;
 constexpr double memoryOfScore = 0.6;
 
+/// Share of the evidence's fading that remains while sound masks the line.
+constexpr double leastForgotten = 0.1;
+
 /// What one frame can add to the evidence of a line, take from it, and where the sum is held.
 constexpr double mostPerFrame = 12.0;
 constexpr double leastPerFrame = -6.0;
@@ -73,13 +76,17 @@ void LiveEvidence::add(const std::vector<Complex>& aligned, const std::vector<Co
                        const std::vector<double>& noise, bool isFirst)
 {
     score = 0.0;
-    const double kept = getFade();
+    const double fade = 1.0 - getFade();
     for (std::size_t i = 0; i < evidence.size(); ++i)
     {
         const double gained =
             compareErrors(getPower(aligned[i] - expected[i]), getPower(aligned[i]), noise[i]);
         if (evidence[i] > evidenceToScore)
             score += std::clamp(gained, leastPerFrame, mostScorePerLine);
+        // What sound masks is neither confirmed nor refuted, and less is forgotten.
+        const double power = getPower(expected[i]);
+        const double clarity = std::max(power / (power + noise[i]), leastForgotten);
+        const double kept = 1.0 - fade * clarity;
         if (!isFirst)
             evidence[i] =
                 std::clamp(evidence[i] * kept + std::clamp(gained, leastPerFrame, mostPerFrame),
