@@ -8,12 +8,37 @@ namespace orvo::audio::precise
 namespace
 {
 
+/// Seconds over which scores are compared, and the lead that a challenger needs.
 constexpr double memoryOfContest = 1.5;
 constexpr double marginToWin = 12.0;
+
+/// Frames that it must have taken in, while the leader removes hum and while it does not.
 constexpr int ageToWin = 5;
 constexpr int ageToStart = 2;
+
+/// Nobody wins unless the leader predicts worse than this share of the challenger's score; without
+/// that, music takes the lead. A steady leader gives way to a lively one sooner.
 constexpr double failing = 0.2;
 constexpr double failingSteady = 0.85;
+
+/// Lags at which challengers give up.
+constexpr double hopeless = -25.0;
+constexpr double hopelessCompanion = -20.0;
+constexpr double hopelessFormer = -12.0;
+
+/// A fresh one that has not gained a little by then makes room for the next.
+constexpr int ageOfFresh = 25;
+constexpr double leastOfFresh = 4.0;
+
+/// What is expected of the fundamental in Hz: nothing, a little, what the search found.
+constexpr double unknown = 0.08;
+constexpr double known = 0.03;
+constexpr double searched = 0.05;
+
+/// Seconds that those who start late take in.
+constexpr double secondsOfCompanion = 3.0;
+constexpr double secondsOfSearch = 1.0;
+
 /// Observations that a challenger takes in per frame at most, to catch up when it starts late.
 constexpr int stepsPerFrame = 3;
 
@@ -23,7 +48,9 @@ constexpr int mostReplayed = 100;
 /// Parts in which the harmonics are searched.
 constexpr int numSearchParts = 10;
 
+/// How much better than the present frequency, and how far from it in Hz, a finding must be.
 constexpr double detectorMargin = 15.0;
+constexpr double leastDistance = 0.06;
 
 } // namespace
 
@@ -41,7 +68,7 @@ void LiveContest::prepare(const LiveLayout& newLayout, int numRecords)
 
 void LiveContest::reset()
 {
-    leader->start(0.0, 0.08, false);
+    leader->start(0.0, unknown, false);
     for (auto& challenger : challengers)
         challenger.isRunning = false;
     numFrames = 0;
@@ -133,22 +160,23 @@ void LiveContest::compare()
             leaderScore = leader->getEvidence().getScore();
             return;
         }
-        if (score < -25.0 || (kind == former && score < -12.0) ||
-            (kind == fresh && tracker->getAge() > 25 && score < 4.0) ||
-            (kind == companion && (score < -20.0 || tracker->isSteady() == leader->isSteady())))
+        if (score < hopeless || (kind == former && score < hopelessFormer) ||
+            (kind == fresh && tracker->getAge() > ageOfFresh && score < leastOfFresh) ||
+            (kind == companion &&
+             (score < hopelessCompanion || tracker->isSteady() == leader->isSteady())))
             isRunning = false;
     }
 }
 
 void LiveContest::launchNew(const LiveHistory& history)
 {
-    const bool known = leader->isAudible();
-    const double deviation = known ? leader->getDeviation() : 0.0;
-    const double uncertainty = known ? 0.03 : 0.08;
+    const bool isKnown = leader->isAudible();
+    const double deviation = isKnown ? leader->getDeviation() : 0.0;
+    const double uncertainty = isKnown ? known : unknown;
     const double seconds = layout.getHopSeconds();
     if (numFrames > 3 && !challengers[companion].isRunning)
         launch(companion, history, deviation, uncertainty, !leader->isSteady(),
-               static_cast<int>(3.0 / seconds));
+               static_cast<int>(secondsOfCompanion / seconds));
     if (numFrames > 6 && history[0].isValid && !challengers[fresh].isRunning)
         launch(fresh, history, deviation, uncertainty, false, 2);
     if (numFrames > 6 && !challengers[onset].isRunning && seesOnset(history))
@@ -200,9 +228,9 @@ bool LiveContest::isSearching(const LiveHistory& history) const
 void LiveContest::useFinding(const LiveHistory& history)
 {
     const auto [deviation, margin] = detector.find(leader->getDeviation());
-    if (margin > detectorMargin && std::abs(deviation - leader->getDeviation()) > 0.06)
-        launch(detected, history, deviation, 0.05, false,
-               static_cast<int>(1.0 / layout.getHopSeconds()));
+    if (margin > detectorMargin && std::abs(deviation - leader->getDeviation()) > leastDistance)
+        launch(detected, history, deviation, searched, false,
+               static_cast<int>(secondsOfSearch / layout.getHopSeconds()));
 }
 
 } // namespace orvo::audio::precise

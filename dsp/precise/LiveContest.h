@@ -31,6 +31,9 @@ public:
     const LiveTracker& getLeader() const { return *leader; }
 
 private:
+    /// Fresh ones begin with the newest frames; onset ones do so where sound sets in; detected ones
+    /// begin at a frequency that a search found; the companion is steady where the leader is not,
+    /// and the other way round; the former led before, or is what the leader was before a jump.
     enum Kind
     {
         fresh,

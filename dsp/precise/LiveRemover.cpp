@@ -54,6 +54,7 @@ void LiveRemover::prepare(double sampleRate, int numChannels, const Settings& ne
     latency = static_cast<int>(std::lround(settings.lookAhead * sampleRate));
     fade = std::min(static_cast<int>(fadeSeconds * sampleRate), layout.hop / 4);
     reader.prepare(layout);
+    guard.prepare(sampleRate, layout.hop / 2);
     const int needed = 2 * reader.getReach() + 2 * layout.hop + latency;
     std::int64_t size = 1;
     while (size < needed)
@@ -92,6 +93,8 @@ void LiveRemover::reset()
     }
     history.clear();
     contest.reset();
+    guard.reset();
+    plannedSegment = 0;
     for (auto& plan : plans)
         plan.clear();
     order = {0, 1, 2};
@@ -105,6 +108,12 @@ void LiveRemover::setOutput(double strength, bool residual)
 {
     settings.strength = strength;
     settings.residual = residual;
+}
+
+double LiveRemover::getFundamental() const
+{
+    const auto& leader = contest.getLeader();
+    return leader.isAudible() ? layout.nominal + leader.getDeviation() : 0.0;
 }
 
 int LiveRemover::getNumUrgentParts() const
@@ -175,6 +184,10 @@ void LiveRemover::runPart(int part)
 
 void LiveRemover::takeOver()
 {
+    const int segment = contest.getLeader().getRecord(0).segment;
+    if (segment != plannedSegment)
+        guard.release();
+    plannedSegment = segment;
     order = {order[2], order[0], order[1]};
     fadeStart = position;
 }
@@ -202,20 +215,24 @@ void LiveRemover::render(float* const* channels, int offset, int numSamples)
     const auto strength = static_cast<float>(settings.strength);
     for (int n = 0; n < numSamples; ++n, ++position)
     {
+        // What is played late has been seen as a whole.
+        const float trust = latency > 0 ? 1.0F : guard.advance();
         const std::int64_t time = position - latency;
         const float share =
             std::min(1.0F, static_cast<float>(position - fadeStart) / static_cast<float>(fade));
         std::fill(hum.begin(), hum.end(), 0.0F);
-        now.addTo(time, strength * share, hum.data());
+        now.addTo(time, share, hum.data());
         if (share < 1.0F)
-            before.addTo(time, strength * (1.0F - share), hum.data());
+            before.addTo(time, 1.0F - share, hum.data());
         for (int channel = 0; channel < layout.numChannels; ++channel)
         {
             auto& state = channelStates[static_cast<std::size_t>(channel)];
             float& sample = channels[channel][offset + n];
             state.ring[static_cast<std::size_t>(position & mask)] = sample;
             const float source = state.ring[static_cast<std::size_t>(time & mask)];
-            const float removed = follow(state, source) * hum[static_cast<std::size_t>(channel)];
+            const float found = hum[static_cast<std::size_t>(channel)];
+            guard.add(source, found);
+            const float removed = strength * trust * follow(state, source) * found;
             sample = settings.residual ? removed : source - removed;
         }
     }

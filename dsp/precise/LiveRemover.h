@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dsp/precise/LiveContest.h"
+#include "dsp/precise/LiveGuard.h"
 #include "dsp/precise/LivePlan.h"
 #include "dsp/precise/LiveReader.h"
 
@@ -55,7 +56,9 @@ public:
     /// Samples by which the output is late.
     int getLatency() const { return latency; }
 
-    const LiveContest& getContest() const { return contest; }
+    /// The fundamental that is being removed in Hz, 0 where nothing is. For the thread of
+    /// process().
+    double getFundamental() const;
 
 private:
     struct Channel
@@ -84,6 +87,8 @@ private:
     LiveReader reader;
     LiveHistory history;
     LiveContest contest;
+    LiveGuard guard;
+    int plannedSegment = 0;
     std::array<LivePlan, 3> plans;
     std::array<int, 3> order{};
     std::int64_t position = 0;

@@ -22,17 +22,17 @@ namespace
 
 constexpr double sampleRate = 48000.0;
 
-Signal32 run(LiveRemover& remover, Signal32 signal, const std::vector<int>& blockSizes)
+Signal32 run(LiveRemover& remover, Signal32 signal, const std::vector<int>& blockSizes = {512})
 {
-    std::vector<float*> channels(static_cast<std::size_t>(signal.getNumChannels()));
+    const int last = signal.getNumChannels() - 1;
     std::size_t block = 0;
     for (int done = 0; done < signal.getNumSamples();)
     {
-        const int count =
-            std::min(blockSizes[block++ % blockSizes.size()], signal.getNumSamples() - done);
-        for (std::size_t i = 0; i < channels.size(); ++i)
-            channels[i] = signal.getWriteChannelPtr(static_cast<int>(i)) + done;
-        remover.process(channels.data(), count);
+        const int size = blockSizes[block++ % blockSizes.size()];
+        const int count = std::min(size, signal.getNumSamples() - done);
+        float* const channels[] = {signal.getWriteChannelPtr(0) + done,
+                                   signal.getWriteChannelPtr(last) + done};
+        remover.process(channels, count);
         done += count;
     }
     return signal;
@@ -103,7 +103,8 @@ TEST(LiveRemover, delaysSoundWithoutHumAndNothingElse)
         remover.prepare(sampleRate, 2, {.lookAhead = lookAhead});
         const int latency = static_cast<int>(std::lround(lookAhead * sampleRate));
         EXPECT_EQ(remover.getLatency(), latency);
-        const auto output = run(remover, sound, {512});
+        const auto output = run(remover, sound);
+        EXPECT_EQ(remover.getFundamental(), 0.0);
         const int count = sound.getNumSamples() - latency;
         EXPECT_TRUE(areIdentical(cut(output, latency, count), cut(sound, 0, count)));
     }
@@ -118,6 +119,7 @@ TEST(LiveRemover, leavesTheHeapAlone)
     const HeapCount heap;
     remover.process(channels, mixture.getNumSamples());
     EXPECT_EQ(heap.getNumCalls(), 0);
+    EXPECT_NEAR(remover.getFundamental(), 50.02, 0.01);
 }
 
 TEST(LiveRemover, survivesWhatIsNoNumber)
@@ -155,7 +157,7 @@ TEST(LiveRemover, worksAtTheLimits)
         remover.prepare(rate, 1, {.fundamental = fundamental, .lookAhead = 0.2});
         const auto hum = makeHum({fundamental, fundamental, 5}, rate, 2.0);
         const int count = hum.getNumSamples() / 4;
-        EXPECT_LT(getLevelDb(cut(run(remover, hum, {500}), 3 * count, count), 0), -66.0);
+        EXPECT_LT(getLevelDb(cut(run(remover, hum), 3 * count, count), 0), -66.0);
     }
     EXPECT_THROW(remover.prepare(4000.0, 1, {}), std::invalid_argument);
     EXPECT_THROW(remover.prepare(sampleRate, 9, {}), std::invalid_argument);
