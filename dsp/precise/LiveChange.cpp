@@ -62,7 +62,7 @@ void LiveTracker::expect(const LiveObservation& observation)
     const double seconds =
         static_cast<double>(observation.centre - record.centre) / layout.sampleRate;
     align(observation, mean[0] + seconds * (mean[1] + 0.5 * seconds * mean[2]), 1.0);
-    const double level = getGainOf(record.gain.states[record.gainModel]);
+    const double level = getLevel(record.gain.states[record.gainModel].mean);
     const auto& amplitudes = record.walks[record.walk].amplitudes;
     for (std::size_t i = 0; i < noise.size(); ++i)
     {

@@ -52,61 +52,61 @@ void LivePlan::make(const LiveTracker& tracker, std::int64_t begin, std::int64_t
         return;
     first = begin;
     last = end;
-    const double seconds = layout.getHopSeconds();
-    const auto phaseStep = LiveTracker::getPhaseTransition(seconds);
-    const auto gainStep = LiveTracker::getGainTransition(seconds);
-    const auto phaseNoise = LiveTracker::getPhaseNoise(seconds);
-    const auto gainNoise = LiveTracker::getGainNoise(seconds);
-    LiveVector<3> phase{};
-    LiveVector<2> gain{};
     const LiveRecord* later = nullptr;
-    std::size_t phaseModel = 0;
-    std::size_t gainModel = 0;
-    std::size_t walk = 0;
     for (int back = 0; back < tracker.getNumRecords(); ++back)
     {
         const auto& record = tracker.getRecord(back);
         if (later == nullptr || later->segment != record.segment)
-        {
-            phaseModel = record.phaseModel;
-            gainModel = record.gainModel;
-            walk = record.walk;
-            phase = record.phase.states[phaseModel].mean;
-            gain = record.gain.states[gainModel].mean;
-            smoothed = record.walks[walk].amplitudes;
-            variances = record.walks[walk].variances;
-        }
+            believe(record);
         else
-        {
-            const auto& state = record.phase.states[phaseModel];
-            phase = smoothMean(state, predictState(state, phaseStep, phaseNoise[phaseModel]),
-                               phaseStep, phase);
-            const auto& level = record.gain.states[gainModel];
-            gain = smoothMean(level, predictState(level, gainStep, gainNoise[gainModel]), gainStep,
-                              gain);
-            const auto& [amplitudes, spread] = record.walks[walk];
-            for (std::size_t i = 0; i < smoothed.size(); ++i)
-            {
-                const double predicted =
-                    spread[i] + LivePattern::getGrowth(walk, getPower(amplitudes[i]), 0.0);
-                const double c = spread[i] / std::max(predicted, 1e-30);
-                smoothed[i] = amplitudes[i] + c * (smoothed[i] - amplitudes[i]);
-                variances[i] = spread[i] + c * c * (variances[i] - predicted);
-            }
-        }
+            smooth(record);
         later = &record;
         if (record.centre >= end)
             numKnots = 0;
         if (numKnots == mostKnots)
             break;
-        setKnot(knots[static_cast<std::size_t>(numKnots++)], tracker, record, phase, gain);
+        setKnot(knots[static_cast<std::size_t>(numKnots++)], tracker, record);
         if (record.centre <= begin)
             break;
     }
 }
 
-void LivePlan::setKnot(Knot& knot, const LiveTracker& tracker, const LiveRecord& record,
-                       const LiveVector<3>& phase, const LiveVector<2>& gain)
+void LivePlan::believe(const LiveRecord& record)
+{
+    phaseModel = record.phaseModel;
+    gainModel = record.gainModel;
+    walk = record.walk;
+    phase = record.phase.states[phaseModel].mean;
+    gain = record.gain.states[gainModel].mean;
+    smoothed = record.walks[walk].amplitudes;
+    variances = record.walks[walk].variances;
+}
+
+void LivePlan::smooth(const LiveRecord& record)
+{
+    const double seconds = layout.getHopSeconds();
+    const auto phaseStep = LiveTracker::getPhaseTransition(seconds);
+    const auto gainStep = LiveTracker::getGainTransition(seconds);
+    const auto& state = record.phase.states[phaseModel];
+    const auto& level = record.gain.states[gainModel];
+    const auto nextState =
+        predictState(state, phaseStep, LiveTracker::getPhaseNoise(seconds)[phaseModel]);
+    const auto nextLevel =
+        predictState(level, gainStep, LiveTracker::getGainNoise(seconds)[gainModel]);
+    phase = smoothMean(state, nextState, phaseStep, phase);
+    gain = smoothMean(level, nextLevel, gainStep, gain);
+    const auto& [amplitudes, spread] = record.walks[walk];
+    for (std::size_t i = 0; i < smoothed.size(); ++i)
+    {
+        const double predicted =
+            spread[i] + LivePattern::getGrowth(walk, getPower(amplitudes[i]), 0.0);
+        const double share = spread[i] / std::max(predicted, 1e-30);
+        smoothed[i] = amplitudes[i] + share * (smoothed[i] - amplitudes[i]);
+        variances[i] = spread[i] + share * share * (variances[i] - predicted);
+    }
+}
+
+void LivePlan::setKnot(Knot& knot, const LiveTracker& tracker, const LiveRecord& record)
 {
     knot.centre = record.centre;
     knot.segment = record.segment;
@@ -115,7 +115,7 @@ void LivePlan::setKnot(Knot& knot, const LiveTracker& tracker, const LiveRecord&
     { return static_cast<double>(time - record.centre) / layout.sampleRate; };
     knot.gainAtBegin = getSlopeGain(gain[1], after(first));
     knot.gainAtEnd = getSlopeGain(gain[1], after(last));
-    const double level = std::exp(std::clamp(gain[0], -3.0, 3.0));
+    const double level = LiveTracker::getLevel(gain);
     for (std::size_t i = 0; i < smoothed.size(); ++i)
     {
         const double power = getPower(smoothed[i]);
@@ -169,14 +169,14 @@ void LivePlan::addKnot(const Knot& knot, std::int64_t time, float weight, float*
     const int index = std::min(static_cast<int>(position), tableSize - 1);
     const auto d = static_cast<float>(position - index);
     const double place = static_cast<double>(time - first) / static_cast<double>(last - first);
-    const auto gain =
+    const auto level =
         weight * static_cast<float>(knot.gainAtBegin + place * (knot.gainAtEnd - knot.gainAtBegin));
     const float* y = &knot.tables[static_cast<std::size_t>(index)];
     for (int channel = 0; channel < layout.numChannels; ++channel, y += tableStride)
-        sums[channel] += gain * (y[1] + 0.5F * d *
-                                            (y[2] - y[0] +
-                                             d * (2.0F * y[0] - 5.0F * y[1] + 4.0F * y[2] - y[3] +
-                                                  d * (3.0F * (y[1] - y[2]) + y[3] - y[0]))));
+        sums[channel] += level * (y[1] + 0.5F * d *
+                                             (y[2] - y[0] +
+                                              d * (2.0F * y[0] - 5.0F * y[1] + 4.0F * y[2] - y[3] +
+                                                   d * (3.0F * (y[1] - y[2]) + y[3] - y[0]))));
 }
 
 void LivePlan::addTo(std::int64_t time, float weight, float* sums) const

@@ -48,8 +48,11 @@ private:
         std::vector<float> tables;
     };
 
-    void setKnot(Knot& knot, const LiveTracker& tracker, const LiveRecord& record,
-                 const LiveVector<3>& phase, const LiveVector<2>& gain);
+    /// The last record of a segment is as good as it gets; those before it are smoothed by what
+    /// came later.
+    void believe(const LiveRecord& record);
+    void smooth(const LiveRecord& record);
+    void setKnot(Knot& knot, const LiveTracker& tracker, const LiveRecord& record);
     void addKnot(const Knot& knot, std::int64_t time, float weight, float* sums) const;
 
     LiveLayout layout;
@@ -57,6 +60,11 @@ private:
     std::int64_t first = 0;
     std::int64_t last = 1;
     std::vector<Knot> knots;
+    std::size_t phaseModel = 0;
+    std::size_t gainModel = 0;
+    std::size_t walk = 0;
+    LiveVector<3> phase{};
+    LiveVector<2> gain{};
     std::vector<Complex> smoothed;
     std::vector<double> variances;
     FourierTransform transform;

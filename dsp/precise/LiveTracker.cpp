@@ -87,9 +87,9 @@ double LiveTracker::getDeviation() const
     return phase.getState().mean[1] / (2.0 * pi);
 }
 
-double LiveTracker::getGainOf(const LiveState<2>& state)
+double LiveTracker::getLevel(const LiveVector<2>& logGain)
 {
-    return std::exp(std::clamp(state.mean[0], -largestLogGain, largestLogGain));
+    return std::exp(std::clamp(logGain[0], -largestLogGain, largestLogGain));
 }
 
 const LiveRecord& LiveTracker::getRecord(int back) const

@@ -65,6 +65,11 @@ public:
 
     int getNumRecords() const { return numKept; }
 
+    /// The factor that a gain and its slope stand for.
+    static double getLevel(const LiveVector<2>& logGain);
+
+    /// How phase, frequency and drift, and gain and slope, move in some seconds by themselves, and
+    /// how much each model lets them stray.
     static LiveMatrix<3> getPhaseTransition(double seconds);
     static LiveMatrix<2> getGainTransition(double seconds);
     static std::array<LiveMatrix<3>, 4> getPhaseNoise(double seconds);
@@ -99,9 +104,8 @@ private:
     void weighSilence(const LiveObservation& observation, Change& change);
     void weighShifts(const LiveObservation& observation, Change& change);
     void jump(double shift, const LiveHistory& history);
-    static double getGainOf(const LiveState<2>& state);
 
-    double getGain() const { return getGainOf(gain.getState()); }
+    double getGain() const { return getLevel(gain.getState().mean); }
 
     LiveLayout layout;
     bool steady = false;
