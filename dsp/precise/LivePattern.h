@@ -46,8 +46,6 @@ public:
 
     const Walk& getWalk() const { return walks[getBest()]; }
 
-    std::size_t getNumActive() const { return numActive; }
-
     /// How much variance a frame adds to a line of model `model`.
     static double getGrowth(std::size_t model, double power, double noise);
 
