@@ -93,10 +93,64 @@ TEST_F(Program, cleansTheGuitarBetterThanFixedNotchesAndDrawsIt)
     EXPECT_THAT(contentsOf(path("spectrum.svg")), HasSubstr("<svg"));
 }
 
+TEST_F(Program, findsHumByItselfTakesItOffAndLeavesTheRestAlone)
+{
+    const std::vector<float> samples = makeHumSamples(50.02, 50.02, 9.0);
+    const std::string input = writeFloats("hum.wav", samples);
+    const auto cleaned = clean(input, {"--trace", path("trace.csv")});
+    EXPECT_EQ(cleaned["method"], "precise");
+    EXPECT_EQ(cleaned["hum"]["kind"], "steady");
+    EXPECT_NEAR(cleaned["hum"]["fundamental"].get<double>(), 50.02, 0.001);
+    EXPECT_THAT(reductionsIn(cleaned), AllOf(SizeIs(20), Each(Ge(30.0))));
+    EXPECT_THAT(contentsOf(path("trace.csv")), ContainsRegex("\n[0-9.]+,50\\.0[0-9]*,1 2 3 "));
+    const std::vector<float> rest = readAll(output());
+    clean(input, {"--method=precise", "--residual"});
+    const std::vector<float> hum = readAll(output());
+    clean(input, {"--strength=50"});
+    const std::vector<float> half = readAll(output());
+    for (std::size_t n = 0; n < samples.size(); n += 97)
+    {
+        ASSERT_NEAR(rest[n] + hum[n], samples[n], 1e-6F);
+        ASSERT_NEAR(half[n] + 0.5F * hum[n], samples[n], 1e-6F);
+    }
+    const Signal32 noise = makeNoise(-20.0, 48000.0, 3.0);
+    const std::vector<float> plain(noise.getReadChannelPtr(0), noise.getReadChannelPtr(0) + 144000);
+    const RunResult run = runKalim({writeFloats("plain.wav", plain), output(), "--force"});
+    EXPECT_THAT(run.output, HasSubstr("no hum; the output equals the input sample for sample"));
+    EXPECT_EQ(readAll(output()), plain);
+}
+
+TEST_F(Program, tellsWhatHumThereIsAndSetsTheEngineFromIt)
+{
+    const std::string input = writeFloats("hum.wav", makeHumSamples(60.03, 60.03, 9.0));
+    const RunResult found = runKalim({"detect", input, path("missing.wav"), "--json"});
+    EXPECT_EQ(found.exitCode, 1);
+    EXPECT_THAT(found.errors, HasSubstr("missing.wav: No such file"));
+    const json hum = json::parse(found.output)[0]["hum"];
+    EXPECT_NEAR(hum["fundamental"].get<double>(), 60.03, 0.001);
+    EXPECT_LT(hum["uncertainty"].get<double>(), 0.001);
+    EXPECT_THAT(hum["harmonics"], SizeIs(20));
+    EXPECT_THAT(runKalim({"detect", input}).output, HasSubstr("hum at 60.030 Hz"));
+    EXPECT_THAT(runKalim({"detect", "--range=49:51", input}).output, HasSubstr(": no hum"));
+    const json settings = clean(input, {"-fauto", "--harmonics=auto", "--odd=auto"})["settings"];
+    EXPECT_NEAR(settings["fundamental"].get<double>(), 60.03, 0.001);
+    EXPECT_EQ(settings["harmonics"], 20);
+    EXPECT_EQ(settings["odd"], false);
+    for (const auto& [words, reason] :
+         {std::pair(Words{"--strength=101"}, "0 to 100"), {{"--mains=5"}, "15 to 440"},
+          {{"--range=60:50"}, "does not rise"}, {{"--mains=50", "--range=49:51"}, "together"},
+          {{"--method=precise", "-a5"}, "--adaptivity"}, {{"--strength=50", "-a5"}, "precise"}})
+    {
+        Words all = words;
+        all.insert(all.end(), {input, path("x.wav")});
+        EXPECT_THAT(refusal(2, all), HasSubstr(reason));
+    }
+}
+
 TEST_F(Program, hasAnOptionAndAPlaceInTheReportForEveryParameterOfTheEngine)
 {
     const std::string input = writeFloats("in.wav", std::vector<float>(5000));
-    const json settings = clean(input, {})["settings"];
+    const json settings = clean(input, {"--method=tracking"})["settings"];
     EXPECT_EQ(settings.size(), orvo::audio::numHumParameters);
     for (const HumParameter& row : orvo::audio::humParameters)
     {

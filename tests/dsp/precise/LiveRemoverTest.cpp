@@ -1,0 +1,153 @@
+#include "dsp/precise/LiveRemover.h"
+
+#include "tests/support/Heap.h"
+#include "tests/support/TestSignals.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+#include <random>
+#include <vector>
+
+using namespace testing_support;
+using orvo::audio::precise::LiveRemover;
+
+namespace
+{
+
+constexpr double sampleRate = 48000.0;
+
+Signal32 run(LiveRemover& remover, Signal32 signal, const std::vector<int>& blockSizes = {512})
+{
+    const int last = signal.getNumChannels() - 1;
+    std::size_t block = 0;
+    for (int done = 0; done < signal.getNumSamples();)
+    {
+        const int size = blockSizes[block++ % blockSizes.size()];
+        const int count = std::min(size, signal.getNumSamples() - done);
+        float* const channels[] = {signal.getWriteChannelPtr(0) + done,
+                                   signal.getWriteChannelPtr(last) + done};
+        remover.process(channels, count);
+        done += count;
+    }
+    return signal;
+}
+
+Signal32 clean(const Signal32& signal, const LiveRemover::Settings& settings = {},
+               const std::vector<int>& blockSizes = {512})
+{
+    LiveRemover remover;
+    remover.prepare(sampleRate, signal.getNumChannels(), settings);
+    return run(remover, signal, blockSizes);
+}
+
+double getLevelDb(const Signal32& signal, int channel)
+{
+    const float* const x = signal.getReadChannelPtr(channel);
+    const int count = signal.getNumSamples();
+    return 10.0 * std::log10(std::inner_product(x, x + count, x, 1e-20) / count);
+}
+
+Signal32 makeMixture(double seconds, int numChannels = 2)
+{
+    const Hum hum = {.startFrequency = 50.03, .endFrequency = 50.02};
+    return mix(makeHum(hum, sampleRate, seconds, numChannels),
+               makeNoise(-50.0, sampleRate, seconds, numChannels));
+}
+
+} // namespace
+
+TEST(LiveRemover, removesSteadyHumOfTwoPatterns)
+{
+    const auto hum = makeHum({.startFrequency = 59.97, .endFrequency = 59.98}, sampleRate, 4.0, 2);
+    const auto noise = makeNoise(-50.0, sampleRate, 4.0, 2);
+    for (const double lookAhead : {0.0, 0.05, 0.2})
+    {
+        const auto latency = static_cast<int>(lookAhead * sampleRate);
+        const auto output = clean(mix(hum, noise), {.fundamental = 60.0, .lookAhead = lookAhead});
+        const int start = 96000;
+        const auto rest = difference(cut(output, start + latency, 72000), cut(noise, start, 72000));
+        for (int channel : {0, 1})
+            EXPECT_LT(getLevelDb(rest, channel), getLevelDb(hum, channel) - 35.0) << lookAhead;
+    }
+}
+
+TEST(LiveRemover, doesNotDependOnBlocks)
+{
+    const auto mixture = makeMixture(1.5);
+    std::mt19937 generator(7);
+    std::vector<int> random(100);
+    std::generate(random.begin(), random.end(),
+                  [&] { return 1 + static_cast<int>(generator() % 3000); });
+    for (const double lookAhead : {0.0, 0.2})
+    {
+        const auto expected = clean(mixture, {.lookAhead = lookAhead});
+        EXPECT_FALSE(areIdentical(expected, mixture));
+        for (const auto& sizes : {std::vector{1}, {7}, {64}, {441}, {4096}, random})
+            EXPECT_TRUE(areIdentical(clean(mixture, {.lookAhead = lookAhead}, sizes), expected));
+    }
+}
+
+TEST(LiveRemover, delaysSoundWithoutHumAndNothingElse)
+{
+    const auto sound =
+        mix(makeNoise(-30.0, sampleRate, 3.0, 2), makeTone(440.0, 0.1, sampleRate, 3.0, 2));
+    for (const double lookAhead : {0.0, 0.05, 0.2})
+    {
+        LiveRemover remover;
+        remover.prepare(sampleRate, 2, {.lookAhead = lookAhead});
+        const int latency = static_cast<int>(std::lround(lookAhead * sampleRate));
+        EXPECT_EQ(remover.getLatency(), latency);
+        const auto output = run(remover, sound);
+        EXPECT_EQ(remover.getFundamental(), 0.0);
+        const int count = sound.getNumSamples() - latency;
+        EXPECT_TRUE(areIdentical(cut(output, latency, count), cut(sound, 0, count)));
+    }
+}
+
+TEST(LiveRemover, leavesTheHeapAlone)
+{
+    LiveRemover remover;
+    remover.prepare(sampleRate, 1, {.lookAhead = 0.2});
+    auto mixture = makeMixture(3.0, 1);
+    float* const channel = mixture.getWriteChannelPtr(0);
+    const HeapCount heap;
+    remover.process(&channel, mixture.getNumSamples());
+    EXPECT_EQ(heap.getNumCalls(), 0);
+    EXPECT_NEAR(remover.getFundamental(), 50.02, 0.01);
+}
+
+TEST(LiveRemover, survivesWhatIsNoNumber)
+{
+    auto mixture = makeMixture(4.0, 1);
+    mixture.getWriteChannelPtr(0)[60000] = std::nanf("");
+    mixture.getWriteChannelPtr(0)[60001] = INFINITY;
+    const auto output = clean(mixture);
+    EXPECT_TRUE(std::isnan(output.getReadChannelPtr(0)[60000]));
+    EXPECT_LT(getLevelDb(cut(output, 60002, 130000), 0), -45.0);
+}
+
+TEST(LiveRemover, isSilentInSilenceAndPlaysWhatIsRemoved)
+{
+    auto mixture = makeMixture(3.0, 1);
+    std::fill_n(mixture.getWriteChannelPtr(0) + 96000, 48000, 0.0F);
+    EXPECT_EQ(peakOf(cut(clean(mixture), 96100, 47900)), 0.0F);
+    const auto removed = clean(mixture, {.strength = 0.5, .residual = true});
+    EXPECT_TRUE(areIdentical(difference(mixture, removed), clean(mixture, {.strength = 0.5})));
+}
+
+TEST(LiveRemover, worksAtTheLimits)
+{
+    LiveRemover remover;
+    for (const auto& [rate, fundamental] : {std::pair{8000.0, 400.0}, {384000.0, 16.0}})
+    {
+        remover.prepare(rate, 1, {.fundamental = fundamental, .lookAhead = 0.2});
+        const auto hum = makeHum({fundamental, fundamental, 5}, rate, 2.0);
+        const int count = hum.getNumSamples() / 4;
+        EXPECT_LT(getLevelDb(cut(run(remover, hum), 3 * count, count), 0), -66.0);
+    }
+    EXPECT_THROW(remover.prepare(4000.0, 1, {}), std::invalid_argument);
+    EXPECT_THROW(remover.prepare(sampleRate, 9, {}), std::invalid_argument);
+}
