@@ -1,7 +1,7 @@
 """A second set of mixtures, from sounds, mains and kinds of hum that the first set has not.
 
 It shows whether figures hold on what nothing was tuned on, so it must stay that way: look at its
-averages, and tune on the first set.
+averages, and tune on the first set. The README tells what each sound and kind of hum is.
 """
 from __future__ import annotations
 
@@ -15,17 +15,7 @@ LEVELS = (-10, 0, 10, 20)  # sound over hum, dB
 ROOM_OFFSET = -20
 LENGTHS = (8, 13, 20)  # seconds
 
-KINDS = {
-    "ten": "10 harmonics, each set's slope and every harmonic's level at random",
-    "thirty": "30 harmonics, likewise",
-    "edits": "12 harmonics, two to four jumps of phase at random times",
-    "drift": "12 harmonics, frequency moving by 0.02 Hz/s",
-    "off": "12 harmonics, frequency wrong by up to 0.3 Hz",
-    "stereo": "two channels, 14 harmonics with a pattern of its own in each",
-    "rectifier": "100 or 120 Hz and 11 multiples of it",
-    "line": "the fundamental alone",
-    NONE: "no hum at all",
-}
+KINDS = ("ten", "thirty", "edits", "drift", "off", "stereo", "rectifier", "line", NONE)
 HARMONICS = {"ten": range(1, 11), "thirty": range(1, 31), "stereo": range(1, 15),
              "rectifier": range(2, 25, 2), "line": range(1, 2)}
 
