@@ -131,15 +131,16 @@ TEST_F(Program, tellsWhatHumThereIsAndSetsTheEngineFromIt)
     EXPECT_LT(hum["uncertainty"].get<double>(), 0.001);
     EXPECT_THAT(hum["harmonics"], SizeIs(20));
     EXPECT_THAT(runKalim({"detect", input}).output, HasSubstr("hum at 60.030 Hz"));
-    EXPECT_THAT(runKalim({"detect", "--range=49:51", input}).output, HasSubstr(": no hum"));
     const json settings = clean(input, {"-fauto", "--harmonics=auto", "--odd=auto"})["settings"];
     EXPECT_NEAR(settings["fundamental"].get<double>(), 60.03, 0.001);
     EXPECT_EQ(settings["harmonics"], 20);
     EXPECT_EQ(settings["odd"], false);
-    for (const auto& [words, reason] :
-         {std::pair(Words{"--strength=101"}, "0 to 100"), {{"--mains=5"}, "15 to 440"},
-          {{"--range=60:50"}, "does not rise"}, {{"--mains=50", "--range=49:51"}, "together"},
-          {{"--method=precise", "-a5"}, "--adaptivity"}, {{"--strength=50", "-a5"}, "precise"}})
+    for (const auto& [words, reason] : {std::pair(Words{"--strength=101"}, "0 to 100"),
+                                        {{"--mains=5"}, "15 to 440"},
+                                        {{"--range=60:50"}, "does not rise"},
+                                        {{"--mains=50", "--range=49:51"}, "together"},
+                                        {{"--method=precise", "-a5"}, "--adaptivity"},
+                                        {{"--strength=50", "-a5"}, "precise"}})
     {
         Words all = words;
         all.insert(all.end(), {input, path("x.wav")});
