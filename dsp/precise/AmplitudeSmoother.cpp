@@ -24,10 +24,10 @@ constexpr std::array<WalkSize, numWalkSizes> walkSizes{{{0.001, 0.0},
                                                         {0.001, 0.002},
                                                         {0.004, 0.0},
                                                         {0.004, 0.002},
-                                                        {0.015, 0.0},
                                                         {0.015, 0.002},
                                                         {0.04, 0.0},
-                                                        {0.04, 0.002}}};
+                                                        {0.04, 0.002},
+                                                        {0.12, 0.0}}};
 
 constexpr double smallestNoiseShare = 0.4;
 constexpr int reweightings = 3;

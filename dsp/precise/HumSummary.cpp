@@ -123,7 +123,7 @@ void HumSummary::addLines(const HumModel& model, double start, double from, doub
             const std::size_t at = lines.at(frame, line);
             const double power = getPower(amplitudes[at]);
             sum.power += 0.5 * power * lines.frameTime;
-            sum.noise += 0.5 * lines.noise[at] * lines.frameTime;
+            sum.logNoise += std::log(0.5 * lines.noise[at]) * lines.frameTime;
             sum.seconds += lines.frameTime;
             information += harmonic * harmonic * power / lines.noise[at];
         }
@@ -207,7 +207,7 @@ std::vector<HarmonicSummary> HumSummary::getHarmonics() const
             const double frame = 0.08;
             harmonics.push_back(
                 {static_cast<int>(channel), static_cast<int>(i) + 1, line.power / line.seconds,
-                 line.noise / line.seconds * frame * noiseBandwidth, line.evidence});
+                 std::exp(line.logNoise / line.seconds) * frame * noiseBandwidth, line.evidence});
         }
     return harmonics;
 }

@@ -34,7 +34,7 @@ struct HarmonicSummary
     int channel;
     int harmonic;
     double power;
-    double noise;    ///< of everything else within the frame's resolution beside it
+    double noise; ///< of everything else beside it, the geometric mean: loud moments count little
     double evidence; ///< natural logarithm of the likelihood ratio to no hum
 
     /// How far the line would stand out in a spectrum of a second, in dB.
@@ -83,7 +83,7 @@ private:
     struct Line
     {
         double power = 0.0;
-        double noise = 0.0;
+        double logNoise = 0.0;
         double seconds = 0.0;
         double evidence = 0.0;
     };

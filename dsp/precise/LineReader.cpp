@@ -44,7 +44,7 @@ double getKernelTransform(int sample, int size)
     const double square = kernelShape * kernelShape - x * x;
     const double root = std::sqrt(std::abs(square));
     const double value = square > 0.0 ? std::sinh(root) / root : std::sin(root) / root;
-    return taps * value / std::cyl_bessel_i(0.0, kernelShape);
+    return taps * value / getBesselI0(kernelShape);
 }
 
 std::vector<float> makeKernel()

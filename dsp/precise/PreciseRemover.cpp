@@ -36,11 +36,16 @@ double getHighest(const std::vector<FundamentalRange>& ranges)
     return highest;
 }
 
-bool isFinite(const ChannelView& view)
+/// Numbers that no recording holds would leave nothing of the others in single precision.
+bool isSound(float sample)
+{
+    return std::abs(sample) < 1e6F;
+}
+
+bool isAllSound(const ChannelView& view)
 {
     for (const float* const samples : view.channels)
-        if (!std::all_of(samples, samples + view.numSamples,
-                         [](float sample) { return std::isfinite(sample); }))
+        if (!std::all_of(samples, samples + view.numSamples, isSound))
             return false;
     return true;
 }
@@ -60,8 +65,7 @@ void HumSurvey::add(const float* const* channels, int numSamples)
 {
     for (std::size_t channel = 0; channel < buffers.size(); ++channel)
         for (int i = 0; i < numSamples; ++i)
-            buffers[channel].push_back(std::isfinite(channels[channel][i]) ? channels[channel][i]
-                                                                           : 0.0F);
+            buffers[channel].push_back(isSound(channels[channel][i]) ? channels[channel][i] : 0.0F);
     measure(false);
 }
 
@@ -133,13 +137,13 @@ PreciseRemover::Stretch PreciseRemover::analyse(int first, int count) const
     for (const auto& buffer : buffers)
         view.channels.push_back(buffer.data() + first);
     std::vector<std::vector<float>> mended;
-    if (!isFinite(view))
+    if (!isAllSound(view))
         for (const float*& samples : view.channels)
         {
             mended.emplace_back(samples, samples + count);
             std::replace_if(
                 mended.back().begin(), mended.back().end(),
-                [](float sample) { return !std::isfinite(sample); }, 0.0F);
+                [](float sample) { return !isSound(sample); }, 0.0F);
             samples = mended.back().data();
         }
     Stretch stretch{first, count, remover.analyse(view), {}};

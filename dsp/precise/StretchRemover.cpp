@@ -29,7 +29,9 @@ constexpr int noiseRounds = 2;
 /// clearest, since one line alone may be a held note; or of one line that is very clear and steady,
 /// near a mains frequency.
 constexpr double restEvidence = 30.0;
+constexpr double sureSeconds = 5.0; // below, more evidence is needed
 constexpr double singleEvidence = 300.0;
+constexpr double singleSeconds = 3.0;
 constexpr double singleSpread = 0.1; // Hz
 
 /// What lies 66 dB under the sound is left alone: nobody hears it, and loops and codecs make lines
@@ -51,6 +53,11 @@ constexpr double burstShare = 0.85;
 /// Candidates that lie nearer together are one, since the fit covers both.
 constexpr double candidateDistance = 0.3;
 constexpr std::size_t mostPeaks = 2;
+
+/// What a harmonic counts at most, and the share of the multiples of one, when notes are told from
+/// hum.
+constexpr double mostEvidence = 100.0;
+constexpr double noteShare = 0.8;
 
 /// A low-rate copy of a view, which owns its samples.
 struct LowRateCopy
@@ -127,6 +134,39 @@ double getSpread(const HumModel& model)
         highest = std::max(highest, f);
     }
     return highest - lowest;
+}
+
+/// Evidence of each harmonic in the channel where it is clearest, the first at 0.
+std::vector<double> collectEvidence(const HumModel& model)
+{
+    const HarmonicLines& lines = model.getLines();
+    std::vector<double> evidence(static_cast<std::size_t>(lines.numHarmonics));
+    for (int line = 0; line < lines.getNumLines(); ++line)
+        if (model.getSmooth().isPresent[line] != 0)
+        {
+            double& most = evidence[lines.getHarmonic(line) - 1];
+            most = std::max(most, model.getSmooth().evidence[line]);
+        }
+    return evidence;
+}
+
+/// Whether nearly all that stands out are multiples of one harmonic: then that is a note which a
+/// fraction of itself was found to fit. Rectifiers leave the even harmonics of mains alone.
+bool isNoteOnComb(const std::vector<double>& evidence, bool isBesideMains)
+{
+    const auto count = static_cast<int>(evidence.size());
+    const auto sumOfMultiples = [&](int step)
+    {
+        double sum = 0.0;
+        for (int harmonic = step; harmonic <= count; harmonic += step)
+            sum += std::min(evidence[harmonic - 1], mostEvidence);
+        return sum;
+    };
+    const double all = sumOfMultiples(1);
+    for (int step = isBesideMains ? 2 : 3; 2 * step <= count; ++step)
+        if (sumOfMultiples(step) > noteShare * all)
+            return true;
+    return false;
 }
 
 /// Mean power of the hum of all channels.
@@ -233,17 +273,16 @@ bool StretchRemover::isHum(const HumModel& model, const ChannelView& view) const
     if (settings.distrustsOthers && getMainsOffset(getMeanFrequency(model)) > mainsOffset &&
         share < mainShare && !isLasting(model))
         return false;
-    const SmoothAmplitudes& smooth = model.getSmooth();
-    double sum = 0.0;
-    double largest = 0.0;
-    for (std::size_t line = 0; line < smooth.evidence.size(); ++line)
-        if (smooth.isPresent[line] != 0)
-        {
-            sum += smooth.evidence[line];
-            largest = std::max(largest, smooth.evidence[line]);
-        }
-    return sum - largest > restEvidence ||
-           (largest > singleEvidence && getSpread(model) < singleSpread);
+    const std::vector<double> evidence = collectEvidence(model);
+    const double largest = *std::max_element(evidence.begin(), evidence.end());
+    const double rest = std::accumulate(evidence.begin(), evidence.end(), 0.0) - largest;
+    const HarmonicLines& lines = model.getLines();
+    const double seconds = lines.numFrames * lines.frameTime;
+    if (isNoteOnComb(evidence, getMainsOffset(getMeanFrequency(model)) > mainsOffset))
+        return false;
+    return rest > restEvidence * std::max(1.0, sureSeconds / seconds) ||
+           (largest > singleEvidence && seconds > singleSeconds && isLasting(model) &&
+            getSpread(model) < singleSpread);
 }
 
 /// Fits a hum near a fundamental; gives nothing if it is none.

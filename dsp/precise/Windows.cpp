@@ -14,12 +14,23 @@ std::vector<double> makeHannWindow(int length)
     return window;
 }
 
+double getBesselI0(double x)
+{
+    const double square = 0.25 * x * x;
+    double term = 1.0;
+    double sum = 1.0;
+    for (int k = 1; term > 1e-17 * sum; ++k)
+    {
+        term *= square / (static_cast<double>(k) * k);
+        sum += term;
+    }
+    return sum;
+}
+
 double getKaiserWindow(double position, double shape)
 {
     const double inside = 1.0 - position * position;
-    return inside < 0.0
-               ? 0.0
-               : std::cyl_bessel_i(0.0, shape * std::sqrt(inside)) / std::cyl_bessel_i(0.0, shape);
+    return inside < 0.0 ? 0.0 : getBesselI0(shape * std::sqrt(inside)) / getBesselI0(shape);
 }
 
 } // namespace orvo::audio::precise

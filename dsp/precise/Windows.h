@@ -8,6 +8,11 @@ namespace orvo::audio::precise
 /// Hann window of `length` values, none of which is 0: the zeros lie one step outside.
 std::vector<double> makeHannWindow(int length);
 
+/// Modified Bessel function of the first kind of order 0, by its power series (Abramowitz and
+/// Stegun, "Handbook of Mathematical Functions", 9.6.12). The library's own sets a global variable
+/// on its way, which threads must not share.
+double getBesselI0(double x);
+
 /// Kaiser window at `position` from -1 to 1 with its shape (Kaiser and Schafer, "On the use of the
 /// I0-sinh window for spectrum analysis", 1980), 0 beyond.
 double getKaiserWindow(double position, double shape);
