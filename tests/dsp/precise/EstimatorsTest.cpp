@@ -1,0 +1,234 @@
+#include "dsp/precise/ChangeFinder.h"
+#include "dsp/precise/Decimator.h"
+#include "dsp/precise/PathSmoother.h"
+#include "tests/dsp/precise/Recordings.h"
+#include "tests/support/InstructionSets.h"
+
+using namespace orvo::audio::precise;
+using namespace testing_support;
+
+namespace
+{
+
+/// Nearly normal, of variance 1.
+double makeNormal(Dice& dice)
+{
+    double sum = 0.0;
+    for (int i = 0; i < 12; ++i)
+        sum += dice.uniform(-0.5, 0.5);
+    return sum;
+}
+
+Complex makeNoise(Dice& dice, double power)
+{
+    const double real = makeNormal(dice);
+    return std::sqrt(0.5 * power) * Complex(real, makeNormal(dice));
+}
+
+/// The walk's likelihood by its definition.
+double getPlainLikelihood(const LineWalk& line, std::size_t size)
+{
+    double likelihood = 0.0;
+    double variance = line.startVariance;
+    Complex mean;
+    for (int k = 0; k < line.numFrames; ++k)
+    {
+        const std::size_t at = k * line.stride;
+        const double noise = line.noise[at];
+        const bool isSkipped = line.isSkipped[k] != 0;
+        variance += line.stepVariances[size] + (line.isJump[k] != 0 ? line.jumpVariance : 0.0);
+        const Complex error = line.amplitudes[at] - (isSkipped ? 0.0 : mean);
+        const double total = isSkipped ? noise : variance + noise;
+        const double ratio = std::norm(error) / total;
+        likelihood -= std::log(total) + 3.0 * std::log1p(ratio / noiseFreedom);
+        const double factor =
+            std::max((ratio + noiseFreedom) / (noiseFreedom + 1.0), smallestNoiseFactor);
+        const double gain = isSkipped ? 0.0 : variance / (variance + noise * factor);
+        mean += gain * error;
+        variance -= gain * variance;
+    }
+    return likelihood;
+}
+
+/// A frame's transform at a frequency, summed directly, in the units of the reader.
+Complex transform(const std::vector<float>& samples, int centre, double length, double frequency)
+{
+    Complex sum;
+    double weights = 0.0;
+    const auto half = static_cast<int>(0.5 * length);
+    for (int i = -half; i <= half; ++i)
+    {
+        const double weight = 0.5 + 0.5 * std::cos(fullTurn * i / length);
+        weights += weight;
+        sum += weight * samples[centre + i] * std::polar(1.0, -fullTurn * frequency * (centre + i));
+    }
+    return 2.0 / weights * sum;
+}
+
+/// Level in dB of a tone after decimation by 6; `share` of half the new rate.
+double decimateTone(double share)
+{
+    std::vector<float> tone;
+    for (int i = 0; i < 6000; ++i)
+        tone.push_back(static_cast<float>(std::sin(0.5 * fullTurn * share * i / 6.0 + 0.3)));
+    const std::vector<float> result = Decimator(6).process(tone.data(), 6000);
+    return 20.0 * std::log10(*std::max_element(result.begin() + 30, result.end() - 30));
+}
+
+} // namespace
+
+TEST(WalkKernel, agreesWithThePlainFormForEveryInstructionSet)
+{
+    constexpr std::size_t numLines = 5; // an odd one goes alone
+    Dice dice;
+    std::vector<Complex> amplitudes;
+    std::vector<double> noise;
+    for (std::size_t i = 0; i < 203 * numLines; ++i)
+    {
+        noise.push_back(std::pow(10.0, dice.uniform(-9.0, -3.0)));
+        amplitudes.push_back(0.01 + makeNoise(dice, noise.back()));
+    }
+    std::vector<char> isSkipped(203);
+    std::vector<char> isJump(203);
+    isJump[90] = isSkipped[30] = isSkipped[31] = 1;
+    std::vector<LineWalk> lines;
+    for (std::size_t line = 0; line < numLines; ++line)
+        lines.push_back({&amplitudes[line],
+                         &noise[line],
+                         numLines,
+                         203,
+                         isSkipped.data(),
+                         isJump.data(),
+                         1e-3,
+                         1e-2,
+                         {0.0, 1e-12, 1e-10, 1e-9, 1e-8, 1e-7, 1e-6, 1e-4}});
+    forEachInstructionSet(
+        [&]
+        {
+            const std::vector<PerWalkSize> likelihoods = getWalkLikelihoods(lines);
+            for (std::size_t i = 0; i < numLines * numWalkSizes; ++i) // some thousands, rounded
+                EXPECT_NEAR(likelihoods[i % numLines][i / numLines],
+                            getPlainLikelihood(lines[i % numLines], i / numLines), 1e-8);
+        });
+}
+
+TEST(PathSmoother, findsAPathUnderNoiseWithOutliersAndALeap)
+{
+    Dice dice;
+    std::vector<double> path;
+    std::vector<double> measured;
+    std::vector<char> isRestarted(400);
+    isRestarted[250] = 1;
+    for (int k = 0; k < 400; ++k)
+    {
+        path.push_back(0.012 * k + 0.2 * std::sin(0.02 * k) + (k >= 250 ? 1.5 : 0.0));
+        measured.push_back(path[k] + 0.1 * makeNormal(dice) + (k % 50 == 25 ? 8.0 : 0.0));
+    }
+    const std::vector<double> variances(400, 0.01);
+    const SmoothPath smooth = smoothPath(measured, variances, isRestarted, 0.04, 2);
+    // Some 60 frames tell each point: 0.1 becomes 0.013, several times that at ends and leap.
+    for (int k = 0; k < 400; ++k)
+    {
+        EXPECT_NEAR(smooth.values[k], path[k], 0.08) << k;
+        EXPECT_NEAR(smooth.speeds[k], 0.3 + 0.1 * std::cos(0.02 * k), 0.1) << k;
+    }
+}
+
+TEST(PhaseTrack, isTheIntegralOfItsFrequencyAtOneAndAtManyTimes)
+{
+    const auto rising = PhaseTrack::fromFrequencies(0.04, 0.08, {50.0, 50.5, 51.0, 51.5});
+    EXPECT_NEAR(rising.getPhase(0.27), 0.23 * 50.0 + 0.5 * 6.25 * 0.23 * 0.23, 1e-9); // a parabola
+    const PhaseTrack bent(0.04, 0.08, {1e4, 1e4 + 4.1, 1e4 + 7.9}, {50.0, 51.0, 48.0});
+    for (const PhaseTrack& track : {PhaseTrack(49.97), bent})
+    {
+        std::vector<double> phases(1000);
+        track.getPhases(-0.05, 3e-4, 1000, phases.data());
+        for (int i = 0; i < 1000; ++i)
+        {
+            const double time = -0.05 + i * 3e-4;
+            const double distance = phases[i] - track.getPhase(time);
+            EXPECT_NEAR(distance, std::round(distance), 1e-9);
+            EXPECT_TRUE(phases[i] >= 0.0 && phases[i] < 1.0);
+            // Where pieces meet the curvature leaps.
+            EXPECT_NEAR((track.getPhase(time + 1e-5) - track.getPhase(time - 1e-5)) / 2e-5,
+                        track.getFrequency(time), 0.01);
+        }
+    }
+}
+
+TEST(LineReader, readsWhatADirectSumGivesAndThePowerOfNoise)
+{
+    constexpr double f = 50.37 / 8000.0; // between bins
+    Dice dice;
+    std::vector<float> samples;
+    for (int i = 0; i < 80000; ++i)
+        samples.push_back(
+            static_cast<float>(0.5 * std::cos(fullTurn * f * i + 1.0) + 0.01 * makeNormal(dice)));
+    const FrameGrid grid(50.37, 8000.0, 80000);
+    const double length = grid.getFrameLength() * 8000.0;
+    const HarmonicLines lines = LineReader(grid, 50.37, 8000.0)
+                                    .read({{samples.data()}, 80000, 8000.0}, PhaseTrack(50.37), 60);
+    double power = 0.0;
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+        for (int line = 0; line < 60; ++line)
+        {
+            const auto centre = static_cast<int>(std::lround(lines.getTime(frame) * 8000.0));
+            const Complex value = lines.amplitudes[lines.at(frame, line)];
+            // Single precision and an interpolation that is right to 100 dB under the 0.5.
+            EXPECT_LT(std::abs(value - transform(samples, centre, length, f * (line + 1))), 5e-6);
+            // Four sigma of what 4 sum(w^2) / sum(w)^2 of the noise makes of it, and a half.
+            EXPECT_LT(std::abs(value - (line == 0 ? std::polar(0.5, 1.0) : 0.0)), 0.0044);
+            power += lines.noise[lines.at(frame, line)] / (60.0 * lines.numFrames);
+        }
+    // The mean of 15000 powers, which overlap, is right to 1 % or so.
+    EXPECT_NEAR(power * length, 6.0 * 1e-4, 2e-5);
+}
+
+TEST(CombDetector, findsTheFundamental)
+{
+    for (const double fundamental : {49.973, 60.041, 58.9})
+    {
+        Dice dice;
+        Channels sound = makeSilence(1, 2000.0, 10.0);
+        addNoise(sound, 2000.0, 0.0, 10.0, 0.1, dice);
+        sound = addHum(sound, 2000.0, {.fundamental = fundamental}, 1.0, dice);
+        CombDetector detector(2000.0, {{48.75, 51.25}, {58.5, 61.5}});
+        for (int start = 0; start + detector.getWindowLength() <= 20000; start += detector.getHop())
+            detector.addWindow(&sound[0][start], 20000 - start);
+        EXPECT_NEAR(detector.getPeaks().front().fundamental, fundamental, 0.02);
+    }
+}
+
+TEST(Decimator, isFlatAndFoldsNothingBack)
+{
+    for (const double share : {0.02, 0.31, 0.53, 0.74})
+        EXPECT_NEAR(decimateTone(share), 0.0, 0.05) << share;
+    for (const double share : {1.165, 1.3, 1.77, 2.4, 3.9, 5.7})
+        EXPECT_LT(decimateTone(share), -80.0) << share;
+}
+
+TEST(ChangeFinder, findsALeapAndAnAbsenceToAFrame)
+{
+    Dice dice;
+    HarmonicLines lines = makeLines(1, 10, 300, 0.04, 0.04);
+    for (int frame = 0; frame < 300; ++frame)
+        for (int line = 0; line < 10; ++line)
+        {
+            const bool isOn = frame < 150 || frame >= 210;
+            const double phase = line * line + (frame < 80 ? 0.0 : 1.0 + line);
+            lines.noise[lines.at(frame, line)] = 1e-4;
+            lines.amplitudes[lines.at(frame, line)] =
+                makeNoise(dice, 1e-4) + std::polar(isOn ? 0.1 / (1 + line) : 0.0, phase);
+        }
+    const std::vector<char> isSkipped(300);
+    const auto segments = findChanges(lines, AmplitudeSmoother(lines, isSkipped).smooth());
+    ASSERT_EQ(segments.size(), 4U);
+    for (std::size_t i = 0; i < 4; ++i)
+    {
+        EXPECT_NEAR(segments[i].first, (std::array{0, 80, 150, 210}[i]), 1);
+        EXPECT_EQ(segments[i].isOn, i != 2);
+    }
+    // Phases are those of 128 steps.
+    EXPECT_NEAR(segments[1].phase - segments[0].phase, 1.0, fullTurn / 128.0);
+    EXPECT_NEAR(segments[3].phase - segments[1].phase, 0.0, fullTurn / 128.0);
+}
