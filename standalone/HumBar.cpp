@@ -62,10 +62,14 @@ HumBar::HumBar(FilePlayer& playerToUse, BasePlugInProcessor& plugInToSet)
         else
             lookForHum();
     };
+    saveButton.setButtonText(juce::translate("Save..."));
+    saveButton.setTitle(juce::translate("Save the cleaned file"));
+    saveButton.setTooltip(juce::translate("Save the cleaned file"));
+    saveButton.onClick = [this] { askForMethod(); };
     label.setTitle(juce::translate("Result"));
     label.setMinimumHorizontalScale(0.8F);
     for (juce::Component* const child :
-         std::initializer_list<juce::Component*>{&findButton, &label})
+         std::initializer_list<juce::Component*>{&findButton, &saveButton, &label})
         addAndMakeVisible(child);
     refresh();
 }
@@ -77,6 +81,7 @@ HumBar::~HumBar()
 
 void HumBar::lookForHum()
 {
+    isAboutFile = true;
     start(juce::translate("Looking for hum: # %"),
           [this, file = getPath(player.getFile())](Progress& shown) -> Outcome
           {
@@ -87,6 +92,24 @@ void HumBar::lookForHum()
               {
                   applyHum(plugIn, hum);
                   return describe(hum);
+              };
+          });
+}
+
+void HumBar::save(const juce::File& source, const juce::File& target, CleaningMethod method)
+{
+    isAboutFile = false;
+    start(juce::translate("Saving: # %"),
+          [input = getPath(source), target, method,
+           settings = getWindowSettings(plugIn)](Progress& shown) -> Outcome
+          {
+              const auto warnings = writeCleaned(input, getPath(target), method, settings, shown);
+              return [target, warnings]
+              {
+                  juce::String text = juce::translate("Saved:") + " " + target.getFileName();
+                  for (const std::string& warning : warnings)
+                      text << "; " << juce::String::fromUTF8(warning.c_str());
+                  return text;
               };
           });
 }
@@ -109,7 +132,8 @@ void HumBar::cancel()
 
 void HumBar::fileOpened()
 {
-    cancel();
+    if (isAboutFile)
+        cancel();
     if (!isBusy())
         say({});
 }
@@ -122,7 +146,9 @@ void HumBar::refresh()
         isBusy() ? juce::translate("Cancel") : juce::translate("Find hum");
     findButton.setButtonText(findText);
     findButton.setTitle(findText);
-    findButton.setEnabled(isBusy() || player.hasFile());
+    const bool canStart = player.hasFile() && fileChooser == nullptr;
+    findButton.setEnabled(isBusy() || canStart);
+    saveButton.setEnabled(!isBusy() && canStart);
     if (isBusy())
         label.setText(progress->wasCancelled()
                           ? juce::translate("Cancelling...")
@@ -136,8 +162,8 @@ void HumBar::finish()
     try
     {
         const Outcome outcome = work.get();
-        // It may have been cancelled after its last look.
-        say(progress->wasCancelled() ? juce::String() : outcome());
+        // What was found may have been cancelled since; what was saved is there.
+        say(isAboutFile && progress->wasCancelled() ? juce::String() : outcome());
     }
     catch (const Cancelled&)
     {
@@ -156,6 +182,41 @@ void HumBar::say(const juce::String& text)
     if (text.isNotEmpty()) // those who cannot see it are told
         juce::AccessibilityHandler::postAnnouncement(
             text, juce::AccessibilityHandler::AnnouncementPriority::medium);
+}
+
+void HumBar::askForMethod()
+{
+    juce::PopupMenu menu;
+    menu.setLookAndFeel(&getLookAndFeel());
+    menu.addItem(1, juce::translate("As heard"));
+    menu.addItem(2, juce::translate("Precise"));
+    const auto chosen = [](int result, HumBar* bar)
+    {
+        if (result != 0 && bar != nullptr)
+            bar->askForTarget(result == 1 ? CleaningMethod::asHeard : CleaningMethod::precise);
+    };
+    menu.showMenuAsync(juce::PopupMenu::Options().withTargetComponent(saveButton),
+                       juce::ModalCallbackFunction::forComponent(+chosen, this));
+}
+
+void HumBar::askForTarget(CleaningMethod method)
+{
+    const juce::File file = player.getFile();
+    const auto proposal = file.getSiblingFile(file.getFileNameWithoutExtension() + "-kalim" +
+                                              file.getFileExtension());
+    fileChooser =
+        std::make_unique<juce::FileChooser>(juce::translate("Save the cleaned file"), proposal);
+    const int options = juce::FileBrowserComponent::saveMode |
+                        juce::FileBrowserComponent::canSelectFiles |
+                        juce::FileBrowserComponent::warnAboutOverwriting;
+    fileChooser->launchAsync(options,
+                             [this, file, method](const juce::FileChooser& chooser)
+                             {
+                                 const juce::File chosen = chooser.getResult();
+                                 fileChooser.reset(); // which is done once it has called
+                                 if (chosen != juce::File())
+                                     save(file, chosen, method);
+                             });
 }
 
 void HumBar::paint(juce::Graphics& graphics)
@@ -182,6 +243,7 @@ void HumBar::resized()
     }
     widest.setLookAndFeel(nullptr);
     place(findButton, findWidth);
+    place(saveButton, saveButton.getBestWidthForHeight(area.getHeight()));
     label.setBounds(area);
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "plugin/BasePluginProcessor.h"
+#include "standalone/CleanedFile.h"
 #include "standalone/FilePlayer.h"
 #include "standalone/Progress.h"
 
@@ -12,8 +12,9 @@
 namespace kalim::standalone
 {
 
-/// Finds the hum of the file that is played, in the background. A line of text tells how far it is
-/// and what came of it. Message thread.
+/// Finds the hum of the file that is played, and saves the file without it; both go on in the
+/// background, one at a time. A line of text tells how far it is and what came of it. Message
+/// thread.
 class HumBar : public juce::Component
 {
 public:
@@ -27,6 +28,9 @@ public:
 
     /// Looks for the hum of the player's file and makes it the window's settings, as one change.
     void lookForHum();
+
+    /// Saves a file cleaned, with the window's present settings where they count.
+    void save(const juce::File& source, const juce::File& target, CleaningMethod method);
 
     /// Whether something goes on. Nothing else can be started before it has ended.
     bool isBusy() const { return work.valid(); }
@@ -56,14 +60,20 @@ private:
     void start(const juce::String& doing, Work newWork);
     void finish();
     void say(const juce::String& text);
+    void askForMethod();
+    void askForTarget(CleaningMethod method);
 
     FilePlayer& player;
     BasePlugInProcessor& plugIn;
     juce::TextButton findButton;
+    juce::TextButton saveButton;
     juce::Label label;
+    std::unique_ptr<juce::FileChooser> fileChooser; // while one is open
 
-    /// What goes on, with a # for how far it is.
+    /// While something goes on: what, with a # for how far it is, and whether it is about the file
+    /// that is played.
     juce::String activity;
+    bool isAboutFile = false;
     std::unique_ptr<Progress> progress;
     std::future<Outcome> work; // the last member, since it uses the progress
 };

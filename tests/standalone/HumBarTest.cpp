@@ -14,6 +14,7 @@ namespace
 {
 
 using namespace orvo::audio;
+using enum standalone::CleaningMethod;
 
 constexpr int rate = 16000;
 
@@ -49,6 +50,19 @@ protected:
         return bar->getText();
     }
 
+    /// Power in dB of what the last half of a saved file holds beside noise.
+    double saveAndCompare(standalone::CleaningMethod method)
+    {
+        bar->save(player.getFile(), fileCalled("out.wav"), method);
+        EXPECT_EQ(waitForText(), "Saved: out.wav");
+        const Samples samples = readAll(path("out.wav"));
+        EXPECT_EQ(samples.size(), 20U * rate);
+        double sum = 0.0;
+        for (std::size_t i = samples.size() / 2; i < samples.size(); ++i)
+            sum += std::pow(samples[i] - makeNoise(static_cast<int>(i / 2)), 2.0);
+        return 10.0 * std::log10(2.0 * sum / static_cast<double>(samples.size()));
+    }
+
     KalimAudioProcessor plugIn;
     standalone::FilePlayer player;
     std::optional<standalone::HumBar> bar{std::in_place, player, plugIn};
@@ -82,7 +96,22 @@ TEST_F(HumOfAFile, leavesEverythingWhenThereIsNoneOrItIsCancelled)
         end();
         EXPECT_EQ(waitForText(), "");
     }
+    bar->save(player.getFile(), fileCalled("out.wav"), precise);
+    bar->cancel();
+    EXPECT_EQ(waitForText(), "");
+    EXPECT_EQ(juceFolder().getNumberOfChildFiles(juce::File::findFiles), 1);
     EXPECT_FALSE(plugIn.canUndo());
+}
+
+TEST_F(HumOfAFile, isTakenOffTheSavedFile)
+{
+    open(makeSound);
+    plugIn.getBaseProcessor()->setParameterValue(NumberOfHarmonics, 10.0F, false);
+    // The hum has -22 dB. The precise way knows the whole file.
+    EXPECT_LT(saveAndCompare(precise), -70.0);
+    EXPECT_LT(saveAndCompare(asHeard), -50.0);
+    bar->save(player.getFile(), player.getFile(), precise);
+    EXPECT_TRUE(waitForText().contains("choose another name"));
 }
 
 } // namespace kalim::test
