@@ -83,6 +83,7 @@ private:
 MainComponent::MainComponent(Session& sessionToShow)
     : session(sessionToShow)
     , noticeBar(std::make_unique<NoticeBar>())
+    , humBar(session.getPlayer(), dynamic_cast<BasePlugInProcessor&>(session.getProcessor()))
     , transportBar(session.getPlayer())
     , tooltips(this)
     , editor(session.getProcessor().createEditorIfNeeded())
@@ -92,6 +93,7 @@ MainComponent::MainComponent(Session& sessionToShow)
     transportBar.onAudioSettings = [this] { showAudioSettings(); };
     addChildComponent(*noticeBar);
     addAndMakeVisible(*editor);
+    addAndMakeVisible(humBar);
     addAndMakeVisible(transportBar);
     lookWatcher = std::make_unique<LookAndFeelWatcher>(*editor, [this] { followLook(); });
     followLook();
@@ -112,7 +114,7 @@ MainComponent::~MainComponent()
 
 int MainComponent::getExtraHeight() const
 {
-    return TransportBar::height + (noticeBar->isVisible() ? NoticeBar::height : 0);
+    return HumBar::height + TransportBar::height + (noticeBar->isVisible() ? NoticeBar::height : 0);
 }
 
 juce::Rectangle<int> MainComponent::getMinimumArea() const
@@ -137,6 +139,7 @@ void MainComponent::resized()
     if (noticeBar->isVisible())
         noticeBar->setBounds(area.removeFromTop(NoticeBar::height));
     transportBar.setBounds(area.removeFromBottom(TransportBar::height));
+    humBar.setBounds(area.removeFromBottom(HumBar::height));
     editor->setBoundsConstrained(area);
 }
 
@@ -155,11 +158,13 @@ void MainComponent::fitEditor()
 void MainComponent::followLook()
 {
     setLookAndFeel(&editor->getLookAndFeel());
+    humBar.repaint();
     transportBar.repaint();
 }
 
 void MainComponent::timerCallback()
 {
+    humBar.refresh();
     transportBar.refresh();
     updateNotice();
 }
@@ -195,6 +200,8 @@ void MainComponent::updateNotice()
 void MainComponent::openFile(const juce::File& file)
 {
     problem = session.openFile(file);
+    if (problem.isEmpty())
+        humBar.fileOpened();
     transportBar.refresh();
     updateNotice();
 }
@@ -237,6 +244,11 @@ bool MainComponent::keyPressed(const juce::KeyPress& key)
     if (key == juce::KeyPress('o', juce::ModifierKeys::commandModifier, 0))
     {
         chooseFile();
+        return true;
+    }
+    if (key == juce::KeyPress::escapeKey && humBar.isBusy())
+    {
+        humBar.cancel();
         return true;
     }
     if (key != juce::KeyPress::spaceKey)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "standalone/AudioSettingsWindow.h"
+#include "standalone/HumBar.h"
 #include "standalone/Session.h"
 #include "standalone/TransportBar.h"
 
@@ -13,8 +14,9 @@
 namespace kalim::standalone
 {
 
-/// What is in the window: a notice if there is one, the processor's editor, and the transport bar.
-/// As large as the editor wants to be; a new size is passed on to the editor. Message thread.
+/// What is in the window: a notice if there is one, the processor's editor, and the bars for
+/// its hum and for playing. As large as the editor wants to be; a new size is passed on to the
+/// editor. Message thread.
 class MainComponent : public juce::Component,
                       public juce::FileDragAndDropTarget,
                       private juce::Timer
@@ -61,6 +63,7 @@ private:
     Session& session;
     juce::String problem;
     std::unique_ptr<NoticeBar> noticeBar;
+    HumBar humBar;
     TransportBar transportBar;
     juce::TooltipWindow tooltips;
     std::unique_ptr<juce::AudioProcessorEditor> editor;
