@@ -34,8 +34,8 @@ constexpr double patternError = 1e-3;
 constexpr double tiny = 1e-30;
 constexpr int linesPerLogarithm = 8;
 
-/// An absence of fewer frames between two presences is the moment of a leap.
-constexpr int shortestAbsence = 4;
+/// What lasts for fewer frames between two others is the moment of a change.
+constexpr int shortestSegment = 4;
 
 double getTurn(int state)
 {
@@ -293,8 +293,7 @@ std::vector<Segment> joinAroundMoments(std::vector<Segment> segments)
     for (std::size_t i = 1; i + 1 < segments.size();)
     {
         const Segment here = segments[i];
-        if (here.isOn || here.last - here.first >= shortestAbsence || !segments[i - 1].isOn ||
-            !segments[i + 1].isOn)
+        if (here.last - here.first >= shortestSegment)
         {
             ++i;
             continue;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <numbers>
 #include <numeric>
 #include <utility>
@@ -13,6 +14,7 @@ namespace
 
 constexpr double pi = std::numbers::pi;
 constexpr double segmentCost = 25.0;
+constexpr int sameEvent = 3; // frames
 constexpr double largestLogGain = 4.0;
 
 /// The residual is a little less than the noise, since the amplitudes followed some of it.
@@ -221,6 +223,16 @@ void HumModel::takeNoiseFromResidual()
     prepared.reset();
 }
 
+void HumModel::leaveOut(int harmonic)
+{
+    for (int line = harmonic - 1; line < lines.getNumLines(); line += lines.numHarmonics)
+    {
+        smooth.isPresent[line] = 0;
+        for (int frame = 0; frame < lines.numFrames; ++frame)
+            smooth.amplitudes[lines.at(frame, line)] = 0.0;
+    }
+}
+
 HumModel HumModel::moveTo(HarmonicLines otherLines) const
 {
     HumModel model(track, otherLines);
@@ -240,9 +252,15 @@ HumModel HumModel::moveTo(HarmonicLines otherLines) const
 
 std::vector<int> HumModel::getChanges() const
 {
-    std::vector<int> changes = smooth.jumps;
+    std::vector<int> changes;
     for (std::size_t i = 1; i < segments.size(); ++i)
         changes.push_back(segments[i].first);
+    // A jump beside a change is the same event, seen twice.
+    const std::vector<int> found = changes;
+    for (const int jump : smooth.jumps)
+        if (std::none_of(found.begin(), found.end(),
+                         [jump](int change) { return std::abs(change - jump) <= sameEvent; }))
+            changes.push_back(jump);
     std::sort(changes.begin(), changes.end());
     return changes;
 }

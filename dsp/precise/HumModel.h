@@ -56,6 +56,9 @@ public:
     /// Takes as noise what the model leaves, where that is more than was read beside the harmonics.
     void takeNoiseFromResidual();
 
+    /// Leaves a harmonic out of the hum, in all channels.
+    void leaveOut(int harmonic);
+
     /// The same hum on other lines, which were read along getTrack(): more harmonics, say. Their
     /// noise is raised by what moves beside them.
     HumModel moveTo(HarmonicLines otherLines) const;

@@ -59,6 +59,10 @@ constexpr std::size_t mostPeaks = 2;
 constexpr double mostEvidence = 100.0;
 constexpr double noteShare = 0.8;
 
+/// A harmonic above these that is 10 dB louder than any of them is no hum.
+constexpr int lowHarmonics = 6;
+constexpr double loudestShare = 10.0;
+
 /// A low-rate copy of a view, which owns its samples.
 struct LowRateCopy
 {
@@ -167,6 +171,35 @@ bool isNoteOnComb(const std::vector<double>& evidence, bool isBesideMains)
         if (sumOfMultiples(step) > noteShare * all)
             return true;
     return false;
+}
+
+/// Mean power of each harmonic in the channel where it is loudest, the first at 0.
+std::vector<double> collectPowers(const HumModel& model)
+{
+    const HarmonicLines& lines = model.getLines();
+    const std::vector<Complex> amplitudes = model.getAmplitudes();
+    std::vector<double> powers(static_cast<std::size_t>(lines.numHarmonics));
+    for (int line = 0; line < lines.getNumLines(); ++line)
+    {
+        double sum = 0.0;
+        for (int frame = 0; frame < lines.numFrames; ++frame)
+            sum += getPower(amplitudes[lines.at(frame, line)]);
+        double& most = powers[lines.getHarmonic(line) - 1];
+        most = std::max(most, sum / lines.numFrames);
+    }
+    return powers;
+}
+
+/// A high harmonic that is far louder than all low ones is a note.
+void leaveOutNotes(HumModel& model)
+{
+    const std::vector<double> powers = collectPowers(model);
+    const auto count = static_cast<int>(powers.size());
+    const double loudest =
+        *std::max_element(powers.begin(), powers.begin() + std::min(lowHarmonics, count));
+    for (int harmonic = lowHarmonics + 1; harmonic <= count; ++harmonic)
+        if (powers[harmonic - 1] > loudestShare * loudest)
+            model.leaveOut(harmonic);
 }
 
 /// Mean power of the hum of all channels.
@@ -302,6 +335,7 @@ std::optional<HumModel> StretchRemover::find(const ChannelView& view, const Chan
     HumModel extended = extend(model, view, reader, std::min(most, firstHarmonics));
     if (most > firstHarmonics && reachesTop(extended))
         extended = extend(model, view, reader, most);
+    leaveOutNotes(extended);
     if (!isHum(extended, view))
         return {};
     result.fundamental = found;

@@ -32,9 +32,15 @@ enum Sound
     NumSounds
 };
 
-/// Of the first 25, those that are harmed so far: notes and chords whose harmonics are the 5th, 7th
-/// or 11th multiples of a fundamental near 50 or 60 Hz, and a tone or two exactly on harmonics.
-constexpr unsigned int harmed[] = {2, 4, 15, 20, 22, 23, 24};
+/// Of the first 25, what is harmed so far: a chord that a fundamental outside of the mains fits.
+constexpr unsigned int harmed[] = {2};
+
+/// Sanitizers take ten times as long.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr unsigned long numMixtures = 3;
+#else
+constexpr unsigned long numMixtures = 25;
+#endif
 
 constexpr const char* soundNames[] = {"speech", "notes", "chords", "tones", "hiss", "silence"};
 constexpr const char* humNames[] = {"steady", "breathing", "switched", "leaping", "tape"};
@@ -158,7 +164,7 @@ std::string getLines(const Removal& removal)
 TEST(PreciseFuzz, doesNoHarmToRandomMixtures)
 {
     const char* const number = std::getenv("KALIM_FUZZ");
-    const unsigned long last = number == nullptr ? 25 : std::stoul(number);
+    const unsigned long last = number == nullptr ? numMixtures : std::stoul(number);
     for (unsigned int seed = 1; seed <= last; ++seed)
     {
         if (number == nullptr && std::count(std::begin(harmed), std::end(harmed), seed) > 0)
