@@ -1,5 +1,7 @@
 #include "dsp/precise/AmplitudeSmoother.h"
 
+#include "dsp/precise/LogOfProduct.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -57,37 +59,6 @@ double getTail(double squaredError, double noise)
     const double tail = 1.0 + squaredError / noise / noiseFreedom;
     return tail * tail * tail;
 }
-
-/// The logarithm of a product of many factors, taken a few of them at a time.
-class LogOfProduct
-{
-public:
-    void multiply(double factor)
-    {
-        product *= factor;
-        if (++count % factorsPerLogarithm == 0)
-            collect();
-    }
-
-    double get()
-    {
-        collect();
-        return sum;
-    }
-
-private:
-    static constexpr int factorsPerLogarithm = 4;
-
-    void collect()
-    {
-        sum += std::log(product);
-        product = 1.0;
-    }
-
-    double product = 1.0;
-    double sum = 0.0;
-    int count = 0;
-};
 
 double getMedian(std::vector<double> values)
 {

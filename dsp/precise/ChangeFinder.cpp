@@ -32,7 +32,7 @@ constexpr int improvements = 3;
 /// A pattern is never exact.
 constexpr double patternError = 1e-3;
 constexpr double tiny = 1e-30;
-constexpr int linesPerLogarithm = 8;
+constexpr int linesPerLogarithm = 16; // products of so many errors stay within range
 
 /// What lasts for fewer frames between two others is the moment of a change.
 constexpr int shortestSegment = 4;
@@ -132,9 +132,16 @@ private:
         return chosen;
     }
 
+    /// A pattern ahead by each of the phases, [used line][phase]; parts apart, so that the
+    /// processor can take several at once.
+    struct Turned
+    {
+        std::vector<double> real;
+        std::vector<double> imaginary;
+    };
+
     /// Logarithm of the likelihood of each state in a frame.
-    void rate(int frame, const Pattern& pattern, const std::vector<Complex>& turned,
-              double* scores) const
+    void rate(int frame, const Pattern& pattern, const Turned& turned, double* scores) const
     {
         std::vector<double> products(numStates, 1.0);
         std::fill_n(scores, numStates, 0.0);
@@ -143,9 +150,8 @@ private:
             const std::size_t at = lines.at(frame, used[i]);
             const Complex value = lines.amplitudes[at];
             const double scale = 0.5 / (lines.noise[at] + patternError * getPower(pattern[i]));
-            const Complex* const expected = &turned[i * numPhases];
-            for (int state = 0; state < numPhases; ++state)
-                products[state] *= 1.0 + getPower(value - expected[state]) * scale;
+            multiplyErrors(value, &turned.real[i * numPhases], &turned.imaginary[i * numPhases],
+                           scale, products.data());
             products[absent] *= 1.0 + getPower(value) * scale;
             if (i % linesPerLogarithm == linesPerLogarithm - 1 || i + 1 == used.size())
                 for (int state = 0; state < numStates; ++state)
@@ -156,19 +162,37 @@ private:
         }
     }
 
-    std::vector<Complex> turnPattern(const Pattern& pattern) const
+    static void multiplyErrors(Complex value, const double* real, const double* imaginary,
+                               double scale, double* products)
     {
-        std::vector<Complex> turned;
+        const double valueReal = value.real();
+        const double valueImaginary = value.imag();
+        for (int state = 0; state < numPhases; ++state)
+        {
+            const double realError = valueReal - real[state];
+            const double imaginaryError = valueImaginary - imaginary[state];
+            products[state] *=
+                1.0 + (realError * realError + imaginaryError * imaginaryError) * scale;
+        }
+    }
+
+    Turned turnPattern(const Pattern& pattern) const
+    {
+        Turned turned;
         for (std::size_t i = 0; i < used.size(); ++i)
             for (int state = 0; state < numPhases; ++state)
-                turned.push_back(multiply(
-                    pattern[i], std::polar(1.0, getTurn(state) * lines.getHarmonic(used[i]))));
+            {
+                const Complex value = multiply(
+                    pattern[i], std::polar(1.0, getTurn(state) * lines.getHarmonic(used[i])));
+                turned.real.push_back(value.real());
+                turned.imaginary.push_back(value.imag());
+            }
         return turned;
     }
 
     Path findPath(const Pattern& pattern) const
     {
-        const std::vector<Complex> turned = turnPattern(pattern);
+        const Turned turned = turnPattern(pattern);
         std::vector<double> best(numStates);
         std::vector<double> here(numStates);
         std::vector<short> origins(static_cast<std::size_t>(lines.numFrames) * numStates);

@@ -1,5 +1,7 @@
 #include "dsp/precise/CommonMotion.h"
 
+#include "dsp/precise/LogOfProduct.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -30,7 +32,6 @@ constexpr int levelReach = 5;
 
 /// A pattern is never exact.
 constexpr double patternError = 1e-3;
-constexpr int linesPerLogarithm = 8;
 
 constexpr double unknown = 1e9; // variance where nothing was measured
 
@@ -54,6 +55,8 @@ public:
         , gainVariances(isJump.size())
         , pattern(lines.noise.size())
     {
+        for (int level = 0; level < numGains; ++level)
+            levels.push_back(std::exp(getLevel(level)));
         for (const int jump : smooth.jumps)
             isJump[jump] = 1;
         followIncrements();
@@ -256,28 +259,30 @@ private:
     std::vector<double> rateGains(int frame) const
     {
         std::vector<double> scores(numGains);
-        for (int level = 0; isSkipped[frame] == 0 && level < numGains; ++level)
+        if (isSkipped[frame] != 0)
+            return scores;
+        std::vector<LogOfProduct> products(numGains);
+        for (int line = 0; line < lines.getNumLines(); ++line)
         {
-            const double gain = std::exp(getLevel(level));
-            double product = 1.0;
-            for (int line = 0; line < lines.getNumLines(); ++line)
+            if (smooth.isPresent[line] == 0)
+                continue;
+            const std::size_t at = lines.at(frame, line);
+            const Complex expected =
+                multiply(pattern[at], std::polar(1.0, lines.getHarmonic(line) * phase[frame]));
+            const double power = getPower(lines.amplitudes[at]);
+            const double expectedPower = getPower(expected);
+            const double likeness = multiplyConjugate(lines.amplitudes[at], expected).real();
+            for (int level = 0; level < numGains; ++level)
             {
-                if (smooth.isPresent[line] == 0)
-                    continue;
-                const std::size_t at = lines.at(frame, line);
-                const Complex expected =
-                    multiply(pattern[at], std::polar(gain, lines.getHarmonic(line) * phase[frame]));
-                product *=
-                    1.0 + getPower(lines.amplitudes[at] - expected) /
-                              (freedom * lines.noise[at] + patternError * getPower(expected));
-                if (line % linesPerLogarithm == linesPerLogarithm - 1)
-                {
-                    scores[level] -= (freedom + 1.0) * std::log(product);
-                    product = 1.0;
-                }
+                const double gain = levels[level];
+                const double error = power + gain * (gain * expectedPower - 2.0 * likeness);
+                const double noise =
+                    freedom * lines.noise[at] + patternError * gain * gain * expectedPower;
+                products[level].multiply(1.0 + std::max(error, 0.0) / noise);
             }
-            scores[level] -= (freedom + 1.0) * std::log(product);
         }
+        for (int level = 0; level < numGains; ++level)
+            scores[level] = -(freedom + 1.0) * products[level].get();
         return scores;
     }
 
@@ -326,6 +331,7 @@ private:
     std::vector<double> phaseVariances;
     std::vector<double> gainVariances;
     std::vector<Complex> pattern;
+    std::vector<double> levels; // of the gain
 };
 
 } // namespace

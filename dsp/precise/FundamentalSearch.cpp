@@ -81,28 +81,41 @@ public:
 private:
     void addHarmonic(int harmonic)
     {
-        const std::vector<Complex> turns = makeTurns(harmonic);
+        const Turns turns = makeTurns(harmonic);
         for (int channel = 0; channel < lines.numChannels; ++channel)
             for (int index = 0; index < getNumWindows(); ++index)
                 addLine(channel * lines.numHarmonics + harmonic - 1, index, turns);
     }
 
-    std::vector<Complex> makeTurns(int harmonic) const
+    /// By what each frame of a window is turned back for each deviation, [frame][deviation]; parts
+    /// apart, so that the processor can take several at once.
+    struct Turns
     {
-        std::vector<Complex> turns;
+        std::vector<double> real;
+        std::vector<double> imaginary;
+    };
+
+    Turns makeTurns(int harmonic) const
+    {
+        Turns turns;
         for (int i = 0; i < length; ++i)
         {
             const double time = (i - length / 2) * lines.frameTime;
             for (int d = 0; d < grid.count; ++d)
-                turns.push_back(std::polar(1.0, -2.0 * std::numbers::pi * harmonic *
-                                                    grid.getDeviation(d) * time));
+            {
+                const double angle =
+                    -2.0 * std::numbers::pi * harmonic * grid.getDeviation(d) * time;
+                turns.real.push_back(std::cos(angle));
+                turns.imaginary.push_back(std::sin(angle));
+            }
         }
         return turns;
     }
 
-    void addLine(int line, int index, const std::vector<Complex>& turns)
+    void addLine(int line, int index, const Turns& turns)
     {
-        std::vector<Complex> sums(static_cast<std::size_t>(grid.count));
+        std::vector<double> real(static_cast<std::size_t>(grid.count));
+        std::vector<double> imaginary(real.size());
         double weights = 0.0;
         for (int i = 0; i < length; ++i)
         {
@@ -113,18 +126,28 @@ private:
             const double floor =
                 leastNoiseShare * (getPower(lines.amplitudes[at]) + meanPower[line]);
             const double weight = window[i] / std::max(lines.noise[at], floor);
-            const Complex value = weight * lines.amplitudes[at];
-            const Complex* const turn = &turns[static_cast<std::size_t>(i) * grid.count];
-            for (int d = 0; d < grid.count; ++d)
-                sums[d] += multiply(value, turn[d]);
+            const std::size_t first = static_cast<std::size_t>(i) * grid.count;
+            addTurned(weight * lines.amplitudes[at], &turns.real[first], &turns.imaginary[first],
+                      real.data(), imaginary.data());
             weights += weight;
         }
         double* const score = &scores[static_cast<std::size_t>(index) * grid.count];
         for (int d = 0; d < grid.count; ++d)
         {
-            const double clear = getPower(sums[d]) / weights;
+            const double clear = (real[d] * real[d] + imaginary[d] * imaginary[d]) / weights;
             score[d] += clear / (1.0 + clear / mostPerLine);
         }
+    }
+
+    void addTurned(Complex value, const double* turnReal, const double* turnImaginary, double* real,
+                   double* imaginary) const
+    {
+        const double a = value.real();
+        const double b = value.imag();
+        for (int d = 0; d < grid.count; ++d)
+            real[d] += a * turnReal[d] - b * turnImaginary[d];
+        for (int d = 0; d < grid.count; ++d)
+            imaginary[d] += a * turnImaginary[d] + b * turnReal[d];
     }
 
     const HarmonicLines& lines;

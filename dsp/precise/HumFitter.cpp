@@ -41,11 +41,13 @@ std::vector<double> addToTrack(const PhaseTrack& track, const HarmonicLines& lin
     return frequencies;
 }
 
-void improveGain(HumModel& model)
+/// Gives whether there is a gain that makes the hum likelier.
+bool improveGain(HumModel& model)
 {
-    for (int round = 0; round < gainRounds; ++round)
-        if (!improve(model, true, gainMargin))
-            return;
+    int round = 0;
+    while (round < gainRounds && improve(model, true, gainMargin))
+        ++round;
+    return round > 0;
 }
 
 /// Takes the model with the changes that are found in it, if there are any and it is likelier.
@@ -136,10 +138,11 @@ HumModel HumFitter::develop(const PhaseTrack& track)
     improve(model, false, phaseMargin);
     // What comes and goes may be a gain, and a gain may be what comes and goes.
     const HumModel level = model;
-    improveGain(model);
+    const bool hasGain = improveGain(model);
     HumModel best = model;
     tryChanges(best, level);
-    tryChanges(best, model);
+    if (hasGain)
+        tryChanges(best, model);
     return best;
 }
 

@@ -25,6 +25,10 @@ constexpr double kernelShape = 2.34 * taps;
 
 constexpr double smallestPower = 1e-14;
 
+/// Of two powers of the same noise, the product over the sum is a third in the mean. A note on one
+/// side counts little there.
+constexpr double unbiased = 3.0;
+
 /// Against the harmonics of the frame: what a transform in single precision and the skirts of its
 /// window leave where there is silence.
 constexpr double smallestShare = 1e-12;
@@ -180,7 +184,7 @@ void LineReader::readFrame(double frequency, double phase, int numHarmonics, Com
         if (h == 0 || !isShared)
             beside[h] = getPower(getBin(bin * (h + 1 - distance)));
         const double above = getPower(getBin(bin * (h + 1 + distance)));
-        noise[h] = 2.0 * beside[h] * above / (beside[h] + above + 1e-30);
+        noise[h] = unbiased * beside[h] * above / (beside[h] + above + smallestPower);
         beside[h + 1] = above;
     }
     smoothOverHarmonics(noise, numHarmonics, smallestPower + smallestShare * total);

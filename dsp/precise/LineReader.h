@@ -52,9 +52,9 @@ public:
     LineReader(const FrameGrid& grid, double fundamental, double sampleRate);
 
     /// Amplitudes of the first `numHarmonics` (their copy in the sound is the real part of the
-    /// amplitude turned by the harmonic's phase), and as noise the mean power at two bins to either
-    /// side of the harmonic, smoothed by 1/4, 1/2, 1/4 over the harmonics. What lies outside of the
-    /// stretch counts as silence.
+    /// amplitude turned by the harmonic's phase), and as noise a mean of the powers at two bins to
+    /// either side of the harmonic in which the smaller counts more, smoothed by 1/4, 1/2, 1/4 over
+    /// the harmonics. What lies outside of the stretch counts as silence.
     HarmonicLines read(const ChannelView& view, const PhaseTrack& track, int numHarmonics);
 
 private:
