@@ -2,9 +2,9 @@
 
 #include "base/FileError.h"
 #include "base/Text.h"
-#include "kalim/Fundamentals.h"
 #include "kalim/Options.h"
 #include "kalim/Precise.h"
+#include "kalim/PreciseOptions.h"
 #include "kalim/report/HumText.h"
 #include "kalim/report/ProgressBar.h"
 
@@ -42,11 +42,10 @@ std::optional<DetectionOptions> parse(int argc, const char* const* argv)
                  "kalim detect"};
     DetectionOptions options;
     std::vector<std::string> files;
-    FundamentalChoice choice;
+    PreciseOptions precise;
     app.set_help_flag("-h,--help", "Show this help and exit");
     app.add_option("FILE", files, "Audio files to look at")->required()->type_name("FILE");
-    app.add_option("--mains", choice.mains, fundamentalHelp.mains)->type_name("HZ");
-    app.add_option("--range", choice.range, fundamentalHelp.range)->type_name("LO:HI");
+    precise.addFundamental(app, "Options");
     app.add_flag("--json", options.reportsJson, "Report as JSON on standard output");
     app.add_flag("-q,--quiet", options.isQuiet, "No progress and no harmonics");
     try
@@ -63,7 +62,7 @@ std::optional<DetectionOptions> parse(int argc, const char* const* argv)
         const std::string text = error.what();
         throw UsageError(text.substr(0, text.find('\n')));
     }
-    withUsageError<std::invalid_argument>("", [&] { choice.applyTo(options.settings); });
+    options.settings = withUsageError<std::invalid_argument>("", [&] { return precise.parse(); });
     options.files.assign(files.begin(), files.end());
     return options;
 }

@@ -3,7 +3,7 @@
 #include "base/FileError.h"
 #include "dsp/hum/HumParameters.h"
 #include "dsp/signal/DspCore.h"
-#include "kalim/Fundamentals.h"
+#include "kalim/PreciseOptions.h"
 #include "kalim/Version.h"
 #include "kalim/report/SpectrumPlot.h"
 #include "presets/PresetCatalogue.h"
@@ -28,6 +28,7 @@ namespace
 {
 
 using orvo::audio::HumParameter;
+using orvo::audio::Kalimmer;
 
 constexpr const char* description =
     "Removes mains hum - a 50 or 60 Hz tone that drifts, and its harmonics - from a recording.\n"
@@ -76,7 +77,6 @@ CLI::Validator within(double min, double max, std::string_view unit, HumParamete
 /// Parameters whose value can be taken from the recording.
 bool canBeAutomatic(orvo::audio::HumParameterId id)
 {
-    using orvo::audio::Kalimmer;
     return id == Kalimmer::FundamentalFrequency || id == Kalimmer::NumberOfHarmonics ||
            id == Kalimmer::OnlyOddHarmonics;
 }
@@ -157,15 +157,8 @@ private:
                 {nameOf(Method::precise), nameOf(Method::tracking), nameOf(Method::notch)}))
             ->type_name("METHOD")
             ->group("Method");
-        addPreciseOption("--strength", strength, "PERCENT",
-                         "Precise: share of the hum to take off, 0 to 100 (default 100)");
-        addPreciseOption("--mains", choice.mains, "HZ", fundamentalHelp.mains);
-        addPreciseOption("--range", choice.range, "LO:HI", fundamentalHelp.range);
-    }
-
-    void addPreciseOption(const char* name, std::string& value, const char* type, const char* help)
-    {
-        app.add_option(name, value, help)->type_name(type)->group("Method");
+        precise.addStrength(app, "Method");
+        precise.addFundamental(app, "Method");
     }
 
     void addParameters()
@@ -330,7 +323,7 @@ private:
     std::string findEngineOption() const
     {
         for (const HumParameter& parameter : orvo::audio::humParameters)
-            if (parameter.id != orvo::audio::Kalimmer::ResidualMode &&
+            if (parameter.id != Kalimmer::ResidualMode &&
                 app.count(fmt::format("--{}", parameter.option)) > 0)
                 return fmt::format("--{}", parameter.option);
         return preset ? "--preset" : "";
@@ -338,34 +331,26 @@ private:
 
     void chooseMethod()
     {
-        const bool hasEngineSetting =
-            !explicitValues.empty() || !options.automatic.empty() || preset;
         for (const Method known : {Method::precise, Method::tracking, Method::notch})
             if (method == nameOf(known))
                 options.method = known;
-        if (method.empty() && hasEngineSetting)
+        if (method.empty() && (!explicitValues.empty() || !options.automatic.empty() || preset))
             options.method = Method::tracking;
         if (options.method == Method::precise && !findEngineOption().empty())
             throw UsageError(findEngineOption() + ": is not known to precise removal");
         if (options.method == Method::notch)
-            options.settings.update(
-                std::array{ParameterValue{orvo::audio::Kalimmer::AggressiveMode, 1.0F}});
+            options.settings.update(std::array{ParameterValue{Kalimmer::AggressiveMode, 1.0F}});
     }
 
     void applyPrecise()
     {
-        if (options.method != Method::precise && !strength.empty())
+        if (options.method != Method::precise && !precise.strength.empty())
             throw UsageError("--strength: belongs to the precise method");
-        if (options.method != Method::precise && options.automatic.empty() && choice.isGiven())
+        if (options.method != Method::precise && options.automatic.empty() &&
+            precise.hasFundamental())
             throw UsageError("--mains, --range: belong to the precise method");
-        withUsageError<std::invalid_argument>("", [&] { choice.applyTo(options.precise); });
-        if (strength.empty())
-            return;
-        double percent = 0.0;
-        if (!CLI::detail::lexical_cast(strength, percent) || !(percent >= 0.0 && percent <= 100.0))
-            throw UsageError(
-                fmt::format("--strength: '{}' is not in the range 0 to 100", strength));
-        options.precise.strength = percent / 100.0;
+        options.precise =
+            withUsageError<std::invalid_argument>("", [&] { return precise.parse(); });
     }
 
     void applyPreset()
@@ -397,24 +382,15 @@ private:
     std::string plot;
     std::string trace;
     std::string method;
-    std::string strength;
-    FundamentalChoice choice;
+    PreciseOptions precise;
 };
 
 } // namespace
 
 const char* nameOf(Method method)
 {
-    switch (method)
-    {
-    case Method::precise:
-        return "precise";
-    case Method::tracking:
-        return "tracking";
-    case Method::notch:
-        break;
-    }
-    return "notch";
+    constexpr std::array names{"precise", "tracking", "notch"};
+    return names[static_cast<std::size_t>(method)];
 }
 
 std::optional<Options> parseOptions(int argc, const char* const* argv)
