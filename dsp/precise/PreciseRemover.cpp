@@ -15,11 +15,13 @@ namespace
 
 /// Stretches of two channels at 48 kHz; with more samples a second they are shorter, so that memory
 /// stays within bounds, but not below what a good estimate needs.
-constexpr double longestStretch = 45.0; // seconds
+constexpr double longestStretch = 38.0; // seconds
 constexpr double shortestStretch = 10.0;
 constexpr double usualSampleRate = 2.0 * 48000.0;
-constexpr double overlapShare = 8.0 / 45.0;
+constexpr double overlapShare = 8.0 / 38.0;
 constexpr double fadeShare = 0.25; // of the overlap
+
+constexpr int chunk = 1 << 16; // samples that go to the sink at once
 
 /// Half the rate of the survey over the twelfth harmonic, with room for the decimator.
 constexpr double surveyMargin = 2.0 * 1.4 * 13.0;
@@ -119,6 +121,9 @@ PreciseRemover::PreciseRemover(double rate, int numChannels, PreciseSettings set
     length = static_cast<int>(seconds * rate);
     overlap = static_cast<int>(overlapShare * length);
     fade = static_cast<int>(fadeShare * overlap);
+    // Grown step by step they would take twice the memory.
+    for (auto& buffer : buffers)
+        buffer.reserve(static_cast<std::size_t>(getNeeded()) + 2 * chunk);
 }
 
 void PreciseRemover::add(const float* const* channels, int numSamples)
@@ -126,8 +131,7 @@ void PreciseRemover::add(const float* const* channels, int numSamples)
     for (std::size_t channel = 0; channel < buffers.size(); ++channel)
         buffers[channel].insert(buffers[channel].end(), channels[channel],
                                 channels[channel] + numSamples);
-    // Enough that what is left after the pair is a stretch of its own.
-    while (getBuffered() >= length - overlap + length + length / 2)
+    while (getBuffered() >= getNeeded())
         processPair();
 }
 
@@ -177,23 +181,11 @@ void PreciseRemover::finish()
 }
 
 /// Sends what is settled once the hum of a stretch is known: all up to where the next fades in.
-void PreciseRemover::deliver(const Stretch& stretch, bool isLast)
+void PreciseRemover::deliver(Stretch stretch, bool isLast)
 {
     const int fadeStart = (overlap - fade) / 2;
     const int start = hasTail ? fadeStart : 0;
     const int end = isLast ? stretch.length : stretch.length - overlap + fadeStart;
-    std::vector<std::vector<float>> hum(buffers.size());
-    for (std::size_t channel = 0; channel < hum.size(); ++channel)
-        if (!stretch.hum.empty())
-            hum[channel].assign(stretch.hum[channel].begin() + start,
-                                stretch.hum[channel].begin() + end);
-    crossfade(stretch, hum);
-    for (std::size_t channel = 0; !isLast && channel < tail.size(); ++channel)
-        if (stretch.hum.empty())
-            tail[channel].clear();
-        else
-            tail[channel].assign(stretch.hum[channel].begin() + end,
-                                 stretch.hum[channel].begin() + end + fade);
     const double begin = static_cast<double>(position + stretch.first) / sampleRate;
     const double from = begin + start / sampleRate;
     const double to = begin + end / sampleRate;
@@ -201,46 +193,63 @@ void PreciseRemover::deliver(const Stretch& stretch, bool isLast)
         summary.add(*stretch.result.model, begin, from, to);
     else
         summary.addNothing(from, to, stretch.result.isBursts);
-    send(hum, end - start);
+    if (hasTail)
+        crossfade(stretch, start);
+    if (!isLast)
+        keepTail(stretch, end);
     hasTail = !isLast;
+    send(stretch, start, end);
 }
 
 /// Blends the hum of the stretch before into the beginning; no values stand for no hum.
-void PreciseRemover::crossfade(const Stretch& stretch, std::vector<std::vector<float>>& hum) const
+void PreciseRemover::crossfade(Stretch& stretch, int start) const
 {
-    if (!hasTail)
+    if (stretch.hum.empty() && tail.front().empty())
         return;
-    const int count = std::min(fade, stretch.length);
-    for (std::size_t channel = 0; channel < hum.size(); ++channel)
-    {
-        if (hum[channel].empty() && tail[channel].empty())
-            continue;
-        if (hum[channel].empty())
-            hum[channel].resize(static_cast<std::size_t>(fade));
+    if (stretch.hum.empty())
+        stretch.hum.assign(buffers.size(),
+                           std::vector<float>(static_cast<std::size_t>(stretch.length)));
+    const int count = std::min(fade, stretch.length - start);
+    for (std::size_t channel = 0; channel < buffers.size(); ++channel)
         for (int i = 0; i < count; ++i)
         {
             const float share = (static_cast<float>(i) + 0.5F) / static_cast<float>(fade);
             const float before = tail[channel].empty() ? 0.0F : tail[channel][i];
-            hum[channel][i] = before + share * (hum[channel][i] - before);
+            float& value = stretch.hum[channel][start + i];
+            value = before + share * (value - before);
         }
-    }
 }
 
-void PreciseRemover::send(const std::vector<std::vector<float>>& hum, int count)
+void PreciseRemover::keepTail(const Stretch& stretch, int start)
 {
-    std::vector<const float*> samples;
-    std::vector<const float*> removed;
-    std::vector<std::vector<float>> scaled = hum;
-    for (std::size_t channel = 0; channel < buffers.size(); ++channel)
-    {
-        scaled[channel].resize(static_cast<std::size_t>(count));
-        for (float& value : scaled[channel])
+    for (std::size_t channel = 0; channel < tail.size(); ++channel)
+        if (stretch.hum.empty())
+            tail[channel].clear();
+        else
+            tail[channel].assign(stretch.hum[channel].begin() + start,
+                                 stretch.hum[channel].begin() + start + fade);
+}
+
+void PreciseRemover::send(Stretch& stretch, int start, int end)
+{
+    const std::vector<float> nothing(stretch.hum.empty() ? chunk : 0);
+    for (auto& values : stretch.hum)
+        for (float& value : values)
             value *= static_cast<float>(settings.strength);
-        samples.push_back(buffers[channel].data() + delivered);
-        removed.push_back(scaled[channel].data());
+    for (; start < end; start += chunk)
+    {
+        std::vector<const float*> samples;
+        std::vector<const float*> hum;
+        for (std::size_t channel = 0; channel < buffers.size(); ++channel)
+        {
+            samples.push_back(buffers[channel].data() + delivered);
+            hum.push_back(stretch.hum.empty() ? nothing.data()
+                                              : stretch.hum[channel].data() + start);
+        }
+        const int count = std::min(chunk, end - start);
+        sink(samples.data(), hum.data(), count);
+        delivered += count;
     }
-    sink(samples.data(), removed.data(), count);
-    delivered += count;
 }
 
 void PreciseRemover::drop(int count)

@@ -78,11 +78,16 @@ private:
 
     int getBuffered() const { return static_cast<int>(buffers.front().size()); }
 
+    /// Samples from which on a pair of stretches is analysed: what is left after it is a stretch of
+    /// its own.
+    int getNeeded() const { return length - overlap + length + length / 2; }
+
     void processPair();
     Stretch analyse(int first, int length) const;
-    void deliver(const Stretch& stretch, bool isLast);
-    void crossfade(const Stretch& stretch, std::vector<std::vector<float>>& hum) const;
-    void send(const std::vector<std::vector<float>>& hum, int count);
+    void deliver(Stretch stretch, bool isLast);
+    void crossfade(Stretch& stretch, int start) const;
+    void keepTail(const Stretch& stretch, int start);
+    void send(Stretch& stretch, int start, int end);
     void drop(int count);
 
     double sampleRate;
