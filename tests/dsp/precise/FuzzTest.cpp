@@ -35,12 +35,7 @@ enum Sound
 /// Of the first 25, what is harmed so far: a chord that a fundamental outside of the mains fits.
 constexpr unsigned int harmed[] = {2};
 
-/// Sanitizers take ten times as long.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr unsigned long numMixtures = 3;
-#else
-constexpr unsigned long numMixtures = 25;
-#endif
+constexpr unsigned long numMixtures = isSanitized ? 3 : 25;
 
 constexpr const char* soundNames[] = {"speech", "notes", "chords", "tones", "hiss", "silence"};
 constexpr const char* humNames[] = {"steady", "breathing", "switched", "leaping", "tape"};

@@ -81,6 +81,9 @@ TEST(PreciseRemover, takesOffEveryKindOfHum)
         {44100.0, 1, 3.0, {.fundamental = 400.0}, 32.0, HumKind::Tape, {390.0, 410.0}}};
     for (const Case& c : cases)
     {
+        // A few will do where all is ten times slower.
+        if (isSanitized && (&c - cases) % 4 != 3)
+            continue;
         const testing::ScopedTrace trace(__FILE__, __LINE__, "case " + std::to_string(&c - cases));
         PreciseSettings settings;
         if (c.range.highest > 0.0)
@@ -163,7 +166,7 @@ TEST(PreciseRemover, joinsStretchesWithoutASeam)
         steps[i / 800] = std::max(steps[i / 800], std::abs(1.0 * error[i] - error[i - 1]));
     }
     // Elsewhere both reach thrice their mean and more.
-    for (const int join : {85, 167})
+    for (const int join : {85, 165})
         for (int i = join; i < join + 12; ++i)
         {
             EXPECT_LT(energies[i],

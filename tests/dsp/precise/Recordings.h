@@ -13,6 +13,13 @@
 namespace testing_support
 {
 
+/// Sanitizers take ten times as long.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool isSanitized = true;
+#else
+inline constexpr bool isSanitized = false;
+#endif
+
 using Channels = std::vector<std::vector<float>>;
 
 inline constexpr double fullTurn = 2.0 * std::numbers::pi;
