@@ -6,7 +6,6 @@
 #include "kalim/PreciseOptions.h"
 #include "kalim/Version.h"
 #include "kalim/report/SpectrumPlot.h"
-#include "presets/PresetCatalogue.h"
 #include "presets/PresetFile.h"
 #include "presets/PresetFolders.h"
 
@@ -18,7 +17,6 @@
 #include <array>
 #include <cmath>
 #include <iostream>
-#include <string>
 #include <string_view>
 #include <vector>
 

@@ -60,7 +60,7 @@ double getTail(double squaredError, double noise)
     return tail * tail * tail;
 }
 
-double getMedian(std::vector<double> values)
+double getMedian(Series<double> values)
 {
     if (values.empty())
         return 0.0;
@@ -69,7 +69,7 @@ double getMedian(std::vector<double> values)
     return *middle;
 }
 
-bool isNear(const std::vector<int>& frames, int frame)
+bool isNear(const Series<int>& frames, int frame)
 {
     return std::any_of(frames.begin(), frames.end(),
                        [frame](int other) { return std::abs(other - frame) <= nearJump; });
@@ -77,8 +77,7 @@ bool isNear(const std::vector<int>& frames, int frame)
 
 } // namespace
 
-AmplitudeSmoother::AmplitudeSmoother(const HarmonicLines& linesToUse,
-                                     const std::vector<char>& skipped)
+AmplitudeSmoother::AmplitudeSmoother(const HarmonicLines& linesToUse, const Series<char>& skipped)
     : lines(linesToUse)
     , isSkipped(skipped)
     , numLines(linesToUse.getNumLines())
@@ -90,7 +89,7 @@ AmplitudeSmoother::AmplitudeSmoother(const HarmonicLines& linesToUse,
         double weighted = 0.0;
         double weights = tiny;
         double total = 0.0;
-        std::vector<double> noise;
+        Series<double> noise;
         for (int frame = 0; frame < lines.numFrames; ++frame)
         {
             if (isSkipped[frame] != 0)
@@ -117,12 +116,12 @@ double AmplitudeSmoother::getStepVariance(std::size_t size, int line) const
     return (walk.share * walk.share + perHarmonic * perHarmonic) * powers[line];
 }
 
-std::vector<PerWalkSize> AmplitudeSmoother::getLikelihoods(const std::vector<int>& jumps) const
+Series<PerWalkSize> AmplitudeSmoother::getLikelihoods(const Series<int>& jumps) const
 {
-    std::vector<char> isJump(isSkipped.size());
+    Series<char> isJump(isSkipped.size());
     for (const int jump : jumps)
         isJump[jump] = 1;
-    std::vector<LineWalk> walks;
+    Series<LineWalk> walks;
     for (int line = 0; line < numLines; ++line)
     {
         LineWalk walk{
@@ -139,22 +138,22 @@ std::vector<PerWalkSize> AmplitudeSmoother::getLikelihoods(const std::vector<int
 AmplitudeSmoother::Estimates AmplitudeSmoother::makeEstimates() const
 {
     const std::size_t count = lines.noise.size();
-    return {std::vector<Complex>(count), std::vector<Complex>(count), std::vector<double>(count),
-            std::vector<double>(count)};
+    return {Series<Complex>(count), Series<Complex>(count), Series<double>(count),
+            Series<double>(count)};
 }
 
 /// One pass over the frames with one size of the walk.
-void AmplitudeSmoother::filter(const Walk& walk, const std::vector<char>& skipped,
-                               const std::vector<double>& noise, bool isRobust, Direction direction,
+void AmplitudeSmoother::filter(const Walk& walk, const Series<char>& skipped,
+                               const Series<double>& noise, bool isRobust, Direction direction,
                                Estimates& estimates) const
 {
-    const std::vector<int>& jumps = walk.jumps;
+    const Series<int>& jumps = walk.jumps;
     const bool isForward = direction == Direction::Forward;
-    std::vector<double> steps;
+    Series<double> steps;
     for (int line = 0; line < numLines; ++line)
         steps.push_back(getStepVariance(walk.sizes[line], line));
-    std::vector<Complex> mean(steps.size());
-    std::vector<double> variance = startVariances;
+    Series<Complex> mean(steps.size());
+    Series<double> variance = startVariances;
     for (int i = 0; i < lines.numFrames; ++i)
     {
         const int frame = isForward ? i : lines.numFrames - 1 - i;
@@ -212,7 +211,7 @@ double AmplitudeSmoother::getAbsentLikelihood(int line) const
 
 void AmplitudeSmoother::findLines()
 {
-    std::vector<double> gains(powers.size());
+    Series<double> gains(powers.size());
     for (int line = 0; line < numLines; ++line)
     {
         const double best = *std::max_element(likelihoods[line].begin(), likelihoods[line].end());
@@ -234,9 +233,9 @@ double AmplitudeSmoother::getScore() const
     return *std::max_element(sums.begin(), sums.end());
 }
 
-AmplitudeSmoother::Walk AmplitudeSmoother::findWalk(const std::vector<int>& jumps) const
+AmplitudeSmoother::Walk AmplitudeSmoother::findWalk(const Series<int>& jumps) const
 {
-    const std::vector<PerWalkSize> found = jumps.empty() ? likelihoods : getLikelihoods(jumps);
+    const Series<PerWalkSize> found = jumps.empty() ? likelihoods : getLikelihoods(jumps);
     PerWalkSize sums{};
     for (int line = 0; line < numLines; ++line)
         for (std::size_t size = 0; isUsed[line] != 0 && size < numWalkSizes; ++size)
@@ -255,7 +254,7 @@ AmplitudeSmoother::Walk AmplitudeSmoother::findWalk(const std::vector<int>& jump
 
 /// The frame where the estimates from either side differ most, or -1 where they differ no more than
 /// chance lets them.
-int AmplitudeSmoother::findDisagreement(const Walk& walk, const std::vector<int>& tried) const
+int AmplitudeSmoother::findDisagreement(const Walk& walk, const Series<int>& tried) const
 {
     Estimates before = makeEstimates();
     Estimates after = makeEstimates();
@@ -294,7 +293,7 @@ AmplitudeSmoother::Walk AmplitudeSmoother::addJump(const Walk& walk, int frame) 
     Walk best{{}, {}, -std::numeric_limits<double>::infinity()};
     for (int candidate = frame - 1; candidate <= frame + 1; ++candidate)
     {
-        std::vector<int> jumps = walk.jumps;
+        Series<int> jumps = walk.jumps;
         jumps.push_back(candidate);
         Walk trial = findWalk(jumps);
         if (trial.score > best.score)
@@ -306,7 +305,7 @@ AmplitudeSmoother::Walk AmplitudeSmoother::addJump(const Walk& walk, int frame) 
 AmplitudeSmoother::Walk AmplitudeSmoother::findJumps() const
 {
     Walk walk = findWalk({});
-    std::vector<int> tried;
+    Series<int> tried;
     for (int i = 0; i < mostJumps; ++i)
     {
         const int frame = findDisagreement(walk, tried);
@@ -321,7 +320,7 @@ AmplitudeSmoother::Walk AmplitudeSmoother::findJumps() const
     return walk;
 }
 
-double AmplitudeSmoother::getEvidence(const std::vector<Complex>& amplitudes, int line) const
+double AmplitudeSmoother::getEvidence(const Series<Complex>& amplitudes, int line) const
 {
     LogOfProduct product;
     for (int frame = 0; frame < lines.numFrames; ++frame)
@@ -341,7 +340,7 @@ SmoothAmplitudes AmplitudeSmoother::smooth() const
     return smooth(findJumps());
 }
 
-SmoothAmplitudes AmplitudeSmoother::smooth(const std::vector<int>& jumps) const
+SmoothAmplitudes AmplitudeSmoother::smooth(const Series<int>& jumps) const
 {
     return smooth(findWalk(jumps));
 }
@@ -349,12 +348,12 @@ SmoothAmplitudes AmplitudeSmoother::smooth(const std::vector<int>& jumps) const
 SmoothAmplitudes AmplitudeSmoother::smooth(const Walk& walk) const
 {
     // Frames that hold a jump are neither what was before nor what comes after.
-    std::vector<char> skipped = isSkipped;
+    Series<char> skipped = isSkipped;
     for (const int jump : walk.jumps)
         skipped[jump - 1] = skipped[jump] = 1;
     const auto count = lines.noise.size();
     Estimates estimates = makeEstimates();
-    std::vector<double> noise = lines.noise;
+    Series<double> noise = lines.noise;
     for (int i = 0; i < reweightings; ++i)
     {
         filter(walk, skipped, noise, i == 0, Direction::Forward, estimates);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dsp/precise/Series.h"
 #include "dsp/precise/WalkKernel.h"
 
 namespace orvo::audio::precise
@@ -8,11 +9,11 @@ namespace orvo::audio::precise
 /// Amplitudes of the hum at every frame and line, and how sure they are.
 struct SmoothAmplitudes
 {
-    std::vector<Complex> amplitudes; ///< [frame][line], 0 for lines without hum
-    std::vector<double> variances;   ///< [frame][line]
-    std::vector<char> isPresent;     ///< [line]
-    std::vector<double> evidence; ///< [line], natural logarithm of the likelihood ratio to no hum
-    std::vector<int> jumps;       ///< frames before which all amplitudes change at once
+    Series<Complex> amplitudes; ///< [frame][line], 0 for lines without hum
+    Series<double> variances;   ///< [frame][line]
+    Series<char> isPresent;     ///< [line]
+    Series<double> evidence;    ///< [line], natural logarithm of the likelihood ratio to no hum
+    Series<int> jumps;          ///< frames before which all amplitudes change at once
 };
 
 /// Estimates the amplitude of each line as a random walk under noise of Student's t distribution,
@@ -26,7 +27,7 @@ struct SmoothAmplitudes
 class AmplitudeSmoother
 {
 public:
-    AmplitudeSmoother(const HarmonicLines& lines, const std::vector<char>& isSkipped);
+    AmplitudeSmoother(const HarmonicLines& lines, const Series<char>& isSkipped);
 
     /// Logarithm of the likelihood of all frames with the likeliest walk.
     double getScore() const;
@@ -36,21 +37,21 @@ public:
     SmoothAmplitudes smooth() const;
 
     /// With the jumps that are known, in order.
-    SmoothAmplitudes smooth(const std::vector<int>& jumps) const;
+    SmoothAmplitudes smooth(const Series<int>& jumps) const;
 
 private:
     struct Estimates
     {
-        std::vector<Complex> amplitudes;
-        std::vector<Complex> predicted;
-        std::vector<double> variances;
-        std::vector<double> predictedVariances;
+        Series<Complex> amplitudes;
+        Series<Complex> predicted;
+        Series<double> variances;
+        Series<double> predictedVariances;
     };
 
     struct Walk
     {
-        std::vector<std::size_t> sizes; // [line]
-        std::vector<int> jumps;
+        Series<std::size_t> sizes; // [line]
+        Series<int> jumps;
         double score = 0.0;
     };
 
@@ -61,29 +62,28 @@ private:
     };
 
     Estimates makeEstimates() const;
-    void filter(const Walk& walk, const std::vector<char>& skipped,
-                const std::vector<double>& noise, bool isRobust, Direction direction,
-                Estimates& estimates) const;
+    void filter(const Walk& walk, const Series<char>& skipped, const Series<double>& noise,
+                bool isRobust, Direction direction, Estimates& estimates) const;
     void smoothBackward(Estimates& estimates) const;
     double getStepVariance(std::size_t size, int line) const;
-    std::vector<PerWalkSize> getLikelihoods(const std::vector<int>& jumps) const;
+    Series<PerWalkSize> getLikelihoods(const Series<int>& jumps) const;
     double getAbsentLikelihood(int line) const;
     void findLines();
-    Walk findWalk(const std::vector<int>& jumps) const;
-    int findDisagreement(const Walk& walk, const std::vector<int>& tried) const;
+    Walk findWalk(const Series<int>& jumps) const;
+    int findDisagreement(const Walk& walk, const Series<int>& tried) const;
     Walk addJump(const Walk& walk, int frame) const;
     Walk findJumps() const;
     SmoothAmplitudes smooth(const Walk& walk) const;
-    double getEvidence(const std::vector<Complex>& amplitudes, int line) const;
+    double getEvidence(const Series<Complex>& amplitudes, int line) const;
 
     const HarmonicLines& lines;
-    const std::vector<char>& isSkipped;
+    const Series<char>& isSkipped;
     int numLines;
     int numUsed = 0;
-    std::vector<double> powers;
-    std::vector<double> startVariances;
-    std::vector<char> isUsed;             // lines that say something about the size of the walk
-    std::vector<PerWalkSize> likelihoods; // [line], without jumps
+    Series<double> powers;
+    Series<double> startVariances;
+    Series<char> isUsed;             // lines that say something about the size of the walk
+    Series<PerWalkSize> likelihoods; // [line], without jumps
 };
 
 } // namespace orvo::audio::precise

@@ -42,12 +42,12 @@ double getTurn(int state)
     return 2.0 * std::numbers::pi * state / numPhases;
 }
 
-using Pattern = std::vector<Complex>;
+using Pattern = Series<Complex>;
 
 struct Path
 {
     double score = -std::numeric_limits<double>::infinity();
-    std::vector<int> states;
+    Series<int> states;
 };
 
 class ChangeFinder
@@ -106,9 +106,9 @@ private:
     }
 
     /// Frames around which a pattern stands out, the clearest first, apart from each other.
-    std::vector<int> findClearParts() const
+    Series<int> findClearParts() const
     {
-        std::vector<std::pair<double, int>> parts;
+        Series<std::pair<double, int>> parts;
         for (int frame = getHalf() / 2; frame < lines.numFrames; frame += patternStep)
         {
             const Pattern pattern = formPattern(frame);
@@ -120,7 +120,7 @@ private:
             parts.emplace_back(-significance, frame);
         }
         std::stable_sort(parts.begin(), parts.end());
-        std::vector<int> chosen;
+        Series<int> chosen;
         for (const auto& [significance, frame] : parts)
         {
             const auto isNear = [this, at = frame](int other)
@@ -136,14 +136,14 @@ private:
     /// processor can take several at once.
     struct Turned
     {
-        std::vector<double> real;
-        std::vector<double> imaginary;
+        Series<double> real;
+        Series<double> imaginary;
     };
 
     /// Logarithm of the likelihood of each state in a frame.
     void rate(int frame, const Pattern& pattern, const Turned& turned, double* scores) const
     {
-        std::vector<double> products(numStates, 1.0);
+        Series<double> products(numStates, 1.0);
         std::fill_n(scores, numStates, 0.0);
         for (std::size_t i = 0; i < used.size(); ++i)
         {
@@ -193,15 +193,15 @@ private:
     Path findPath(const Pattern& pattern) const
     {
         const Turned turned = turnPattern(pattern);
-        std::vector<double> best(numStates);
-        std::vector<double> here(numStates);
-        std::vector<short> origins(static_cast<std::size_t>(lines.numFrames) * numStates);
+        Series<double> best(numStates);
+        Series<double> here(numStates);
+        Series<short> origins(indexOf(lines.numFrames, numStates));
         rate(0, pattern, turned, best.data());
         for (int frame = 1; frame < lines.numFrames; ++frame)
         {
             rate(frame, pattern, turned, here.data());
-            short* const origin = &origins[static_cast<std::size_t>(frame) * numStates];
-            std::vector<double> next(numStates);
+            short* const origin = &origins[indexOf(frame, numStates)];
+            Series<double> next(numStates);
             const auto top =
                 static_cast<int>(std::max_element(best.begin(), best.end() - 1) - best.begin());
             for (int state = 0; state < numStates; ++state)
@@ -224,7 +224,7 @@ private:
         return distance == 1 || distance == numPhases - 1 ? driftCost : leapCost;
     }
 
-    static short findOrigin(const std::vector<double>& best, int top, int state)
+    static short findOrigin(const Series<double>& best, int top, int state)
     {
         int origin = state;
         const auto consider = [&](int from)
@@ -242,14 +242,14 @@ private:
         return static_cast<short>(origin);
     }
 
-    Path traceBack(const std::vector<double>& best, const std::vector<short>& origins) const
+    Path traceBack(const Series<double>& best, const Series<short>& origins) const
     {
         auto state = static_cast<int>(std::max_element(best.begin(), best.end()) - best.begin());
-        Path path{best[state], std::vector<int>(static_cast<std::size_t>(lines.numFrames))};
+        Path path{best[state], Series<int>(static_cast<std::size_t>(lines.numFrames))};
         for (int frame = lines.numFrames - 1; frame >= 0; --frame)
         {
             path.states[frame] = state;
-            state = origins[static_cast<std::size_t>(frame) * numStates + state];
+            state = origins[indexOf(frame, numStates, state)];
         }
         return path;
     }
@@ -282,7 +282,7 @@ private:
 
     const HarmonicLines& lines;
     const SmoothAmplitudes& smooth;
-    std::vector<int> used;
+    Series<int> used;
 };
 
 bool goesOn(int before, int state)
@@ -293,9 +293,9 @@ bool goesOn(int before, int state)
     return std::min(distance, numPhases - distance) <= 1;
 }
 
-std::vector<Segment> makeSegments(const std::vector<int>& states)
+Series<Segment> makeSegments(const Series<int>& states)
 {
-    std::vector<Segment> segments;
+    Series<Segment> segments;
     Complex sum;
     int first = 0;
     const auto numFrames = static_cast<int>(states.size());
@@ -312,7 +312,7 @@ std::vector<Segment> makeSegments(const std::vector<int>& states)
     return segments;
 }
 
-std::vector<Segment> joinAroundMoments(std::vector<Segment> segments)
+Series<Segment> joinAroundMoments(Series<Segment> segments)
 {
     for (std::size_t i = 1; i + 1 < segments.size();)
     {
@@ -330,7 +330,7 @@ std::vector<Segment> joinAroundMoments(std::vector<Segment> segments)
 
 } // namespace
 
-std::vector<Segment> findChanges(const HarmonicLines& lines, const SmoothAmplitudes& smooth)
+Series<Segment> findChanges(const HarmonicLines& lines, const SmoothAmplitudes& smooth)
 {
     const ChangeFinder finder(lines, smooth);
     if (!finder.canFind())

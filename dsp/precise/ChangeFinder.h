@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dsp/precise/AmplitudeSmoother.h"
+#include "dsp/precise/Series.h"
 
 namespace orvo::audio::precise
 {
@@ -22,6 +23,6 @@ struct Segment
 /// and improved.
 ///
 /// Gives one segment that is on when nothing changes.
-std::vector<Segment> findChanges(const HarmonicLines& lines, const SmoothAmplitudes& smooth);
+Series<Segment> findChanges(const HarmonicLines& lines, const SmoothAmplitudes& smooth);
 
 } // namespace orvo::audio::precise

@@ -37,19 +37,19 @@ int findSize(std::size_t length)
     return size;
 }
 
-std::vector<double> makeWindow(double sampleRate)
+Series<double> makeWindow(double sampleRate)
 {
-    std::vector<double> window(static_cast<std::size_t>(windowSeconds * sampleRate));
+    Series<double> window(static_cast<std::size_t>(windowSeconds * sampleRate));
     const auto last = static_cast<double>(window.size()) - 1.0;
     for (std::size_t i = 0; i < window.size(); ++i)
         window[i] = 0.5 - 0.5 * std::cos(2.0 * std::numbers::pi * static_cast<double>(i) / last);
     return window;
 }
 
-std::vector<double> smoothScores(const std::vector<double>& scores)
+Series<double> smoothScores(const Series<double>& scores)
 {
     const auto last = static_cast<int>(scores.size()) - 1;
-    std::vector<double> smooth;
+    Series<double> smooth;
     for (int i = 0; i <= last; ++i)
     {
         double sum = 0.0;
@@ -62,7 +62,7 @@ std::vector<double> smoothScores(const std::vector<double>& scores)
 
 } // namespace
 
-CombDetector::CombDetector(double rateToUse, std::vector<FundamentalRange> rangesToUse)
+CombDetector::CombDetector(double rateToUse, Series<FundamentalRange> rangesToUse)
     : sampleRate(rateToUse)
     , window(makeWindow(rateToUse))
 {
@@ -72,7 +72,7 @@ CombDetector::CombDetector(double rateToUse, std::vector<FundamentalRange> range
         const double step = stepShare * limits.highest;
         const auto count =
             static_cast<std::size_t>(std::max(0.0, limits.highest - limits.lowest) / step) + 1;
-        ranges.push_back({limits, step, std::vector<double>(count)});
+        ranges.push_back({limits, step, Series<double>(count)});
     }
     power.resize(static_cast<std::size_t>(size) / 2 + 1);
     sums.resize(power.size() + 1);
@@ -130,14 +130,14 @@ double CombDetector::rate(double fundamental) const
     return score;
 }
 
-void CombDetector::addPeaks(const Range& range, std::vector<CombPeak>& peaks) const
+void CombDetector::addPeaks(const Range& range, Series<CombPeak>& peaks) const
 {
-    const std::vector<double> scores = smoothScores(range.scores);
-    std::vector<double> sorted = scores;
+    const Series<double> scores = smoothScores(range.scores);
+    Series<double> sorted = scores;
     const auto middle = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
     std::nth_element(sorted.begin(), middle, sorted.end());
     const auto last = static_cast<int>(scores.size()) - 1;
-    std::vector<double> left = scores;
+    Series<double> left = scores;
     for (int peak = 0; peak < peaksPerRange; ++peak)
     {
         const auto top =
@@ -159,9 +159,9 @@ void CombDetector::addPeaks(const Range& range, std::vector<CombPeak>& peaks) co
     }
 }
 
-std::vector<CombPeak> CombDetector::getPeaks() const
+Series<CombPeak> CombDetector::getPeaks() const
 {
-    std::vector<CombPeak> peaks;
+    Series<CombPeak> peaks;
     for (const Range& range : ranges)
         addPeaks(range, peaks);
     std::stable_sort(peaks.begin(), peaks.end(),

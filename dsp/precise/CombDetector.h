@@ -1,8 +1,7 @@
 #pragma once
 
+#include "dsp/precise/Series.h"
 #include "dsp/signal/FourierTransform.h"
-
-#include <vector>
 
 namespace orvo::audio::precise
 {
@@ -31,7 +30,7 @@ class CombDetector
 {
 public:
     /// For sound of `sampleRate` Hz, which must be above 26 times the highest fundamental.
-    CombDetector(double sampleRate, std::vector<FundamentalRange> ranges);
+    CombDetector(double sampleRate, Series<FundamentalRange> ranges);
 
     /// Windows `getHop()` samples apart; the last may be shorter, silence is added.
     int getWindowLength() const { return static_cast<int>(window.size()); }
@@ -41,27 +40,27 @@ public:
     void addWindow(const float* samples, int count);
 
     /// The best peaks of all ranges, best first; at least one per range.
-    std::vector<CombPeak> getPeaks() const;
+    Series<CombPeak> getPeaks() const;
 
 private:
     struct Range
     {
         FundamentalRange limits;
         double step;
-        std::vector<double> scores;
+        Series<double> scores;
     };
 
     double getMeanPower(int from, int to) const;
     double rate(double fundamental) const;
-    void addPeaks(const Range& range, std::vector<CombPeak>& peaks) const;
+    void addPeaks(const Range& range, Series<CombPeak>& peaks) const;
 
     double sampleRate;
     int size;
     int numWindows = 0;
-    std::vector<double> window;
-    std::vector<Range> ranges;
-    std::vector<double> power;
-    std::vector<double> sums;
+    Series<double> window;
+    Series<Range> ranges;
+    Series<double> power;
+    Series<double> sums;
     FourierTransform transform;
     Signal32 frame;
     ComplexSignal32 spectrum;

@@ -42,7 +42,7 @@ constexpr int largestGainExponent = 2;
 class Measurement
 {
 public:
-    Measurement(const HarmonicLines& linesToUse, const std::vector<char>& skipped,
+    Measurement(const HarmonicLines& linesToUse, const Series<char>& skipped,
                 const SmoothAmplitudes& smoothToUse, bool withGain)
         : lines(linesToUse)
         , isSkipped(skipped)
@@ -63,9 +63,9 @@ public:
         formPattern();
     }
 
-    CommonMotion measure(const std::vector<int>& restarts, const std::vector<double>& base)
+    CommonMotion measure(const Series<int>& restarts, const Series<double>& base)
     {
-        std::vector<char> isRestarted = isJump;
+        Series<char> isRestarted = isJump;
         for (const int frame : restarts)
             isRestarted[frame] = 1;
         CommonMotion motion;
@@ -215,15 +215,15 @@ private:
     /// fade takes it further than steps from frame to frame can find.
     void findGainPath()
     {
-        std::vector<double> best = rateGains(0);
-        std::vector<int> origins(phase.size() * numGains);
+        Series<double> best = rateGains(0);
+        Series<int> origins(phase.size() * numGains);
         for (int frame = 1; frame < lines.numFrames; ++frame)
         {
-            const std::vector<double> here = rateGains(frame);
-            std::vector<double> next(numGains);
+            const Series<double> here = rateGains(frame);
+            Series<double> next(numGains);
             for (int level = 0; level < numGains; ++level)
             {
-                int& origin = origins[static_cast<std::size_t>(frame) * numGains + level];
+                int& origin = origins[indexOf(frame, numGains, level)];
                 origin = findOrigin(best, level);
                 next[level] = here[level] + best[origin] - getGainCost(level - origin);
             }
@@ -233,7 +233,7 @@ private:
         for (int frame = lines.numFrames - 1; frame >= 0; --frame)
         {
             logGain[frame] = getLevel(level);
-            level = origins[static_cast<std::size_t>(frame) * numGains + level];
+            level = origins[indexOf(frame, numGains, level)];
         }
     }
 
@@ -245,7 +245,7 @@ private:
         return 0.5 * move * move;
     }
 
-    static int findOrigin(const std::vector<double>& best, int level)
+    static int findOrigin(const Series<double>& best, int level)
     {
         int origin = level;
         for (int from = std::max(0, level - levelReach);
@@ -256,12 +256,12 @@ private:
     }
 
     /// Logarithm of the likelihood of each level in a frame.
-    std::vector<double> rateGains(int frame) const
+    Series<double> rateGains(int frame) const
     {
-        std::vector<double> scores(numGains);
+        Series<double> scores(numGains);
         if (isSkipped[frame] != 0)
             return scores;
-        std::vector<LogOfProduct> products(numGains);
+        Series<LogOfProduct> products(numGains);
         for (int line = 0; line < lines.getNumLines(); ++line)
         {
             if (smooth.isPresent[line] == 0)
@@ -322,23 +322,23 @@ private:
     }
 
     const HarmonicLines& lines;
-    const std::vector<char>& isSkipped;
+    const Series<char>& isSkipped;
     const SmoothAmplitudes& smooth;
     bool hasGain;
-    std::vector<char> isJump;
-    std::vector<double> phase;
-    std::vector<double> logGain;
-    std::vector<double> phaseVariances;
-    std::vector<double> gainVariances;
-    std::vector<Complex> pattern;
-    std::vector<double> levels; // of the gain
+    Series<char> isJump;
+    Series<double> phase;
+    Series<double> logGain;
+    Series<double> phaseVariances;
+    Series<double> gainVariances;
+    Series<Complex> pattern;
+    Series<double> levels; // of the gain
 };
 
 } // namespace
 
-CommonMotion measureMotion(const HarmonicLines& lines, const std::vector<char>& isSkipped,
-                           const SmoothAmplitudes& smooth, const std::vector<int>& restarts,
-                           const std::vector<double>& base, bool hasGain)
+CommonMotion measureMotion(const HarmonicLines& lines, const Series<char>& isSkipped,
+                           const SmoothAmplitudes& smooth, const Series<int>& restarts,
+                           const Series<double>& base, bool hasGain)
 {
     return Measurement(lines, isSkipped, smooth, hasGain).measure(restarts, base);
 }

@@ -2,6 +2,7 @@
 
 #include "dsp/precise/AmplitudeSmoother.h"
 #include "dsp/precise/PathSmoother.h"
+#include "dsp/precise/Series.h"
 
 namespace orvo::audio::precise
 {
@@ -9,8 +10,8 @@ namespace orvo::audio::precise
 /// What all harmonics do together, frame by frame.
 struct CommonMotion
 {
-    SmoothPath phase;            ///< radians of the fundamental and radians per second
-    std::vector<double> logGain; ///< natural logarithm
+    SmoothPath phase;       ///< radians of the fundamental and radians per second
+    Series<double> logGain; ///< natural logarithm
 };
 
 /// Measures the phase, and the gain when `hasGain`, that all present lines share, against the
@@ -20,8 +21,8 @@ struct CommonMotion
 /// Both may leap at the jumps of the amplitudes, the phase also at `restarts`.
 ///
 /// `lines` are against the track and of the gain found so far; at least one line must be present.
-CommonMotion measureMotion(const HarmonicLines& lines, const std::vector<char>& isSkipped,
-                           const SmoothAmplitudes& smooth, const std::vector<int>& restarts,
-                           const std::vector<double>& base, bool hasGain);
+CommonMotion measureMotion(const HarmonicLines& lines, const Series<char>& isSkipped,
+                           const SmoothAmplitudes& smooth, const Series<int>& restarts,
+                           const Series<double>& base, bool hasGain);
 
 } // namespace orvo::audio::precise

@@ -35,10 +35,10 @@ Decimator::Decimator(int factorToUse)
         tap /= static_cast<float>(sum);
 }
 
-std::vector<float> Decimator::process(const float* samples, int count) const
+Series<float> Decimator::process(const float* samples, int count) const
 {
     const auto half = static_cast<int>(taps.size() / 2);
-    std::vector<float> result(static_cast<std::size_t>((count + factor - 1) / factor));
+    Series<float> result(static_cast<std::size_t>((count + factor - 1) / factor));
     for (std::size_t k = 0; k < result.size(); ++k)
     {
         const int centre = static_cast<int>(k) * factor;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <vector>
+#include "dsp/precise/Series.h"
 
 namespace orvo::audio::precise
 {
@@ -14,11 +14,11 @@ public:
     explicit Decimator(int factor);
 
     /// ceil(count / factor) samples; what lies outside counts as silence.
-    std::vector<float> process(const float* samples, int count) const;
+    Series<float> process(const float* samples, int count) const;
 
 private:
     int factor;
-    std::vector<float> taps;
+    Series<float> taps;
 };
 
 } // namespace orvo::audio::precise

@@ -59,7 +59,7 @@ public:
         , stride(strideToUse)
         , window(makeHannWindow(length))
         , meanPower(static_cast<std::size_t>(lines.getNumLines()))
-        , scores(static_cast<std::size_t>(getNumWindows()) * grid.count)
+        , scores(indexOf(getNumWindows(), grid.count))
     {
         for (std::size_t at = 0; at < lines.amplitudes.size(); ++at)
             meanPower[at % meanPower.size()] += getPower(lines.amplitudes[at]) / lines.numFrames;
@@ -73,10 +73,7 @@ public:
 
     int getNumWindows() const { return (lines.numFrames + stride - 1) / stride; }
 
-    const double* get(int index) const
-    {
-        return &scores[static_cast<std::size_t>(index) * grid.count];
-    }
+    const double* get(int index) const { return &scores[indexOf(index, grid.count)]; }
 
 private:
     void addHarmonic(int harmonic)
@@ -91,8 +88,8 @@ private:
     /// apart, so that the processor can take several at once.
     struct Turns
     {
-        std::vector<double> real;
-        std::vector<double> imaginary;
+        Series<double> real;
+        Series<double> imaginary;
     };
 
     Turns makeTurns(int harmonic) const
@@ -114,8 +111,8 @@ private:
 
     void addLine(int line, int index, const Turns& turns)
     {
-        std::vector<double> real(static_cast<std::size_t>(grid.count));
-        std::vector<double> imaginary(real.size());
+        Series<double> real(static_cast<std::size_t>(grid.count));
+        Series<double> imaginary(real.size());
         double weights = 0.0;
         for (int i = 0; i < length; ++i)
         {
@@ -126,12 +123,12 @@ private:
             const double floor =
                 leastNoiseShare * (getPower(lines.amplitudes[at]) + meanPower[line]);
             const double weight = window[i] / std::max(lines.noise[at], floor);
-            const std::size_t first = static_cast<std::size_t>(i) * grid.count;
+            const std::size_t first = indexOf(i, grid.count);
             addTurned(weight * lines.amplitudes[at], &turns.real[first], &turns.imaginary[first],
                       real.data(), imaginary.data());
             weights += weight;
         }
-        double* const score = &scores[static_cast<std::size_t>(index) * grid.count];
+        double* const score = &scores[indexOf(index, grid.count)];
         for (int d = 0; d < grid.count; ++d)
         {
             const double clear = (real[d] * real[d] + imaginary[d] * imaginary[d]) / weights;
@@ -154,9 +151,9 @@ private:
     const DeviationGrid& grid;
     int length;
     int stride;
-    std::vector<double> window;
-    std::vector<double> meanPower;
-    std::vector<double> scores;
+    Series<double> window;
+    Series<double> meanPower;
+    Series<double> scores;
 };
 
 /// The top of the parabola through a value and its neighbours, from -0.5 to 0.5.
@@ -170,10 +167,9 @@ double getTop(const double* scores, int index, int count)
     return bend < 0.0 ? std::clamp(0.5 * (below - above) / bend, -0.5, 0.5) : 0.0;
 }
 
-void addPeaks(const std::vector<double>& scores, const DeviationGrid& grid,
-              std::vector<double>& deviations)
+void addPeaks(const Series<double>& scores, const DeviationGrid& grid, Series<double>& deviations)
 {
-    std::vector<double> left = scores;
+    Series<double> left = scores;
     for (int i = 0; i < candidatesPerWindow; ++i)
     {
         const auto top =
@@ -189,19 +185,19 @@ void addPeaks(const std::vector<double>& scores, const DeviationGrid& grid,
 }
 
 /// The path through the scores of all windows that gains most, where a move costs its square.
-std::vector<int> findPath(const WindowScores& scores, const DeviationGrid& grid, double move)
+Series<int> findPath(const WindowScores& scores, const DeviationGrid& grid, double move)
 {
     const int count = grid.count;
     const int numWindows = scores.getNumWindows();
-    std::vector<double> best(scores.get(0), scores.get(0) + count);
-    std::vector<int> origins(static_cast<std::size_t>(numWindows) * count);
+    Series<double> best(scores.get(0), scores.get(0) + count);
+    Series<int> origins(indexOf(numWindows, count));
     for (int index = 1; index < numWindows; ++index)
     {
-        std::vector<double> next(static_cast<std::size_t>(count));
+        Series<double> next(static_cast<std::size_t>(count));
         for (int d = 0; d < count; ++d)
         {
             double most = -1e300;
-            int& origin = origins[static_cast<std::size_t>(index) * count + d];
+            int& origin = origins[indexOf(index, count, d)];
             for (int from = 0; from < count; ++from)
             {
                 const double steps = (d - from) * grid.step / move;
@@ -216,27 +212,27 @@ std::vector<int> findPath(const WindowScores& scores, const DeviationGrid& grid,
         }
         best = std::move(next);
     }
-    std::vector<int> path(static_cast<std::size_t>(numWindows));
+    Series<int> path(static_cast<std::size_t>(numWindows));
     auto d = static_cast<int>(std::max_element(best.begin(), best.end()) - best.begin());
     for (int index = numWindows - 1; index >= 0; --index)
     {
         path[index] = d;
-        d = origins[static_cast<std::size_t>(index) * count + d];
+        d = origins[indexOf(index, count, d)];
     }
     return path;
 }
 
 } // namespace
 
-std::vector<double> findConstantDeviations(const HarmonicLines& lines, double fundamental)
+Series<double> findConstantDeviations(const HarmonicLines& lines, double fundamental)
 {
     const DeviationGrid grid = makeGrid(wideSpan, wideStep, fundamental);
-    std::vector<double> deviations;
+    Series<double> deviations;
     for (const double seconds : constantWindows)
     {
         const int stride = std::max(1, static_cast<int>(0.25 * seconds / lines.frameTime));
         const WindowScores scores(lines, grid, seconds, stride);
-        std::vector<double> sums(static_cast<std::size_t>(grid.count));
+        Series<double> sums(static_cast<std::size_t>(grid.count));
         for (int index = 0; index < scores.getNumWindows(); ++index)
             for (int d = 0; d < grid.count; ++d)
                 sums[d] += scores.get(index)[d];
@@ -245,17 +241,16 @@ std::vector<double> findConstantDeviations(const HarmonicLines& lines, double fu
     return deviations;
 }
 
-std::vector<double> followDeviation(const HarmonicLines& lines, double fundamental,
-                                    Refinement refinement)
+Series<double> followDeviation(const HarmonicLines& lines, double fundamental,
+                               Refinement refinement)
 {
     const bool isWide = refinement == Refinement::Wide;
     const DeviationGrid grid =
         makeGrid(isWide ? wideSpan : nearSpan, isWide ? wideStep : nearStep, fundamental);
     const int stride = std::max(1, static_cast<int>(pathTime / lines.frameTime));
     const WindowScores scores(lines, grid, movingWindow, stride);
-    const std::vector<int> path =
-        findPath(scores, grid, (isWide ? wideMove : nearMove) * fundamental);
-    std::vector<double> knots;
+    const Series<int> path = findPath(scores, grid, (isWide ? wideMove : nearMove) * fundamental);
+    Series<double> knots;
     for (int index = 0; index < scores.getNumWindows(); ++index)
         knots.push_back(grid.getDeviation(path[index]) +
                         grid.step * getTop(scores.get(index), path[index], grid.count));
@@ -264,7 +259,7 @@ std::vector<double> followDeviation(const HarmonicLines& lines, double fundament
         return 0.25 * knots[std::max(0, i - 1)] + 0.5 * knots[i] +
                0.25 * knots[std::min(last, i + 1)];
     };
-    std::vector<double> deviations;
+    Series<double> deviations;
     for (int frame = 0; frame < lines.numFrames; ++frame)
     {
         const int index = std::min(frame / stride, last);

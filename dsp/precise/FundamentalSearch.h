@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dsp/precise/HarmonicLines.h"
+#include "dsp/precise/Series.h"
 
 namespace orvo::audio::precise
 {
@@ -8,7 +9,7 @@ namespace orvo::audio::precise
 /// Constant deviations in Hz from the track of `lines` at which the harmonics stand still best over
 /// windows of 2, 4 and 8 seconds: some for each, the better ones first within it. Deviations reach
 /// 0.7 % of `fundamental`.
-std::vector<double> findConstantDeviations(const HarmonicLines& lines, double fundamental);
+Series<double> findConstantDeviations(const HarmonicLines& lines, double fundamental);
 
 /// How a moving fundamental deviates from the track, in Hz per frame.
 enum class Refinement
@@ -20,7 +21,7 @@ enum class Refinement
 /// The likeliest path of the deviation: over windows of a second the harmonics are turned back by
 /// each of many deviations and summed against their noise, and dynamic programming finds the path
 /// on which they add up most while its steps stay small.
-std::vector<double> followDeviation(const HarmonicLines& lines, double fundamental,
-                                    Refinement refinement);
+Series<double> followDeviation(const HarmonicLines& lines, double fundamental,
+                               Refinement refinement);
 
 } // namespace orvo::audio::precise

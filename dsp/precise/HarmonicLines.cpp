@@ -24,15 +24,15 @@ int mirror(int frame, int numFrames)
     return std::clamp(last, 0, numFrames - 1);
 }
 
-std::vector<double> getDistanceFromMean(const HarmonicLines& lines)
+Series<double> getDistanceFromMean(const HarmonicLines& lines)
 {
-    std::vector<double> weights = makeHannWindow(meanFrames);
+    Series<double> weights = makeHannWindow(meanFrames);
     const double sum = std::accumulate(weights.begin(), weights.end(), 0.0);
     for (double& weight : weights)
         weight /= sum;
     const int numLines = lines.getNumLines();
-    std::vector<double> distance(lines.noise.size());
-    std::vector<Complex> mean(static_cast<std::size_t>(numLines));
+    Series<double> distance(lines.noise.size());
+    Series<Complex> mean(static_cast<std::size_t>(numLines));
     for (int frame = 0; frame < lines.numFrames; ++frame)
     {
         std::fill(mean.begin(), mean.end(), Complex{});
@@ -81,19 +81,18 @@ void addMovingNoise(HarmonicLines& lines)
 {
     if (lines.numFrames <= meanFrames + 5)
         return;
-    const std::vector<double> power =
-        smoothPower(lines, getDistanceFromMean(lines),
-                    std::vector<char>(static_cast<std::size_t>(lines.numFrames)));
+    const Series<double> power = smoothPower(
+        lines, getDistanceFromMean(lines), Series<char>(static_cast<std::size_t>(lines.numFrames)));
     for (std::size_t i = 0; i < power.size(); ++i)
         lines.noise[i] = std::max(lines.noise[i], shareOfMean * power[i]);
 }
 
-std::vector<double> smoothPower(const HarmonicLines& shape, const std::vector<double>& power,
-                                const std::vector<char>& isSkipped)
+Series<double> smoothPower(const HarmonicLines& shape, const Series<double>& power,
+                           const Series<char>& isSkipped)
 {
-    const std::vector<double> weights = makeHannWindow(powerFrames);
+    const Series<double> weights = makeHannWindow(powerFrames);
     const int numLines = shape.getNumLines();
-    std::vector<double> smooth(power.size());
+    Series<double> smooth(power.size());
     for (int frame = 0; frame < shape.numFrames; ++frame)
     {
         double sum = 0.0;

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "dsp/precise/Series.h"
+
 #include <complex>
 #include <cstddef>
-#include <vector>
 
 namespace orvo::audio::precise
 {
@@ -39,8 +40,8 @@ struct HarmonicLines
     int numFrames = 0;
     double firstTime = 0.0;
     double frameTime = 0.0;
-    std::vector<Complex> amplitudes; ///< [frame][line]
-    std::vector<double> noise;       ///< [frame][line], power
+    Series<Complex> amplitudes; ///< [frame][line]
+    Series<double> noise;       ///< [frame][line], power
 
     int getNumLines() const { return numChannels * numHarmonics; }
 
@@ -68,7 +69,7 @@ HarmonicLines keepHarmonics(const HarmonicLines& lines, int numHarmonics);
 void addMovingNoise(HarmonicLines& lines);
 
 /// Mean power over 13 frames around each, those marked as skipped left out; where all are, 0.
-std::vector<double> smoothPower(const HarmonicLines& shape, const std::vector<double>& power,
-                                const std::vector<char>& isSkipped);
+Series<double> smoothPower(const HarmonicLines& shape, const Series<double>& power,
+                           const Series<char>& isSkipped);
 
 } // namespace orvo::audio::precise

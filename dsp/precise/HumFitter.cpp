@@ -32,10 +32,10 @@ void limitTrust(HarmonicLines& lines)
         lines.noise[at] = std::max(lines.noise[at], trustedShare * getPower(lines.amplitudes[at]));
 }
 
-std::vector<double> addToTrack(const PhaseTrack& track, const HarmonicLines& lines,
-                               const std::vector<double>& deviations)
+Series<double> addToTrack(const PhaseTrack& track, const HarmonicLines& lines,
+                          const Series<double>& deviations)
 {
-    std::vector<double> frequencies;
+    Series<double> frequencies;
     for (int frame = 0; frame < lines.numFrames; ++frame)
         frequencies.push_back(track.getFrequency(lines.getTime(frame)) + deviations[frame]);
     return frequencies;
@@ -94,7 +94,7 @@ PhaseTrack HumFitter::findConstantTrack(const HarmonicLines& lines) const
     const PhaseTrack nominal(fundamental);
     PhaseTrack best = nominal;
     double most = -std::numeric_limits<double>::infinity();
-    const std::vector<char> isSkipped(static_cast<std::size_t>(lines.numFrames));
+    const Series<char> isSkipped(static_cast<std::size_t>(lines.numFrames));
     for (const double deviation :
          findConstantDeviations(keepHarmonics(lines, searchHarmonics), fundamental))
     {

@@ -83,7 +83,7 @@ const Segment& HumModel::getSegment(int frame) const
 /// change in them.
 HumModel::Aligned HumModel::align() const
 {
-    Aligned aligned{lines, std::vector<char>(static_cast<std::size_t>(lines.numFrames))};
+    Aligned aligned{lines, Series<char>(static_cast<std::size_t>(lines.numFrames))};
     for (const Segment& segment : segments)
     {
         for (int frame = segment.first; frame < segment.last; ++frame)
@@ -138,9 +138,9 @@ void HumModel::updateAmplitudes()
 }
 
 /// Radians by which the track runs ahead of a constant frequency, per frame.
-std::vector<double> HumModel::getLead(double meanFrequency) const
+Series<double> HumModel::getLead(double meanFrequency) const
 {
-    std::vector<double> lead;
+    Series<double> lead;
     const double start = track.getPhase(lines.firstTime);
     for (int frame = 0; frame < lines.numFrames; ++frame)
         lead.push_back(2.0 * pi *
@@ -167,7 +167,7 @@ void HumModel::moveLeapsToSegments(SmoothPath& path)
 HumModel HumModel::followMotion(bool hasGain) const
 {
     const Aligned& aligned = prepare().aligned;
-    std::vector<int> restarts;
+    Series<int> restarts;
     for (std::size_t i = 1; i < segments.size(); ++i)
         restarts.push_back(segments[i].first);
     double meanFrequency = 0.0;
@@ -179,8 +179,8 @@ HumModel HumModel::followMotion(bool hasGain) const
     model.prepared.reset();
     model.wander = motion.phase.wander;
     model.moveLeapsToSegments(motion.phase);
-    std::vector<double> phases;
-    std::vector<double> frequencies;
+    Series<double> phases;
+    Series<double> frequencies;
     const double start = track.getPhase(lines.firstTime);
     for (int frame = 0; frame < lines.numFrames; ++frame)
     {
@@ -204,10 +204,10 @@ void HumModel::setTrack(PhaseTrack newTrack)
 void HumModel::takeNoiseFromResidual()
 {
     const Aligned& aligned = prepare().aligned;
-    std::vector<char> isSkipped = aligned.isSkipped;
+    Series<char> isSkipped = aligned.isSkipped;
     for (const int jump : smooth.jumps)
         isSkipped[jump - 1] = isSkipped[jump] = 1;
-    std::vector<double> residual(readNoise.size());
+    Series<double> residual(readNoise.size());
     for (int frame = 0; frame < lines.numFrames; ++frame)
     {
         const double gain = std::exp(2.0 * logGain[frame]);
@@ -250,13 +250,13 @@ HumModel HumModel::moveTo(HarmonicLines otherLines) const
     return model;
 }
 
-std::vector<int> HumModel::getChanges() const
+Series<int> HumModel::getChanges() const
 {
-    std::vector<int> changes;
+    Series<int> changes;
     for (std::size_t i = 1; i < segments.size(); ++i)
         changes.push_back(segments[i].first);
     // A jump beside a change is the same event, seen twice.
-    const std::vector<int> found = changes;
+    const Series<int> found = changes;
     for (const int jump : smooth.jumps)
         if (std::none_of(found.begin(), found.end(),
                          [jump](int change) { return std::abs(change - jump) <= sameEvent; }))
@@ -265,7 +265,7 @@ std::vector<int> HumModel::getChanges() const
     return changes;
 }
 
-std::vector<Complex> HumModel::getAmplitudes() const
+Series<Complex> HumModel::getAmplitudes() const
 {
     HarmonicLines result = lines;
     result.amplitudes = smooth.amplitudes;

@@ -3,6 +3,7 @@
 #include "dsp/precise/ChangeFinder.h"
 #include "dsp/precise/CommonMotion.h"
 #include "dsp/precise/LineReader.h"
+#include "dsp/precise/Series.h"
 
 #include <memory>
 
@@ -22,9 +23,9 @@ public:
 
     const HarmonicLines& getLines() const { return lines; }
 
-    const std::vector<Segment>& getSegments() const { return segments; }
+    const Series<Segment>& getSegments() const { return segments; }
 
-    const std::vector<double>& getLogGain() const { return logGain; }
+    const Series<double>& getLogGain() const { return logGain; }
 
     const SmoothAmplitudes& getSmooth() const { return smooth; }
 
@@ -64,16 +65,16 @@ public:
     HumModel moveTo(HarmonicLines otherLines) const;
 
     /// Frames before which the hum changes at once, in order.
-    std::vector<int> getChanges() const;
+    Series<int> getChanges() const;
 
     /// Amplitude of a line with gain and phase of its segment, against the track.
-    std::vector<Complex> getAmplitudes() const;
+    Series<Complex> getAmplitudes() const;
 
 private:
     struct Aligned
     {
         HarmonicLines lines;
-        std::vector<char> isSkipped;
+        Series<char> isSkipped;
     };
 
     /// What is derived from the members below until one of them changes.
@@ -88,16 +89,16 @@ private:
     const Prepared& prepare() const;
 
     Aligned align() const;
-    std::vector<double> getLead(double meanFrequency) const;
+    Series<double> getLead(double meanFrequency) const;
     void moveLeapsToSegments(SmoothPath& path);
     void setTrack(PhaseTrack newTrack);
     const Segment& getSegment(int frame) const;
 
     PhaseTrack track;
     HarmonicLines lines;
-    std::vector<double> readNoise;
-    std::vector<Segment> segments;
-    std::vector<double> logGain;
+    Series<double> readNoise;
+    Series<Segment> segments;
+    Series<double> logGain;
     SmoothAmplitudes smooth;
     double wander = 0.0;
     mutable std::shared_ptr<const Prepared> prepared;

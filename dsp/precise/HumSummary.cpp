@@ -23,16 +23,16 @@ constexpr double steadyLogGain = 0.115;
 constexpr double noiseBandwidth = 1.5;
 
 template <typename Value>
-std::vector<double> collect(const std::vector<HumMoment>& course, const Value& value)
+Series<double> collect(const Series<HumMoment>& course, const Value& value)
 {
-    std::vector<double> values;
+    Series<double> values;
     for (const HumMoment& moment : course)
         if (moment.isOn)
             values.push_back(value(moment));
     return values;
 }
 
-double getMean(const std::vector<double>& values)
+double getMean(const Series<double>& values)
 {
     double sum = 0.0;
     for (const double value : values)
@@ -40,7 +40,7 @@ double getMean(const std::vector<double>& values)
     return values.empty() ? 0.0 : sum / static_cast<double>(values.size());
 }
 
-double getDeviation(const std::vector<double>& values)
+double getDeviation(const Series<double>& values)
 {
     const double mean = getMean(values);
     double sum = 0.0;
@@ -102,14 +102,14 @@ void HumSummary::addCourse(const HumModel& model, double start, double from, dou
 void HumSummary::addLines(const HumModel& model, double start, double from, double to)
 {
     const HarmonicLines& lines = model.getLines();
-    const std::vector<Complex> amplitudes = model.getAmplitudes();
+    const Series<Complex> amplitudes = model.getAmplitudes();
     channels.resize(static_cast<std::size_t>(lines.numChannels));
     const double share = std::min(1.0, (to - from) / (lines.numFrames * lines.frameTime));
     for (int line = 0; line < lines.getNumLines(); ++line)
     {
         if (model.getSmooth().isPresent[line] == 0)
             continue;
-        std::vector<Line>& channel = channels[line / lines.numHarmonics];
+        Series<Line>& channel = channels[line / lines.numHarmonics];
         const int harmonic = lines.getHarmonic(line);
         if (static_cast<int>(channel.size()) < harmonic)
             channel.resize(static_cast<std::size_t>(harmonic));
@@ -147,20 +147,20 @@ double HumSummary::getUncertainty() const
 
 double HumSummary::getLowestFrequency() const
 {
-    const std::vector<double> values = collect(course, getFrequency);
+    const Series<double> values = collect(course, getFrequency);
     return values.empty() ? 0.0 : *std::min_element(values.begin(), values.end());
 }
 
 double HumSummary::getHighestFrequency() const
 {
-    const std::vector<double> values = collect(course, getFrequency);
+    const Series<double> values = collect(course, getFrequency);
     return values.empty() ? 0.0 : *std::max_element(values.begin(), values.end());
 }
 
 double HumSummary::getDrift() const
 {
-    const std::vector<double> frequencies = collect(course, getFrequency);
-    const std::vector<double> times =
+    const Series<double> frequencies = collect(course, getFrequency);
+    const Series<double> times =
         collect(course, [](const HumMoment& moment) { return moment.time; });
     const double meanFrequency = getMean(frequencies);
     const double meanTime = getMean(times);
@@ -194,9 +194,9 @@ HumKind HumSummary::getKind() const
                                                                   : HumKind::Steady;
 }
 
-std::vector<HarmonicSummary> HumSummary::getHarmonics() const
+Series<HarmonicSummary> HumSummary::getHarmonics() const
 {
-    std::vector<HarmonicSummary> harmonics;
+    Series<HarmonicSummary> harmonics;
     for (std::size_t channel = 0; channel < channels.size(); ++channel)
         for (std::size_t i = 0; i < channels[channel].size(); ++i)
         {

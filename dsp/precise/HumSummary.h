@@ -1,8 +1,7 @@
 #pragma once
 
 #include "dsp/precise/HumModel.h"
-
-#include <vector>
+#include "dsp/precise/Series.h"
 
 namespace orvo::audio::precise
 {
@@ -71,13 +70,13 @@ public:
     double getDrift() const;
 
     /// Times in seconds at which the hum changes at once.
-    const std::vector<double>& getChanges() const { return changes; }
+    const Series<double>& getChanges() const { return changes; }
 
     /// The course, a point every fifth of a second or so.
-    const std::vector<HumMoment>& getCourse() const { return course; }
+    const Series<HumMoment>& getCourse() const { return course; }
 
     /// Harmonics with hum, by channel and number.
-    std::vector<HarmonicSummary> getHarmonics() const;
+    Series<HarmonicSummary> getHarmonics() const;
 
 private:
     struct Line
@@ -91,9 +90,9 @@ private:
     void addCourse(const HumModel& model, double start, double from, double to);
     void addLines(const HumModel& model, double start, double from, double to);
 
-    std::vector<HumMoment> course;
-    std::vector<double> changes;
-    std::vector<std::vector<Line>> channels; // [channel][harmonic - 1]
+    Series<HumMoment> course;
+    Series<double> changes;
+    Series<Series<Line>> channels; // [channel][harmonic - 1]
     double secondsOfHum = 0.0;
     double secondsOfBursts = 0.0;
     double information = 0.0; // of the phase, per radian squared

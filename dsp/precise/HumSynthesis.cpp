@@ -27,17 +27,17 @@ class Waves
 public:
     Waves(int numHarmonics, int sizeToUse)
         : size(sizeToUse)
-        , cosines(static_cast<std::size_t>(numHarmonics) * sizeToUse)
+        , cosines(indexOf(numHarmonics, sizeToUse))
         , sines(cosines.size())
     {
-        std::vector<Complex> circle;
+        Series<Complex> circle;
         for (int i = 0; i < size; ++i)
             circle.push_back(std::polar(1.0, 2.0 * std::numbers::pi * i / size));
         for (int h = 1; h <= numHarmonics; ++h)
             for (int i = 0; i < size; ++i)
             {
-                const Complex value = circle[static_cast<std::size_t>(i) * h % size];
-                const std::size_t at = static_cast<std::size_t>(h - 1) * size + i;
+                const Complex value = circle[indexOf(i, h) % static_cast<std::size_t>(size)];
+                const std::size_t at = indexOf(h - 1, size, i);
                 cosines[at] = static_cast<float>(value.real());
                 sines[at] = static_cast<float>(value.imag());
             }
@@ -49,16 +49,16 @@ public:
     {
         const auto real = static_cast<float>(amplitude.real());
         const auto imaginary = static_cast<float>(amplitude.imag());
-        const float* const c = &cosines[static_cast<std::size_t>(harmonic - 1) * size];
-        const float* const s = &sines[static_cast<std::size_t>(harmonic - 1) * size];
+        const float* const c = &cosines[indexOf(harmonic - 1, size)];
+        const float* const s = &sines[indexOf(harmonic - 1, size)];
         for (int i = 0; i < size; ++i)
             values[i] += real * c[i] - imaginary * s[i];
     }
 
 private:
     int size;
-    std::vector<float> cosines;
-    std::vector<float> sines;
+    Series<float> cosines;
+    Series<float> sines;
 };
 
 int findTableSize(int numHarmonics)
@@ -78,7 +78,7 @@ struct Place
 
 /// Cubic interpolation through four points (Catmull and Rom, "A class of local interpolating
 /// splines", 1974); the table starts one point early.
-float read(const std::vector<float>& table, Place place)
+float read(const Series<float>& table, Place place)
 {
     const float* const y = &table[place.point];
     const float d = place.share;
@@ -105,13 +105,13 @@ public:
         , amplitudes(modelToUse.getAmplitudes())
         , highest(findHighest())
         , waves(highest, findTableSize(highest))
-        , hum(view.channels.size(), std::vector<float>(static_cast<std::size_t>(view.numSamples)))
+        , hum(view.channels.size(), Series<float>(static_cast<std::size_t>(view.numSamples)))
     {
     }
 
-    std::vector<std::vector<float>> play()
+    Series<Series<float>> play()
     {
-        const std::vector<Part> parts = findParts();
+        const Series<Part> parts = findParts();
         int from = 0;
         for (std::size_t i = 0; i < parts.size(); ++i)
         {
@@ -134,9 +134,9 @@ private:
         return found;
     }
 
-    std::vector<Part> findParts() const
+    Series<Part> findParts() const
     {
-        std::vector<Part> parts;
+        Series<Part> parts;
         int first = 0;
         for (const int change : model.getChanges())
         {
@@ -147,10 +147,10 @@ private:
         return parts;
     }
 
-    std::vector<float> makeTable(int frame, int channel) const
+    Series<float> makeTable(int frame, int channel) const
     {
         const int size = waves.getSize();
-        std::vector<float> table(static_cast<std::size_t>(size) + 3);
+        Series<float> table(static_cast<std::size_t>(size) + 3);
         for (int h = 1; h <= highest; ++h)
         {
             const Complex amplitude =
@@ -167,8 +167,8 @@ private:
     /// Renders a part's hum for samples from `from` to before `to`, also outside of its frames.
     void render(Part part, int channel, int from, int to, float* result) const
     {
-        std::vector<float> now;
-        std::vector<float> next;
+        Series<float> now;
+        Series<float> next;
         int held = -1;
         for (int start = from; start < to;)
         {
@@ -200,7 +200,7 @@ private:
         return std::max(start + 1, static_cast<int>(std::ceil(time)));
     }
 
-    void renderChunk(const std::vector<float>& now, const std::vector<float>& next, double share,
+    void renderChunk(const Series<float>& now, const Series<float>& next, double share,
                      double shareStep, int start, int count, float* result) const
     {
         std::array<double, chunk> phases{};
@@ -208,7 +208,7 @@ private:
                                    phases.data());
         for (int i = 0; i < count; ++i)
         {
-            const double point = phases[i] * waves.getSize();
+            const double point = phases[static_cast<std::size_t>(i)] * waves.getSize();
             const auto whole = static_cast<int>(point);
             const Place place{whole, static_cast<float>(point - whole)};
             const auto weight = static_cast<float>(std::clamp(share + i * shareStep, 0.0, 1.0));
@@ -225,16 +225,16 @@ private:
         const int first = std::clamp(static_cast<int>(middle - reach), from, view.numSamples);
         const int last = std::clamp(static_cast<int>(middle + reach), first, view.numSamples);
         const auto count = static_cast<std::size_t>(last - first);
-        std::vector<double> gains(count);
-        std::vector<float> old(count);
-        std::vector<float> fresh(count);
+        Series<double> gains(count);
+        Series<float> old(count);
+        Series<float> fresh(count);
         for (int channel = 0; channel < lines.numChannels; ++channel)
         {
             render(before, channel, first, last, old.data());
             render(after, channel, first, last, fresh.data());
             for (std::size_t i = 0; i < count; ++i)
             {
-                const float sample = view.channels[channel][first + i];
+                const float sample = view.channels[channel][first + static_cast<int>(i)];
                 const double remainsOld = sample - old[i];
                 const double remainsFresh = sample - fresh[i];
                 gains[i] += remainsOld * remainsOld - remainsFresh * remainsFresh;
@@ -243,7 +243,7 @@ private:
         return first + findSmallestSum(gains);
     }
 
-    static int findSmallestSum(const std::vector<double>& values)
+    static int findSmallestSum(const Series<double>& values)
     {
         double sum = 0.0;
         double smallest = 0.0;
@@ -263,15 +263,15 @@ private:
     const HumModel& model;
     const HarmonicLines& lines;
     const ChannelView& view;
-    std::vector<Complex> amplitudes;
+    Series<Complex> amplitudes;
     int highest; // harmonic
     Waves waves;
-    std::vector<std::vector<float>> hum;
+    Series<Series<float>> hum;
 };
 
 } // namespace
 
-std::vector<std::vector<float>> synthesise(const HumModel& model, const ChannelView& view)
+Series<Series<float>> synthesise(const HumModel& model, const ChannelView& view)
 {
     return Synthesis(model, view).play();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dsp/precise/HumModel.h"
+#include "dsp/precise/Series.h"
 
 namespace orvo::audio::precise
 {
@@ -9,6 +10,6 @@ namespace orvo::audio::precise
 /// a table of one period, which is read along the track; between frames the two nearest are
 /// blended. Where the hum changes at once the tables switch at the sample after which least energy
 /// remains in the sound. Gives one run of samples per channel, the length of the stretch.
-std::vector<std::vector<float>> synthesise(const HumModel& model, const ChannelView& view);
+Series<Series<float>> synthesise(const HumModel& model, const ChannelView& view);
 
 } // namespace orvo::audio::precise

@@ -51,9 +51,9 @@ double getKernelTransform(int sample, int size)
     return taps * value / getBesselI0(kernelShape);
 }
 
-std::vector<float> makeKernel()
+Series<float> makeKernel()
 {
-    std::vector<float> kernel;
+    Series<float> kernel;
     for (int step = 0; step <= tableSteps; ++step)
         for (int tap = 0; tap < taps; ++tap)
         {

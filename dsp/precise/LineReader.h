@@ -2,6 +2,7 @@
 
 #include "dsp/precise/HarmonicLines.h"
 #include "dsp/precise/PhaseTrack.h"
+#include "dsp/precise/Series.h"
 #include "dsp/signal/FourierTransform.h"
 
 namespace orvo::audio::precise
@@ -10,7 +11,7 @@ namespace orvo::audio::precise
 /// Channels of equal length; the samples belong to somebody else.
 struct ChannelView
 {
-    std::vector<const float*> channels;
+    Series<const float*> channels;
     int numSamples = 0;
     double sampleRate = 0.0;
 };
@@ -68,9 +69,9 @@ private:
     int half;
     int size;
     double scale;
-    std::vector<float> window;
-    std::vector<float> kernel;
-    std::vector<double> beside;
+    Series<float> window;
+    Series<float> kernel;
+    Series<double> beside;
     FourierTransform transform;
     Signal32 frame;
     ComplexSignal32 spectrum;

@@ -27,8 +27,8 @@ struct State
 
 struct Filtered
 {
-    std::vector<State> states;
-    std::vector<State> predictions;
+    Series<State> states;
+    Series<State> predictions;
     double likelihood = -std::numeric_limits<double>::infinity();
     double wander = 0.0;
 };
@@ -60,8 +60,8 @@ double update(State& s, double measured, double variance)
     return -0.5 * std::log(total) - 0.5 * (freedom + 1.0) * std::log1p(ratio / freedom);
 }
 
-Filtered filter(const std::vector<double>& measured, const std::vector<double>& variances,
-                const std::vector<char>& isRestarted, double frameTime, double wander)
+Filtered filter(const Series<double>& measured, const Series<double>& variances,
+                const Series<char>& isRestarted, double frameTime, double wander)
 {
     Filtered result;
     result.wander = wander;
@@ -102,8 +102,8 @@ State smoothOne(const State& s, const State& prediction, const State& next, doub
 
 } // namespace
 
-SmoothPath smoothPath(const std::vector<double>& measured, const std::vector<double>& variances,
-                      const std::vector<char>& isRestarted, double frameTime, int largestExponent)
+SmoothPath smoothPath(const Series<double>& measured, const Series<double>& variances,
+                      const Series<char>& isRestarted, double frameTime, int largestExponent)
 {
     Filtered best;
     for (int exponent = smallestExponent; exponent <= largestExponent; ++exponent)

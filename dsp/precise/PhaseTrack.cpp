@@ -14,8 +14,8 @@ PhaseTrack::PhaseTrack(double fundamental)
 {
 }
 
-PhaseTrack::PhaseTrack(double first, double step, std::vector<double> phasesToUse,
-                       std::vector<double> frequenciesToUse)
+PhaseTrack::PhaseTrack(double first, double step, Series<double> phasesToUse,
+                       Series<double> frequenciesToUse)
     : firstTime(first)
     , frameTime(step)
     , phases(std::move(phasesToUse))
@@ -24,9 +24,9 @@ PhaseTrack::PhaseTrack(double first, double step, std::vector<double> phasesToUs
 }
 
 PhaseTrack PhaseTrack::fromFrequencies(double firstTime, double frameTime,
-                                       std::vector<double> frequencies)
+                                       Series<double> frequencies)
 {
-    std::vector<double> phases(frequencies.size());
+    Series<double> phases(frequencies.size());
     for (std::size_t k = 1; k < phases.size(); ++k)
         phases[k] = phases[k - 1] + 0.5 * (frequencies[k] + frequencies[k - 1]) * frameTime;
     return {firstTime, frameTime, std::move(phases), std::move(frequencies)};

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <vector>
+#include "dsp/precise/Series.h"
 
 namespace orvo::audio::precise
 {
@@ -14,12 +14,12 @@ public:
     explicit PhaseTrack(double fundamental);
 
     /// Phases in cycles and frequencies in Hz at `firstTime` + k `frameTime` seconds; at least one.
-    PhaseTrack(double firstTime, double frameTime, std::vector<double> phases,
-               std::vector<double> frequencies);
+    PhaseTrack(double firstTime, double frameTime, Series<double> phases,
+               Series<double> frequencies);
 
     /// Frequencies in Hz at frames; the phase is their integral.
     static PhaseTrack fromFrequencies(double firstTime, double frameTime,
-                                      std::vector<double> frequencies);
+                                      Series<double> frequencies);
 
     /// Cycles at `time` in seconds.
     double getPhase(double time) const;
@@ -44,8 +44,8 @@ private:
 
     double firstTime = 0.0;
     double frameTime = 1.0;
-    std::vector<double> phases;
-    std::vector<double> frequencies;
+    Series<double> phases;
+    Series<double> frequencies;
 };
 
 } // namespace orvo::audio::precise

@@ -30,7 +30,7 @@ constexpr double surveyMargin = 2.0 * 1.4 * 13.0;
 /// that of any other range.
 constexpr double decisiveScore = 0.5;
 
-double getHighest(const std::vector<FundamentalRange>& ranges)
+double getHighest(const Series<FundamentalRange>& ranges)
 {
     double highest = 0.0;
     for (const FundamentalRange& range : ranges)
@@ -79,10 +79,9 @@ void HumSurvey::measure(bool isLast)
     while (buffers.front().size() >= length || (isLast && !buffers.front().empty()))
     {
         const std::size_t count = std::min(length, buffers.front().size());
-        for (std::vector<float>& buffer : buffers)
+        for (Series<float>& buffer : buffers)
         {
-            const std::vector<float> window =
-                decimator.process(buffer.data(), static_cast<int>(count));
+            const Series<float> window = decimator.process(buffer.data(), static_cast<int>(count));
             detector.addWindow(window.data(), static_cast<int>(window.size()));
             buffer.erase(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(count));
         }
@@ -92,7 +91,7 @@ void HumSurvey::measure(bool isLast)
 PreciseSettings HumSurvey::finish()
 {
     measure(true);
-    const std::vector<CombPeak> peaks = detector.getPeaks();
+    const Series<CombPeak> peaks = detector.getPeaks();
     const auto isInside = [](const FundamentalRange& range, const CombPeak& peak)
     { return peak.fundamental >= range.lowest && peak.fundamental <= range.highest; };
     const auto best = std::find_if(settings.ranges.begin(), settings.ranges.end(),
@@ -140,7 +139,7 @@ PreciseRemover::Stretch PreciseRemover::analyse(int first, int count) const
     ChannelView view{{}, count, sampleRate};
     for (const auto& buffer : buffers)
         view.channels.push_back(buffer.data() + first);
-    std::vector<std::vector<float>> mended;
+    Series<Series<float>> mended;
     if (!isAllSound(view))
         for (const float*& samples : view.channels)
         {
@@ -207,8 +206,7 @@ void PreciseRemover::crossfade(Stretch& stretch, int start) const
     if (stretch.hum.empty() && tail.front().empty())
         return;
     if (stretch.hum.empty())
-        stretch.hum.assign(buffers.size(),
-                           std::vector<float>(static_cast<std::size_t>(stretch.length)));
+        stretch.hum.assign(buffers.size(), Series<float>(static_cast<std::size_t>(stretch.length)));
     const int count = std::min(fade, stretch.length - start);
     for (std::size_t channel = 0; channel < buffers.size(); ++channel)
         for (int i = 0; i < count; ++i)
@@ -232,14 +230,14 @@ void PreciseRemover::keepTail(const Stretch& stretch, int start)
 
 void PreciseRemover::send(Stretch& stretch, int start, int end)
 {
-    const std::vector<float> nothing(stretch.hum.empty() ? chunk : 0);
+    const Series<float> nothing(stretch.hum.empty() ? chunk : 0);
     for (auto& values : stretch.hum)
         for (float& value : values)
             value *= static_cast<float>(settings.strength);
     for (; start < end; start += chunk)
     {
-        std::vector<const float*> samples;
-        std::vector<const float*> hum;
+        Series<const float*> samples;
+        Series<const float*> hum;
         for (std::size_t channel = 0; channel < buffers.size(); ++channel)
         {
             samples.push_back(buffers[channel].data() + delivered);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dsp/precise/HumSummary.h"
+#include "dsp/precise/Series.h"
 #include "dsp/precise/StretchRemover.h"
 
 #include <cstdint>
@@ -13,7 +14,7 @@ namespace orvo::audio::precise
 /// What precise removal looks for and how much of it is taken off.
 struct PreciseSettings
 {
-    std::vector<FundamentalRange> ranges{{48.75, 51.25}, {58.5, 61.5}};
+    Series<FundamentalRange> ranges{{48.75, 51.25}, {58.5, 61.5}};
     int mostHarmonics = 200;
     bool distrustsOthers = true; ///< as in StretchSettings
     double strength = 1.0;       ///< share of the copy that is subtracted, 0 to 1
@@ -39,7 +40,7 @@ private:
     PreciseSettings settings;
     int factor;
     CombDetector detector;
-    std::vector<std::vector<float>> buffers;
+    Series<Series<float>> buffers;
 };
 
 /// Second reading: removes hum from a recording of any length, by overlapping stretches of 45
@@ -73,7 +74,7 @@ private:
         int first; // in the buffer
         int length;
         StretchResult result;
-        std::vector<std::vector<float>> hum; // empty without hum
+        Series<Series<float>> hum; // empty without hum
     };
 
     int getBuffered() const { return static_cast<int>(buffers.front().size()); }
@@ -98,10 +99,10 @@ private:
     int length; // of a stretch, samples
     int overlap;
     int fade;
-    std::int64_t position = 0;               // of the buffers' first sample
-    int delivered = 0;                       // samples of the buffers that went to the sink
-    std::vector<std::vector<float>> buffers; // as they came in
-    std::vector<std::vector<float>> tail;    // hum of the stretch before, over the fade
+    std::int64_t position = 0;     // of the buffers' first sample
+    int delivered = 0;             // samples of the buffers that went to the sink
+    Series<Series<float>> buffers; // as they came in
+    Series<Series<float>> tail;    // hum of the stretch before, over the fade
     bool hasTail = false;
 };
 

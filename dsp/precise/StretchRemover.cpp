@@ -66,7 +66,7 @@ constexpr double loudestShare = 10.0;
 /// A low-rate copy of a view, which owns its samples.
 struct LowRateCopy
 {
-    std::vector<std::vector<float>> samples;
+    Series<Series<float>> samples;
     ChannelView view;
 };
 
@@ -86,8 +86,7 @@ LowRateCopy makeLowRateCopy(const ChannelView& view, double highestFundamental)
     return copy;
 }
 
-std::vector<CombPeak> findPeaks(const ChannelView& view,
-                                const std::vector<FundamentalRange>& ranges)
+Series<CombPeak> findPeaks(const ChannelView& view, const Series<FundamentalRange>& ranges)
 {
     CombDetector detector(view.sampleRate, ranges);
     for (const float* const samples : view.channels)
@@ -98,10 +97,10 @@ std::vector<CombPeak> findPeaks(const ChannelView& view,
 }
 
 /// The best peaks, and the mains frequencies: hum of one line makes no comb.
-std::vector<double> chooseCandidates(const std::vector<CombPeak>& peaks,
-                                     const std::vector<FundamentalRange>& ranges)
+Series<double> chooseCandidates(const Series<CombPeak>& peaks,
+                                const Series<FundamentalRange>& ranges)
 {
-    std::vector<double> candidates;
+    Series<double> candidates;
     const auto add = [&candidates](double fundamental)
     {
         if (std::none_of(candidates.begin(), candidates.end(),
@@ -141,10 +140,10 @@ double getSpread(const HumModel& model)
 }
 
 /// Evidence of each harmonic in the channel where it is clearest, the first at 0.
-std::vector<double> collectEvidence(const HumModel& model)
+Series<double> collectEvidence(const HumModel& model)
 {
     const HarmonicLines& lines = model.getLines();
-    std::vector<double> evidence(static_cast<std::size_t>(lines.numHarmonics));
+    Series<double> evidence(static_cast<std::size_t>(lines.numHarmonics));
     for (int line = 0; line < lines.getNumLines(); ++line)
         if (model.getSmooth().isPresent[line] != 0)
         {
@@ -156,7 +155,7 @@ std::vector<double> collectEvidence(const HumModel& model)
 
 /// Whether nearly all that stands out are multiples of one harmonic: then that is a note which a
 /// fraction of itself was found to fit. Rectifiers leave the even harmonics of mains alone.
-bool isNoteOnComb(const std::vector<double>& evidence, bool isBesideMains)
+bool isNoteOnComb(const Series<double>& evidence, bool isBesideMains)
 {
     const auto count = static_cast<int>(evidence.size());
     const auto sumOfMultiples = [&](int step)
@@ -174,11 +173,11 @@ bool isNoteOnComb(const std::vector<double>& evidence, bool isBesideMains)
 }
 
 /// Mean power of each harmonic in the channel where it is loudest, the first at 0.
-std::vector<double> collectPowers(const HumModel& model)
+Series<double> collectPowers(const HumModel& model)
 {
     const HarmonicLines& lines = model.getLines();
-    const std::vector<Complex> amplitudes = model.getAmplitudes();
-    std::vector<double> powers(static_cast<std::size_t>(lines.numHarmonics));
+    const Series<Complex> amplitudes = model.getAmplitudes();
+    Series<double> powers(static_cast<std::size_t>(lines.numHarmonics));
     for (int line = 0; line < lines.getNumLines(); ++line)
     {
         double sum = 0.0;
@@ -193,7 +192,7 @@ std::vector<double> collectPowers(const HumModel& model)
 /// A high harmonic that is far louder than all low ones is a note.
 void leaveOutNotes(HumModel& model)
 {
-    const std::vector<double> powers = collectPowers(model);
+    const Series<double> powers = collectPowers(model);
     const auto count = static_cast<int>(powers.size());
     const double loudest =
         *std::max_element(powers.begin(), powers.begin() + std::min(lowHarmonics, count));
@@ -240,8 +239,8 @@ bool isLasting(const HumModel& model)
 bool isBursts(const HumModel& model)
 {
     const HarmonicLines& lines = model.getLines();
-    const std::vector<Complex> amplitudes = model.getAmplitudes();
-    std::vector<double> power(burstPoints);
+    const Series<Complex> amplitudes = model.getAmplitudes();
+    Series<double> power(burstPoints);
     for (int channel = 0; channel < lines.numChannels; ++channel)
         for (int point = 0; point < burstPoints; ++point)
         {
@@ -306,7 +305,7 @@ bool StretchRemover::isHum(const HumModel& model, const ChannelView& view) const
     if (settings.distrustsOthers && getMainsOffset(getMeanFrequency(model)) > mainsOffset &&
         share < mainShare && !isLasting(model))
         return false;
-    const std::vector<double> evidence = collectEvidence(model);
+    const Series<double> evidence = collectEvidence(model);
     const double largest = *std::max_element(evidence.begin(), evidence.end());
     const double rest = std::accumulate(evidence.begin(), evidence.end(), 0.0) - largest;
     const HarmonicLines& lines = model.getLines();
@@ -349,7 +348,7 @@ StretchResult StretchRemover::analyse(const ChannelView& view) const
     for (const FundamentalRange& range : settings.ranges)
         highest = std::max(highest, range.highest);
     const LowRateCopy copy = makeLowRateCopy(view, highest);
-    const std::vector<CombPeak> peaks = findPeaks(copy.view, settings.ranges);
+    const Series<CombPeak> peaks = findPeaks(copy.view, settings.ranges);
     StretchResult result{peaks.front().fundamental, peaks.front().score, false, {}};
     for (const double fundamental : chooseCandidates(peaks, settings.ranges))
     {

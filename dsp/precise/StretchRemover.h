@@ -2,6 +2,7 @@
 
 #include "dsp/precise/CombDetector.h"
 #include "dsp/precise/HumModel.h"
+#include "dsp/precise/Series.h"
 
 #include <optional>
 
@@ -11,7 +12,7 @@ namespace orvo::audio::precise
 /// What is looked for in a stretch.
 struct StretchSettings
 {
-    std::vector<FundamentalRange> ranges{{48.75, 51.25}, {58.5, 61.5}};
+    Series<FundamentalRange> ranges{{48.75, 51.25}, {58.5, 61.5}};
     int mostHarmonics = 200;
 
     /// Hum beside the mains frequencies, as on tapes, must be there all the time to be told from

@@ -154,9 +154,9 @@ namespace orvo::audio::precise
 
 HWY_EXPORT(getWalkLikelihoodsKernel);
 
-std::vector<PerWalkSize> getWalkLikelihoods(const std::vector<LineWalk>& lines)
+Series<PerWalkSize> getWalkLikelihoods(const Series<LineWalk>& lines)
 {
-    std::vector<PerWalkSize> likelihoods(lines.size());
+    Series<PerWalkSize> likelihoods(lines.size());
     for (std::size_t i = 0; i < lines.size(); i += 2)
     {
         const std::size_t next = std::min(i + 1, lines.size() - 1);

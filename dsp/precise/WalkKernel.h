@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dsp/precise/HarmonicLines.h"
+#include "dsp/precise/Series.h"
 
 #include <array>
 
@@ -35,6 +36,6 @@ struct LineWalk
 /// Logarithms of the likelihood of a line for every size of the walk: a Kalman filter with noise of
 /// Student's t distribution for each. Skipped frames count as if there were no hum in them, so that
 /// results with different ones can be compared. All lines have the same number of frames.
-std::vector<PerWalkSize> getWalkLikelihoods(const std::vector<LineWalk>& lines);
+Series<PerWalkSize> getWalkLikelihoods(const Series<LineWalk>& lines);
 
 } // namespace orvo::audio::precise

@@ -6,9 +6,9 @@
 namespace orvo::audio::precise
 {
 
-std::vector<double> makeHannWindow(int length)
+Series<double> makeHannWindow(int length)
 {
-    std::vector<double> window(static_cast<std::size_t>(length));
+    Series<double> window(static_cast<std::size_t>(length));
     for (int i = 0; i < length; ++i)
         window[i] = 0.5 - 0.5 * std::cos(2.0 * std::numbers::pi * (i + 1) / (length + 1));
     return window;

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <vector>
+#include "dsp/precise/Series.h"
 
 namespace orvo::audio::precise
 {
 
 /// Hann window of `length` values, none of which is 0: the zeros lie one step outside.
-std::vector<double> makeHannWindow(int length);
+Series<double> makeHannWindow(int length);
 
 /// Modified Bessel function of the first kind of order 0, by its power series (Abramowitz and
 /// Stegun, "Handbook of Mathematical Functions", 9.6.12). The library's own sets a global variable

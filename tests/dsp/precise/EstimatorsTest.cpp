@@ -51,7 +51,8 @@ double getPlainLikelihood(const LineWalk& line, std::size_t size)
 }
 
 /// A frame's transform at a frequency, summed directly, in the units of the reader.
-Complex transform(const std::vector<float>& samples, int centre, double length, double frequency)
+Complex transform(const orvo::audio::precise::Series<float>& samples, int centre, double length,
+                  double frequency)
 {
     Complex sum;
     double weights = 0.0;
@@ -68,10 +69,10 @@ Complex transform(const std::vector<float>& samples, int centre, double length, 
 /// Level in dB of a tone after decimation by 6; `share` of half the new rate.
 double decimateTone(double share)
 {
-    std::vector<float> tone;
+    orvo::audio::precise::Series<float> tone;
     for (int i = 0; i < 6000; ++i)
         tone.push_back(static_cast<float>(std::sin(0.5 * fullTurn * share * i / 6.0 + 0.3)));
-    const std::vector<float> result = Decimator(6).process(tone.data(), 6000);
+    const orvo::audio::precise::Series<float> result = Decimator(6).process(tone.data(), 6000);
     return 20.0 * std::log10(*std::max_element(result.begin() + 30, result.end() - 30));
 }
 
@@ -81,17 +82,17 @@ TEST(WalkKernel, agreesWithThePlainFormForEveryInstructionSet)
 {
     constexpr std::size_t numLines = 5; // an odd one goes alone
     Dice dice;
-    std::vector<Complex> amplitudes;
-    std::vector<double> noise;
+    orvo::audio::precise::Series<Complex> amplitudes;
+    orvo::audio::precise::Series<double> noise;
     for (std::size_t i = 0; i < 203 * numLines; ++i)
     {
         noise.push_back(std::pow(10.0, dice.uniform(-9.0, -3.0)));
         amplitudes.push_back(0.01 + makeNoise(dice, noise.back()));
     }
-    std::vector<char> isSkipped(203);
-    std::vector<char> isJump(203);
+    orvo::audio::precise::Series<char> isSkipped(203);
+    orvo::audio::precise::Series<char> isJump(203);
     isJump[90] = isSkipped[30] = isSkipped[31] = 1;
-    std::vector<LineWalk> lines;
+    orvo::audio::precise::Series<LineWalk> lines;
     for (std::size_t line = 0; line < numLines; ++line)
         lines.push_back({&amplitudes[line],
                          &noise[line],
@@ -105,7 +106,7 @@ TEST(WalkKernel, agreesWithThePlainFormForEveryInstructionSet)
     forEachInstructionSet(
         [&]
         {
-            const std::vector<PerWalkSize> likelihoods = getWalkLikelihoods(lines);
+            const orvo::audio::precise::Series<PerWalkSize> likelihoods = getWalkLikelihoods(lines);
             for (std::size_t i = 0; i < numLines * numWalkSizes; ++i) // some thousands, rounded
                 EXPECT_NEAR(likelihoods[i % numLines][i / numLines],
                             getPlainLikelihood(lines[i % numLines], i / numLines), 1e-8);
@@ -115,16 +116,16 @@ TEST(WalkKernel, agreesWithThePlainFormForEveryInstructionSet)
 TEST(PathSmoother, findsAPathUnderNoiseWithOutliersAndALeap)
 {
     Dice dice;
-    std::vector<double> path;
-    std::vector<double> measured;
-    std::vector<char> isRestarted(400);
+    orvo::audio::precise::Series<double> path;
+    orvo::audio::precise::Series<double> measured;
+    orvo::audio::precise::Series<char> isRestarted(400);
     isRestarted[250] = 1;
     for (int k = 0; k < 400; ++k)
     {
         path.push_back(0.012 * k + 0.2 * std::sin(0.02 * k) + (k >= 250 ? 1.5 : 0.0));
         measured.push_back(path[k] + 0.1 * makeNormal(dice) + (k % 50 == 25 ? 8.0 : 0.0));
     }
-    const std::vector<double> variances(400, 0.01);
+    const orvo::audio::precise::Series<double> variances(400, 0.01);
     const SmoothPath smooth = smoothPath(measured, variances, isRestarted, 0.04, 2);
     // Some 60 frames tell each point: 0.1 becomes 0.013, several times that at ends and leap.
     for (int k = 0; k < 400; ++k)
@@ -141,7 +142,7 @@ TEST(PhaseTrack, isTheIntegralOfItsFrequencyAtOneAndAtManyTimes)
     const PhaseTrack bent(0.04, 0.08, {1e4, 1e4 + 4.1, 1e4 + 7.9}, {50.0, 51.0, 48.0});
     for (const PhaseTrack& track : {PhaseTrack(49.97), bent})
     {
-        std::vector<double> phases(1000);
+        orvo::audio::precise::Series<double> phases(1000);
         track.getPhases(-0.05, 3e-4, 1000, phases.data());
         for (int i = 0; i < 1000; ++i)
         {
@@ -160,7 +161,7 @@ TEST(LineReader, readsWhatADirectSumGivesAndThePowerOfNoise)
 {
     constexpr double f = 50.37 / 8000.0; // between bins
     Dice dice;
-    std::vector<float> samples;
+    orvo::audio::precise::Series<float> samples;
     for (int i = 0; i < 80000; ++i)
         samples.push_back(
             static_cast<float>(0.5 * std::cos(fullTurn * f * i + 1.0) + 0.01 * makeNormal(dice)));
@@ -220,7 +221,7 @@ TEST(ChangeFinder, findsALeapAndAnAbsenceToAFrame)
             lines.amplitudes[lines.at(frame, line)] =
                 makeNoise(dice, 1e-4) + std::polar(isOn ? 0.1 / (1 + line) : 0.0, phase);
         }
-    const std::vector<char> isSkipped(300);
+    const orvo::audio::precise::Series<char> isSkipped(300);
     const auto segments = findChanges(lines, AmplitudeSmoother(lines, isSkipped).smooth());
     ASSERT_EQ(segments.size(), 4U);
     for (std::size_t i = 0; i < 4; ++i)

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <concepts>
+#include <cstddef>
+#include <vector>
+
+namespace orvo::audio::precise
+{
+
+/// Place of a value in a table that is kept row by row.
+constexpr std::size_t indexOf(int row, int width, int column = 0)
+{
+    return static_cast<std::size_t>(row) * static_cast<std::size_t>(width) +
+           static_cast<std::size_t>(column);
+}
+
+/// A vector that is indexed by any integer: frames, lines and samples are counted by int, since
+/// their differences may be negative.
+template <typename T>
+class Series : public std::vector<T>
+{
+public:
+    using std::vector<T>::vector;
+
+    T& operator[](std::integral auto index)
+    {
+        return std::vector<T>::operator[](static_cast<std::size_t>(index));
+    }
+
+    const T& operator[](std::integral auto index) const
+    {
+        return std::vector<T>::operator[](static_cast<std::size_t>(index));
+    }
+};
+
+} // namespace orvo::audio::precise
