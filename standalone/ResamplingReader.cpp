@@ -1,5 +1,7 @@
 #include "standalone/ResamplingReader.h"
 
+#include "dsp/precise/Windows.h"
+
 #include <algorithm>
 #include <cmath>
 #include <numbers>
@@ -28,9 +30,7 @@ std::vector<float> makeKernel()
     {
         const double x = static_cast<double>(index) / entriesPerCrossing;
         const double angle = std::numbers::pi * x;
-        const double edge = x / crossings;
-        const double window = std::cyl_bessel_i(0.0, beta * std::sqrt(1.0 - edge * edge)) /
-                              std::cyl_bessel_i(0.0, beta);
+        const double window = orvo::audio::precise::getKaiserWindow(x / crossings, beta);
         kernel[static_cast<std::size_t>(index)] =
             static_cast<float>(std::sin(angle) / angle * window);
     }
