@@ -50,7 +50,6 @@ void BasePlugInProcessor::internalProcess(juce::AudioBuffer<float>& buffer, bool
     const orvo::audio::ScopedFlushToZero flushToZero;
     if (buffer.getNumSamples() == 0)
         return;
-    blocks.followTiming(getTotalNumOutputChannels());
     blocks.process(buffer, getTotalNumInputChannels(), getTotalNumOutputChannels(), isBypassed);
 }
 

@@ -115,7 +115,10 @@ TEST(InAHost, leavesTheHeapAloneFromTheFirstBlockOnWhateverTheMode)
                         for (int i = 0; i < numChannels * blockSize; ++i)
                             block.setSample(i % numChannels, i / numChannels,
                                             random.nextFloat() - 0.5F);
-                        plugIn.processBlock(block, midi);
+                        if (n / blockSize % 3 == 2)
+                            plugIn.processBlockBypassed(block, midi);
+                        else
+                            plugIn.processBlock(block, midi);
                     }
                     EXPECT_EQ(heap.getNumCalls(), 0) << numChannels << ", " << blockSize;
                     engine.setParameterValue(Kalimmer::AggressiveMode, nextMode, false);
