@@ -149,6 +149,9 @@ void BasePlugInProcessor::setCurrentProgramStateInformation(const void* data, in
     juce::MemoryInputStream stream(data, size > 0 ? static_cast<std::size_t>(size) : 0, false);
     setParameterSettings(stream);
     lastStateLoadTime = juce::Time::getMillisecondCounter();
+    // Hosts that prepare a plug-in before they restore it would go by the latency of its defaults.
+    const std::lock_guard lock(latencyGuard);
+    blocks.reportPresentLatency();
 }
 
 void BasePlugInProcessor::getParameterSettings(juce::OutputStream& stream)

@@ -288,6 +288,9 @@ private:
     std::atomic<int> currentProgram{0};
     std::atomic<juce::uint32> lastStateLoadTime{0};
 
+    /// Against two threads that report a latency, none of which is the audio thread.
+    std::mutex latencyGuard;
+
     mutable std::mutex settingsGuard;
     juce::MemoryBlock alternateSettings;
     juce::String currentPresetName;

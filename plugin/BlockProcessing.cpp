@@ -59,7 +59,8 @@ void BlockProcessing::prepare(const AudioFormat& input, const AudioFormat& outpu
     processor->reset();
     const Info info = processor->getProcessingInfo();
     queueDelay = info.processingLatency;
-    report(info);
+    extraLatency = info.additionalLatency;
+    report(queueDelay + extraLatency);
     heldBack = 0;
     numStale = 0;
     wasBypassed = false;
@@ -67,11 +68,16 @@ void BlockProcessing::prepare(const AudioFormat& input, const AudioFormat& outpu
     primeQueue(numOutputChannels);
 }
 
-void BlockProcessing::report(const Info& info)
+void BlockProcessing::reportPresentLatency()
 {
-    extraLatency = info.additionalLatency;
-    reportedLatency = info.processingLatency + info.additionalLatency;
-    reportLatency(reportedLatency);
+    const Info info = processor->getProcessingInfo();
+    report(info.processingLatency + info.additionalLatency);
+}
+
+void BlockProcessing::report(int latency)
+{
+    reportedLatency = latency;
+    reportLatency(latency);
 }
 
 void BlockProcessing::process(juce::AudioBuffer<float>& buffer, int numInputChannels,
@@ -79,7 +85,10 @@ void BlockProcessing::process(juce::AudioBuffer<float>& buffer, int numInputChan
 {
     const Info info = processor->getProcessingInfo();
     if (info.additionalLatency != extraLatency)
-        report(info);
+    {
+        report(info.processingLatency + info.additionalLatency);
+        extraLatency = info.additionalLatency;
+    }
     const int numHeld = processor->getNumHeldSamples();
     const Signal32 input = copyOf(buffer, numInputChannels);
     const Signal32 processed = processor->process(input, isBypassed);

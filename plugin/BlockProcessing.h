@@ -3,6 +3,7 @@
 #include "dsp/processor/BaseAudioProcessor.h"
 #include "dsp/signal/SignalQueue.h"
 
+#include <atomic>
 #include <functional>
 #include <juce_audio_basics/juce_audio_basics.h>
 #include <memory>
@@ -18,7 +19,7 @@ namespace kalim::plugin
 class BlockProcessing
 {
 public:
-    /// Takes a latency in samples to the host.
+    /// Takes a latency in samples to the host; on the thread that found the latency changed.
     using LatencyReport = std::function<void(int)>;
 
     BlockProcessing(std::shared_ptr<orvo::audio::BaseAudioProcessor> wrapped, LatencyReport report);
@@ -28,6 +29,10 @@ public:
     /// with longer ones the audio thread has to ask the system for more. Throws std::bad_alloc.
     void prepare(const orvo::audio::AudioFormat& input, const orvo::audio::AudioFormat& output,
                  int numOutputChannels, int longestBlock);
+
+    /// Reports the latency that the processor has now, after it was given settings as a whole. Any
+    /// thread but the audio thread.
+    void reportPresentLatency();
 
     /// Processes the buffer in place.
     ///
@@ -49,7 +54,7 @@ private:
     void takeMemory(const orvo::audio::AudioFormat& format, int numOutputChannels,
                     int longestBlock);
     orvo::audio::Signal32 copyOf(const juce::AudioBuffer<float>& buffer, int numChannels) const;
-    void report(const Info& info);
+    void report(int latency);
     void followBypass(bool isBypassed, int numHeld);
     void followDelay(const Info& info, bool isPassedThrough, int numOutputChannels);
     void primeQueue(int numOutputChannels);
@@ -62,7 +67,7 @@ private:
     LatencyReport reportLatency;
     int queueDelay = 0;
     int extraLatency = 0;
-    int reportedLatency = 0;
+    std::atomic<int> reportedLatency{0};
     bool wasBypassed = false;
 
     /// Samples that the processor still holds from before a bypass. What it makes of them would
