@@ -79,9 +79,10 @@ wait_for() {
     done
 }
 
-# The settings and sound servers of whoever runs the tests must not be met.
+# The settings, sound servers and sound cards of whoever runs the tests must not be met.
 use_own_home() {
     mkdir -p "$work/home/.config"
     export HOME="$work/home" XDG_CONFIG_HOME="$work/home/.config"
     export JACK_DEFAULT_SERVER="kalim-test-$$" JACK_NO_START_SERVER=1
+    export PIPEWIRE_REMOTE="kalim-test-$$" ALSA_CONFIG_PATH=/dev/null
 }
