@@ -77,68 +77,6 @@ int BasePlugInProcessor::getVersionCode() const
            numbers[2].getIntValue();
 }
 
-float BasePlugInProcessor::getParameter(int index)
-{
-    ParameterDescription* const parameter = parameters.find(index);
-    return parameter == nullptr ? -1.0F : parameter->getNormalizedParameterValue();
-}
-
-void BasePlugInProcessor::setParameter(int index, float normalized)
-{
-    ParameterDescription* const parameter = parameters.find(index);
-    if (parameter == nullptr)
-        return;
-    parameter->setNormalizedParameterValue(normalized, mayNotifyProcessor());
-    notifyListeners(index);
-}
-
-const juce::String BasePlugInProcessor::getParameterName(int index)
-{
-    const ParameterDescription* const parameter = parameters.find(index);
-    return parameter == nullptr ? juce::String() : parameter->getName();
-}
-
-juce::String BasePlugInProcessor::getParameterID(int index)
-{
-    // The framework's own ids are bare numbers, which some formats cannot write down.
-    return BasePlugInProcessor::getParameterName(index);
-}
-
-const juce::String BasePlugInProcessor::getParameterText(int index)
-{
-    const ParameterDescription* const parameter = parameters.find(index);
-    return parameter == nullptr ? juce::String() : parameter->getText();
-}
-
-float BasePlugInProcessor::getParameterDefaultValue(int index)
-{
-    const ParameterDescription* const parameter = parameters.find(index);
-    return parameter == nullptr ? 0.0F : parameter->getDefaultNormalizedValue();
-}
-
-void BasePlugInProcessor::resetParameter(int index, bool notifyHost)
-{
-    const ParameterDescription* const parameter = parameters.find(index);
-    if (parameter == nullptr)
-        return;
-    processor->setParameterValue(parameter->getInternalId(), parameter->getDefaultValue(),
-                                 mayNotifyProcessor());
-    if (notifyHost)
-        sendToHost(index);
-}
-
-int BasePlugInProcessor::getInternalParameterId(int index) const
-{
-    return parameters.find(index)->getInternalId();
-}
-
-void BasePlugInProcessor::notifyInternalParameterChange(int internalId)
-{
-    const int index = findPublicParameterIndex(internalId);
-    if (index >= 0)
-        sendToHost(index);
-}
-
 void BasePlugInProcessor::getCurrentProgramStateInformation(juce::MemoryBlock& destination)
 {
     destination = makeSettingsBlock();
@@ -253,14 +191,6 @@ void BasePlugInProcessor::setCurrentPresetName(const juce::String& name)
     currentPresetName = name;
 }
 
-void BasePlugInProcessor::addParameterDescription(int internalId, const juce::String& name,
-                                                  const juce::String& unit, float interval,
-                                                  ParameterDescription::ParameterMappingMode mode)
-{
-    parameters.add(
-        std::make_unique<ParameterDescription>(processor, internalId, name, unit, interval, mode));
-}
-
 void BasePlugInProcessor::notifyListeners(int index)
 {
     listeners.callLastToFirst([index](Listener& listener) { listener.parameterChanged(index); });
@@ -290,12 +220,4 @@ void BasePlugInProcessor::loadAndTellHost(const juce::MemoryBlock& block)
         if (getParameter(index) != before[static_cast<std::size_t>(index)])
             sendToHost(index);
     tellHostOfProgram(programBefore);
-}
-
-std::vector<float> BasePlugInProcessor::getParameterValues() const
-{
-    std::vector<float> values;
-    for (const auto& parameter : parameters)
-        values.push_back(parameter->getNormalizedParameterValue());
-    return values;
 }

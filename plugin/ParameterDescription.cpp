@@ -32,48 +32,108 @@ ParameterDescription::ParameterDescription(std::shared_ptr<orvo::audio::BaseAudi
 
 float ParameterDescription::getNormalizedParameterValue()
 {
+    return toNormalized(getNaturalValue());
+}
+
+void ParameterDescription::setNormalizedParameterValue(float value, bool notify)
+{
+    processor->setParameterValue(internalId, toNatural(value), notify);
+}
+
+float ParameterDescription::toNormalized(float natural) const
+{
     const auto [min, max] = getRange();
-    const float value = getNaturalValue();
     switch (mappingMode)
     {
     case Linear:
-        return (value - min) / (max - min);
+        return (natural - min) / (max - min);
     case Logarithmic:
         return static_cast<float>(
-            std::log10(static_cast<double>(value) / static_cast<double>(min)) /
+            std::log10(static_cast<double>(natural) / static_cast<double>(min)) /
             std::log10(static_cast<double>(max) / static_cast<double>(min)));
     }
     throwUnknownMode();
 }
 
-void ParameterDescription::setNormalizedParameterValue(float value, bool notify)
+float ParameterDescription::toNatural(float normalized) const
 {
     const auto [min, max] = getRange();
-    const auto natural = [&, min = min, max = max]
+    switch (mappingMode)
     {
-        switch (mappingMode)
-        {
-        case Linear:
-            return min + value * (max - min);
-        case Logarithmic:
-            return static_cast<float>(static_cast<double>(min) *
-                                      std::pow(static_cast<double>(max) / static_cast<double>(min),
-                                               static_cast<double>(value)));
-        }
-        throwUnknownMode();
-    };
-    processor->setParameterValue(internalId, natural(), notify);
+    case Linear:
+        return min + normalized * (max - min);
+    case Logarithmic:
+        return static_cast<float>(static_cast<double>(min) *
+                                  std::pow(static_cast<double>(max) / static_cast<double>(min),
+                                           static_cast<double>(normalized)));
+    }
+    throwUnknownMode();
 }
 
 juce::String ParameterDescription::getText() const
 {
-    const auto [min, max] = getRange();
-    const float value = getNaturalValue();
-    const bool isSwitch = interval == max - min;
+    return makeText(getNaturalValue());
+}
+
+juce::String ParameterDescription::getText(float normalized) const
+{
+    const float natural = toNatural(juce::jlimit(0.0F, 1.0F, normalized));
+    return makeText(isWhole() ? std::nearbyint(natural) : natural);
+}
+
+juce::String ParameterDescription::makeText(float natural) const
+{
     const juce::String valueText =
-        isSwitch ? juce::String(value > 0.5F ? "On" : "Off")
-                 : juce::String::formatted("%.2f", static_cast<double>(value));
+        isSwitch() ? juce::String(natural > 0.5F ? "On" : "Off")
+                   : juce::String::formatted("%.2f", static_cast<double>(natural));
     return valueText + " " + unit;
+}
+
+std::optional<float> ParameterDescription::parse(const juce::String& text) const
+{
+    const auto [min, max] = getRange();
+    juce::String number = text.trim();
+    if (isSwitch() && (number.equalsIgnoreCase("On") || number.equalsIgnoreCase("Off")))
+        return number.equalsIgnoreCase("On") ? max : min;
+    if (unit.isNotEmpty() && number.endsWithIgnoreCase(unit))
+        number = number.dropLastCharacters(unit.length()).trimEnd();
+    number = number.replaceCharacter(',', '.');
+    const juce::String digits = number.trimCharactersAtStart("+-");
+    const bool isNumber = number.length() - digits.length() <= 1 &&
+                          digits.containsAnyOf("0123456789") &&
+                          digits.containsOnly("0123456789.") &&
+                          digits.indexOfChar('.') == digits.lastIndexOfChar('.');
+    if (!isNumber)
+        return std::nullopt;
+    return juce::jlimit(min, max, number.getFloatValue());
+}
+
+int ParameterDescription::getNumSteps() const
+{
+    if (isSwitch())
+        return 2;
+    const auto [min, max] = getRange();
+    return isWhole() ? juce::roundToInt(max - min) + 1 : 0;
+}
+
+bool ParameterDescription::isSwitch() const
+{
+    const auto [min, max] = getRange();
+    return interval == max - min;
+}
+
+bool ParameterDescription::isWhole() const
+{
+    using Whole = orvo::audio::TypedProcessorParameter<int>;
+    return internalId >= 0 && internalId < processor->getNumParameters() &&
+           dynamic_cast<const Whole*>(&processor->getParameter(internalId)) != nullptr;
+}
+
+juce::NormalisableRange<float> ParameterDescription::getNormalisableRange() const
+{
+    const auto [min, max] = getRange();
+    return {min, max, [this](float, float, float normalized) { return toNatural(normalized); },
+            [this](float, float, float natural) { return toNormalized(natural); }};
 }
 
 float ParameterDescription::getNaturalValue() const

@@ -4,6 +4,7 @@
 
 #include <juce_core/juce_core.h>
 #include <memory>
+#include <optional>
 #include <vector>
 
 /// One parameter as the host sees it, normalised to 0..1, joined to a parameter of the processor
@@ -42,6 +43,26 @@ public:
     /// unit, the space also where there is no unit.
     juce::String getText() const;
 
+    /// The same text of any normalised value.
+    juce::String getText(float normalized) const;
+
+    /// The natural value that a user has typed, limited to the range: a number with a point or a
+    /// comma, with the unit after it or without, or "On" and "Off" for a switch. Nothing for any
+    /// other text.
+    std::optional<float> parse(const juce::String& text) const;
+
+    /// What the natural value is when normalised. Throws std::runtime_error("Unknown mapping
+    /// mode").
+    float toNormalized(float natural) const;
+
+    /// How many values a switch or a whole number can have; 0 for one that is not in steps.
+    int getNumSteps() const;
+
+    bool isSwitch() const;
+
+    /// The mapping as the framework knows it, for as long as the description lives.
+    juce::NormalisableRange<float> getNormalisableRange() const;
+
     /// The present value in its natural unit.
     float getNaturalValue() const;
 
@@ -60,6 +81,10 @@ public:
     float getDefaultNormalizedValue() const { return defaultNormalizedValue; }
 
 private:
+    float toNatural(float normalized) const;
+    bool isWhole() const;
+    juce::String makeText(float natural) const;
+
     struct Range
     {
         float min;

@@ -1,6 +1,7 @@
 #include "ui/ParameterSlider.h"
 
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace
@@ -80,28 +81,75 @@ void ParameterSlider::stoppedDragging()
         plugIn->endParameterGesture(publicParameterIndex);
 }
 
+double ParameterSlider::getValueFromText(const juce::String& text)
+{
+    const ParameterDescription* const description =
+        plugIn == nullptr ? nullptr : plugIn->findPublicParameter(internalParameterId);
+    if (description == nullptr)
+        return juce::Slider::getValueFromText(text);
+    const std::optional<float> value = description->parse(text);
+    return value ? static_cast<double>(*value) : getValue();
+}
+
 void ParameterSlider::mouseDown(const juce::MouseEvent& event)
 {
     endWheelGesture();
+    pressedValue = getValue();
+    pressedPosition = event.position;
+    dragOffset = {};
+    isFineDrag = false;
+    carriedValue = 0.0;
     juce::Slider::mouseDown(event);
     rememberFineStep(event);
 }
 
 void ParameterSlider::mouseDrag(const juce::MouseEvent& event)
 {
-    if (!asksForFineSteps(event.mods))
+    if (asksForFineSteps(event.mods))
     {
-        juce::Slider::mouseDrag(event);
+        dragFinely(event);
         return;
     }
-    if (!isEnabled() || !isTimeForAFineStep())
+    if (isFineDrag)
+        leaveFineDrag();
+    juce::Slider::mouseDrag(event.withNewPosition(event.position + dragOffset));
+}
+
+bool ParameterSlider::isDraggedSideways() const
+{
+    return getSliderStyle() == RotaryHorizontalDrag || juce::Slider::isHorizontal();
+}
+
+void ParameterSlider::dragFinely(const juce::MouseEvent& event)
+{
+    if (!isEnabled())
         return;
-    const bool isHorizontal =
-        getSliderStyle() == RotaryHorizontalDrag || juce::Slider::isHorizontal();
-    const int delta = isHorizontal ? event.x - lastFinePosition.x : lastFinePosition.y - event.y;
-    setValue(getValue() + delta * static_cast<double>(fineStep) * finePixel,
-             juce::sendNotification);
+    isFineDrag = true;
+    finePosition = event.position;
+    if (!isTimeForAFineStep())
+        return;
+    const int delta =
+        isDraggedSideways() ? event.x - lastFinePosition.x : lastFinePosition.y - event.y;
+    const double wanted =
+        juce::jlimit(getMinimum(), getMaximum(),
+                     getValue() + carriedValue + delta * static_cast<double>(fineStep) * finePixel);
+    setValue(wanted, juce::sendNotification);
+    carriedValue = wanted - getValue();
     rememberFineStep(event);
+}
+
+/// The base class goes on as if the mouse were where its own drag would have given the value.
+void ParameterSlider::leaveFineDrag()
+{
+    isFineDrag = false;
+    carriedValue = 0.0;
+    const double share =
+        valueToProportionOfLength(getValue()) - valueToProportionOfLength(pressedValue);
+    const auto distance = static_cast<float>(share * getMouseDragSensitivity());
+    if (isDraggedSideways())
+        dragOffset.x = pressedPosition.x + distance - finePosition.x;
+    else
+        dragOffset.y = pressedPosition.y - distance - finePosition.y;
 }
 
 void ParameterSlider::mouseWheelMove(const juce::MouseEvent& event,

@@ -31,6 +31,10 @@ public:
     /// Does not wait whether more notches follow.
     void endWheelGesture();
 
+    /// What was typed, with a point or a comma and with the unit or without; the present value
+    /// where it is no number.
+    double getValueFromText(const juce::String& text) override;
+
     void valueChanged() override;
     void startedDragging() override;
     void stoppedDragging() override;
@@ -51,6 +55,9 @@ private:
     void continueWheelGesture();
     bool isTimeForAFineStep() const;
     void rememberFineStep(const juce::MouseEvent& event);
+    bool isDraggedSideways() const;
+    void dragFinely(const juce::MouseEvent& event);
+    void leaveFineDrag();
 
     bool enabled = true;
     BasePlugInProcessor* plugIn = nullptr;
@@ -61,6 +68,16 @@ private:
     float fineStep = 1.0F;
     juce::Point<int> lastFinePosition;
     double lastFineStepTime = 0.0;
+
+    /// What rounding to the interval has left over of fine steps.
+    double carriedValue = 0.0;
+
+    // Where the base class believes the drag to be, which it measures from where it began.
+    double pressedValue = 0.0;
+    juce::Point<float> pressedPosition;
+    juce::Point<float> dragOffset;
+    juce::Point<float> finePosition;
+    bool isFineDrag = false;
     bool isWheelFine = false;
     int gestureDepth = 0;
     std::unique_ptr<ScopedDragNotification> wheelGesture;

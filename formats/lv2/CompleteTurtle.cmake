@@ -3,7 +3,8 @@
 #   cmake -D BUNDLE=folder -D URI=uri -D VERSION=major.minor.patch -D COMMENT=text -D MAKER=text
 #         -D LICENCE=uri -D PARAMETERS=file -P CompleteTurtle.cmake
 #
-# PARAMETERS has a line describe_parameter(dsp NAME "text") for each parameter.
+# PARAMETERS has a line describe_parameter(dsp NAME "text" TYPE "unit") for each parameter, whose type is
+# Float, Int or Bool.
 #
 # Every change first makes sure that what it changes is there exactly once: when another version of the
 # framework writes something else, the build stops instead of shipping a bundle that hosts misread.
@@ -42,13 +43,48 @@ function(replace_once variable old new)
   set(${variable} "${text}" PARENT_SCOPE)
 endfunction()
 
-# Hosts set the parameters between 0 and 1. The range that this stands for can only be told in words,
-# and a unit other than a bare factor would be wrong.
-function(describe_parameter variable name comment)
+# Units by their symbols; a switch and a plain number have none.
+set(unit_Hz "units:hz")
+set(unit_% "units:pc")
+string(CONCAT unit_Hz/s "[\n\t\ta units:Unit ;\n\t\trdfs:label \"hertz per second\" ;\n"
+  "\t\tunits:symbol \"Hz/s\" ;\n\t\tunits:render \"%f Hz/s\" ;\n\t]")
+
+# The framework says of everything that it is a real number. It tells of steps by properties, which only
+# ports can have, and lists all values of a number in steps as shares of its range.
+set(described 0)
+function(describe_parameter variable name comment type unit)
+  set(text "${${variable}}")
   set(head "plug:${name}\n\ta lv2:Parameter ;\n\trdfs:label \"${name}\" ;\n")
-  replace_once(${variable} "${head}"
-    "${head}\trdfs:comment \"${comment}\" ;\n\tunits:unit units:coef ;\n")
-  set(${variable} "${${variable}}" PARENT_SCOPE)
+  expect_once("${text}" "${head}")
+  string(FIND "${text}" "${head}" start)
+  string(SUBSTRING "${text}" ${start} -1 before)
+  string(FIND "${before}" " .\n\n" length)
+  string(SUBSTRING "${before}" 0 ${length} before)
+
+  set(block "${before}")
+  set(addition "\trdfs:comment \"${comment}\" ;\n")
+  if(NOT unit STREQUAL "")
+    if(NOT DEFINED "unit_${unit}")
+      message(FATAL_ERROR "CompleteTurtle: no LV2 unit is known for '${unit}'")
+    endif()
+    string(APPEND addition "\tunits:unit ${unit_${unit}} ;\n")
+  endif()
+  replace_once(block "${head}" "${head}${addition}")
+  replace_once(block "\trdfs:range atom:Float ;\n" "\trdfs:range atom:${type} ;\n")
+  if(type STREQUAL "Int")
+    set(steps "\t ;\n\tlv2:portProperty lv2:enumeration ;\n\tlv2:scalePoint ")
+    expect_once("${block}" "${steps}")
+    string(FIND "${block}" "${steps}" length)
+    string(SUBSTRING "${block}" 0 ${length} block)
+  elseif(type STREQUAL "Bool")
+    replace_once(block "\t ;\n\tlv2:portProperty lv2:enumeration , lv2:toggled ;\n" " ;\n")
+    replace_once(block "\"Off \"" "\"Off\"")
+    replace_once(block "\"On \"" "\"On\"")
+  endif()
+  replace_once(text "${before} .\n\n" "${block} .\n\n")
+  set(${variable} "${text}" PARENT_SCOPE)
+  math(EXPR described "${described} + 1")
+  set(described ${described} PARENT_SCOPE)
 endfunction()
 
 if(NOT VERSION MATCHES "^[0-9]+\\.([0-9]+)\\.([0-9]+)$")
@@ -73,11 +109,9 @@ replace_once(dsp "\tdoap:name \"Kalim\" ;\n"
 replace_once(dsp "\t\tfoaf:homepage <> ;\n\t\tfoaf:mbox <> ;\n" "")
 include("${PARAMETERS}")
 string(REGEX MATCHALL "\ta lv2:Parameter " parameters "${dsp}")
-string(REGEX MATCHALL "\tunits:unit units:coef " described "${dsp}")
 list(LENGTH parameters parameter_count)
-list(LENGTH described described_count)
-if(NOT parameter_count EQUAL described_count)
-  message(FATAL_ERROR "CompleteTurtle: ${parameter_count} parameters, ${described_count} described")
+if(NOT parameter_count EQUAL described)
+  message(FATAL_ERROR "CompleteTurtle: ${parameter_count} parameters, ${described} described")
 endif()
 
 read_turtle(manifest.ttl manifest)

@@ -219,8 +219,17 @@ TEST_P(Hosting, listsTheParametersByName)
         EXPECT_NEAR(parameter->getDefaultValue(), direct.getParameterDefaultValue(index), 1.0e-6F)
             << name;
         EXPECT_EQ(parameter->getValue(), parameter->getDefaultValue()) << name;
-        if (isLv2()) // which sorts them, and has no texts for their values
+        const auto& known = *direct.getParameters()[index];
+        EXPECT_EQ(parameter->isDiscrete(), known.isDiscrete()) << name;
+        EXPECT_TRUE(!known.isDiscrete() || parameter->getNumSteps() == known.getNumSteps()) << name;
+        if (isLv2()) // which sorts them, and has no texts for their values but numbers
+        {
+            EXPECT_EQ(parameter->getText(0.5F, 100).getFloatValue() == 0.0F, known.isBoolean());
             continue;
+        }
+        EXPECT_EQ(parameter->getLabel(), known.getLabel());
+        EXPECT_EQ(parameter->getText(0.75F, 100), known.getText(0.75F, 100));
+        EXPECT_FLOAT_EQ(parameter->getValueForText("60,5"), known.getValueForText("60,5"));
         EXPECT_EQ(hosted->getParameters()[index], parameter) << name;
         EXPECT_EQ(parameter->getCurrentValueAsText(), direct.getParameterText(index));
     }

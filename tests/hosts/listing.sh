@@ -33,7 +33,15 @@ states() { echo "$statements" | grep -q -F -e "$1" || fail "the description does
 for name in $expected; do
     states "<$uri> <http://lv2plug.in/ns/ext/patch#writable> <$uri:$name> ."
     states "<$uri:$name> <http://www.w3.org/2000/01/rdf-schema#label> \"$name\" ."
+    case "$name" in
+        NumberOfHarmonics) type=Int ;;
+        On* | *Mode) type=Bool ;;
+        *) type=Float ;;
+    esac
+    states "<$uri:$name> <http://www.w3.org/2000/01/rdf-schema#range> <http://lv2plug.in/ns/ext/atom#$type> ."
 done
+states "<$uri:FundamentalFrequency> <http://lv2plug.in/ns/extensions/units#unit> <http://lv2plug.in/ns/extensions/units#hz> ."
+states "<$uri:FundamentalFrequency> <http://lv2plug.in/ns/lv2core#maximum> \"500\""
 count=$(echo "$statements" | grep -c -F '/patch#writable>' || true)
 [ "$count" = 7 ] || fail "there are $count parameters"
 states "<http://usefulinc.com/ns/doap#revision> \"$version\""

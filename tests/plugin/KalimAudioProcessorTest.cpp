@@ -68,6 +68,37 @@ TEST(KalimAudioProcessor, showsItsSevenParametersAndNothingBeyondThem)
     EXPECT_EQ(plugIn.getParameterText(4), "On ");
 }
 
+TEST(KalimAudioProcessor, tellsFormatsTheStepsTextsAndUnitsOfItsParameters)
+{
+    KalimAudioProcessor plugIn;
+    ASSERT_EQ(plugIn.getParameters().size(), 7);
+    for (const auto& [index, numSteps, unit, middle] :
+         {std::tuple{0, 0, "Hz", "270.00 Hz"}, std::tuple{1, 0, "%", "50.00 %"},
+          std::tuple{2, 0, "Hz/s", "40.00 Hz/s"}, std::tuple{3, 97, "", "48.00 "},
+          std::tuple{4, 2, "", "Off "}, std::tuple{6, 2, "", "Off "}})
+    {
+        auto& parameter = *plugIn.getParameters()[index];
+        EXPECT_EQ(parameter.isDiscrete(), numSteps > 0) << index;
+        EXPECT_TRUE(numSteps == 0 || parameter.getNumSteps() == numSteps) << index;
+        EXPECT_EQ(parameter.getLabel(), unit);
+        EXPECT_EQ(parameter.getText(0.5F, 100), middle);
+        EXPECT_EQ(parameter.getCurrentValueAsText(), plugIn.getParameterText(index));
+        EXPECT_EQ(parameter.getValueForText("what?"), parameter.getValue());
+    }
+    EXPECT_EQ(plugIn.getParameters()[4]->getText(1.0F, 100), "On ");
+    EXPECT_EQ(plugIn.getParameters()[3]->getText(0.0151F, 100), "1.00 "); // and no fraction
+    for (const auto& [index, text, value] :
+         {std::tuple{0, "60,5", 20.5F / 460.0F}, std::tuple{0, "60.5 Hz", 20.5F / 460.0F},
+          std::tuple{0, "7", 0.0F}, std::tuple{1, "25 %", 0.25F}, std::tuple{2, "8hz/s", 0.1F},
+          std::tuple{3, "12", 0.125F}, std::tuple{5, "on", 1.0F}, std::tuple{5, "Off ", 0.0F},
+          std::tuple{5, "1", 1.0F}})
+        EXPECT_FLOAT_EQ(plugIn.getParameters()[index]->getValueForText(text), value) << text;
+    const Witness told(plugIn);
+    plugIn.getParameters()[2]->setValueNotifyingHost(0.5F);
+    EXPECT_EQ(valuesOf(plugIn)[2], 40.0F);
+    EXPECT_EQ(told.editor, std::vector{2});
+}
+
 TEST(ParameterDescription, mapsAlsoLogarithmically)
 {
     ParameterDescription frequency(std::make_shared<Kalimmer>(), Kalimmer::FundamentalFrequency,
@@ -75,6 +106,10 @@ TEST(ParameterDescription, mapsAlsoLogarithmically)
     EXPECT_FLOAT_EQ(frequency.getNormalizedParameterValue(), std::log(1.25F) / std::log(12.5F));
     frequency.setNormalizedParameterValue(0.5F, false);
     EXPECT_FLOAT_EQ(frequency.getNaturalValue(), std::sqrt(40.0F * 500.0F));
+    EXPECT_EQ(frequency.getText(0.5F), "141.42 ");
+    EXPECT_FLOAT_EQ(frequency.getNormalisableRange().convertTo0to1(
+                        frequency.getNormalisableRange().convertFrom0to1(0.3F)),
+                    0.3F);
 }
 
 TEST(SettingsRecord, hasTheBytesThatOthersExpectAndBringsEverythingBackBitForBit)

@@ -53,6 +53,51 @@ TEST_F(Knob, writesItsParameterAndTellsTheHostOfDragsAndArrowKeys)
     EXPECT_EQ(told, "(2v2)2(2v2)2(2)2");
 }
 
+TEST_F(Knob, understandsWhatPeopleTypeAndKeepsItsValueAtTheRest)
+{
+    attach(Kalimmer::FundamentalFrequency);
+    slider->setValue(55.0);
+    for (const auto& [text, expected] : {std::pair{"60", 60.0},
+                                         {" 60.5 Hz", 60.5},
+                                         {"60,5", 60.5},
+                                         {"+61,25hz", 61.25},
+                                         {"1000", 500.0},
+                                         {"-3", 40.0}})
+        EXPECT_EQ(slider->getValueFromText(text), expected) << text;
+    for (const char* const text : {"", "abc", "6o", "60 %", "1.000,5", "--5", ".", "Hz", "On"})
+        EXPECT_EQ(slider->getValueFromText(text), slider->getValue()) << text;
+}
+
+TEST_F(Knob, carriesWhatRoundingSwallowsAndGoesOnFromThereWithoutTheModifier)
+{
+    constexpr int drag = juce::ModifierKeys::leftButtonModifier;
+    attach(Kalimmer::FundamentalFrequency);
+    slider->setSize(88, 84);
+    slider->setValue(60.0, juce::sendNotificationSync);
+    const auto press = juce::Point<float>(40.0F, 400.0F);
+    const auto dragTo = [&](float y, int modifiers)
+    {
+        wait();
+        slider->mouseDrag(makeMouseEvent(*slider, {40.0F, y}, press, modifiers));
+        return slider->getValue();
+    };
+    slider->mouseDown(makeMouseEvent(*slider, press, press, controlDrag));
+    // A quarter of 0.1 Hz each.
+    for (int pixel = 1; pixel <= 20; ++pixel)
+        EXPECT_NEAR(dragTo(400.0F - static_cast<float>(pixel), controlDrag), 60.0 + 0.025 * pixel,
+                    0.0501)
+            << pixel;
+    EXPECT_NEAR(slider->getValue(), 60.5, 1.0e-6);
+
+    EXPECT_NEAR(dragTo(380.0F, drag), 60.5, 1.0e-6);
+    const double perPixel = dragTo(379.0F, drag) - 60.5;
+    EXPECT_GT(perPixel, 0.5); // 250 points are the whole range
+    EXPECT_LT(perPixel, 5.0);
+    EXPECT_NEAR(dragTo(380.0F, drag), 60.5, 0.2);
+    slider->mouseUp(makeMouseEvent(*slider, {40.0F, 380.0F}, press, drag));
+    EXPECT_EQ(takeTold().retainCharacters("()"), "()");
+}
+
 TEST_F(Knob, movesInFineStepsWithAModifierByMouseAndByWheel)
 {
     attach(Kalimmer::Adaptivity);
@@ -82,6 +127,8 @@ TEST_F(Knob, movesInFineStepsWithAModifierByMouseAndByWheel)
         slider->mouseDrag(at(y, controlDrag));
         EXPECT_NEAR(slider->getValue(), expected, 1.0e-6);
     }
+
+    slider->mouseUp(at(44.0F, controlDrag));
 
     slider->setEnabled(false);
     wait();
