@@ -31,6 +31,9 @@ constexpr int mostPatterns = 6;
 constexpr double mostSignificance = 100.0;
 constexpr int improvements = 3;
 
+/// Where so many of the clearest patterns last through a stretch no other is tried.
+constexpr int fewestLasting = 2;
+
 /// A pattern is never exact.
 constexpr double patternError = 1e-3;
 constexpr double tiny = 1e-30;
@@ -61,7 +64,7 @@ bool goesOn(int before, int state)
     return std::min(distance, numPhases - distance) <= 1;
 }
 
-/// Whether a pattern is there all the time, without a change: no other can find one then.
+/// Whether a pattern is there all the time, without a change.
 bool isLasting(const Path& path)
 {
     return path.states[0] != absent && std::adjacent_find(path.states.begin(), path.states.end(),
@@ -88,11 +91,13 @@ public:
     {
         Path best;
         Pattern pattern;
+        int numLasting = 0;
         for (const int frame : findClearParts())
         {
             Pattern trialPattern = formPattern(frame);
             Path trial = findPath(trialPattern);
-            if (isLasting(trial))
+            numLasting = isLasting(trial) ? numLasting + 1 : 0;
+            if (numLasting == fewestLasting)
                 return trial;
             if (trial.score > best.score)
             {
