@@ -131,13 +131,14 @@ private:
             const double weight = std::min(getWeight(now), getWeight(before));
             const Complex step =
                 multiplyConjugate(smooth.amplitudes[now], smooth.amplitudes[before]);
-            const double size = std::abs(step) + tiny;
+            const double size = std::sqrt(getPower(step)) + tiny;
             const int harmonic = lines.getHarmonic(line);
             turn += harmonic * weight * step.imag() / size;
             turnWeights += static_cast<double>(harmonic) * harmonic * weight;
-            growth += weight * 0.5 *
-                      std::log((getPower(smooth.amplitudes[now]) + tiny) /
-                               (getPower(smooth.amplitudes[before]) + tiny));
+            if (hasGain)
+                growth += weight * 0.5 *
+                          std::log((getPower(smooth.amplitudes[now]) + tiny) /
+                                   (getPower(smooth.amplitudes[before]) + tiny));
             growthWeights += weight;
         }
         phase[frame] += turn / turnWeights;
@@ -195,12 +196,14 @@ private:
             weights += weight;
         }
         const Complex mean = sum / weights;
-        const double size = std::abs(mean);
+        const double size = std::sqrt(getPower(mean));
         for (int frame = first; frame < last; ++frame)
         {
             const std::size_t at = lines.at(frame, line);
             pattern[at] =
-                hasGain || size == 0.0 ? mean : std::abs(smooth.amplitudes[at]) * mean / size;
+                hasGain || size == 0.0
+                    ? mean
+                    : std::sqrt(getPower(smooth.amplitudes[at])) / size * mean;
         }
     }
 
@@ -241,7 +244,7 @@ private:
 
     static double getLevel(int level) { return lowestLevel + level * levelStep; }
 
-    static double getGainCost(int steps)
+    static constexpr double getGainCost(int steps)
     {
         const double move = steps * levelStep / levelMove;
         return 0.5 * move * move;
@@ -250,10 +253,17 @@ private:
     static int findOrigin(const Series<double>& best, int level)
     {
         int origin = level;
+        double most = best[level];
         for (int from = std::max(0, level - levelReach);
              from <= std::min(numGains - 1, level + levelReach); ++from)
-            if (best[from] - getGainCost(level - from) > best[origin] - getGainCost(level - origin))
+        {
+            const double score = best[from] - getGainCost(level - from);
+            if (score > most)
+            {
+                most = score;
                 origin = from;
+            }
+        }
         return origin;
     }
 

@@ -179,9 +179,10 @@ HumModel HumFitter::fit()
         if (moving.getScore() > best.getScore() + movingMargin)
             best = std::move(moving);
     }
+    bool hasGain = true;
     for (int round = 0; round < finalRounds; ++round)
     {
-        improve(best, true, gainMargin);
+        hasGain = hasGain && improve(best, true, gainMargin);
         if (round < noiseRounds)
         {
             best.takeNoiseFromResidual();
