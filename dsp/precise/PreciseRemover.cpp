@@ -15,11 +15,11 @@ namespace
 
 /// Stretches of two channels at 48 kHz; with more samples a second they are shorter, so that memory
 /// stays within bounds, but not below what a good estimate needs.
-constexpr double longestStretch = 38.0; // seconds
+constexpr double longestStretch = 32.0; // seconds
 constexpr double shortestStretch = 10.0;
 constexpr double usualSampleRate = 2.0 * 48000.0;
-constexpr double overlapShare = 8.0 / 38.0;
-constexpr double fadeShare = 0.25; // of the overlap
+constexpr double overlapShare = 0.125;
+constexpr double fadeShare = 0.4; // of the overlap
 
 constexpr int chunk = 1 << 16; // samples that go to the sink at once
 

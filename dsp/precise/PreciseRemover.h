@@ -43,7 +43,7 @@ private:
     Series<Series<float>> buffers;
 };
 
-/// Second reading: removes hum from a recording of any length, by overlapping stretches of 45
+/// Second reading: removes hum from a recording of any length, by overlapping stretches of 32
 /// seconds and less where there are many channels, two of which are analysed at the same time.
 /// Memory does not grow with the length but for the course of the summary. Where there is no hum
 /// nothing changes.
