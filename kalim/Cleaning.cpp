@@ -82,6 +82,22 @@ struct OutputFiles
     std::optional<OutputFile> picture{};
 };
 
+/// Frequency of the highest harmonic that is clearly softer afterwards, or that is clearly heard in
+/// what was removed: what sounds is louder than the others. 0 if there is none.
+double highestRemoved(const Report& report)
+{
+    constexpr double clearly = 3.0; // dB
+    const bool isResidual = report.settings.isOn(Kalimmer::ResidualMode);
+    double highest = 0.0;
+    for (const HarmonicLevels& harmonic : report.harmonics)
+    {
+        const double change = harmonic.after - harmonic.before;
+        if (isResidual ? change > -clearly : change < -clearly)
+            highest = std::max(highest, harmonic.frequency);
+    }
+    return highest;
+}
+
 SpectrumPlotData describePicture(const Options& options, const Report& report,
                                  const Measurements& measurements)
 {
@@ -101,6 +117,8 @@ SpectrumPlotData describePicture(const Options& options, const Report& report,
     data.afterLabel = options.settings.isOn(Kalimmer::ResidualMode) ? "what was removed" : "after";
     data.harmonics = report.harmonics;
     measurements.drawInto(data);
+    if (data.overTime)
+        data.overTime->highestHarmonic = highestRemoved(report);
     return data;
 }
 

@@ -120,6 +120,21 @@ TEST_F(Program, findsHumByItselfTakesItOffAndLeavesTheRestAlone)
     EXPECT_EQ(readAll(output()), plain);
 }
 
+TEST_F(Program, drawsWhatItMeasuresOverTimeTooWhenThatIsLong)
+{
+    const std::string input = writeFloats("hum.wav", makeHumSamples(50.0, 50.0, 20.1));
+    for (const auto& [option, isLong] : {std::pair("--method=tracking", true),
+                                         {"--method=precise", true},
+                                         {"--measure=0.2:20.1", false}})
+    {
+        const RunResult run =
+            runKalim({input, output(), option, "-q", "--force", "--plot", path("hum.svg")});
+        EXPECT_EQ(run.exitCode, 0) << run.errors;
+        const std::string picture = contentsOf(path("hum.svg"));
+        EXPECT_EQ(picture.find("data:image/png") != std::string::npos, isLong) << option;
+    }
+}
+
 TEST_F(Program, tellsWhatHumThereIsAndSetsTheEngineFromIt)
 {
     const std::string input = writeFloats("hum.wav", makeHumSamples(60.03, 60.03, 9.0));
