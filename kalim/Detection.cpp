@@ -89,6 +89,8 @@ std::string toText(const std::filesystem::path& file, const HumSummary& hum, boo
     text += fmt::format("  between {:.3f} Hz and {:.3f} Hz, drift {:+.5f} Hz/s, {:.1f} s of hum\n",
                         hum.getLowestFrequency(), hum.getHighestFrequency(), hum.getDrift(),
                         hum.getSecondsOfHum());
+    if (!hum.getChanges().empty())
+        text += fmt::format("  changes at {}\n", changesToText(hum.getChanges()));
     for (const std::string& doubt : findDoubts(hum))
         text += fmt::format("  {}\n", doubt);
     return text + harmonicsToText(hum);

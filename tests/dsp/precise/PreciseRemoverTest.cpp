@@ -156,6 +156,9 @@ TEST(PreciseRemover, joinsStretchesWithoutASeam)
     const Channels mixed(54, makeMixture(1, 8000.0, 24.0, {.numHarmonics = 4, .swing = 0.02})[0]);
     const Removal removal = removeHum(mixed, 8000.0, {.mostHarmonics = 4});
     EXPECT_EQ(removal.samples, mixed);
+    EXPECT_NEAR(removal.summary.getSecondsOfHum(), 24.0, 1e-6);
+    const auto& course = removal.summary.getCourse();
+    EXPECT_TRUE(std::ranges::is_sorted(course, {}, &HumMoment::time));
     const std::vector<float> error =
         add({removal.hum[53]}, add({mixed[53]}, {clean[53]}, -1.0), -1.0)[0];
     std::vector<double> energies(240); // of tenths of a second

@@ -1,6 +1,7 @@
 #include "kalim/report/Report.h"
 
 #include "base/Text.h"
+#include "kalim/report/HumText.h"
 #include "kalim/report/PlotAxes.h"
 #include "kalim/report/ProgressBar.h"
 #include "kalim/report/Spectrogram.h"
@@ -227,6 +228,16 @@ TEST(ReportTest, ListsPresetsBelowTheirFolders)
     EXPECT_EQ(presetsToText({{user, "", "A", ""}, {user, "B", "x", ""}, {user, "B", "y", ""}},
                             {"/f", "/u"}),
               "Factory presets in /f\n  none\nUser presets in /u\n  A\n  B/\n    x\n    y\n");
+}
+
+TEST(HumTextTest, NamesTheFirstFewChanges)
+{
+    std::vector<double> times{0.04, 3.25, 59.96};
+    EXPECT_EQ(changesToText(times), "0.0 s, 3.2 s, 60.0 s");
+    times.resize(8, 100.0);
+    EXPECT_THAT(changesToText(times), EndsWith("100.0 s, 100.0 s"));
+    times.resize(10000, 100.0);
+    EXPECT_THAT(changesToText(times), EndsWith("100.0 s, 100.0 s and 9992 more"));
 }
 
 } // namespace kalim::test
