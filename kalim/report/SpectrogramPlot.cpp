@@ -11,6 +11,7 @@
 #include <cmath>
 #include <functional>
 #include <iterator>
+#include <span>
 
 namespace kalim::program
 {
@@ -41,6 +42,12 @@ constexpr int numShades = 64;
 
 constexpr PlotColour courseLine{0.05, 0.45, 0.95};
 constexpr PlotColour courseHalo{1, 1, 1, 0.8};
+
+/// Below this in Hz, where recordings often have an offset, levels do not count for the shades.
+constexpr double lowestAudible = 20;
+
+/// What is no louder, up to rounding, is silence.
+constexpr float nearSilence = Spectrogram::lowestLevel + 1;
 
 /// Between what is quieter than most and nearly the loudest.
 constexpr double quietShare = 0.1;
@@ -121,12 +128,13 @@ double pick(std::vector<float>& values, double share)
     return static_cast<double>(values[static_cast<std::size_t>(place)]);
 }
 
-Shading findShading(const Levels& rows)
+Shading findShading(const Levels& rows, double frequencyEnd)
 {
+    const auto audible = static_cast<std::size_t>(imageHeight * (1 - lowestAudible / frequencyEnd));
     std::vector<float> levels;
     for (const std::vector<float>& column : rows)
-        std::ranges::copy_if(column, std::back_inserter(levels),
-                             [](float level) { return level > Spectrogram::lowestLevel; });
+        std::ranges::copy_if(std::span(column).first(audible), std::back_inserter(levels),
+                             [](float level) { return level > nearSilence; });
     if (levels.empty())
         return {-smallestSpan, 0};
     const double high = 10 * std::ceil(pick(levels, loudShare) / 10);
@@ -176,7 +184,7 @@ public:
     {
         const double binsPerRow = frequencyEnd / imageHeight / overTime.binSpacing;
         const Levels before = toRows(overTime.before, binsPerRow);
-        const Shading shading = findShading(before);
+        const Shading shading = findShading(before, frequencyEnd);
         const PlotArea upper = areaFrom(firstPanel);
         const PlotArea lower = areaFrom(secondPanel);
         drawPanel(before, data.beforeLabel, upper, shading);
