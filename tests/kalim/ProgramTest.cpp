@@ -118,6 +118,7 @@ TEST_F(Program, findsHumByItselfTakesItOffAndLeavesTheRestAlone)
     const RunResult run = runKalim({writeFloats("plain.wav", plain), output(), "--force"});
     EXPECT_THAT(run.output, HasSubstr("no hum; the output equals the input sample for sample"));
     EXPECT_EQ(readAll(output()), plain);
+    EXPECT_TRUE(clean(path("plain.wav"), {})["fundamental"].is_null());
 }
 
 TEST_F(Program, drawsWhatItMeasuresOverTimeTooWhenThatIsLong)
