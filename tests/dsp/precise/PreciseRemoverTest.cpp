@@ -208,7 +208,7 @@ TEST(PreciseRemover, countsSamplesThatAreNoNumbersAsSilence)
     std::fill_n(&mixed[1][10000], 30, 0.0F);
     const Channels hum = removeHum(mixed, 8000.0).hum;
     ASSERT_GT(getEnergy(hum), 0.0);
-    for (int i = 0; i < 30; ++i)
+    for (std::size_t i = 0; i < 30; ++i)
         mixed[1][10000 + i] = std::array{std::nanf(""), HUGE_VALF, -HUGE_VALF}[i % 3];
     const Removal removal = removeHum(mixed, 8000.0);
     EXPECT_EQ(removal.hum, hum);
@@ -237,8 +237,8 @@ TEST(PreciseRemover, joinsStretchesWithoutASeam)
         steps[i / 800] = std::max(steps[i / 800], std::abs(1.0 * error[i] - error[i - 1]));
     }
     // Elsewhere both reach thrice their mean and more.
-    for (const int join : {85, 165})
-        for (int i = join; i < join + 12; ++i)
+    for (const std::size_t join : {85U, 165U})
+        for (std::size_t i = join; i < join + 12; ++i)
         {
             EXPECT_LT(energies[i],
                       2.0 * std::accumulate(energies.begin(), energies.end(), 0.0) / 240.0);

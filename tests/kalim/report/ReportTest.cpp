@@ -43,7 +43,8 @@ std::vector<float> makeToneBetween(double sampleRate, double length)
     const auto tone = testing_support::makeTone(1000.0, 0.1, sampleRate, length);
     const auto quarter = static_cast<std::size_t>(tone.getNumSamples()) / 4;
     std::vector<float> samples(4 * quarter);
-    std::copy_n(tone.getReadChannelPtr(0) + quarter, 2 * quarter, &samples[quarter]);
+    std::copy_n(tone.getReadChannelPtr(0) + quarter, 2 * quarter,
+                samples.begin() + static_cast<std::ptrdiff_t>(quarter));
     return samples;
 }
 
