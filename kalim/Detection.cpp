@@ -37,8 +37,8 @@ struct DetectionOptions
 std::optional<DetectionOptions> parse(int argc, const char* const* argv)
 {
     CLI::App app{"Tells whether recordings hold hum: its fundamental with one sigma, its kind "
-                 "(steady, tape,\nswitched or breathing), and how far its harmonics stand out of "
-                 "a spectrum of a second.",
+                 "(steady, tape,\nswitched or breathing), when it changes at once, and how far "
+                 "its harmonics stand out of a\nspectrum of a second.",
                  "kalim detect"};
     DetectionOptions options;
     std::vector<std::string> files;
