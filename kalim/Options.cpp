@@ -266,7 +266,9 @@ private:
                        "Measure levels and picture in this part only, in seconds")
             ->type_name("START:END")
             ->group("Reports");
-        app.add_option("--plot", plot, "Draw the spectrum before and after as PNG or SVG")
+        app.add_option("--plot", plot,
+                       "Draw the spectrum before and after as PNG or SVG; of more than 20 s also "
+                       "over time")
             ->type_name("FILE")
             ->group("Reports");
         app.add_option("--trace", trace,

@@ -25,6 +25,9 @@ constexpr double sureEvidence = 25.0;
 constexpr double noteRatio = 30.0;
 constexpr int neighbours = 3;
 
+/// So many changes fit into a line.
+constexpr std::size_t mostChanges = 8;
+
 /// The level of a sine of this power in dBFS.
 double levelOf(double power)
 {
@@ -135,6 +138,17 @@ std::vector<std::string> findDoubts(const HumSummary& hum)
         doubts.push_back(fmt::format("something else sounds on harmonic {} ({:.1f} Hz)", number,
                                      number * hum.getMeanFrequency()));
     return doubts;
+}
+
+std::string changesToText(const std::vector<double>& times)
+{
+    const std::size_t shown = std::min(times.size(), mostChanges);
+    std::vector<std::string> texts;
+    for (std::size_t i = 0; i < shown; ++i)
+        texts.push_back(fmt::format("{:.1f} s", times[i]));
+    if (times.size() <= shown)
+        return fmt::format("{}", fmt::join(texts, ", "));
+    return fmt::format("{} and {} more", fmt::join(texts, ", "), times.size() - shown);
 }
 
 std::string harmonicsToText(const HumSummary& hum)

@@ -111,6 +111,14 @@ Json harmonicsToJson(const std::vector<HarmonicLevels>& harmonics)
     return list;
 }
 
+Json trackingToJson(const TrackingSummary& tracking)
+{
+    return {{"start", tracking.getStart()},
+            {"end", tracking.getEnd()},
+            {"min", tracking.getLowest()},
+            {"max", tracking.getHighest()}};
+}
+
 /// File names need not be text: bytes that are no UTF-8 are replaced.
 std::string toLines(const Json& json)
 {
@@ -205,11 +213,7 @@ std::string Report::toJson() const
                  {"settings", hum ? Json{{"strength", 100.0 * strength},
                                          {"residual", settings.isOn(Kalimmer::ResidualMode)}}
                                   : settingsToJson(settings)},
-                 {"fundamental",
-                  {{"start", tracking.getStart()},
-                   {"end", tracking.getEnd()},
-                   {"min", tracking.getLowest()},
-                   {"max", tracking.getHighest()}}}};
+                 {"fundamental", hum && !hum->hasHum() ? Json() : trackingToJson(tracking)}};
     if (hum)
         json["hum"] = humToJson(*hum);
     if (preset)

@@ -57,7 +57,8 @@ struct Report
     /// For people: a few lines and a table.
     std::string toText() const;
 
-    /// For programs: one JSON object. Levels are null where there was silence.
+    /// For programs: one JSON object. Levels are null where there was silence, the fundamental is
+    /// where precise removal found no hum.
     std::string toJson() const;
 };
 

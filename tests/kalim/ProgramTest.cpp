@@ -118,6 +118,22 @@ TEST_F(Program, findsHumByItselfTakesItOffAndLeavesTheRestAlone)
     const RunResult run = runKalim({writeFloats("plain.wav", plain), output(), "--force"});
     EXPECT_THAT(run.output, HasSubstr("no hum; the output equals the input sample for sample"));
     EXPECT_EQ(readAll(output()), plain);
+    EXPECT_TRUE(clean(path("plain.wav"), {})["fundamental"].is_null());
+}
+
+TEST_F(Program, drawsWhatItMeasuresOverTimeTooWhenThatIsLong)
+{
+    const std::string input = writeFloats("hum.wav", makeHumSamples(50.0, 50.0, 20.1));
+    for (const auto& [option, isLong] : {std::pair("--method=tracking", true),
+                                         {"--method=precise", true},
+                                         {"--measure=0.2:20.1", false}})
+    {
+        const RunResult run =
+            runKalim({input, output(), option, "-q", "--force", "--plot", path("hum.svg")});
+        EXPECT_EQ(run.exitCode, 0) << run.errors;
+        const std::string picture = contentsOf(path("hum.svg"));
+        EXPECT_EQ(picture.find("data:image/png") != std::string::npos, isLong) << option;
+    }
 }
 
 TEST_F(Program, tellsWhatHumThereIsAndSetsTheEngineFromIt)

@@ -33,7 +33,7 @@ double getPlainLikelihood(const LineWalk& line, std::size_t size)
     Complex mean;
     for (int k = 0; k < line.numFrames; ++k)
     {
-        const std::size_t at = k * line.stride;
+        const std::size_t at = static_cast<std::size_t>(k) * line.stride;
         const double noise = line.noise[at];
         const bool isSkipped = line.isSkipped[k] != 0;
         variance += line.stepVariances[size] + (line.isJump[k] != 0 ? line.jumpVariance : 0.0);
@@ -195,7 +195,7 @@ TEST(CombDetector, findsTheFundamental)
         sound = addHum(sound, 2000.0, {.fundamental = fundamental}, 1.0, dice);
         CombDetector detector(2000.0, {{48.75, 51.25}, {58.5, 61.5}});
         for (int start = 0; start + detector.getWindowLength() <= 20000; start += detector.getHop())
-            detector.addWindow(&sound[0][start], 20000 - start);
+            detector.addWindow(sound[0].data() + start, 20000 - start);
         EXPECT_NEAR(detector.getPeaks().front().fundamental, fundamental, 0.02);
     }
 }
