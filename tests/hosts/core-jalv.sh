@@ -1,8 +1,9 @@
 #!/bin/sh
-# A host without a window sets the small bundle's controls in Hz and plays it: core-jalv.sh BUNDLE
+# A host without a window sets the small bundle's controls in Hz and plays it: core-jalv.sh BUNDLE MANUAL
 set -eu
 . "$(dirname "$0")/common.sh"
 bundle=$1
+manual=$2
 need jackd jack_lsp jack_iodelay jalv
 
 open_folder
@@ -20,10 +21,9 @@ if ! wait_for 5 answers; then
 fi
 
 mkfifo "$work/keys"
-play() {
-    exec stdbuf -oL jalv -x -n kalim-test -c fundamental=60.5 -c harmonics=14 \
-        urn:orvotech:kalim-tracking-stereo <>"$work/keys"
-}
+command=$(sed -n 's|^<pre><code>jalv \(.*\)</code></pre>$|\1|p' "$manual")
+[ -n "$command" ] || fail "the manual has no command for it"
+play() { exec stdbuf -oL jalv -n kalim-test $command <>"$work/keys"; }
 run host play
 host=$started
 has_port() { jack_lsp 2>/dev/null | grep -q "^$1\$"; }
@@ -33,9 +33,12 @@ wait_for 10 has_port kalim-test:audio_out_2 || fail "the plug-in's ports did not
 says() { grep -q -F -e "$1" "$work/host.said"; }
 expect() { wait_for 5 says "$1" || fail "the host does not say '$1'"; }
 echo controls >"$work/keys"
-expect "fundamental = 60.500000"
-expect "harmonics = 14.000000"
+expect "fundamental = 50.000000"
+expect "harmonics = 20.000000"
 expect "enabled = 1.000000"
+echo "set fundamental 60.5" >"$work/keys"
+echo controls >"$work/keys"
+expect "fundamental = 60.500000"
 
 # The plug-in works on test tones of a meter, which tells how late they come back: the plug-in's latency
 # and one block for the way through the server.

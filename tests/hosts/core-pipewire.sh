@@ -1,22 +1,26 @@
 #!/bin/sh
-# The virtual microphone works in a sound server of its own: core-pipewire.sh BUNDLE
+# The virtual microphone works in a sound server of its own: core-pipewire.sh BUNDLE MANUAL
 set -eu
 . "$(dirname "$0")/common.sh"
 bundle=$1
+manual=$2
 need pipewire wireplumber dbus-run-session pw-cat pw-cli pw-dump pw-link ffmpeg od
 
 open_folder
 use_own_home
 unset DISPLAY WAYLAND_DISPLAY DBUS_SESSION_BUS_ADDRESS PIPEWIRE_REMOTE || true
 export XDG_RUNTIME_DIR="$work/run" XDG_STATE_HOME="$work/state" XDG_DATA_HOME="$work/data"
-LV2_PATH="$(dirname "$bundle"):/usr/lib/lv2"
-export LV2_PATH
+unset LV2_PATH PIPEWIRE_CONFIG_DIR || true
 mkdir -m 700 "$XDG_RUNTIME_DIR"
+mkdir "$HOME/.lv2"
+ln -s "$bundle" "$HOME/.lv2/kalim-core.lv2"
 
-# As a user would, and a microphone that plays what it is given.
+# As the manual tells, but for the restart; and a microphone that plays what it is given.
+sed -n 's|^<pre><code>||; /^mkdir.*pipewire/p; /^cp.*kalim-source/p' "$manual" >"$work/commands"
+[ "$(wc -l <"$work/commands")" = 2 ] || fail "the manual has no commands for it"
+sh -e "$work/commands"
 drop_ins="$XDG_CONFIG_HOME/pipewire/pipewire.conf.d"
-mkdir -p "$drop_ins"
-cp "$bundle/kalim-source.conf" "$drop_ins"
+[ -f "$drop_ins/kalim-source.conf" ] || fail "the commands do not install the microphone"
 cat >"$drop_ins/microphone.conf" <<TEXT
 context.objects = [ { factory = adapter args = {
     factory.name = support.null-audio-sink node.name = microphone
