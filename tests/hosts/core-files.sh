@@ -16,6 +16,21 @@ use_own_home
 # Only by path and identifier, whatever else is installed here.
 LV2_PATH=$(dirname "$bundle")
 export LV2_PATH XDG_CACHE_HOME="$work/cache"
+# Both can be built without LV2.
+knows_lv2() {
+    case "$player" in
+        ffmpeg) ffmpeg -hide_banner -filters 2>/dev/null | grep -q ' lv2 ' ;;
+        gst-launch-1.0)
+            for element in lv2 audiobuffersplit wavparse decodebin audioconvert; do
+                gst-inspect-1.0 "$element" || return 1
+            done ;;
+    esac >/dev/null 2>&1
+}
+if ! knows_lv2; then
+    echo "skipped: $player lacks its part for LV2"
+    exit 77
+fi
+
 cd "$work"
 
 samples() { ffmpeg -nostdin -loglevel error -i "$1" -f f32le -; }

@@ -35,7 +35,10 @@ wait_for 5 answers || fail "the server does not start"
 run manager dbus-run-session -- wireplumber
 is_linked() { pw-link -l 2>/dev/null | grep -q -F -e "$1"; }
 if ! wait_for 10 is_linked '|-> kalim_capture:input_MONO'; then
-    ! grep -q -i -e 'lv2.*not' "$work/server.said" || fail "the server cannot load the plug-in"
+    if grep -q 'without lv2 support' "$work/server.said"; then
+        echo "skipped: the sound server is built without LV2"
+        exit 77
+    fi
     fail "the microphone is not connected to the plug-in"
 fi
 
