@@ -4,7 +4,7 @@ set -eu
 . "$(dirname "$0")/common.sh"
 bundle=$1
 manual=$2
-need pipewire wireplumber dbus-run-session pw-cat pw-cli pw-dump pw-link ffmpeg od
+need pipewire wireplumber dbus-daemon pw-cat pw-cli pw-dump pw-link ffmpeg od
 
 open_folder
 use_own_home
@@ -32,7 +32,11 @@ server=$started
 answers() { pw-cli info 0 >/dev/null 2>&1; }
 wait_for 5 answers || fail "the server does not start"
 # Connects what belongs together, as on any desktop.
-run manager dbus-run-session -- wireplumber
+export DBUS_SESSION_BUS_ADDRESS="unix:path=$work/bus"
+run bus dbus-daemon --session --nofork --nopidfile --address="$DBUS_SESSION_BUS_ADDRESS"
+has_bus() { [ -S "$work/bus" ]; }
+wait_for 5 has_bus || fail "the message bus does not start"
+run manager wireplumber
 is_linked() { pw-link -l 2>/dev/null | grep -q -F -e "$1"; }
 if ! wait_for 10 is_linked '|-> kalim_capture:input_MONO'; then
     if grep -q 'without lv2 support' "$work/server.said"; then
