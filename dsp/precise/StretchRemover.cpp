@@ -59,7 +59,8 @@ constexpr std::size_t mostPeaks = 2;
 constexpr double mostEvidence = 100.0;
 constexpr double noteShare = 0.8;
 
-/// A harmonic above these that is 10 dB louder than any of them is no hum.
+/// A harmonic above these that is 10 dB louder than any of them, or than any of as many on either
+/// side, is no hum: rectifiers of three phases have every sixth.
 constexpr int lowHarmonics = 6;
 constexpr double loudestShare = 10.0;
 
@@ -189,16 +190,24 @@ Series<double> collectPowers(const HumModel& model)
     return powers;
 }
 
-/// A high harmonic that is far louder than all low ones is a note.
+/// A high harmonic that is far louder than all low ones, or stands alone, is a note.
 void leaveOutNotes(HumModel& model)
 {
     const Series<double> powers = collectPowers(model);
     const auto count = static_cast<int>(powers.size());
-    const double loudest =
-        *std::max_element(powers.begin(), powers.begin() + std::min(lowHarmonics, count));
-    for (int harmonic = lowHarmonics + 1; harmonic <= count; ++harmonic)
-        if (powers[harmonic - 1] > loudestShare * loudest)
-            model.leaveOut(harmonic);
+    const auto getLoudest = [&](int first, int last) // from 0
+    {
+        const auto begin = powers.begin() + std::min(first, count);
+        const auto end = powers.begin() + std::min(last, count);
+        return begin == end ? 0.0 : *std::max_element(begin, end);
+    };
+    for (int i = lowHarmonics; i < count; ++i)
+    {
+        const double beside =
+            std::max(getLoudest(i - lowHarmonics, i), getLoudest(i + 1, i + 1 + lowHarmonics));
+        if (powers[i] > loudestShare * std::min(beside, getLoudest(0, lowHarmonics)))
+            model.leaveOut(i + 1);
+    }
 }
 
 /// Mean power of the hum of all channels.
@@ -302,14 +311,14 @@ bool StretchRemover::isHum(const HumModel& model, const ChannelView& view) const
     const double share = getHumPower(model) / std::max(getSoundPower(view), 1e-30);
     if (share < leastShare)
         return false;
+    const HarmonicLines& lines = model.getLines();
+    const double seconds = lines.numFrames * lines.frameTime;
     if (settings.distrustsOthers && getMainsOffset(getMeanFrequency(model)) > mainsOffset &&
-        share < mainShare && !isLasting(model))
+        (seconds < sureSeconds || (share < mainShare && !isLasting(model))))
         return false;
     const Series<double> evidence = collectEvidence(model);
     const double largest = *std::max_element(evidence.begin(), evidence.end());
     const double rest = std::accumulate(evidence.begin(), evidence.end(), 0.0) - largest;
-    const HarmonicLines& lines = model.getLines();
-    const double seconds = lines.numFrames * lines.frameTime;
     if (isNoteOnComb(evidence, getMainsOffset(getMeanFrequency(model)) > mainsOffset))
         return false;
     return rest > restEvidence * std::max(1.0, sureSeconds / seconds) ||
