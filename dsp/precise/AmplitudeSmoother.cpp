@@ -246,8 +246,9 @@ AmplitudeSmoother::Walk AmplitudeSmoother::findWalk(const Series<int>& jumps) co
     for (const PerWalkSize& likelihood : found)
     {
         const auto* const own = std::max_element(likelihood.begin(), likelihood.end());
-        const bool isOwn = *own > likelihood[common] + ownSizeMargin;
-        walk.sizes.push_back(isOwn ? static_cast<std::size_t>(own - likelihood.begin()) : common);
+        const auto size = static_cast<std::size_t>(own - likelihood.begin());
+        const bool isOwn = size<common&& * own> likelihood[common] + ownSizeMargin;
+        walk.sizes.push_back(isOwn ? size : common);
     }
     return walk;
 }

@@ -200,10 +200,9 @@ private:
         for (int frame = first; frame < last; ++frame)
         {
             const std::size_t at = lines.at(frame, line);
-            pattern[at] =
-                hasGain || size == 0.0
-                    ? mean
-                    : std::sqrt(getPower(smooth.amplitudes[at])) / size * mean;
+            pattern[at] = hasGain || size == 0.0
+                              ? mean
+                              : std::sqrt(getPower(smooth.amplitudes[at])) / size * mean;
         }
     }
 

@@ -140,6 +140,17 @@ double getSpread(const HumModel& model)
     return highest - lowest;
 }
 
+double getSeconds(const HumModel& model)
+{
+    return model.getLines().numFrames * model.getLines().frameTime;
+}
+
+/// Whether a stretch is so short that hum is hardly told from notes.
+bool isShort(const HumModel& model)
+{
+    return getSeconds(model) < sureSeconds;
+}
+
 /// Evidence of each harmonic in the channel where it is clearest, the first at 0.
 Series<double> collectEvidence(const HumModel& model)
 {
@@ -171,6 +182,12 @@ bool isNoteOnComb(const Series<double>& evidence, bool isBesideMains)
         if (sumOfMultiples(step) > noteShare * all)
             return true;
     return false;
+}
+
+/// Hum is strong where it comes from, at the mains frequency and twice that.
+bool hasLowHarmonic(const Series<double>& evidence)
+{
+    return evidence[0] > 0.0 || (evidence.size() > 1 && evidence[1] > 0.0);
 }
 
 /// Mean power of each harmonic in the channel where it is loudest, the first at 0.
@@ -236,12 +253,11 @@ double getMainsOffset(double frequency)
 /// Whether hum is there all the time and hardly ever changes.
 bool isLasting(const HumModel& model)
 {
-    const HarmonicLines& lines = model.getLines();
     const auto& segments = model.getSegments();
     return std::all_of(segments.begin(), segments.end(),
                        [](const Segment& segment) { return segment.isOn; }) &&
            static_cast<double>(model.getChanges().size()) <=
-               1.0 + lines.numFrames * lines.frameTime * mostChangesPerSecond;
+               1.0 + getSeconds(model) * mostChangesPerSecond;
 }
 
 /// Whether nearly all of the hum lies in a small part of its period, and it has no body otherwise.
@@ -311,16 +327,17 @@ bool StretchRemover::isHum(const HumModel& model, const ChannelView& view) const
     const double share = getHumPower(model) / std::max(getSoundPower(view), 1e-30);
     if (share < leastShare)
         return false;
-    const HarmonicLines& lines = model.getLines();
-    const double seconds = lines.numFrames * lines.frameTime;
-    if (settings.distrustsOthers && getMainsOffset(getMeanFrequency(model)) > mainsOffset &&
-        (seconds < sureSeconds || (share < mainShare && !isLasting(model))))
+    const bool isBeside = getMainsOffset(getMeanFrequency(model)) > mainsOffset;
+    if (settings.distrustsOthers && isBeside &&
+        (isShort(model) || (share < mainShare && !isLasting(model))))
         return false;
     const Series<double> evidence = collectEvidence(model);
     const double largest = *std::max_element(evidence.begin(), evidence.end());
     const double rest = std::accumulate(evidence.begin(), evidence.end(), 0.0) - largest;
-    if (isNoteOnComb(evidence, getMainsOffset(getMeanFrequency(model)) > mainsOffset))
+    if (isNoteOnComb(evidence, isBeside || isShort(model)) ||
+        (settings.distrustsOthers && isShort(model) && !hasLowHarmonic(evidence)))
         return false;
+    const double seconds = getSeconds(model);
     return rest > restEvidence * std::max(1.0, sureSeconds / seconds) ||
            (largest > singleEvidence && seconds > singleSeconds && isLasting(model) &&
             getSpread(model) < singleSpread);

@@ -110,7 +110,7 @@ TEST(PreciseRemover, takesOffEveryKindOfHum)
         const testing::ScopedTrace trace(__FILE__, __LINE__, "case " + std::to_string(&c - cases));
         PreciseSettings settings;
         if (c.range.highest > 0.0)
-            settings.ranges = {c.range};
+            settings = {.ranges = {c.range}, .distrustsOthers = false};
         const Channels clean = makeSound(c.numChannels, c.sampleRate, c.seconds);
         const Channels mixed = makeMixture(c.numChannels, c.sampleRate, c.seconds, c.hum);
         const Removal removal = removeHum(mixed, c.sampleRate, settings);
