@@ -202,7 +202,7 @@ private:
         {
             startShare = surveyShare;
             auto opened =
-                std::make_unique<PreciseStream>(surveyRecording(reader, options.precise, show),
+                std::make_unique<PreciseStream>(surveyRecording(reader, learnHumShape(), show),
                                                 settings.isOn(Kalimmer::ResidualMode),
                                                 reader.getNumChannels(), reader.getSampleRate());
             precise = opened.get();
@@ -220,6 +220,19 @@ private:
                 [this](const Kalimmer& analysed, std::int64_t position)
                 { observe(analysed, position); });
         }
+    }
+
+    orvo::audio::precise::PreciseSettings learnHumShape()
+    {
+        if (!options.learned)
+            return options.precise;
+        const auto part = withUsageError<std::invalid_argument>(
+            "--learn: ",
+            [&] {
+                return MeasuredSamples(options.learned, reader.getNumFrames(),
+                                       reader.getSampleRate());
+            });
+        return learnFromRecording(reader, options.precise, part);
     }
 
     void processAll()
@@ -292,6 +305,7 @@ private:
         {
             report.hum = precise->getSummary();
             report.strength = options.precise.strength;
+            report.learned = options.learned;
         }
         report.harmonics = findHarmonics();
         report.nonFiniteSamples = stream->getNumNonFinite();

@@ -358,12 +358,17 @@ std::optional<HumModel> StretchRemover::find(const ChannelView& view, const Chan
     const int most = std::min(settings.mostHarmonics,
                               static_cast<int>(highestShareOfRate * view.sampleRate / found));
     HumModel extended = extend(model, view, reader, std::min(most, firstHarmonics));
-    if (most > firstHarmonics && reachesTop(extended))
+    const bool isKnownToReach =
+        settings.pattern &&
+        static_cast<int>(settings.pattern->amplitudes[0].size()) > firstHarmonics;
+    if (most > firstHarmonics && (isKnownToReach || reachesTop(extended)))
         extended = extend(model, view, reader, most);
     leaveOutNotes(extended);
     if (!isHum(extended, view))
         return {};
     result.fundamental = found;
+    if (settings.pattern)
+        imposePattern(*settings.pattern, extended);
     result.isBursts = isBursts(extended);
     return result.isBursts ? std::nullopt : std::optional(std::move(extended));
 }

@@ -14,6 +14,9 @@ namespace kalim::program
 namespace
 {
 
+/// Hz: a frequency is not given more exactly than its last digit.
+constexpr double leastUncertainty = 0.0005;
+
 using orvo::audio::precise::HarmonicSummary;
 using orvo::audio::precise::HumKind;
 using orvo::audio::precise::HumSummary;
@@ -88,8 +91,9 @@ std::string describeHum(const HumSummary& hum)
     if (!hum.hasHum())
         return hum.getKind() == HumKind::Bursts ? nameOf(HumKind::Bursts) : "no hum";
     const auto count = numbersOf(hum.getHarmonics()).size();
-    return fmt::format("hum at {:.3f} Hz (+-{:.2g}), {}, {} harmonic{}", hum.getMeanFrequency(),
-                       hum.getUncertainty(), nameOf(hum.getKind()), count, count == 1 ? "" : "s");
+    return fmt::format("hum at {:.3f} Hz (+-{:.4f}), {}, {} harmonic{}", hum.getMeanFrequency(),
+                       std::max(hum.getUncertainty(), leastUncertainty), nameOf(hum.getKind()),
+                       count, count == 1 ? "" : "s");
 }
 
 nlohmann::ordered_json humToJson(const HumSummary& hum)

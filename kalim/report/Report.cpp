@@ -174,6 +174,9 @@ std::string Report::toText() const
             append,
             "  fundamental: start {:.2f} Hz, end {:.2f} Hz, lowest {:.2f} Hz, highest {:.2f} Hz\n",
             tracking.getStart(), tracking.getEnd(), tracking.getLowest(), tracking.getHighest());
+    if (learned)
+        fmt::format_to(append, "  its shape is that from {:g} s to {:g} s\n", learned->start,
+                       learned->end);
     if (preset)
         fmt::format_to(append, "  preset: {} ({})\n", printable(preset->name),
                        printable(preset->file));
@@ -216,6 +219,8 @@ std::string Report::toJson() const
                  {"fundamental", hum && !hum->hasHum() ? Json() : trackingToJson(tracking)}};
     if (hum)
         json["hum"] = humToJson(*hum);
+    if (learned)
+        json["learned"] = {{"start", learned->start}, {"end", learned->end}};
     if (preset)
         json["preset"] = {{"name", preset->name}, {"file", preset->file.native()}};
     if (measured)

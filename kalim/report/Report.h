@@ -34,6 +34,9 @@ struct Report
     std::optional<orvo::audio::precise::HumSummary> hum;
     double strength = 1.0;
 
+    /// Where the shape of the hum was learnt, if it was.
+    std::optional<MeasuredRange> learned;
+
     /// Of the engine.
     HumSettings settings;
     std::optional<Preset> preset;

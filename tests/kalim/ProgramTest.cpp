@@ -113,11 +113,16 @@ TEST_F(Program, findsHumByItselfTakesItOffAndLeavesTheRestAlone)
         ASSERT_NEAR(rest[n] + hum[n], samples[n], 1e-6F);
         ASSERT_NEAR(half[n] + 0.5F * hum[n], samples[n], 1e-6F);
     }
+    const auto learned = clean(input, {"--learn=1:4"});
+    EXPECT_EQ(learned["learned"]["end"], 4.0);
+    EXPECT_THAT(reductionsIn(learned), AllOf(SizeIs(20), Each(Ge(30.0))));
     const Signal32 noise = makeNoise(-20.0, 48000.0, 3.0);
     const std::vector<float> plain(noise.getReadChannelPtr(0), noise.getReadChannelPtr(0) + 144000);
     const RunResult run = runKalim({writeFloats("plain.wav", plain), output(), "--force"});
     EXPECT_THAT(run.output, HasSubstr("no hum; the output equals the input sample for sample"));
     EXPECT_EQ(readAll(output()), plain);
+    EXPECT_THAT(runKalim({path("plain.wav"), path("x.wav"), "--learn=1:2"}).errors,
+                HasSubstr("plain.wav: no hum was found"));
     EXPECT_TRUE(clean(path("plain.wav"), {})["fundamental"].is_null());
 }
 
@@ -156,7 +161,9 @@ TEST_F(Program, tellsWhatHumThereIsAndSetsTheEngineFromIt)
                                         {{"--range=60:50"}, "does not rise"},
                                         {{"--mains=50", "--range=49:51"}, "together"},
                                         {{"--method=precise", "-a5"}, "--adaptivity"},
-                                        {{"--strength=50", "-a5"}, "precise"}})
+                                        {{"--strength=50", "-a5"}, "precise"},
+                                        {{"--learn=0:999"}, "only"},
+                                        {{"--learn=3"}, "no range"}})
     {
         Words all = words;
         all.insert(all.end(), {input, path("x.wav")});

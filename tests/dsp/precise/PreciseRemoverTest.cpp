@@ -137,6 +137,30 @@ TEST(PreciseRemover, takesOffTheShareThatIsAskedForHoweverTheRecordingIsCut)
     EXPECT_EQ(add(half, half), whole); // halves of floats are exact
 }
 
+/// A note of exactly twice the mains frequency is part of the hum for anyone who has not heard the
+/// hum alone.
+TEST(PreciseRemover, keepsANoteOnAHarmonicOnceTheHumIsLearnt)
+{
+    Dice dice{std::mt19937(5)};
+    Channels clean = makeSilence(2, 8000.0, 12.0);
+    addTone(clean, 8000.0, {.start = 4.0, .fundamental = 100.0, .numHarmonics = 1}, dice);
+    addNoise(clean, 8000.0, 0.0, 12.0, 1e-3, dice);
+    const Channels mixed = addHum(clean, 8000.0, {.fundamental = 50.02}, 0.1, dice);
+    const double before = getEnergy(add(mixed, clean, -1.0));
+    const auto getGain = [&](const PreciseSettings& settings)
+    {
+        const Channels error =
+            add(add(mixed, removeHum(mixed, 8000.0, settings).hum, -1.0), clean, -1.0);
+        return 10.0 * std::log10(before / getEnergy(error));
+    };
+    const ChannelView alone{{mixed[0].data(), mixed[1].data()}, 3 * 8000, 8000.0};
+    const auto learned = learnHum(alone, {});
+    ASSERT_TRUE(learned.has_value());
+    EXPECT_LT(getGain({}), 10.0);
+    EXPECT_GT(getGain(*learned), 20.0);
+    EXPECT_FALSE(learnHum({{clean[0].data()}, 3 * 8000, 8000.0}, {}).has_value());
+}
+
 TEST(PreciseRemover, leavesWhatHasNoHum)
 {
     const Removal removal = removeHum(makeSound(2, 44100.0, 3.0), 44100.0);
