@@ -50,7 +50,6 @@ void BasePlugInProcessor::internalProcess(juce::AudioBuffer<float>& buffer, bool
     const orvo::audio::ScopedFlushToZero flushToZero;
     if (buffer.getNumSamples() == 0)
         return;
-    blocks.followTiming(getTotalNumOutputChannels());
     blocks.process(buffer, getTotalNumInputChannels(), getTotalNumOutputChannels(), isBypassed);
 }
 
@@ -150,6 +149,9 @@ void BasePlugInProcessor::setCurrentProgramStateInformation(const void* data, in
     juce::MemoryInputStream stream(data, size > 0 ? static_cast<std::size_t>(size) : 0, false);
     setParameterSettings(stream);
     lastStateLoadTime = juce::Time::getMillisecondCounter();
+    // Hosts that prepare a plug-in before they restore it would go by the latency of its defaults.
+    const std::lock_guard lock(latencyGuard);
+    blocks.reportPresentLatency();
 }
 
 void BasePlugInProcessor::getParameterSettings(juce::OutputStream& stream)
@@ -192,16 +194,21 @@ void BasePlugInProcessor::addUndoState()
     history.addState(makeSettingsBlock());
 }
 
+void BasePlugInProcessor::removeUndoStateIfUnchanged()
+{
+    history.removeStateIfEqual(makeSettingsBlock());
+}
+
 void BasePlugInProcessor::undo()
 {
     history.undo(makeSettingsBlock(),
-                 [this](const juce::MemoryBlock& state) { loadSettingsBlock(state); });
+                 [this](const juce::MemoryBlock& state) { loadAndTellHost(state); });
 }
 
 void BasePlugInProcessor::redo()
 {
     history.redo(makeSettingsBlock(),
-                 [this](const juce::MemoryBlock& state) { loadSettingsBlock(state); });
+                 [this](const juce::MemoryBlock& state) { loadAndTellHost(state); });
 }
 
 void BasePlugInProcessor::copyToAlternate()
@@ -221,7 +228,8 @@ void BasePlugInProcessor::switchToAlternateSettings()
         if (!alternateSettings.isEmpty())
             other = alternateSettings;
     }
-    loadSettingsBlock(other);
+    loadAndTellHost(other);
+    history.exchangeWith(alternateHistory);
     const std::lock_guard lock(settingsGuard);
     alternateSettings = std::move(present);
 }
@@ -271,4 +279,23 @@ void BasePlugInProcessor::loadSettingsBlock(const juce::MemoryBlock& block)
 {
     juce::MemoryInputStream stream(block, false);
     setParameterSettings(stream);
+}
+
+void BasePlugInProcessor::loadAndTellHost(const juce::MemoryBlock& block)
+{
+    const std::vector<float> before = getParameterValues();
+    const int programBefore = currentProgram;
+    loadSettingsBlock(block);
+    for (int index = 0; index < parameters.size(); ++index)
+        if (getParameter(index) != before[static_cast<std::size_t>(index)])
+            sendToHost(index);
+    tellHostOfProgram(programBefore);
+}
+
+std::vector<float> BasePlugInProcessor::getParameterValues() const
+{
+    std::vector<float> values;
+    for (const auto& parameter : parameters)
+        values.push_back(parameter->getNormalizedParameterValue());
+    return values;
 }

@@ -12,6 +12,7 @@
 #include <juce_audio_processors/juce_audio_processors.h>
 #include <memory>
 #include <mutex>
+#include <vector>
 
 /// The face that a host sees: joins a signal processor to the framework. The work is done by the
 /// parts it owns: block processing, the public parameters, the settings record, the undo history,
@@ -165,6 +166,12 @@ public:
 
     /// Remembers the present settings, to be called before a user changes them.
     void addUndoState();
+
+    /// To be called after that: where nothing was changed, they are not remembered, and what could
+    /// be redone before can be again.
+    void removeUndoStateIfUnchanged();
+
+    /// These two tell the host of every value that they change, and of the program.
     void undo();
     void redo();
 
@@ -175,7 +182,8 @@ public:
     /// Makes the other of the A/B settings equal to the present ones.
     void copyToAlternate();
 
-    /// Exchanges the present settings with the other ones. The first time there are no others yet:
+    /// Exchanges the present settings with the other ones, and what can be undone and redone with
+    /// that of the others; tells the host as `undo` does. The first time there are no others yet:
     /// the sound stays, and the present settings become the others.
     void switchToAlternateSettings();
 
@@ -195,8 +203,11 @@ public:
     /// right after it, which would undo what they restored.
     void setCurrentProgram(int index) override;
 
-    /// Loads a preset file. What it does not mention stays. Returns false, with nothing changed,
-    /// when it is no preset. Message thread.
+    /// The same for a user who chooses a preset: tells the host of the program too. Message thread.
+    void chooseProgram(int index);
+
+    /// Loads a preset file, and tells the host of it. What it does not mention stays. Returns
+    /// false, with nothing changed, when it is no preset. Message thread.
     bool importFromPresetFile(const juce::File& file);
 
     /// Writes all public parameters as a preset file. Returns whether that succeeded; a failure
@@ -252,21 +263,26 @@ private:
     bool receiveEntry(const kalim::plugin::SettingsEntry& entry) override;
     void entriesReceived() override;
 
-    void receivePresetName(const juce::String& name) override { setCurrentPresetName(name); }
+    void receivePresetName(const juce::String& name) override;
 
     void internalProcess(juce::AudioBuffer<float>& buffer, bool isBypassed);
 
     bool mayNotifyProcessor() const { return numOpenEditors == 0; }
 
     void sendToHost(int index);
+    void tellHostOfProgram(int before);
+    std::vector<float> getParameterValues() const;
     void notifyListeners(int index);
     juce::MemoryBlock makeSettingsBlock();
     void loadSettingsBlock(const juce::MemoryBlock& block);
+    void loadAndTellHost(const juce::MemoryBlock& block);
 
     std::unique_ptr<juce::PropertiesFile> createPropertiesFile() const;
     void initializeLocalization();
     void initializePresetHandling();
+    bool loadPresetFile(const juce::File& file);
     void importParameter(const kalim::ParameterValue& parameter);
+    void followPreset(int index);
 
     std::shared_ptr<orvo::audio::BaseAudioProcessor> processor;
     juce::String bundleName;
@@ -278,6 +294,7 @@ private:
     kalim::plugin::BlockProcessing blocks;
     kalim::plugin::ParameterList parameters;
     kalim::plugin::UndoHistory history;
+    kalim::plugin::UndoHistory alternateHistory;
     std::atomic<int> numOpenEditors{0};
     std::atomic<double> preparedSampleRate{0.0};
 
@@ -286,9 +303,16 @@ private:
     juce::File userPresetFolder;
     kalim::plugin::PresetTree presets;
     std::atomic<int> currentProgram{0};
+
+    /// What hosts know of since the beginning; they cannot be told of presets beyond that.
+    int numProgramsAtFirst = 0;
     std::atomic<juce::uint32> lastStateLoadTime{0};
+
+    /// Against two threads that report a latency, none of which is the audio thread.
+    std::mutex latencyGuard;
 
     mutable std::mutex settingsGuard;
     juce::MemoryBlock alternateSettings;
     juce::String currentPresetName;
+    juce::File currentPresetFile;
 };

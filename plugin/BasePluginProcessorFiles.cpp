@@ -72,15 +72,42 @@ void BasePlugInProcessor::initializePresetHandling()
                                   orvo::companyName + "/" + plugInName + "/Presets/");
     userPresetFolder.createDirectory();
     updatePresetTree();
+    numProgramsAtFirst = presets.size();
     const int reset = presets.getResetPresetIndex();
     currentProgram = reset;
     if (reset < presets.size())
         setCurrentPresetName(getProgramName(reset));
+    followPreset(reset);
 }
 
 void BasePlugInProcessor::updatePresetTree()
 {
     presets.update({toPath(factoryPresetFolder), toPath(userPresetFolder)});
+    juce::File file;
+    {
+        const std::lock_guard lock(settingsGuard);
+        file = currentPresetFile;
+    }
+    followPreset(presets.findIndex(toPath(file)));
+}
+
+/// Makes the preset with that index the one from which the next and the previous one are counted.
+void BasePlugInProcessor::followPreset(int index)
+{
+    const kalim::Preset preset = presets.find(index);
+    if (preset.file.empty())
+        return;
+    currentProgram = index;
+    const std::lock_guard lock(settingsGuard);
+    currentPresetFile = juce::File(kalim::plugin::toText(preset.file.native()));
+}
+
+void BasePlugInProcessor::receivePresetName(const juce::String& name)
+{
+    setCurrentPresetName(name);
+    // Several presets may share a name.
+    if (getProgramName(currentProgram) != name)
+        followPreset(presets.findIndex(name));
 }
 
 juce::String BasePlugInProcessor::getHelpFilePath(const juce::String& language) const
@@ -107,11 +134,36 @@ void BasePlugInProcessor::setCurrentProgram(int index)
         return;
     addUndoState();
     currentProgram = index;
-    importFromPresetFile(juce::File(kalim::plugin::toText(presets.find(index).file.native())));
+    followPreset(index);
+    loadPresetFile(juce::File(kalim::plugin::toText(presets.find(index).file.native())));
     notifyListeners(-1);
 }
 
+void BasePlugInProcessor::chooseProgram(int index)
+{
+    const int before = currentProgram;
+    setCurrentProgram(index);
+    tellHostOfProgram(before);
+}
+
+void BasePlugInProcessor::tellHostOfProgram(int before)
+{
+    const int program = currentProgram;
+    if (program != before && program >= 0 && program < numProgramsAtFirst)
+        updateHostDisplay(ChangeDetails().withProgramChanged(true));
+}
+
 bool BasePlugInProcessor::importFromPresetFile(const juce::File& file)
+{
+    const int before = currentProgram;
+    const bool isLoaded = loadPresetFile(file);
+    if (isLoaded)
+        followPreset(presets.findIndex(toPath(file)));
+    tellHostOfProgram(before);
+    return isLoaded;
+}
+
+bool BasePlugInProcessor::loadPresetFile(const juce::File& file)
 {
     kalim::PresetContent content;
     try
@@ -167,6 +219,8 @@ bool BasePlugInProcessor::exportToPresetFile(const juce::File& file)
     {
         return false;
     }
-    setCurrentPresetName(file.getFileNameWithoutExtension());
+    const std::lock_guard lock(settingsGuard);
+    currentPresetName = file.getFileNameWithoutExtension();
+    currentPresetFile = file;
     return true;
 }

@@ -12,6 +12,7 @@ void BasePlugInProcessor::prepareToPlay(double sampleRate, int maximumBlockSize)
                                                  getMainBusNumInputChannels(), sampleRate);
     const auto output = kalim::plugin::makeFormat(getOutputSpeakerArrangement(),
                                                   getMainBusNumOutputChannels(), sampleRate);
+    const std::lock_guard lock(latencyGuard);
     blocks.prepare(input, output, getTotalNumOutputChannels(), maximumBlockSize);
 }
 

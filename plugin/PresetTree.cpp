@@ -2,6 +2,7 @@
 
 #include "base/Text.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace kalim::plugin
@@ -68,6 +69,23 @@ Preset PresetTree::find(int index) const
     return index >= 0 && index < static_cast<int>(presets.size())
                ? presets[static_cast<std::size_t>(index)]
                : Preset();
+}
+
+int PresetTree::findIndexIf(const std::function<bool(const Preset&)>& isWanted) const
+{
+    const std::lock_guard lock(guard);
+    const auto found = std::ranges::find_if(presets, isWanted);
+    return found == presets.end() ? -1 : static_cast<int>(found - presets.begin());
+}
+
+int PresetTree::findIndex(const std::filesystem::path& file) const
+{
+    return findIndexIf([&](const Preset& preset) { return preset.file == file; });
+}
+
+int PresetTree::findIndex(const juce::String& name) const
+{
+    return findIndexIf([&](const Preset& preset) { return toText(preset.name) == name; });
 }
 
 int PresetTree::getResetPresetIndex() const

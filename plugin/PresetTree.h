@@ -2,6 +2,8 @@
 
 #include "presets/PresetCatalogue.h"
 
+#include <filesystem>
+#include <functional>
 #include <juce_data_structures/juce_data_structures.h>
 #include <mutex>
 #include <vector>
@@ -22,6 +24,12 @@ public:
     /// The preset with that index; an empty one when there is none.
     Preset find(int index) const;
 
+    /// The index of the preset in that file, -1 when there is none.
+    int findIndex(const std::filesystem::path& file) const;
+
+    /// The index of the first preset with that name, -1 when there is none.
+    int findIndex(const juce::String& name) const;
+
     /// The index of the preset called "Reset" in any letter case, 0 if there is none.
     int getResetPresetIndex() const;
 
@@ -31,6 +39,8 @@ public:
     const juce::ValueTree& getTree() const { return presetTree; }
 
 private:
+    int findIndexIf(const std::function<bool(const Preset&)>& isWanted) const;
+
     juce::ValueTree presetTree{"Root"};
 
     mutable std::mutex guard;

@@ -1,6 +1,7 @@
 #include "plugin/SettingsRecord.h"
 
 #include <array>
+#include <utility>
 
 namespace kalim::plugin
 {
@@ -88,8 +89,29 @@ bool readSettingsRecord(juce::InputStream& stream, std::uint32_t plugInCode,
 void UndoHistory::addState(const juce::MemoryBlock& present)
 {
     const std::lock_guard lock(guard);
-    undoStates.push_front(std::make_shared<const juce::MemoryBlock>(present));
-    redoStates.clear();
+    lastAddition = std::make_shared<const juce::MemoryBlock>(present);
+    undoStates.push_front(lastAddition);
+    redoneBeforeAddition = std::exchange(redoStates, {});
+}
+
+void UndoHistory::removeStateIfEqual(const juce::MemoryBlock& present)
+{
+    const std::lock_guard lock(guard);
+    const State state = std::exchange(lastAddition, nullptr);
+    States redone = std::exchange(redoneBeforeAddition, {});
+    if (state == nullptr || *state != present)
+        return;
+    undoStates.pop_front();
+    redoStates = std::move(redone);
+}
+
+void UndoHistory::exchangeWith(UndoHistory& other)
+{
+    const std::scoped_lock lock(guard, other.guard);
+    undoStates.swap(other.undoStates);
+    redoStates.swap(other.redoStates);
+    lastAddition.swap(other.lastAddition);
+    redoneBeforeAddition.swap(other.redoneBeforeAddition);
 }
 
 bool UndoHistory::canUndo() const
@@ -121,6 +143,8 @@ void UndoHistory::step(States& from, States& to, const juce::MemoryBlock& presen
         const std::lock_guard lock(guard);
         if (from.empty())
             return;
+        lastAddition = nullptr;
+        redoneBeforeAddition.clear();
         to.push_front(std::make_shared<const juce::MemoryBlock>(present));
         state = from.front();
     }

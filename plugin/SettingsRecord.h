@@ -71,6 +71,13 @@ public:
     /// Remembers `present` before it is changed. What was undone before can no longer be redone.
     void addState(const juce::MemoryBlock& present);
 
+    /// Takes the last addition back if it equals `present` and nothing was undone or redone since:
+    /// what could be redone before it can be again.
+    void removeStateIfEqual(const juce::MemoryBlock& present);
+
+    /// The one becomes the other.
+    void exchangeWith(UndoHistory& other);
+
     bool canUndo() const;
     bool canRedo() const;
 
@@ -89,6 +96,10 @@ private:
     mutable std::mutex guard;
     States undoStates;
     States redoStates;
+
+    /// The last addition, null where it cannot be taken back, and what could be redone before.
+    State lastAddition;
+    States redoneBeforeAddition;
 };
 
 } // namespace kalim::plugin

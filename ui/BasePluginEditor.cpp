@@ -132,7 +132,7 @@ void BasePluginEditor::plugInMenuCallback(int result, BasePluginEditor* editor)
     else if (result == MenuItems::loadPreset)
         editor->loadPresetFile({});
     else if (result >= MenuItems::firstPreset)
-        editor->plugIn->setCurrentProgram(result - MenuItems::firstPreset);
+        editor->plugIn->chooseProgram(result - MenuItems::firstPreset);
 }
 
 void BasePluginEditor::loadPresetFile(const juce::String& path)
@@ -151,7 +151,8 @@ void BasePluginEditor::loadPresetFile(const juce::String& path)
         file = chooser.getResult();
     }
     plugIn->addUndoState();
-    plugIn->importFromPresetFile(file);
+    if (!plugIn->importFromPresetFile(file))
+        plugIn->removeUndoStateIfUnchanged();
 }
 
 void BasePluginEditor::savePresetFile(const juce::String& path)

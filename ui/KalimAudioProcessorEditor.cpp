@@ -216,22 +216,38 @@ void KalimAudioProcessorEditor::parameterChanged(int)
     parametersChanged = true;
 }
 
+void KalimAudioProcessorEditor::beginUndoStep(const juce::Slider* slider)
+{
+    for (const Knob& knob : knobs)
+        if (knob.slider != slider)
+            knob.slider->endWheelGesture();
+    plugIn->addUndoState();
+}
+
 void KalimAudioProcessorEditor::buttonClicked(juce::Button* button)
 {
-    plugIn->addUndoState();
+    beginUndoStep(nullptr);
     const int id = std::ranges::find(toggles, button, &Toggle::button)->parameterId;
     const int index = plugIn->findPublicParameterIndex(id);
     plugIn->beginParameterGesture(index);
     kalimmer->setParameterValue(id, button->getToggleState() ? 1.0F : 0.0F, true);
     plugIn->notifyInternalParameterChange(id);
     plugIn->endParameterGesture(index);
+    plugIn->removeUndoStateIfUnchanged();
     if (button == &aggresiveToggle)
         sensitivitySlider.setEnabled(!button->getToggleState());
 }
 
-void KalimAudioProcessorEditor::sliderDragStarted(juce::Slider*)
+void KalimAudioProcessorEditor::sliderDragStarted(juce::Slider* slider)
 {
-    plugIn->addUndoState();
+    if (std::ranges::find(knobs, slider, &Knob::slider)->slider->getGestureDepth() == 1)
+        beginUndoStep(slider);
+}
+
+void KalimAudioProcessorEditor::sliderDragEnded(juce::Slider* slider)
+{
+    if (std::ranges::find(knobs, slider, &Knob::slider)->slider->getGestureDepth() == 0)
+        plugIn->removeUndoStateIfUnchanged();
 }
 
 // The slider writes its parameter itself.
@@ -239,7 +255,7 @@ void KalimAudioProcessorEditor::sliderValueChanged(juce::Slider*) {}
 
 void KalimAudioProcessorEditor::handleDragStarted(CurveEditor*, int index, CurveEditor::Handle&)
 {
-    plugIn->addUndoState();
+    beginUndoStep(nullptr);
     if (index == 0)
         frequencySlider.startedDragging();
 }
@@ -247,13 +263,15 @@ void KalimAudioProcessorEditor::handleDragStarted(CurveEditor*, int index, Curve
 void KalimAudioProcessorEditor::handleDragEnded(CurveEditor*, int index, CurveEditor::Handle&)
 {
     // After the last value, which is on its way.
-    if (index == 0)
-        juce::MessageManager::callAsync(
-            [slider = SafePointer<ParameterSlider>(&frequencySlider)]
-            {
-                if (slider != nullptr)
-                    slider->stoppedDragging();
-            });
+    juce::MessageManager::callAsync(
+        [self = SafePointer<KalimAudioProcessorEditor>(this), index]
+        {
+            if (self == nullptr)
+                return;
+            if (index == 0)
+                self->frequencySlider.stoppedDragging();
+            self->plugIn->removeUndoStateIfUnchanged();
+        });
 }
 
 void KalimAudioProcessorEditor::handlePositionChanged(CurveEditor*, int index,

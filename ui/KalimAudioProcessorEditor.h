@@ -98,9 +98,11 @@ private:
     void updateHandles();
     juce::Colour getSpectrumColour() const;
 
+    void beginUndoStep(const juce::Slider* slider);
     void parameterChanged(int index) override;
     void buttonClicked(juce::Button* button) override;
     void sliderDragStarted(juce::Slider* slider) override;
+    void sliderDragEnded(juce::Slider* slider) override;
     void sliderValueChanged(juce::Slider* slider) override;
     void handleDragStarted(CurveEditor* editor, int index, CurveEditor::Handle& handle) override;
     void handleDragEnded(CurveEditor* editor, int index, CurveEditor::Handle& handle) override;

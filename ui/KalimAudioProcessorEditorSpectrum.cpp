@@ -46,6 +46,7 @@ void KalimAudioProcessorEditor::timerCallback()
     const double sampleRate = plugIn->getPreparedSampleRate();
     if (parametersChanged.exchange(false))
         updateParameterControls();
+    header.updateHistoryButtons();
     updateSpectrum(static_cast<float>(sampleRate));
     updateHandles();
     if (sampleRate > 0.0 && sampleRate != lastSampleRate)

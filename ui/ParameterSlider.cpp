@@ -1,5 +1,6 @@
 #include "ui/ParameterSlider.h"
 
+#include <memory>
 #include <utility>
 
 namespace
@@ -10,6 +11,9 @@ constexpr double fineStepMilliseconds = 50.0;
 
 /// How much of an interval a pixel of a fine drag is.
 constexpr double finePixel = 0.25;
+
+/// How long a turn of the wheel waits for the next notch.
+constexpr int wheelPauseMilliseconds = 500;
 
 bool asksForFineSteps(const juce::ModifierKeys& modifiers)
 {
@@ -27,7 +31,9 @@ ParameterSlider::ParameterSlider(const juce::String& name)
 ParameterSlider::~ParameterSlider()
 {
     // The base class would end a drag only after this part is destroyed.
-    stoppedDragging();
+    endWheelGesture();
+    if (std::exchange(gestureDepth, 0) > 0)
+        plugIn->endParameterGesture(publicParameterIndex);
 }
 
 void ParameterSlider::attachParameter(BasePlugInProcessor* newPlugIn,
@@ -64,19 +70,19 @@ void ParameterSlider::valueChanged()
 
 void ParameterSlider::startedDragging()
 {
-    if (plugIn == nullptr || std::exchange(isGestureOpen, true))
-        return;
-    plugIn->beginParameterGesture(publicParameterIndex);
+    if (plugIn != nullptr && gestureDepth++ == 0)
+        plugIn->beginParameterGesture(publicParameterIndex);
 }
 
 void ParameterSlider::stoppedDragging()
 {
-    if (std::exchange(isGestureOpen, false))
+    if (gestureDepth > 0 && --gestureDepth == 0)
         plugIn->endParameterGesture(publicParameterIndex);
 }
 
 void ParameterSlider::mouseDown(const juce::MouseEvent& event)
 {
+    endWheelGesture();
     juce::Slider::mouseDown(event);
     rememberFineStep(event);
 }
@@ -106,8 +112,10 @@ void ParameterSlider::mouseWheelMove(const juce::MouseEvent& event,
         // The momentum that follows a fine move must not end in a coarse one.
         if (!wheel.isInertial)
             isWheelFine = false;
-        if (!isWheelFine)
-            juce::Slider::mouseWheelMove(event, wheel);
+        if (isWheelFine)
+            return;
+        continueWheelGesture();
+        juce::Slider::mouseWheelMove(event, wheel);
         return;
     }
     isWheelFine = true;
@@ -116,10 +124,31 @@ void ParameterSlider::mouseWheelMove(const juce::MouseEvent& event,
     if (!wheel.isInertial)
     {
         const double direction = (wheel.deltaY >= 0.0F) == wheel.isReversed ? -1.0 : 1.0;
-        const ScopedDragNotification gesture(*this);
+        continueWheelGesture();
         setValue(getValue() + direction * static_cast<double>(fineStep), juce::sendNotification);
     }
     lastFineStepTime = juce::Time::getMillisecondCounterHiRes();
+}
+
+void ParameterSlider::continueWheelGesture()
+{
+    if (!isEnabled())
+        return;
+    if (wheelGesture == nullptr)
+        wheelGesture = std::make_unique<ScopedDragNotification>(*this);
+    startTimer(wheelPauseMilliseconds);
+}
+
+void ParameterSlider::endWheelGesture()
+{
+    stopTimer();
+    wheelGesture.reset();
+}
+
+void ParameterSlider::mouseExit(const juce::MouseEvent& event)
+{
+    endWheelGesture();
+    juce::Slider::mouseExit(event);
 }
 
 bool ParameterSlider::keyPressed(const juce::KeyPress& key)
@@ -128,6 +157,7 @@ bool ParameterSlider::keyPressed(const juce::KeyPress& key)
                          key == juce::KeyPress::leftKey || key == juce::KeyPress::rightKey;
     if (!isArrow)
         return juce::Slider::keyPressed(key);
+    endWheelGesture();
     const ScopedDragNotification gesture(*this);
     return juce::Slider::keyPressed(key);
 }

@@ -3,11 +3,13 @@
 #include "plugin/BasePluginProcessor.h"
 
 #include <juce_gui_basics/juce_gui_basics.h>
+#include <memory>
 
 /// A knob bound to one parameter of the processor. Values go straight to the processor, gestures
 /// and new values to the host. With control, alt or command held, drags and wheel moves change the
-/// value in fine steps. Message thread.
-class ParameterSlider : public juce::Slider
+/// value in fine steps. Notches of the wheel that follow each other within half a second are one
+/// gesture. Message thread.
+class ParameterSlider : public juce::Slider, private juce::Timer
 {
 public:
     explicit ParameterSlider(const juce::String& name);
@@ -23,6 +25,12 @@ public:
     /// -1 before a public parameter is attached.
     int getPublicParameterIndex() const { return publicParameterIndex; }
 
+    /// How many gestures are open, one within the other: 1 is the outermost.
+    int getGestureDepth() const { return gestureDepth; }
+
+    /// Does not wait whether more notches follow.
+    void endWheelGesture();
+
     void valueChanged() override;
     void startedDragging() override;
     void stoppedDragging() override;
@@ -35,8 +43,12 @@ public:
     bool keyPressed(const juce::KeyPress& key) override;
     void focusGained(FocusChangeType cause) override;
     void focusLost(FocusChangeType cause) override;
+    void mouseExit(const juce::MouseEvent& event) override;
 
 private:
+    void timerCallback() override { endWheelGesture(); }
+
+    void continueWheelGesture();
     bool isTimeForAFineStep() const;
     void rememberFineStep(const juce::MouseEvent& event);
 
@@ -50,5 +62,6 @@ private:
     juce::Point<int> lastFinePosition;
     double lastFineStepTime = 0.0;
     bool isWheelFine = false;
-    bool isGestureOpen = false;
+    int gestureDepth = 0;
+    std::unique_ptr<ScopedDragNotification> wheelGesture;
 };

@@ -118,6 +118,14 @@ void PlugInEditorHeader::updatePresetName()
     currentPresetButton.setTitle(plugIn->getCurrentPresetName());
 }
 
+void PlugInEditorHeader::updateHistoryButtons()
+{
+    if (plugIn == nullptr)
+        return;
+    undoButton.setEnabled(plugIn->canUndo());
+    redoButton.setEnabled(plugIn->canRedo());
+}
+
 void PlugInEditorHeader::paint(juce::Graphics& g)
 {
     const auto centre = static_cast<float>(getWidth()) * 0.5F;
@@ -208,6 +216,7 @@ void PlugInEditorHeader::buttonClicked(juce::Button* button)
             juce::PopupMenu::Options().withTargetComponent(&menuButton),
             juce::ModalCallbackFunction::forComponent(plugInMenuCallback, this));
     }
+    updateHistoryButtons();
 }
 
 void PlugInEditorHeader::activateSettings(bool isA)
@@ -225,7 +234,7 @@ void PlugInEditorHeader::stepPreset(int step)
         return;
     // Hosts may have set any number.
     const int current = juce::jlimit(0, count - 1, plugIn->getCurrentProgram());
-    plugIn->setCurrentProgram((count + current + step) % count);
+    plugIn->chooseProgram((count + current + step) % count);
 }
 
 void PlugInEditorHeader::updatePlugInMenu()

@@ -35,6 +35,9 @@ public:
     /// Shows the present preset's name.
     void updatePresetName();
 
+    /// Lets the arrows of undo and redo be pressed where there is something to undo or redo.
+    void updateHistoryButtons();
+
     /// Makes room for the title, whose width is the theme's.
     void updateLayout();
 

@@ -130,6 +130,12 @@ Signal32 Kalimmer::process(const Signal32& input, bool bypass)
     return aggressiveMode.value ? processWithNotchFilters(samples) : processWithTrackers(samples);
 }
 
+int Kalimmer::getNumHeldSamples()
+{
+    const std::lock_guard lock(parameterLock);
+    return static_cast<int>(synthesisQueue.getNumSamples());
+}
+
 std::vector<HarmonicStatus> Kalimmer::getDetectionStatus() const
 {
     const HarmonicSelection selection = getSelection();

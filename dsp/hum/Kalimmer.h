@@ -60,6 +60,8 @@ public:
 
     std::string getName() override { return "Kalim"; }
 
+    int getNumHeldSamples() override;
+
     /// One entry per active harmonic. Any thread, no lock.
     std::vector<HarmonicStatus> getDetectionStatus() const;
 

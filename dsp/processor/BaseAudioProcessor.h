@@ -120,6 +120,11 @@ public:
     virtual bool hasUserInterface();
     virtual ProcessorUserInterface* createUserInterface();
 
+    /// How many samples of earlier blocks are held back at present that a bypassed process() passes
+    /// by, so that they would come out after the bypass; 0 for a processor that gives everything
+    /// out in its order. Audio thread.
+    virtual int getNumHeldSamples() { return 0; }
+
     /// Listeners are called in the order in which they were added. Any thread but the audio thread.
     void addListener(Listener* listener);
     void removeListener(Listener* listener);

@@ -79,11 +79,12 @@ wait_for() {
     done
 }
 
-# The settings and sound servers of whoever runs the tests must not be met.
+# The settings, sound servers and sound cards of whoever runs the tests must not be met.
 use_own_home() {
     mkdir -p "$work/home/.config"
     export HOME="$work/home" XDG_CONFIG_HOME="$work/home/.config"
     export JACK_DEFAULT_SERVER="kalim-test-$$" JACK_NO_START_SERVER=1
+    export PIPEWIRE_REMOTE="kalim-test-$$" ALSA_CONFIG_PATH=/dev/null
 }
 
 # The level in dB of floats on standard input, against a mean square of 1.

@@ -89,6 +89,39 @@ TEST(SettingsRecord, hasTheBytesThatOthersExpectAndBringsEverythingBackBitForBit
     EXPECT_EQ(told.editor, std::vector{-1});
 }
 
+TEST(SettingsRecord, bringsTheLatencyOfItsModeThatChangesWhilePlayingDoNotReport)
+{
+    KalimAudioProcessor plugIn;
+    juce::MemoryBlock normal;
+    plugIn.getStateInformation(normal);
+    const Signal32 ramp = makeRamp(2, 6000);
+    const auto expectLate = [&](int reported, int delay)
+    {
+        EXPECT_EQ(plugIn.getLatencySamples(), reported);
+        EXPECT_TRUE(isDelayed(play(plugIn, ramp, {500}), ramp, delay));
+    };
+    prepare(plugIn, juce::AudioChannelSet::stereo());
+    const auto set = [&](int id, float value)
+    { plugIn.getBaseProcessor()->setParameterValue(id, value, false); };
+    set(Kalimmer::NumberOfHarmonics, 0.0F);
+    set(Kalimmer::AggressiveMode, 1.0F);
+    expectLate(2048, 0);
+    juce::MemoryBlock aggressive;
+    plugIn.getStateInformation(aggressive);
+    const auto restore = [&](const juce::MemoryBlock& state)
+    {
+        plugIn.setStateInformation(state.getData(), static_cast<int>(state.getSize()));
+        set(Kalimmer::NumberOfHarmonics, 0.0F);
+    };
+    restore(aggressive);
+    expectLate(0, 0);
+    restore(normal);
+    expectLate(2048, 2048);
+    restore(aggressive);
+    prepare(plugIn, juce::AudioChannelSet::stereo());
+    expectLate(0, 0);
+}
+
 TEST(SettingsRecord, survivesEveryTruncationAndKeepsWhatWasThere)
 {
     for (std::size_t size = 0; size < 89; ++size)

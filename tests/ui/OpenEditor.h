@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <memory>
+#include <utility>
 
 /// A plug-in with its editor open, as a host opens it, but without a screen.
 class OpenEditor : public ::testing::Test, private juce::AudioProcessorListener
@@ -52,13 +53,25 @@ protected:
     std::unique_ptr<KalimAudioProcessorEditor> editor =
         std::make_unique<KalimAudioProcessorEditor>(&plugIn);
 
-    /// What the host is told of parameters: "(2v2)2" is a gesture that changes number 2.
+    /// What the host is told: "(2v2)2" is a gesture that changes parameter 2, "p" another program.
     juce::String told;
+
+    /// What the host is told and has not been asked for yet.
+    juce::String takeTold() { return std::exchange(told, {}); }
+
+    static void runMessageLoop(int milliseconds)
+    {
+        juce::MessageManager::getInstance()->runDispatchLoopUntil(milliseconds);
+    }
 
 private:
     using Host = juce::AudioProcessor;
 
-    void audioProcessorChanged(Host*, const ChangeDetails&) override {}
+    void audioProcessorChanged(Host*, const ChangeDetails& details) override
+    {
+        if (details.programChanged)
+            told << "p";
+    }
 
     void audioProcessorParameterChanged(Host*, int i, float) override { told << "v" << i; }
 

@@ -58,6 +58,8 @@ TEST_F(Knob, movesInFineStepsWithAModifierByMouseAndByWheel)
     attach(Kalimmer::Adaptivity);
     wait();
     EXPECT_EQ(turnWheel(control, 0.3F), 16.0);
+    EXPECT_EQ(told, "(2v2");
+    runMessageLoop(600);
     EXPECT_EQ(told, "(2v2)2");
     EXPECT_EQ(turnWheel(0, 0.3F, true), 16.0); // the momentum of a fine move
     wait();
