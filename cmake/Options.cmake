@@ -2,6 +2,7 @@
 
 option(KALIM_BUILD_PROGRAM "Build the command-line program" ON)
 option(KALIM_BUILD_PLUGIN "Build the plug-in, in all formats" OFF)
+option(KALIM_BUILD_CORE_LV2 "Build the small LV2 bundle for hosts without a window" OFF)
 set(KALIM_FORMATS LV2 VST3 Standalone)
 if(APPLE)
   list(APPEND KALIM_FORMATS AU)

@@ -82,25 +82,53 @@ struct OutputFiles
     std::optional<OutputFile> picture{};
 };
 
+/// Frequency of the highest harmonic that is clearly softer afterwards, or that is clearly heard in
+/// what was removed: what sounds is louder than the others. 0 if there is none.
+double highestRemoved(const Report& report)
+{
+    constexpr double clearly = 3.0; // dB
+    const bool isResidual = report.settings.isOn(Kalimmer::ResidualMode);
+    double highest = 0.0;
+    for (const HarmonicLevels& harmonic : report.harmonics)
+    {
+        const double change = harmonic.after - harmonic.before;
+        if (isResidual ? change > -clearly : change < -clearly)
+            highest = std::max(highest, harmonic.frequency);
+    }
+    return highest;
+}
+
+std::string describeRun(const Options& options, const Report& report,
+                        const Measurements& measurements)
+{
+    const char* const mode =
+        report.hum ? "precise"
+                   : (report.settings.isOn(Kalimmer::AggressiveMode) ? "aggressive" : "normal");
+    const std::string found =
+        report.hum && !report.hum->hasHum()
+            ? "no hum"
+            : fmt::format("hum at {:.2f} Hz, {} harmonic{}", measurements.getMeanFundamental(),
+                          report.harmonics.size(), report.harmonics.size() == 1 ? "" : "s");
+    const std::string part =
+        options.measured
+            ? fmt::format(", from {:g} s to {:g} s", options.measured->start, options.measured->end)
+            : "";
+    return fmt::format("{}, {} mode{}", found, mode, part);
+}
+
 SpectrumPlotData describePicture(const Options& options, const Report& report,
                                  const Measurements& measurements)
 {
     SpectrumPlotData data;
     data.title = printable(options.input.filename());
-    const char* const mode =
-        report.hum ? "precise"
-                   : (report.settings.isOn(Kalimmer::AggressiveMode) ? "aggressive" : "normal");
-    data.subtitle =
-        fmt::format("hum at {:.2f} Hz, {} harmonic{}, {} mode{}", measurements.getMeanFundamental(),
-                    report.harmonics.size(), report.harmonics.size() == 1 ? "" : "s", mode,
-                    options.measured ? fmt::format(", from {:g} s to {:g} s",
-                                                   options.measured->start, options.measured->end)
-                                     : "");
+    data.subtitle = describeRun(options, report, measurements);
     data.sampleRate = report.sampleRate;
     data.beforeLabel = "before";
     data.afterLabel = options.settings.isOn(Kalimmer::ResidualMode) ? "what was removed" : "after";
     data.harmonics = report.harmonics;
     measurements.drawInto(data);
+    if (data.overTime)
+        data.overTime->highestHarmonic = highestRemoved(report);
     return data;
 }
 
@@ -127,12 +155,13 @@ public:
               {reader.getNumFrames(), reader.getNumChannels(), reader.getSampleRate()},
               given.output, given.format))
         , measurements(given, reader)
-        , existing(given.overwrites ? Existing::replace : Existing::keep)
-        , files{{given.output, existing}}
+        , files{{given.output, existing()}}
         , writer(files.audio, target.format, reader.getNumChannels(), reader.getSampleRate())
     {
         if (options.plot)
-            files.picture.emplace(*options.plot, existing);
+            files.picture.emplace(*options.plot, existing());
+        if (options.trace)
+            files.trace.emplace(*options.trace, existing());
         metadata.applyTo(writer, fmt::format("Kalim {}", version));
     }
 
@@ -158,6 +187,8 @@ public:
     }
 
 private:
+    Existing existing() const { return options.overwrites ? Existing::replace : Existing::keep; }
+
     void showProgress(double share)
     {
         if (progress)
@@ -171,7 +202,7 @@ private:
         {
             startShare = surveyShare;
             auto opened =
-                std::make_unique<PreciseStream>(surveyRecording(reader, options.precise, show),
+                std::make_unique<PreciseStream>(surveyRecording(reader, learnHumShape(), show),
                                                 settings.isOn(Kalimmer::ResidualMode),
                                                 reader.getNumChannels(), reader.getSampleRate());
             precise = opened.get();
@@ -189,8 +220,19 @@ private:
                 [this](const Kalimmer& analysed, std::int64_t position)
                 { observe(analysed, position); });
         }
-        if (options.trace)
-            files.trace.emplace(*options.trace, existing, settings.getSelection());
+    }
+
+    orvo::audio::precise::PreciseSettings learnHumShape()
+    {
+        if (!options.learned)
+            return options.precise;
+        const auto part = withUsageError<std::invalid_argument>(
+            "--learn: ",
+            [&] {
+                return MeasuredSamples(options.learned, reader.getNumFrames(),
+                                       reader.getSampleRate());
+            });
+        return learnFromRecording(reader, options.precise, part);
     }
 
     void processAll()
@@ -225,7 +267,8 @@ private:
     {
         measurements.addFundamental(analysed.getCurrentFundamental(), position);
         if (files.trace)
-            files.trace->add(static_cast<double>(position) / reader.getSampleRate(), analysed);
+            files.trace->add(static_cast<double>(position) / reader.getSampleRate(), analysed,
+                             settings.getSelection());
     }
 
     void addCourse()
@@ -262,6 +305,7 @@ private:
         {
             report.hum = precise->getSummary();
             report.strength = options.precise.strength;
+            report.learned = options.learned;
         }
         report.harmonics = findHarmonics();
         report.nonFiniteSamples = stream->getNumNonFinite();
@@ -321,7 +365,6 @@ private:
     FileMetadata metadata;
     OutputFormat target;
     Measurements measurements;
-    Existing existing;
     OutputFiles files;
     AudioFileWriter writer;
     std::unique_ptr<HumStream> stream;

@@ -37,8 +37,8 @@ struct DetectionOptions
 std::optional<DetectionOptions> parse(int argc, const char* const* argv)
 {
     CLI::App app{"Tells whether recordings hold hum: its fundamental with one sigma, its kind "
-                 "(steady, tape,\nswitched or breathing), and how far its harmonics stand out of "
-                 "a spectrum of a second.",
+                 "(steady, tape,\nswitched or breathing), when it changes at once, and how far "
+                 "its harmonics stand out of a\nspectrum of a second.",
                  "kalim detect"};
     DetectionOptions options;
     std::vector<std::string> files;
@@ -89,6 +89,8 @@ std::string toText(const std::filesystem::path& file, const HumSummary& hum, boo
     text += fmt::format("  between {:.3f} Hz and {:.3f} Hz, drift {:+.5f} Hz/s, {:.1f} s of hum\n",
                         hum.getLowestFrequency(), hum.getHighestFrequency(), hum.getDrift(),
                         hum.getSecondsOfHum());
+    if (!hum.getChanges().empty())
+        text += fmt::format("  changes at {}\n", changesToText(hum.getChanges()));
     for (const std::string& doubt : findDoubts(hum))
         text += fmt::format("  {}\n", doubt);
     return text + harmonicsToText(hum);

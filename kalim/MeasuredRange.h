@@ -27,6 +27,8 @@ public:
     /// std::invalid_argument with a line for the user when the range reaches past the end.
     MeasuredSamples(const std::optional<MeasuredRange>& range, std::int64_t length, int sampleRate);
 
+    std::int64_t getFirst() const { return first; }
+
     std::int64_t getLength() const { return last - first; }
 
     bool contains(std::int64_t position) const { return first <= position && position < last; }

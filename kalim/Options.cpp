@@ -35,9 +35,8 @@ constexpr const char* description =
 
 constexpr const char* footerPattern =
     "Without settings of the tracking engine (group Hum) hum is found by itself and removed with "
-    "the "
-    "precise\nmethod, which looks at the whole recording; with any of them the tracking engine "
-    "follows the hum.\n"
+    "the\nprecise method, which looks at the whole recording; with any of them the tracking "
+    "engine follows\nthe hum.\n"
     "Normal mode measures every harmonic and subtracts a copy of it: for voice and music.\n"
     "Aggressive mode cuts notches: for few harmonics, hum alone or damaged material.\n"
     "An estimate that lies further from the tracked frequency than adaptivity allows is not "
@@ -155,7 +154,7 @@ private:
                 {nameOf(Method::precise), nameOf(Method::tracking), nameOf(Method::notch)}))
             ->type_name("METHOD")
             ->group("Method");
-        precise.addStrength(app, "Method");
+        precise.addRemoval(app, "Method");
         precise.addFundamental(app, "Method");
     }
 
@@ -266,7 +265,9 @@ private:
                        "Measure levels and picture in this part only, in seconds")
             ->type_name("START:END")
             ->group("Reports");
-        app.add_option("--plot", plot, "Draw the spectrum before and after as PNG or SVG")
+        app.add_option("--plot", plot,
+                       "Draw the spectrum before and after as PNG or SVG; of more than 20 s also "
+                       "over time")
             ->type_name("FILE")
             ->group("Reports");
         app.add_option("--trace", trace,
@@ -342,13 +343,16 @@ private:
 
     void applyPrecise()
     {
-        if (options.method != Method::precise && !precise.strength.empty())
-            throw UsageError("--strength: belongs to the precise method");
+        if (options.method != Method::precise && precise.hasRemoval())
+            throw UsageError("--strength, --learn: belong to the precise method");
         if (options.method != Method::precise && options.automatic.empty() &&
             precise.hasFundamental())
             throw UsageError("--mains, --range: belong to the precise method");
         options.precise =
             withUsageError<std::invalid_argument>("", [&] { return precise.parse(); });
+        if (!precise.learn.empty())
+            options.learned = withUsageError<std::invalid_argument>(
+                "--learn: ", [&] { return parseMeasuredRange(precise.learn); });
     }
 
     void applyPreset()

@@ -64,6 +64,9 @@ struct Options
     /// Of precise removal, and of what looks for the automatic settings.
     orvo::audio::precise::PreciseSettings precise;
 
+    /// Where precise removal learns the shape of the hum, if anywhere.
+    std::optional<MeasuredRange> learned;
+
     /// Where the settings come from that the command line does not give.
     std::optional<Preset> preset;
 

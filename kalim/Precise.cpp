@@ -1,5 +1,7 @@
 #include "kalim/Precise.h"
 
+#include "base/FileError.h"
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -16,6 +18,9 @@ using orvo::audio::precise::PreciseSettings;
 
 /// About how many samples of all channels are read at once.
 constexpr int readSize = 1 << 16;
+
+/// Seconds of a part that are heard to learn from it.
+constexpr double mostLearned = 32.0;
 
 /// The first of two readings takes about this share of the time.
 constexpr double surveyShare = 0.15;
@@ -75,10 +80,34 @@ void readAll(AudioFileReader& reader, const Progress& progress, const Take& take
 PreciseSettings surveyRecording(AudioFileReader& reader, const PreciseSettings& settings,
                                 const Progress& progress)
 {
+    if (settings.ranges.size() == 1)
+        return settings;
     HumSurvey survey(reader.getSampleRate(), reader.getNumChannels(), settings);
     readAll(reader, progress,
             [&](const float* const* channels, int count) { survey.add(channels, count); });
     return survey.finish();
+}
+
+PreciseSettings learnFromRecording(AudioFileReader& reader, const PreciseSettings& settings,
+                                   const MeasuredSamples& part)
+{
+    const double rate = reader.getSampleRate();
+    const std::int64_t length =
+        std::min<std::int64_t>(part.getLength(), std::llround(mostLearned * rate));
+    std::vector<float> samples(static_cast<std::size_t>(length) *
+                               static_cast<std::size_t>(reader.getNumChannels()));
+    reader.seek(part.getFirst());
+    const std::int64_t count = reader.read(samples);
+    reader.seek(0);
+    std::vector<std::vector<float>> channels(static_cast<std::size_t>(reader.getNumChannels()));
+    setApart(samples, channels);
+    orvo::audio::precise::ChannelView view{{}, static_cast<int>(count), rate};
+    for (const auto& channel : channels)
+        view.channels.push_back(channel.data());
+    const auto learned = learnHum(view, settings);
+    if (!learned)
+        throw FileError(reader.getPath(), "no hum was found in the part to learn it from");
+    return *learned;
 }
 
 HumSummary detectHum(AudioFileReader& reader, const PreciseSettings& settings,

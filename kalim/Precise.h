@@ -3,6 +3,7 @@
 #include "audiofile/AudioFileReader.h"
 #include "dsp/precise/PreciseRemover.h"
 #include "kalim/HumStream.h"
+#include "kalim/MeasuredRange.h"
 
 #include <functional>
 #include <memory>
@@ -15,10 +16,16 @@ namespace kalim::program
 using Progress = std::function<void(double share)>;
 
 /// Reads a recording once from its start to find out which fundamental it speaks for, and goes back
-/// to the start. Throws FileError.
+/// to the start; where the settings leave no choice it is not read. Throws FileError.
 orvo::audio::precise::PreciseSettings
 surveyRecording(AudioFileReader& reader, const orvo::audio::precise::PreciseSettings& settings,
                 const Progress& progress);
+
+/// Settings with the hum's shape from a part of the recording where nothing else sounds; goes back
+/// to the start. Throws FileError, also where there is no hum in that part.
+orvo::audio::precise::PreciseSettings
+learnFromRecording(AudioFileReader& reader, const orvo::audio::precise::PreciseSettings& settings,
+                   const MeasuredSamples& part);
 
 /// Reads a recording twice and tells what hum it holds; goes back to the start. Throws FileError.
 orvo::audio::precise::HumSummary detectHum(AudioFileReader& reader,

@@ -57,11 +57,16 @@ void PreciseOptions::addFundamental(CLI::App& app, const std::string& group)
         ->group(group);
 }
 
-void PreciseOptions::addStrength(CLI::App& app, const std::string& group)
+void PreciseOptions::addRemoval(CLI::App& app, const std::string& group)
 {
     app.add_option("--strength", strength,
                    "Precise: share of the hum to take off, 0 to 100 (default 100)")
         ->type_name("PERCENT")
+        ->group(group);
+    app.add_option("--learn", learn,
+                   "Precise: take the shape of the hum from this part, in seconds, where nothing "
+                   "else sounds (at most half a minute of it is heard)")
+        ->type_name("START:END")
         ->group(group);
 }
 

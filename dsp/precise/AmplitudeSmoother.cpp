@@ -1,6 +1,6 @@
 #include "dsp/precise/AmplitudeSmoother.h"
 
-#include "dsp/precise/LogOfProduct.h"
+#include "dsp/precise/GridKernels.h"
 
 #include <algorithm>
 #include <array>
@@ -35,12 +35,12 @@ constexpr double smallestNoiseShare = 0.4;
 constexpr int reweightings = 3;
 
 constexpr double tiny = 1e-30;
+constexpr int framesPerLogarithm = 4; // products of so many factors stay within range
 
 /// A jump may change an amplitude by about itself.
 constexpr double jumpPowers = 2.0;
 
-/// A line has a size of its own when that is likelier by so much.
-
+/// A line has a size of its own, a smaller one, when that is likelier by so much.
 constexpr double ownSizeMargin = 20.0;
 
 constexpr int mostJumps = 6;
@@ -135,6 +135,23 @@ Series<PerWalkSize> AmplitudeSmoother::getLikelihoods(const Series<int>& jumps) 
     return getWalkLikelihoods(walks);
 }
 
+/// Sums of the logarithms of `factor(frame, line)` over the frames, for each line, times `sign`.
+/// They are taken of a few factors at once, which is far faster than one by one.
+template <typename Factor>
+Series<double> AmplitudeSmoother::sumLogarithms(const Factor& factor, double sign) const
+{
+    Series<double> sums(powers.size());
+    Series<double> products(powers.size(), 1.0);
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+    {
+        for (int line = 0; line < numLines; ++line)
+            products[line] *= factor(frame, line);
+        if (frame % framesPerLogarithm == framesPerLogarithm - 1 || frame + 1 == lines.numFrames)
+            collectLogarithms(-sign, numLines, products.data(), sums.data());
+    }
+    return sums;
+}
+
 AmplitudeSmoother::Estimates AmplitudeSmoother::makeEstimates() const
 {
     const std::size_t count = lines.noise.size();
@@ -197,26 +214,24 @@ void AmplitudeSmoother::smoothBackward(Estimates& estimates) const
     }
 }
 
-double AmplitudeSmoother::getAbsentLikelihood(int line) const
+/// Logarithms of the likelihood of each line without hum, less what all have.
+Series<double> AmplitudeSmoother::getAbsentLikelihoods() const
 {
-    LogOfProduct product;
-    for (int frame = 0; frame < lines.numFrames; ++frame)
-    {
-        const std::size_t at = lines.at(frame, line);
-        product.multiply(lines.noise[at] *
-                         getTail(getPower(lines.amplitudes[at]), lines.noise[at]));
-    }
-    return -product.get();
+    return sumLogarithms(
+        [this](int frame, int line)
+        {
+            const std::size_t at = lines.at(frame, line);
+            return lines.noise[at] * getTail(getPower(lines.amplitudes[at]), lines.noise[at]);
+        },
+        -1.0);
 }
 
 void AmplitudeSmoother::findLines()
 {
-    Series<double> gains(powers.size());
+    Series<double> gains = getAbsentLikelihoods();
     for (int line = 0; line < numLines; ++line)
-    {
-        const double best = *std::max_element(likelihoods[line].begin(), likelihoods[line].end());
-        gains[line] = best - getAbsentLikelihood(line);
-    }
+        gains[line] =
+            *std::max_element(likelihoods[line].begin(), likelihoods[line].end()) - gains[line];
     const double largest = *std::max_element(gains.begin(), gains.end());
     const double least = largest > usedEvidence ? usedEvidence : largest;
     for (const double gain : gains)
@@ -246,8 +261,9 @@ AmplitudeSmoother::Walk AmplitudeSmoother::findWalk(const Series<int>& jumps) co
     for (const PerWalkSize& likelihood : found)
     {
         const auto* const own = std::max_element(likelihood.begin(), likelihood.end());
-        const bool isOwn = *own > likelihood[common] + ownSizeMargin;
-        walk.sizes.push_back(isOwn ? static_cast<std::size_t>(own - likelihood.begin()) : common);
+        const auto size = static_cast<std::size_t>(own - likelihood.begin());
+        const bool isOwn = size<common&& * own> likelihood[common] + ownSizeMargin;
+        walk.sizes.push_back(isOwn ? size : common);
     }
     return walk;
 }
@@ -320,19 +336,19 @@ AmplitudeSmoother::Walk AmplitudeSmoother::findJumps() const
     return walk;
 }
 
-double AmplitudeSmoother::getEvidence(const Series<Complex>& amplitudes, int line) const
+Series<double> AmplitudeSmoother::getEvidence(const Series<Complex>& amplitudes) const
 {
-    LogOfProduct product;
-    for (int frame = 0; frame < lines.numFrames; ++frame)
-    {
-        if (isSkipped[frame] != 0)
-            continue;
-        const std::size_t at = lines.at(frame, line);
-        const Complex value = lines.amplitudes[at];
-        product.multiply(getTail(getPower(value), lines.noise[at]) /
-                         getTail(getPower(value - amplitudes[at]), lines.noise[at]));
-    }
-    return product.get();
+    return sumLogarithms(
+        [&](int frame, int line)
+        {
+            if (isSkipped[frame] != 0)
+                return 1.0;
+            const std::size_t at = lines.at(frame, line);
+            const Complex value = lines.amplitudes[at];
+            return getTail(getPower(value), lines.noise[at]) /
+                   getTail(getPower(value - amplitudes[at]), lines.noise[at]);
+        },
+        1.0);
 }
 
 SmoothAmplitudes AmplitudeSmoother::smooth() const
@@ -368,11 +384,9 @@ SmoothAmplitudes AmplitudeSmoother::smooth(const Walk& walk) const
         std::move(estimates.amplitudes), std::move(estimates.variances), {}, {}, walk.jumps};
     const double least =
         presentEvidence + presentEvidencePerJump * static_cast<double>(walk.jumps.size());
-    for (int line = 0; line < numLines; ++line)
-    {
-        result.evidence.push_back(getEvidence(result.amplitudes, line));
-        result.isPresent.push_back(result.evidence.back() > least ? 1 : 0);
-    }
+    result.evidence = getEvidence(result.amplitudes);
+    for (const double evidence : result.evidence)
+        result.isPresent.push_back(evidence > least ? 1 : 0);
     for (std::size_t at = 0; at < count; ++at)
     {
         Complex& amplitude = result.amplitudes[at];

@@ -67,14 +67,16 @@ private:
     void smoothBackward(Estimates& estimates) const;
     double getStepVariance(std::size_t size, int line) const;
     Series<PerWalkSize> getLikelihoods(const Series<int>& jumps) const;
-    double getAbsentLikelihood(int line) const;
+    template <typename Factor>
+    Series<double> sumLogarithms(const Factor& factor, double sign) const;
+    Series<double> getAbsentLikelihoods() const;
     void findLines();
     Walk findWalk(const Series<int>& jumps) const;
     int findDisagreement(const Walk& walk, const Series<int>& tried) const;
     Walk addJump(const Walk& walk, int frame) const;
     Walk findJumps() const;
     SmoothAmplitudes smooth(const Walk& walk) const;
-    double getEvidence(const Series<Complex>& amplitudes, int line) const;
+    Series<double> getEvidence(const Series<Complex>& amplitudes) const;
 
     const HarmonicLines& lines;
     const Series<char>& isSkipped;

@@ -1,5 +1,7 @@
 #include "dsp/precise/ChangeFinder.h"
 
+#include "dsp/precise/GridKernels.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -29,6 +31,9 @@ constexpr int mostPatterns = 6;
 constexpr double mostSignificance = 100.0;
 constexpr int improvements = 3;
 
+/// Where so many of the clearest patterns last through a stretch no other is tried.
+constexpr int fewestLasting = 2;
+
 /// A pattern is never exact.
 constexpr double patternError = 1e-3;
 constexpr double tiny = 1e-30;
@@ -50,6 +55,24 @@ struct Path
     Series<int> states;
 };
 
+/// Whether two states that follow each other belong to one segment.
+bool goesOn(int before, int state)
+{
+    const int distance = std::abs(before - state);
+    if (before == absent || state == absent)
+        return before == state;
+    return std::min(distance, numPhases - distance) <= 1;
+}
+
+/// Whether a pattern is there all the time, without a change.
+bool isLasting(const Path& path)
+{
+    return path.states[0] != absent && std::adjacent_find(path.states.begin(), path.states.end(),
+                                                          [](int before, int state) {
+                                                              return !goesOn(before, state);
+                                                          }) == path.states.end();
+}
+
 class ChangeFinder
 {
 public:
@@ -68,10 +91,14 @@ public:
     {
         Path best;
         Pattern pattern;
+        int numLasting = 0;
         for (const int frame : findClearParts())
         {
             Pattern trialPattern = formPattern(frame);
             Path trial = findPath(trialPattern);
+            numLasting = isLasting(trial) ? numLasting + 1 : 0;
+            if (numLasting == fewestLasting)
+                return trial;
             if (trial.score > best.score)
             {
                 best = std::move(trial);
@@ -132,74 +159,46 @@ private:
         return chosen;
     }
 
-    /// A pattern ahead by each of the phases, [used line][phase]; parts apart, so that the
-    /// processor can take several at once.
-    struct Turned
+    /// Logarithm of the likelihood of each state in a frame, given a pattern ahead by each of the
+    /// phases, [used line][phase].
+    void rate(int frame, const Pattern& pattern, const SplitComplex<double>& turned,
+              Series<double>& products, double* scores) const
     {
-        Series<double> real;
-        Series<double> imaginary;
-    };
-
-    /// Logarithm of the likelihood of each state in a frame.
-    void rate(int frame, const Pattern& pattern, const Turned& turned, double* scores) const
-    {
-        Series<double> products(numStates, 1.0);
         std::fill_n(scores, numStates, 0.0);
         for (std::size_t i = 0; i < used.size(); ++i)
         {
             const std::size_t at = lines.at(frame, used[i]);
             const Complex value = lines.amplitudes[at];
             const double scale = 0.5 / (lines.noise[at] + patternError * getPower(pattern[i]));
-            multiplyErrors(value, &turned.real[i * numPhases], &turned.imaginary[i * numPhases],
-                           scale, products.data());
+            multiplyErrors(value, turned, i * numPhases, numPhases, scale, products.data());
             products[absent] *= 1.0 + getPower(value) * scale;
             if (i % linesPerLogarithm == linesPerLogarithm - 1 || i + 1 == used.size())
-                for (int state = 0; state < numStates; ++state)
-                {
-                    scores[state] -= 3.0 * std::log(products[state]);
-                    products[state] = 1.0;
-                }
+                collectLogarithms(3.0, numStates, products.data(), scores);
         }
     }
 
-    static void multiplyErrors(Complex value, const double* real, const double* imaginary,
-                               double scale, double* products)
+    SplitComplex<double> turnPattern(const Pattern& pattern) const
     {
-        const double valueReal = value.real();
-        const double valueImaginary = value.imag();
-        for (int state = 0; state < numPhases; ++state)
-        {
-            const double realError = valueReal - real[state];
-            const double imaginaryError = valueImaginary - imaginary[state];
-            products[state] *=
-                1.0 + (realError * realError + imaginaryError * imaginaryError) * scale;
-        }
-    }
-
-    Turned turnPattern(const Pattern& pattern) const
-    {
-        Turned turned;
+        SplitComplex<double> turned(used.size() * numPhases);
         for (std::size_t i = 0; i < used.size(); ++i)
             for (int state = 0; state < numPhases; ++state)
-            {
-                const Complex value = multiply(
-                    pattern[i], std::polar(1.0, getTurn(state) * lines.getHarmonic(used[i])));
-                turned.real.push_back(value.real());
-                turned.imaginary.push_back(value.imag());
-            }
+                turned.set(i * numPhases + static_cast<std::size_t>(state),
+                           multiply(pattern[i],
+                                    std::polar(1.0, getTurn(state) * lines.getHarmonic(used[i]))));
         return turned;
     }
 
     Path findPath(const Pattern& pattern) const
     {
-        const Turned turned = turnPattern(pattern);
+        const SplitComplex<double> turned = turnPattern(pattern);
+        Series<double> products(numStates, 1.0);
         Series<double> best(numStates);
         Series<double> here(numStates);
         Series<short> origins(indexOf(lines.numFrames, numStates));
-        rate(0, pattern, turned, best.data());
+        rate(0, pattern, turned, products, best.data());
         for (int frame = 1; frame < lines.numFrames; ++frame)
         {
-            rate(frame, pattern, turned, here.data());
+            rate(frame, pattern, turned, products, here.data());
             short* const origin = &origins[indexOf(frame, numStates)];
             Series<double> next(numStates);
             const auto top =
@@ -284,14 +283,6 @@ private:
     const SmoothAmplitudes& smooth;
     Series<int> used;
 };
-
-bool goesOn(int before, int state)
-{
-    const int distance = std::abs(before - state);
-    if (before == absent || state == absent)
-        return before == state;
-    return std::min(distance, numPhases - distance) <= 1;
-}
 
 Series<Segment> makeSegments(const Series<int>& states)
 {

@@ -12,7 +12,7 @@ namespace
 {
 
 constexpr double windowSeconds = 3.0;
-constexpr double hopSeconds = 1.0;
+constexpr double hopSeconds = 1.5;
 constexpr int padding = 4;
 constexpr int numHarmonics = 12;
 constexpr double mostPerHarmonic = 5.0;

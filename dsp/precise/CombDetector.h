@@ -22,10 +22,10 @@ struct CombPeak
     double score;
 };
 
-/// Finds the fundamental in the spectra of windows of three seconds, one per second (the windows
-/// and the comparison with what lies beside follow Brandt and Bitzer, "Automatic Detection of Hum
-/// in Audio Signals", 2014). Add windows as they come: results cover all so far. One thread at a
-/// time.
+/// Finds the fundamental in the spectra of windows of three seconds that overlap by half (the
+/// windows and the comparison with what lies beside follow Brandt and Bitzer, "Automatic Detection
+/// of Hum in Audio Signals", 2014). Add windows as they come: results cover all so far. One thread
+/// at a time.
 class CombDetector
 {
 public:

@@ -1,6 +1,6 @@
 #include "dsp/precise/CommonMotion.h"
 
-#include "dsp/precise/LogOfProduct.h"
+#include "dsp/precise/GridKernels.h"
 
 #include <algorithm>
 #include <cmath>
@@ -32,6 +32,8 @@ constexpr int levelReach = 5;
 
 /// A pattern is never exact.
 constexpr double patternError = 1e-3;
+
+constexpr int linesPerLogarithm = 4; // products of so many errors stay within range
 
 constexpr double unknown = 1e9; // variance where nothing was measured
 
@@ -129,13 +131,14 @@ private:
             const double weight = std::min(getWeight(now), getWeight(before));
             const Complex step =
                 multiplyConjugate(smooth.amplitudes[now], smooth.amplitudes[before]);
-            const double size = std::abs(step) + tiny;
+            const double size = std::sqrt(getPower(step)) + tiny;
             const int harmonic = lines.getHarmonic(line);
             turn += harmonic * weight * step.imag() / size;
             turnWeights += static_cast<double>(harmonic) * harmonic * weight;
-            growth += weight * 0.5 *
-                      std::log((getPower(smooth.amplitudes[now]) + tiny) /
-                               (getPower(smooth.amplitudes[before]) + tiny));
+            if (hasGain)
+                growth += weight * 0.5 *
+                          std::log((getPower(smooth.amplitudes[now]) + tiny) /
+                                   (getPower(smooth.amplitudes[before]) + tiny));
             growthWeights += weight;
         }
         phase[frame] += turn / turnWeights;
@@ -193,12 +196,13 @@ private:
             weights += weight;
         }
         const Complex mean = sum / weights;
-        const double size = std::abs(mean);
+        const double size = std::sqrt(getPower(mean));
         for (int frame = first; frame < last; ++frame)
         {
             const std::size_t at = lines.at(frame, line);
-            pattern[at] =
-                hasGain || size == 0.0 ? mean : std::abs(smooth.amplitudes[at]) * mean / size;
+            pattern[at] = hasGain || size == 0.0
+                              ? mean
+                              : std::sqrt(getPower(smooth.amplitudes[at])) / size * mean;
         }
     }
 
@@ -239,7 +243,7 @@ private:
 
     static double getLevel(int level) { return lowestLevel + level * levelStep; }
 
-    static double getGainCost(int steps)
+    static constexpr double getGainCost(int steps)
     {
         const double move = steps * levelStep / levelMove;
         return 0.5 * move * move;
@@ -248,10 +252,17 @@ private:
     static int findOrigin(const Series<double>& best, int level)
     {
         int origin = level;
+        double most = best[level];
         for (int from = std::max(0, level - levelReach);
              from <= std::min(numGains - 1, level + levelReach); ++from)
-            if (best[from] - getGainCost(level - from) > best[origin] - getGainCost(level - origin))
+        {
+            const double score = best[from] - getGainCost(level - from);
+            if (score > most)
+            {
+                most = score;
                 origin = from;
+            }
+        }
         return origin;
     }
 
@@ -261,29 +272,35 @@ private:
         Series<double> scores(numGains);
         if (isSkipped[frame] != 0)
             return scores;
-        Series<LogOfProduct> products(numGains);
+        Series<double> products(numGains, 1.0);
+        const Series<Complex> turns = getTurns(frame);
+        int count = 0;
         for (int line = 0; line < lines.getNumLines(); ++line)
         {
             if (smooth.isPresent[line] == 0)
                 continue;
             const std::size_t at = lines.at(frame, line);
-            const Complex expected =
-                multiply(pattern[at], std::polar(1.0, lines.getHarmonic(line) * phase[frame]));
-            const double power = getPower(lines.amplitudes[at]);
-            const double expectedPower = getPower(expected);
-            const double likeness = multiplyConjugate(lines.amplitudes[at], expected).real();
-            for (int level = 0; level < numGains; ++level)
-            {
-                const double gain = levels[level];
-                const double error = power + gain * (gain * expectedPower - 2.0 * likeness);
-                const double noise =
-                    freedom * lines.noise[at] + patternError * gain * gain * expectedPower;
-                products[level].multiply(1.0 + std::max(error, 0.0) / noise);
-            }
+            const Complex value = lines.amplitudes[at];
+            const Complex expected = multiply(pattern[at], turns[line % lines.numHarmonics]);
+            multiplyGainErrors({getPower(value), getPower(expected),
+                                multiplyConjugate(value, expected).real(),
+                                freedom * lines.noise[at], patternError},
+                               levels.data(), numGains, products.data());
+            if (++count % linesPerLogarithm == 0)
+                collectLogarithms(freedom + 1.0, numGains, products.data(), scores.data());
         }
-        for (int level = 0; level < numGains; ++level)
-            scores[level] = -(freedom + 1.0) * products[level].get();
+        collectLogarithms(freedom + 1.0, numGains, products.data(), scores.data());
         return scores;
+    }
+
+    /// By what the present phase turns each harmonic in a frame, the first at 0.
+    Series<Complex> getTurns(int frame) const
+    {
+        const Complex turn = std::polar(1.0, phase[frame]);
+        Series<Complex> turns(static_cast<std::size_t>(lines.numHarmonics), turn);
+        for (int h = 1; h < lines.numHarmonics; ++h)
+            turns[h] = multiply(turns[h - 1], turn);
+        return turns;
     }
 
     /// One Gauss-Newton step from the present phase and gain.
@@ -294,14 +311,14 @@ private:
         double turnInformation = 1e-9;
         double growth = 0.0;
         double growthInformation = 1e-9;
+        const Series<Complex> turns = getTurns(frame);
         for (int line = 0; line < lines.getNumLines(); ++line)
         {
             if (smooth.isPresent[line] == 0)
                 continue;
             const std::size_t at = lines.at(frame, line);
             const int harmonic = lines.getHarmonic(line);
-            const Complex expected =
-                multiply(pattern[at], std::polar(gain, harmonic * phase[frame]));
+            const Complex expected = gain * multiply(pattern[at], turns[harmonic - 1]);
             const Complex value = lines.amplitudes[at];
             const double power = getPower(expected);
             const double noise = std::max(

@@ -1,5 +1,6 @@
 #include "dsp/precise/FundamentalSearch.h"
 
+#include "dsp/precise/GridKernels.h"
 #include "dsp/precise/Windows.h"
 
 #include <algorithm>
@@ -78,41 +79,34 @@ public:
 private:
     void addHarmonic(int harmonic)
     {
-        const Turns turns = makeTurns(harmonic);
+        const SplitComplex<float> turns = makeTurns(harmonic);
         for (int channel = 0; channel < lines.numChannels; ++channel)
             for (int index = 0; index < getNumWindows(); ++index)
                 addLine(channel * lines.numHarmonics + harmonic - 1, index, turns);
     }
 
-    /// By what each frame of a window is turned back for each deviation, [frame][deviation]; parts
-    /// apart, so that the processor can take several at once.
-    struct Turns
+    /// By what each frame of a window is turned back for each deviation, [frame][deviation].
+    SplitComplex<float> makeTurns(int harmonic) const
     {
-        Series<double> real;
-        Series<double> imaginary;
-    };
-
-    Turns makeTurns(int harmonic) const
-    {
-        Turns turns;
+        SplitComplex<float> turns(indexOf(length, grid.count));
         for (int i = 0; i < length; ++i)
         {
             const double time = (i - length / 2) * lines.frameTime;
+            const double perHertz = -2.0 * std::numbers::pi * harmonic * time;
+            const Complex step = std::polar(1.0, perHertz * grid.step);
+            Complex turn = std::polar(1.0, perHertz * grid.getDeviation(0));
             for (int d = 0; d < grid.count; ++d)
             {
-                const double angle =
-                    -2.0 * std::numbers::pi * harmonic * grid.getDeviation(d) * time;
-                turns.real.push_back(std::cos(angle));
-                turns.imaginary.push_back(std::sin(angle));
+                turns.set(indexOf(i, grid.count, d), turn);
+                turn = multiply(turn, step);
             }
         }
         return turns;
     }
 
-    void addLine(int line, int index, const Turns& turns)
+    void addLine(int line, int index, const SplitComplex<float>& turns)
     {
-        Series<double> real(static_cast<std::size_t>(grid.count));
-        Series<double> imaginary(real.size());
+        SplitComplex<float> sums(static_cast<std::size_t>(grid.count));
         double weights = 0.0;
         for (int i = 0; i < length; ++i)
         {
@@ -123,28 +117,17 @@ private:
             const double floor =
                 leastNoiseShare * (getPower(lines.amplitudes[at]) + meanPower[line]);
             const double weight = window[i] / std::max(lines.noise[at], floor);
-            const std::size_t first = indexOf(i, grid.count);
-            addTurned(weight * lines.amplitudes[at], &turns.real[first], &turns.imaginary[first],
-                      real.data(), imaginary.data());
+            addTurned(weight * lines.amplitudes[at], turns, indexOf(i, grid.count), grid.count,
+                      sums);
             weights += weight;
         }
         double* const score = &scores[indexOf(index, grid.count)];
         for (int d = 0; d < grid.count; ++d)
         {
-            const double clear = (real[d] * real[d] + imaginary[d] * imaginary[d]) / weights;
+            const Complex sum(sums.real[d], sums.imaginary[d]);
+            const double clear = getPower(sum) / weights;
             score[d] += clear / (1.0 + clear / mostPerLine);
         }
-    }
-
-    void addTurned(Complex value, const double* turnReal, const double* turnImaginary, double* real,
-                   double* imaginary) const
-    {
-        const double a = value.real();
-        const double b = value.imag();
-        for (int d = 0; d < grid.count; ++d)
-            real[d] += a * turnReal[d] - b * turnImaginary[d];
-        for (int d = 0; d < grid.count; ++d)
-            imaginary[d] += a * turnImaginary[d] + b * turnReal[d];
     }
 
     const HarmonicLines& lines;

@@ -1,31 +1,12 @@
 #pragma once
 
+#include "dsp/precise/ComplexMath.h"
 #include "dsp/precise/Series.h"
 
-#include <complex>
 #include <cstddef>
 
 namespace orvo::audio::precise
 {
-
-using Complex = std::complex<double>;
-
-/// a b. The product of the standard library also mends infinities, which costs a branch per value.
-constexpr Complex multiply(Complex a, Complex b)
-{
-    return {a.real() * b.real() - a.imag() * b.imag(), a.real() * b.imag() + a.imag() * b.real()};
-}
-
-/// a times the conjugate of b.
-constexpr Complex multiplyConjugate(Complex a, Complex b)
-{
-    return {a.real() * b.real() + a.imag() * b.imag(), a.imag() * b.real() - a.real() * b.imag()};
-}
-
-constexpr double getPower(Complex a)
-{
-    return a.real() * a.real() + a.imag() * a.imag();
-}
 
 /// What frames of a stretch hold at the harmonics of a track, for all channels: complex amplitudes
 /// against the phase of the track (a harmonic that follows it stands still), and the power of

@@ -3,6 +3,7 @@
 #include "dsp/precise/FundamentalSearch.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <utility>
 
@@ -18,6 +19,7 @@ constexpr int roughHarmonics = 6;
 constexpr double gainMargin = 20.0;
 constexpr double phaseMargin = -20.0;
 constexpr double movingMargin = 40.0;
+constexpr double nearShare = 0.0008; // of the fundamental
 constexpr int gainRounds = 2;
 constexpr int finalRounds = 3;
 constexpr int noiseRounds = 2;
@@ -39,6 +41,19 @@ Series<double> addToTrack(const PhaseTrack& track, const HarmonicLines& lines,
     for (int frame = 0; frame < lines.numFrames; ++frame)
         frequencies.push_back(track.getFrequency(lines.getTime(frame)) + deviations[frame]);
     return frequencies;
+}
+
+/// Whether a track stays so near to that of a model that they would become the same.
+bool isNear(const PhaseTrack& track, const HumModel& model)
+{
+    const HarmonicLines& lines = model.getLines();
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+    {
+        const double frequency = model.getTrack().getFrequency(lines.getTime(frame));
+        if (std::abs(track.getFrequency(lines.getTime(frame)) - frequency) > nearShare * frequency)
+            return false;
+    }
+    return true;
 }
 
 /// Gives whether there is a gain that makes the hum likelier.
@@ -133,9 +148,14 @@ HumModel HumFitter::develop(const PhaseTrack& track)
     HumModel rough(track, keepHarmonics(lines, roughHarmonics));
     rough.findAmplitudes();
     const PhaseTrack refined = rough.isAnyPresent() ? rough.followMotion(false).getTrack() : track;
-    HumModel model(refined, turnLines(lines, track, refined));
+    HumModel model(refined, reader.read(view, refined, usedHarmonics));
     model.findAmplitudes();
-    improve(model, false, phaseMargin);
+    if (improve(model, false, phaseMargin))
+    {
+        // Beside a track that is a little off the harmonics themselves look like noise.
+        model = model.moveTo(reader.read(view, model.getTrack(), usedHarmonics));
+        model.findAmplitudes();
+    }
     // What comes and goes may be a gain, and a gain may be what comes and goes.
     const HumModel level = model;
     const bool hasGain = improveGain(model);
@@ -152,12 +172,17 @@ HumModel HumFitter::fit()
     limitTrust(lines);
     addMovingNoise(lines);
     HumModel best = develop(findConstantTrack(lines));
-    HumModel moving = develop(findMovingTrack(lines));
-    if (moving.getScore() > best.getScore() + movingMargin)
-        best = std::move(moving);
+    const PhaseTrack movingTrack = findMovingTrack(lines);
+    if (!best.getChanges().empty() || !isNear(movingTrack, best))
+    {
+        HumModel moving = develop(movingTrack);
+        if (moving.getScore() > best.getScore() + movingMargin)
+            best = std::move(moving);
+    }
+    bool hasGain = true;
     for (int round = 0; round < finalRounds; ++round)
     {
-        improve(best, true, gainMargin);
+        hasGain = hasGain && improve(best, true, gainMargin);
         if (round < noiseRounds)
         {
             best.takeNoiseFromResidual();

@@ -233,6 +233,16 @@ void HumModel::leaveOut(int harmonic)
     }
 }
 
+void HumModel::setAmplitudes(Series<Complex> amplitudes)
+{
+    std::fill(smooth.isPresent.begin(), smooth.isPresent.end(), 0);
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+        for (int line = 0; line < lines.getNumLines(); ++line)
+            if (amplitudes[lines.at(frame, line)] != Complex{})
+                smooth.isPresent[line] = 1;
+    smooth.amplitudes = std::move(amplitudes);
+}
+
 HumModel HumModel::moveTo(HarmonicLines otherLines) const
 {
     HumModel model(track, otherLines);
@@ -263,6 +273,19 @@ Series<int> HumModel::getChanges() const
             changes.push_back(jump);
     std::sort(changes.begin(), changes.end());
     return changes;
+}
+
+Series<Part> HumModel::getParts() const
+{
+    Series<Part> parts;
+    int first = 0;
+    for (const int change : getChanges())
+    {
+        parts.push_back({first, change});
+        first = change;
+    }
+    parts.push_back({first, lines.numFrames});
+    return parts;
 }
 
 Series<Complex> HumModel::getAmplitudes() const

@@ -10,6 +10,13 @@
 namespace orvo::audio::precise
 {
 
+/// Frames first to last - 1 without a change of the hum.
+struct Part
+{
+    int first;
+    int last;
+};
+
 /// The hum of a stretch: the sum over all harmonics h of the real part of
 /// a_h(t) g(t) exp(i h (2 pi p(t) + q)), where p is the track in cycles, g the common gain, q the
 /// phase of the segment and a_h an amplitude that hardly moves.
@@ -60,12 +67,19 @@ public:
     /// Leaves a harmonic out of the hum, in all channels.
     void leaveOut(int harmonic);
 
+    /// Replaces the amplitudes, [frame][line] against track, gain and phase of the segments; lines
+    /// that are 0 throughout are left out.
+    void setAmplitudes(Series<Complex> amplitudes);
+
     /// The same hum on other lines, which were read along getTrack(): more harmonics, say. Their
     /// noise is raised by what moves beside them.
     HumModel moveTo(HarmonicLines otherLines) const;
 
     /// Frames before which the hum changes at once, in order.
     Series<int> getChanges() const;
+
+    /// All frames, cut at the changes.
+    Series<Part> getParts() const;
 
     /// Amplitude of a line with gain and phase of its segment, against the track.
     Series<Complex> getAmplitudes() const;

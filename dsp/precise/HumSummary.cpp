@@ -86,16 +86,24 @@ void HumSummary::addCourse(const HumModel& model, double start, double from, dou
 {
     const HarmonicLines& lines = model.getLines();
     const int stride = std::max(1, static_cast<int>(coursePeriod / lines.frameTime));
-    for (int frame = 0; frame < lines.numFrames; ++frame)
+    const auto isInside = [&](int frame)
     {
         const double time = start + lines.getTime(frame);
-        const bool isInside = (time >= from || frame == 0) && time < to;
-        const bool isOn = model.isOn(frame);
-        if (isInside && frame % stride == 0)
+        return frame >= 0 && frame < lines.numFrames && time >= from && time < to;
+    };
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+    {
+        if (!isInside(frame))
+            continue;
+        const double time = start + lines.getTime(frame);
+        if (frame % stride == 0)
             course.push_back({time, model.getTrack().getFrequency(lines.getTime(frame)),
-                              std::exp(model.getLogGain()[frame]), isOn});
-        if (isInside && isOn)
-            secondsOfHum += lines.frameTime;
+                              std::exp(model.getLogGain()[frame]), model.isOn(frame)});
+        // The outermost frames stand for all up to the ends.
+        const double begin = isInside(frame - 1) ? time - 0.5 * lines.frameTime : from;
+        const double end = isInside(frame + 1) ? time + 0.5 * lines.frameTime : to;
+        if (model.isOn(frame))
+            secondsOfHum += end - begin;
     }
 }
 
@@ -118,7 +126,7 @@ void HumSummary::addLines(const HumModel& model, double start, double from, doub
         for (int frame = 0; frame < lines.numFrames; ++frame)
         {
             const double time = start + lines.getTime(frame);
-            if ((time < from && frame > 0) || time >= to || !model.isOn(frame))
+            if (time < from || time >= to || !model.isOn(frame))
                 continue;
             const std::size_t at = lines.at(frame, line);
             const double power = getPower(amplitudes[at]);

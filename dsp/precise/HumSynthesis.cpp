@@ -88,13 +88,6 @@ float read(const Series<float>& table, Place place)
                             d * (3.0F * (y[1] - y[2]) + y[3] - y[0])));
 }
 
-/// Frames first to last - 1 between two changes.
-struct Part
-{
-    int first;
-    int last;
-};
-
 class Synthesis
 {
 public:
@@ -111,7 +104,7 @@ public:
 
     Series<Series<float>> play()
     {
-        const Series<Part> parts = findParts();
+        const Series<Part> parts = model.getParts();
         int from = 0;
         for (std::size_t i = 0; i < parts.size(); ++i)
         {
@@ -132,19 +125,6 @@ private:
             if (model.getSmooth().isPresent[line] != 0)
                 found = std::max(found, lines.getHarmonic(line));
         return found;
-    }
-
-    Series<Part> findParts() const
-    {
-        Series<Part> parts;
-        int first = 0;
-        for (const int change : model.getChanges())
-        {
-            parts.push_back({first, change});
-            first = change;
-        }
-        parts.push_back({first, lines.numFrames});
-        return parts;
     }
 
     Series<float> makeTable(int frame, int channel) const

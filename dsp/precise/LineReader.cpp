@@ -41,16 +41,6 @@ int findTransformSize(double frameLength)
     return size;
 }
 
-/// Transform of the interpolation kernel at a sample, by which the window is divided beforehand.
-double getKernelTransform(int sample, int size)
-{
-    const double x = pi * taps * sample / size;
-    const double square = kernelShape * kernelShape - x * x;
-    const double root = std::sqrt(std::abs(square));
-    const double value = square > 0.0 ? std::sinh(root) / root : std::sin(root) / root;
-    return taps * value / getBesselI0(kernelShape);
-}
-
 Series<float> makeKernel()
 {
     Series<float> kernel;
@@ -104,7 +94,8 @@ LineReader::LineReader(const FrameGrid& gridToUse, double fundamental, double ra
     {
         const double value = i <= 0.5 * length ? 0.5 + 0.5 * std::cos(2.0 * pi * i / length) : 0.0;
         sum += i == 0 ? value : 2.0 * value;
-        window.push_back(static_cast<float>(value / getKernelTransform(i, size)));
+        window.push_back(
+            static_cast<float>(value / getKaiserTransform(2.0 * pi * i / size, taps, kernelShape)));
     }
     scale = 2.0 / sum;
     transform.allocate(size, true);

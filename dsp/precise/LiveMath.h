@@ -1,5 +1,7 @@
 #pragma once
 
+#include "dsp/precise/ComplexMath.h"
+
 #include <cmath>
 #include <complex>
 #include <cstdint>
@@ -8,26 +10,7 @@
 namespace orvo::audio::precise
 {
 
-using Complex = std::complex<double>;
-
 inline constexpr double pi = 3.14159265358979323846;
-
-/// Products without the library's care for infinities, which costs a call each.
-inline Complex multiply(Complex a, Complex b)
-{
-    return {a.real() * b.real() - a.imag() * b.imag(), a.real() * b.imag() + a.imag() * b.real()};
-}
-
-/// a times the conjugate of b.
-inline Complex multiplyConjugate(Complex a, Complex b)
-{
-    return {a.real() * b.real() + a.imag() * b.imag(), a.imag() * b.real() - a.real() * b.imag()};
-}
-
-inline double getPower(Complex a)
-{
-    return a.real() * a.real() + a.imag() * a.imag();
-}
 
 inline Complex makePhasor(double angle)
 {

@@ -1,5 +1,7 @@
 #include "dsp/precise/LiveReader.h"
 
+#include "dsp/precise/Windows.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -21,28 +23,6 @@ constexpr double quietestNoise = 1e-14;
 /// the window.
 constexpr double kernelShape = 2.34 * numTaps;
 
-double besselI0(double x)
-{
-    double sum = 1.0;
-    double term = 1.0;
-    for (int i = 1; term > 1e-17 * sum; ++i)
-    {
-        term *= (x / 2.0 / i) * (x / 2.0 / i);
-        sum += term;
-    }
-    return sum;
-}
-
-/// The transform of the interpolation kernel, by which the window has to be divided.
-double getKernelTransform(int n, int size)
-{
-    const double x = pi * numTaps * n / size;
-    const double square = kernelShape * kernelShape - x * x;
-    const double root = std::sqrt(std::abs(square));
-    const double ratio = square > 0.0 ? std::sinh(root) / root : std::sin(root) / root;
-    return numTaps * ratio / besselI0(kernelShape);
-}
-
 } // namespace
 
 void LiveReader::prepare(const LiveLayout& newLayout)
@@ -57,15 +37,14 @@ void LiveReader::prepare(const LiveLayout& newLayout)
     correction.resize(width);
     for (int n = -reach; n <= reach; ++n)
         correction[static_cast<std::size_t>(n + reach)] =
-            static_cast<float>(1.0 / getKernelTransform(n, size));
+            static_cast<float>(1.0 / getKaiserTransform(2.0 * pi * n / size, numTaps, kernelShape));
     kernel.resize((kernelSteps + 1) * numTaps);
     for (int step = 0; step <= kernelSteps; ++step)
         for (int tap = 0; tap < numTaps; ++tap)
         {
             const double d = static_cast<double>(step) / kernelSteps + numTaps / 2 - 1 - tap;
-            const double inside = std::max(0.0, 1.0 - 4.0 * d * d / (numTaps * numTaps));
-            kernel[static_cast<std::size_t>(step * numTaps + tap)] = static_cast<float>(
-                besselI0(kernelShape * std::sqrt(inside)) / besselI0(kernelShape));
+            kernel[static_cast<std::size_t>(step * numTaps + tap)] =
+                static_cast<float>(getKaiserWindow(2.0 * d / numTaps, kernelShape));
         }
     between.resize(static_cast<std::size_t>(layout.numHarmonics + 1));
     transform.allocate(size, true);

@@ -15,11 +15,15 @@ namespace
 
 /// Stretches of two channels at 48 kHz; with more samples a second they are shorter, so that memory
 /// stays within bounds, but not below what a good estimate needs.
-constexpr double longestStretch = 38.0; // seconds
+constexpr double longestStretch = 32.0; // seconds
 constexpr double shortestStretch = 10.0;
 constexpr double usualSampleRate = 2.0 * 48000.0;
-constexpr double overlapShare = 8.0 / 38.0;
-constexpr double fadeShare = 0.25; // of the overlap
+constexpr double overlapShare = 0.125;
+constexpr double fadeShare = 0.4; // of the overlap
+
+/// Hum whose pattern was learnt is elsewhere within this share of its frequency: mains are, and
+/// tapes nearly always.
+constexpr double learnedReach = 0.01;
 
 constexpr int chunk = 1 << 16; // samples that go to the sink at once
 
@@ -53,6 +57,23 @@ bool isAllSound(const ChannelView& view)
 }
 
 } // namespace
+
+std::optional<PreciseSettings> learnHum(ChannelView view, const PreciseSettings& settings)
+{
+    view.numSamples =
+        static_cast<int>(std::min<double>(view.numSamples, longestStretch * view.sampleRate));
+    // Nothing else sounds there, so whatever is found is no bass note.
+    const StretchResult result =
+        StretchRemover({settings.ranges, settings.mostHarmonics, false}).analyse(view);
+    if (!result.model)
+        return {};
+    PreciseSettings learned = settings;
+    learned.pattern = learnPattern(*result.model);
+    const double fundamental = learned.pattern->fundamental;
+    learned.ranges = {{(1.0 - learnedReach) * fundamental, (1.0 + learnedReach) * fundamental}};
+    learned.distrustsOthers = false;
+    return learned;
+}
 
 HumSurvey::HumSurvey(double sampleRate, int numChannels, const PreciseSettings& settingsToUse)
     : settings(settingsToUse)
@@ -111,7 +132,7 @@ PreciseRemover::PreciseRemover(double rate, int numChannels, PreciseSettings set
     : sampleRate(rate)
     , settings(std::move(settingsToUse))
     , sink(std::move(sinkToUse))
-    , remover({settings.ranges, settings.mostHarmonics, settings.distrustsOthers})
+    , remover({settings.ranges, settings.mostHarmonics, settings.distrustsOthers, settings.pattern})
     , buffers(static_cast<std::size_t>(numChannels))
     , tail(static_cast<std::size_t>(numChannels))
 {

@@ -18,7 +18,15 @@ struct PreciseSettings
     int mostHarmonics = 200;
     bool distrustsOthers = true; ///< as in StretchSettings
     double strength = 1.0;       ///< share of the copy that is subtracted, 0 to 1
+
+    /// The shape that the hum is known to have, as learnHum() finds it.
+    std::optional<HumPattern> pattern{};
 };
+
+/// Settings for a recording of which `view` holds a part where nothing but hum sounds: only that
+/// hum is looked for, and its harmonics are what they are there. No value without hum there. Longer
+/// parts than half a minute are heard no further. Samples must be finite; throws std::bad_alloc.
+std::optional<PreciseSettings> learnHum(ChannelView view, const PreciseSettings& settings);
 
 /// First reading of a recording: which fundamental its hum has, if it has any. Memory is that of
 /// some seconds. One thread at a time.
@@ -43,7 +51,7 @@ private:
     Series<Series<float>> buffers;
 };
 
-/// Second reading: removes hum from a recording of any length, by overlapping stretches of 45
+/// Second reading: removes hum from a recording of any length, by overlapping stretches of 32
 /// seconds and less where there are many channels, two of which are analysed at the same time.
 /// Memory does not grow with the length but for the course of the summary. Where there is no hum
 /// nothing changes.

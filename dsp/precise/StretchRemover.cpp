@@ -59,7 +59,8 @@ constexpr std::size_t mostPeaks = 2;
 constexpr double mostEvidence = 100.0;
 constexpr double noteShare = 0.8;
 
-/// A harmonic above these that is 10 dB louder than any of them is no hum.
+/// A harmonic above these that is 10 dB louder than any of them, or than any of as many on either
+/// side, is no hum: rectifiers of three phases have every sixth.
 constexpr int lowHarmonics = 6;
 constexpr double loudestShare = 10.0;
 
@@ -139,6 +140,17 @@ double getSpread(const HumModel& model)
     return highest - lowest;
 }
 
+double getSeconds(const HumModel& model)
+{
+    return model.getLines().numFrames * model.getLines().frameTime;
+}
+
+/// Whether a stretch is so short that hum is hardly told from notes.
+bool isShort(const HumModel& model)
+{
+    return getSeconds(model) < sureSeconds;
+}
+
 /// Evidence of each harmonic in the channel where it is clearest, the first at 0.
 Series<double> collectEvidence(const HumModel& model)
 {
@@ -172,6 +184,12 @@ bool isNoteOnComb(const Series<double>& evidence, bool isBesideMains)
     return false;
 }
 
+/// Hum is strong where it comes from, at the mains frequency and twice that.
+bool hasLowHarmonic(const Series<double>& evidence)
+{
+    return evidence[0] > 0.0 || (evidence.size() > 1 && evidence[1] > 0.0);
+}
+
 /// Mean power of each harmonic in the channel where it is loudest, the first at 0.
 Series<double> collectPowers(const HumModel& model)
 {
@@ -189,16 +207,24 @@ Series<double> collectPowers(const HumModel& model)
     return powers;
 }
 
-/// A high harmonic that is far louder than all low ones is a note.
+/// A high harmonic that is far louder than all low ones, or stands alone, is a note.
 void leaveOutNotes(HumModel& model)
 {
     const Series<double> powers = collectPowers(model);
     const auto count = static_cast<int>(powers.size());
-    const double loudest =
-        *std::max_element(powers.begin(), powers.begin() + std::min(lowHarmonics, count));
-    for (int harmonic = lowHarmonics + 1; harmonic <= count; ++harmonic)
-        if (powers[harmonic - 1] > loudestShare * loudest)
-            model.leaveOut(harmonic);
+    const auto getLoudest = [&](int first, int last) // from 0
+    {
+        const auto begin = powers.begin() + std::min(first, count);
+        const auto end = powers.begin() + std::min(last, count);
+        return begin == end ? 0.0 : *std::max_element(begin, end);
+    };
+    for (int i = lowHarmonics; i < count; ++i)
+    {
+        const double beside =
+            std::max(getLoudest(i - lowHarmonics, i), getLoudest(i + 1, i + 1 + lowHarmonics));
+        if (powers[i] > loudestShare * std::min(beside, getLoudest(0, lowHarmonics)))
+            model.leaveOut(i + 1);
+    }
 }
 
 /// Mean power of the hum of all channels.
@@ -227,12 +253,11 @@ double getMainsOffset(double frequency)
 /// Whether hum is there all the time and hardly ever changes.
 bool isLasting(const HumModel& model)
 {
-    const HarmonicLines& lines = model.getLines();
     const auto& segments = model.getSegments();
     return std::all_of(segments.begin(), segments.end(),
                        [](const Segment& segment) { return segment.isOn; }) &&
            static_cast<double>(model.getChanges().size()) <=
-               1.0 + lines.numFrames * lines.frameTime * mostChangesPerSecond;
+               1.0 + getSeconds(model) * mostChangesPerSecond;
 }
 
 /// Whether nearly all of the hum lies in a small part of its period, and it has no body otherwise.
@@ -302,16 +327,17 @@ bool StretchRemover::isHum(const HumModel& model, const ChannelView& view) const
     const double share = getHumPower(model) / std::max(getSoundPower(view), 1e-30);
     if (share < leastShare)
         return false;
-    if (settings.distrustsOthers && getMainsOffset(getMeanFrequency(model)) > mainsOffset &&
-        share < mainShare && !isLasting(model))
+    const bool isBeside = getMainsOffset(getMeanFrequency(model)) > mainsOffset;
+    if (settings.distrustsOthers && isBeside &&
+        (isShort(model) || (share < mainShare && !isLasting(model))))
         return false;
     const Series<double> evidence = collectEvidence(model);
     const double largest = *std::max_element(evidence.begin(), evidence.end());
     const double rest = std::accumulate(evidence.begin(), evidence.end(), 0.0) - largest;
-    const HarmonicLines& lines = model.getLines();
-    const double seconds = lines.numFrames * lines.frameTime;
-    if (isNoteOnComb(evidence, getMainsOffset(getMeanFrequency(model)) > mainsOffset))
+    if (isNoteOnComb(evidence, isBeside || isShort(model)) ||
+        (settings.distrustsOthers && isShort(model) && !hasLowHarmonic(evidence)))
         return false;
+    const double seconds = getSeconds(model);
     return rest > restEvidence * std::max(1.0, sureSeconds / seconds) ||
            (largest > singleEvidence && seconds > singleSeconds && isLasting(model) &&
             getSpread(model) < singleSpread);
@@ -332,12 +358,17 @@ std::optional<HumModel> StretchRemover::find(const ChannelView& view, const Chan
     const int most = std::min(settings.mostHarmonics,
                               static_cast<int>(highestShareOfRate * view.sampleRate / found));
     HumModel extended = extend(model, view, reader, std::min(most, firstHarmonics));
-    if (most > firstHarmonics && reachesTop(extended))
+    const bool isKnownToReach =
+        settings.pattern &&
+        static_cast<int>(settings.pattern->amplitudes[0].size()) > firstHarmonics;
+    if (most > firstHarmonics && (isKnownToReach || reachesTop(extended)))
         extended = extend(model, view, reader, most);
     leaveOutNotes(extended);
     if (!isHum(extended, view))
         return {};
     result.fundamental = found;
+    if (settings.pattern)
+        imposePattern(*settings.pattern, extended);
     result.isBursts = isBursts(extended);
     return result.isBursts ? std::nullopt : std::optional(std::move(extended));
 }

@@ -2,6 +2,7 @@
 
 #include "dsp/precise/CombDetector.h"
 #include "dsp/precise/HumModel.h"
+#include "dsp/precise/HumPattern.h"
 #include "dsp/precise/Series.h"
 
 #include <optional>
@@ -18,6 +19,9 @@ struct StretchSettings
     /// Hum beside the mains frequencies, as on tapes, must be there all the time to be told from
     /// bass notes. Not needed where the ranges leave no doubt.
     bool distrustsOthers = true;
+
+    /// The shape that the hum is known to have, of as many channels.
+    std::optional<HumPattern> pattern{};
 };
 
 /// The hum of a stretch, if there is any.

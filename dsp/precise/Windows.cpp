@@ -33,4 +33,13 @@ double getKaiserWindow(double position, double shape)
     return inside < 0.0 ? 0.0 : getBesselI0(shape * std::sqrt(inside)) / getBesselI0(shape);
 }
 
+double getKaiserTransform(double frequency, double width, double shape)
+{
+    const double x = 0.5 * width * frequency;
+    const double square = shape * shape - x * x;
+    const double root = std::sqrt(std::abs(square));
+    const double value = square > 0.0 ? std::sinh(root) / root : std::sin(root) / root;
+    return width * value / getBesselI0(shape);
+}
+
 } // namespace orvo::audio::precise

@@ -17,4 +17,9 @@ double getBesselI0(double x);
 /// I0-sinh window for spectrum analysis", 1980), 0 beyond.
 double getKaiserWindow(double position, double shape);
 
+/// Transform of a Kaiser window `width` wide at an angular frequency of `frequency` per unit, by
+/// which samples are divided where their spectrum is interpolated with that window (Kaiser and
+/// Schafer, as above).
+double getKaiserTransform(double frequency, double width, double shape);
+
 } // namespace orvo::audio::precise

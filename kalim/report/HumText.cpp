@@ -14,6 +14,9 @@ namespace kalim::program
 namespace
 {
 
+/// Hz: a frequency is not given more exactly than its last digit.
+constexpr double leastUncertainty = 0.0005;
+
 using orvo::audio::precise::HarmonicSummary;
 using orvo::audio::precise::HumKind;
 using orvo::audio::precise::HumSummary;
@@ -24,6 +27,9 @@ constexpr double sureEvidence = 25.0;
 /// What sounds on a harmonic is that much louder than beside its neighbours.
 constexpr double noteRatio = 30.0;
 constexpr int neighbours = 3;
+
+/// So many changes fit into a line.
+constexpr std::size_t mostChanges = 8;
 
 /// The level of a sine of this power in dBFS.
 double levelOf(double power)
@@ -85,8 +91,9 @@ std::string describeHum(const HumSummary& hum)
     if (!hum.hasHum())
         return hum.getKind() == HumKind::Bursts ? nameOf(HumKind::Bursts) : "no hum";
     const auto count = numbersOf(hum.getHarmonics()).size();
-    return fmt::format("hum at {:.3f} Hz (+-{:.2g}), {}, {} harmonic{}", hum.getMeanFrequency(),
-                       hum.getUncertainty(), nameOf(hum.getKind()), count, count == 1 ? "" : "s");
+    return fmt::format("hum at {:.3f} Hz (+-{:.4f}), {}, {} harmonic{}", hum.getMeanFrequency(),
+                       std::max(hum.getUncertainty(), leastUncertainty), nameOf(hum.getKind()),
+                       count, count == 1 ? "" : "s");
 }
 
 nlohmann::ordered_json humToJson(const HumSummary& hum)
@@ -135,6 +142,17 @@ std::vector<std::string> findDoubts(const HumSummary& hum)
         doubts.push_back(fmt::format("something else sounds on harmonic {} ({:.1f} Hz)", number,
                                      number * hum.getMeanFrequency()));
     return doubts;
+}
+
+std::string changesToText(const std::vector<double>& times)
+{
+    const std::size_t shown = std::min(times.size(), mostChanges);
+    std::vector<std::string> texts;
+    for (std::size_t i = 0; i < shown; ++i)
+        texts.push_back(fmt::format("{:.1f} s", times[i]));
+    if (times.size() <= shown)
+        return fmt::format("{}", fmt::join(texts, ", "));
+    return fmt::format("{} and {} more", fmt::join(texts, ", "), times.size() - shown);
 }
 
 std::string harmonicsToText(const HumSummary& hum)

@@ -1,8 +1,11 @@
 #include "kalim/report/PlotAxes.h"
 
+#include "kalim/report/TimeText.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace kalim::program
@@ -28,6 +31,30 @@ double highestFrequency(const SpectrumPlotData& data, double lowest)
     for (const auto& harmonic : data.harmonics)
         highest = std::max(highest, harmonic.frequency * 1.25);
     return std::max(std::min(highest, data.sampleRate / 2), 2 * lowest);
+}
+
+/// Steps between ticks, of which the first that makes few enough is taken.
+constexpr std::array frequencySteps{50.0, 100.0, 200.0, 500.0, 1000.0};
+constexpr std::array timeSteps{1.0,    2.0,    5.0,     10.0,    20.0,   30.0,
+                               60.0,   120.0,  300.0,   600.0,   900.0,  1800.0,
+                               3600.0, 7200.0, 10800.0, 21600.0, 43200.0};
+constexpr double mostFrequencyTicks = 6;
+constexpr double mostTimeTicks = 13;
+
+/// Multiples of a step between two ends; a step beyond the table is the whole of the last one.
+template <std::size_t count>
+std::vector<double> multiplesWithin(double low, double high, const std::array<double, count>& steps,
+                                    double most)
+{
+    const auto found =
+        std::ranges::find_if(steps, [&](double step) { return (high - low) / step <= most; });
+    double step = found == steps.end() ? steps.back() : *found;
+    while ((high - low) / step > most)
+        step *= 2;
+    std::vector<double> result;
+    for (double value = step * std::ceil(low / step); value <= high; value += step)
+        result.push_back(value);
+    return result;
 }
 
 std::string frequencyLabel(double frequency)
@@ -115,6 +142,47 @@ std::vector<PlotTick> LevelAxis::getTicks() const
         const double level = low + static_cast<double>(i) * step;
         result.push_back({level, fmt::format("{}{:.0f}", level < 0 ? "−" : "", std::abs(level))});
     }
+    return result;
+}
+
+LinearFrequencyAxis::LinearFrequencyAxis(double highest, const PlotArea& area)
+    : high(highest)
+    , bottom(area.bottom)
+    , height(area.getHeight())
+{
+}
+
+double LinearFrequencyAxis::getPosition(double frequency) const
+{
+    return bottom - height * frequency / high;
+}
+
+std::vector<PlotTick> LinearFrequencyAxis::getTicks() const
+{
+    std::vector<PlotTick> result;
+    for (const double value : multiplesWithin(0, high, frequencySteps, mostFrequencyTicks))
+        result.push_back({value, fmt::format("{:.0f}", value)});
+    return result;
+}
+
+TimeAxis::TimeAxis(double start, double end, const PlotArea& area)
+    : first(start)
+    , last(end)
+    , left(area.left)
+    , width(area.getWidth())
+{
+}
+
+double TimeAxis::getPosition(double seconds) const
+{
+    return left + width * (seconds - first) / (last - first);
+}
+
+std::vector<PlotTick> TimeAxis::getTicks() const
+{
+    std::vector<PlotTick> result;
+    for (const double value : multiplesWithin(first, last, timeSteps, mostTimeTicks))
+        result.push_back({value, timeText(value)});
     return result;
 }
 

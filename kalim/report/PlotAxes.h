@@ -8,19 +8,6 @@
 namespace kalim::program
 {
 
-/// A rectangle in points of the picture, y downwards.
-struct PlotArea
-{
-    double left;
-    double top;
-    double right;
-    double bottom;
-
-    double getWidth() const { return right - left; }
-
-    double getHeight() const { return bottom - top; }
-};
-
 /// A line of the grid; one without a label is a minor one.
 struct PlotTick
 {
@@ -73,6 +60,43 @@ private:
     double step = 0;
     double bottom;
     double height;
+};
+
+/// Frequencies from 0 Hz upwards on a linear scale.
+class LinearFrequencyAxis
+{
+public:
+    LinearFrequencyAxis(double highest, const PlotArea& area);
+
+    double getHighest() const { return high; }
+
+    double getPosition(double frequency) const;
+
+    std::vector<PlotTick> getTicks() const;
+
+private:
+    double high;
+    double bottom;
+    double height;
+};
+
+/// Times in seconds on a linear scale.
+class TimeAxis
+{
+public:
+    /// `end` is greater than `start`.
+    TimeAxis(double start, double end, const PlotArea& area);
+
+    double getPosition(double seconds) const;
+
+    /// At whole seconds, minutes or hours.
+    std::vector<PlotTick> getTicks() const;
+
+private:
+    double first;
+    double last;
+    double left;
+    double width;
 };
 
 } // namespace kalim::program

@@ -4,6 +4,7 @@
 
 #include <cairo-svg.h>
 
+#include <cstring>
 #include <stdexcept>
 
 namespace kalim::program
@@ -63,6 +64,29 @@ void PlotCanvas::strokeLine(double x1, double y1, double x2, double y2) const
     cairo_move_to(getContext(), x1, y1);
     cairo_line_to(getContext(), x2, y2);
     cairo_stroke(getContext());
+}
+
+void PlotCanvas::drawImage(const PlotImage& image, const PlotArea& area) const
+{
+    const std::unique_ptr<cairo_surface_t, SurfaceCloser> pixels(
+        cairo_image_surface_create(CAIRO_FORMAT_RGB24, image.width, image.height));
+    unsigned char* const rows = cairo_image_surface_get_data(pixels.get());
+    if (rows == nullptr)
+        throw std::runtime_error(cairo_status_to_string(cairo_surface_status(pixels.get())));
+    const auto rowLength = static_cast<std::size_t>(image.width) * sizeof(image.pixels[0]);
+    const auto stride = static_cast<std::size_t>(cairo_image_surface_get_stride(pixels.get()));
+    for (std::size_t row = 0; row < static_cast<std::size_t>(image.height); ++row)
+        std::memcpy(rows + row * stride, &image.pixels[row * static_cast<std::size_t>(image.width)],
+                    rowLength);
+    cairo_surface_mark_dirty(pixels.get());
+    cairo_save(getContext());
+    cairo_translate(getContext(), area.left, area.top);
+    cairo_scale(getContext(), area.getWidth() / image.width, area.getHeight() / image.height);
+    cairo_set_source_surface(getContext(), pixels.get(), 0, 0);
+    // Others would let the edges fade into the paper.
+    cairo_pattern_set_filter(cairo_get_source(getContext()), CAIRO_FILTER_NEAREST);
+    cairo_paint(getContext());
+    cairo_restore(getContext());
 }
 
 void PlotCanvas::setStyle(const TextStyle& style) const

@@ -3,6 +3,7 @@
 #include <cairo.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,6 +18,19 @@ enum class PictureKind
     svg
 };
 
+/// A rectangle in points of the picture, y downwards.
+struct PlotArea
+{
+    double left;
+    double top;
+    double right;
+    double bottom;
+
+    double getWidth() const { return right - left; }
+
+    double getHeight() const { return bottom - top; }
+};
+
 /// Red, green, blue and opacity from 0 to 1.
 struct PlotColour
 {
@@ -24,6 +38,14 @@ struct PlotColour
     double green;
     double blue;
     double opacity = 1;
+};
+
+/// Rows of pixels, from the top, as 0xRRGGBB.
+struct PlotImage
+{
+    int width = 0;
+    int height = 0;
+    std::vector<std::uint32_t> pixels;
 };
 
 /// How a piece of text looks; the size is in points.
@@ -53,6 +75,9 @@ public:
 
     void setColour(const PlotColour& colour) const;
     void strokeLine(double x1, double y1, double x2, double y2) const;
+
+    /// Stretches the image over the area.
+    void drawImage(const PlotImage& image, const PlotArea& area) const;
 
     /// Baseline at y.
     void drawText(const std::string& text, double x, double y, const TextStyle& style,

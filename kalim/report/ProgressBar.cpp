@@ -1,5 +1,7 @@
 #include "kalim/report/ProgressBar.h"
 
+#include "kalim/report/TimeText.h"
+
 #include <fmt/format.h>
 
 #include <sys/ioctl.h>
@@ -21,14 +23,6 @@ int terminalWidth(std::FILE* stream)
     winsize size{};
     const bool isKnown = ioctl(fileno(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
     return isKnown ? size.ws_col : 80;
-}
-
-std::string timeText(double seconds)
-{
-    const auto total = std::lround(seconds);
-    if (total >= 3600)
-        return fmt::format("{}:{:02}:{:02}", total / 3600, total / 60 % 60, total % 60);
-    return fmt::format("{}:{:02}", total / 60, total % 60);
 }
 
 std::string timeLeft(double share, std::chrono::duration<double> elapsed)

@@ -111,6 +111,14 @@ Json harmonicsToJson(const std::vector<HarmonicLevels>& harmonics)
     return list;
 }
 
+Json trackingToJson(const TrackingSummary& tracking)
+{
+    return {{"start", tracking.getStart()},
+            {"end", tracking.getEnd()},
+            {"min", tracking.getLowest()},
+            {"max", tracking.getHighest()}};
+}
+
 /// File names need not be text: bytes that are no UTF-8 are replaced.
 std::string toLines(const Json& json)
 {
@@ -166,6 +174,9 @@ std::string Report::toText() const
             append,
             "  fundamental: start {:.2f} Hz, end {:.2f} Hz, lowest {:.2f} Hz, highest {:.2f} Hz\n",
             tracking.getStart(), tracking.getEnd(), tracking.getLowest(), tracking.getHighest());
+    if (learned)
+        fmt::format_to(append, "  its shape is that from {:g} s to {:g} s\n", learned->start,
+                       learned->end);
     if (preset)
         fmt::format_to(append, "  preset: {} ({})\n", printable(preset->name),
                        printable(preset->file));
@@ -205,13 +216,11 @@ std::string Report::toJson() const
                  {"settings", hum ? Json{{"strength", 100.0 * strength},
                                          {"residual", settings.isOn(Kalimmer::ResidualMode)}}
                                   : settingsToJson(settings)},
-                 {"fundamental",
-                  {{"start", tracking.getStart()},
-                   {"end", tracking.getEnd()},
-                   {"min", tracking.getLowest()},
-                   {"max", tracking.getHighest()}}}};
+                 {"fundamental", hum && !hum->hasHum() ? Json() : trackingToJson(tracking)}};
     if (hum)
         json["hum"] = humToJson(*hum);
+    if (learned)
+        json["learned"] = {{"start", learned->start}, {"end", learned->end}};
     if (preset)
         json["preset"] = {{"name", preset->name}, {"file", preset->file.native()}};
     if (measured)

@@ -34,6 +34,9 @@ struct Report
     std::optional<orvo::audio::precise::HumSummary> hum;
     double strength = 1.0;
 
+    /// Where the shape of the hum was learnt, if it was.
+    std::optional<MeasuredRange> learned;
+
     /// Of the engine.
     HumSettings settings;
     std::optional<Preset> preset;
@@ -57,7 +60,8 @@ struct Report
     /// For people: a few lines and a table.
     std::string toText() const;
 
-    /// For programs: one JSON object. Levels are null where there was silence.
+    /// For programs: one JSON object. Levels are null where there was silence, the fundamental is
+    /// where precise removal found no hum.
     std::string toJson() const;
 };
 

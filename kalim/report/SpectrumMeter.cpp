@@ -1,32 +1,18 @@
 #include "kalim/report/SpectrumMeter.h"
 
-#include "dsp/signal/VectorOperations.h"
-
 #include <algorithm>
-#include <bit>
 #include <cmath>
-#include <complex>
-#include <numbers>
+#include <functional>
 
 namespace kalim::program
 {
 namespace
 {
 
-using orvo::audio::Signal32;
-
-constexpr std::int64_t segmentSeconds = 4;
-constexpr std::int64_t shortestSegment = 16;
-constexpr std::int64_t longestSegment = 1 << 22;
-
-/// As in the hum engine, which limits what it is given.
-constexpr float largestSample = 1.0e6F;
+constexpr double segmentSeconds = 4.0;
 
 /// What is no louder counts as silence.
 constexpr double lowestLevel = -200.0;
-
-/// Mean of the Hann window.
-constexpr double windowMean = 0.5;
 
 /// The strongest line this close to a harmonic is taken for it, in Hz; for each harmonic a little
 /// more, since an error of the tracking counts once per harmonic.
@@ -37,17 +23,8 @@ constexpr double reachPerHarmonic = 0.1;
 /// measure.
 int segmentLengthFor(int sampleRate, std::int64_t numSamples)
 {
-    const std::int64_t wanted = std::min(segmentSeconds * sampleRate, numSamples);
-    return static_cast<int>(std::clamp(wanted, shortestSegment, longestSegment));
-}
-
-Signal32 makeHannWindow(int length)
-{
-    Signal32 window(1, length);
-    float* const samples = window.getWriteChannelPtr(0);
-    for (int n = 0; n < length; ++n)
-        samples[n] = static_cast<float>(0.5 - 0.5 * std::cos(2.0 * std::numbers::pi * n / length));
-    return window;
+    return limitSegmentLength(
+        std::min(segmentSeconds * sampleRate, static_cast<double>(numSamples)));
 }
 
 double toLevel(double power)
@@ -70,86 +47,42 @@ std::size_t findStrongest(const std::vector<double>& levels, double from, double
 } // namespace
 
 SpectrumMeter::SpectrumMeter(int channels, int sampleRate, std::int64_t numSamples)
-    : numChannels(static_cast<std::size_t>(channels))
-    , segmentLength(segmentLengthFor(sampleRate, numSamples))
-    , transformLength(static_cast<int>(std::bit_ceil(static_cast<unsigned int>(segmentLength))))
-    , binSpacing(static_cast<double>(sampleRate) / transformLength)
-    , window(makeHannWindow(segmentLength))
-    , segment(channels, segmentLength, 0.0F)
-    , weighted(1, transformLength, 0.0F)
-    , spectrum(1, transformLength / 2 + 1)
-    , power(static_cast<std::size_t>(transformLength) / 2 + 1)
+    : segments(channels, segmentLengthFor(sampleRate, numSamples), 0)
+    , binSpacing(static_cast<double>(sampleRate) / segments.getTransformLength())
+    , power(static_cast<std::size_t>(segments.getTransformLength()) / 2 + 1)
 {
 }
 
 void SpectrumMeter::add(std::span<const float> interleaved)
 {
-    while (!interleaved.empty())
-    {
-        const std::size_t count = std::min(interleaved.size() / numChannels,
-                                           static_cast<std::size_t>(segmentLength - filled));
-        for (std::size_t channel = 0; channel < numChannels; ++channel)
-        {
-            float* const samples = segment.getWriteChannelPtr(static_cast<int>(channel)) + filled;
-            for (std::size_t n = 0; n < count; ++n)
-                samples[n] = interleaved[n * numChannels + channel];
-            // One sample out of all range must not blot out the rest of the recording.
-            orvo::vo::limitToFinite(samples, samples, largestSample, static_cast<int>(count));
-        }
-        interleaved = interleaved.subspan(count * numChannels);
-        filled += static_cast<int>(count);
-        if (filled == segmentLength)
-            measureSegment();
-    }
+    segments.add(interleaved, [this](std::span<const double> measured) { take(measured); });
 }
 
 void SpectrumMeter::finish()
 {
-    if (numSegments > 0 || filled == 0)
-        return;
-    for (int channel = 0; channel < segment.getNumChannels(); ++channel)
-        orvo::vo::setToZero(segment.getWriteChannelPtr(channel) + filled, segmentLength - filled);
-    measureSegment();
+    if (numSegments == 0 && segments.getNumFilled() > 0)
+        segments.fillUp([this](std::span<const double> measured) { take(measured); });
 }
 
 double SpectrumMeter::getResolution() const
 {
     // The main lobe of a Hann window is four bins of its own length wide.
-    return 4.0 * binSpacing * transformLength / segmentLength;
+    return 4.0 * binSpacing * segments.getTransformLength() / segments.getSegmentLength();
 }
 
 std::vector<double> SpectrumMeter::getLevels() const
 {
-    // |X| = amplitude * length * windowMean / 2 for a sine in the centre of a bin.
-    const double perAmplitude = segmentLength * windowMean / 2.0;
-    const double scale = 1.0 / (perAmplitude * perAmplitude * static_cast<double>(numChannels) *
+    const double scale = 1.0 / (segments.getFullScale() *
                                 static_cast<double>(std::max<std::int64_t>(numSegments, 1)));
     std::vector<double> levels(power.size());
     std::ranges::transform(power, levels.begin(), [scale](double p) { return toLevel(p * scale); });
     return levels;
 }
 
-void SpectrumMeter::measureSegment()
+void SpectrumMeter::take(std::span<const double> measured)
 {
-    float* const samples = weighted.getWriteChannelPtr(0);
-    for (int channel = 0; channel < segment.getNumChannels(); ++channel)
-    {
-        orvo::vo::multiply(segment.getReadChannelPtr(channel), window.getReadChannelPtr(0), samples,
-                           segmentLength);
-        transform.forwardReal(weighted, spectrum);
-        const std::complex<float>* const bins = spectrum.getReadChannelPtr(0);
-        for (std::size_t bin = 0; bin < power.size(); ++bin)
-            power[bin] += std::norm(std::complex<double>(bins[bin]));
-    }
+    std::ranges::transform(measured, power, power.begin(), std::plus());
     ++numSegments;
-    // The next segment starts in the middle of this one.
-    const int half = segmentLength / 2;
-    for (int channel = 0; channel < segment.getNumChannels(); ++channel)
-    {
-        float* const all = segment.getWriteChannelPtr(channel);
-        orvo::vo::copy(all + segmentLength - half, all, half);
-    }
-    filled = half;
 }
 
 std::vector<HarmonicLevels> measureHarmonics(const SpectrumMeter& before,

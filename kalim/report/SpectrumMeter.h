@@ -1,7 +1,7 @@
 #pragma once
 
 #include "dsp/hum/HarmonicSelection.h"
-#include "dsp/signal/FourierTransform.h"
+#include "kalim/report/SegmentSpectra.h"
 
 #include <cstdint>
 #include <limits>
@@ -41,23 +41,12 @@ public:
     std::vector<double> getLevels() const;
 
 private:
-    void measureSegment();
+    void take(std::span<const double> measured);
 
-    std::size_t numChannels;
-    int segmentLength;
-    int transformLength;
+    SegmentSpectra segments;
     double binSpacing;
-    orvo::audio::FourierTransform transform;
-    orvo::audio::Signal32 window;
-    orvo::audio::Signal32 segment;
-
-    /// One channel of the segment and its transform; behind the segment's end are zeros.
-    orvo::audio::Signal32 weighted;
-    orvo::audio::ComplexSignal32 spectrum;
-
     std::vector<double> power;
     std::int64_t numSegments = 0;
-    int filled = 0;
 };
 
 /// Levels at one harmonic in dBFS, at the frequency in Hz at which it stood out before.

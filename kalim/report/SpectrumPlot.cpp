@@ -3,6 +3,8 @@
 #include "base/FileError.h"
 #include "base/Text.h"
 #include "kalim/report/PlotAxes.h"
+#include "kalim/report/PlotStyle.h"
+#include "kalim/report/SpectrogramPlot.h"
 
 #include <fmt/format.h>
 
@@ -17,24 +19,17 @@ namespace kalim::program
 namespace
 {
 
-constexpr double pictureWidth = 1600;
 constexpr double pictureHeight = 900;
-constexpr PlotArea area{100, 172, 1560, 814};
+constexpr PlotArea area{plotLeft, 172, plotRight, 814};
 
-constexpr PlotColour ink{0.13, 0.15, 0.18};
-constexpr PlotColour quietInk{0.38, 0.41, 0.46};
 constexpr PlotColour majorGrid{0.86, 0.87, 0.89};
 constexpr PlotColour minorGrid{0.94, 0.945, 0.955};
-constexpr PlotColour frame{0.62, 0.65, 0.69};
 constexpr PlotColour beforeLine{0.93, 0.53, 0.18};
 constexpr PlotColour beforeFill{0.98, 0.78, 0.55, 0.38};
 constexpr PlotColour afterLine{0.04, 0.22, 0.45};
 
 constexpr TextStyle titleStyle{28, ink, true};
 constexpr TextStyle subtitleStyle{17, quietInk};
-constexpr TextStyle axisStyle{16, quietInk};
-constexpr TextStyle tickStyle{15, ink};
-constexpr TextStyle legendStyle{16, ink};
 constexpr TextStyle numberStyle{15, ink, true};
 constexpr TextStyle reductionStyle{13, quietInk};
 
@@ -47,7 +42,7 @@ class SpectrumPlot
 public:
     SpectrumPlot(const SpectrumPlotData& plotData, PictureKind kind)
         : data(plotData)
-        , canvas(kind, pictureWidth, pictureHeight)
+        , canvas(kind, pictureWidth, pictureHeight + (plotData.overTime ? spectrogramsHeight : 0))
         , frequencies(plotData, area)
         , levels(plotData, frequencies, area)
         , harmonics(visibleHarmonics())
@@ -59,9 +54,11 @@ public:
         drawHeading();
         drawGrid();
         drawCurves();
-        drawFrame();
+        drawFrame(canvas, area);
         drawDots();
         drawStripLabels();
+        if (data.overTime)
+            drawSpectrograms(canvas, data, pictureHeight);
         return canvas.finish();
     }
 
@@ -84,20 +81,10 @@ private:
     /// Right-aligned beside the subtitle; returns its left edge.
     double drawLegend() const
     {
-        const double afterLeft = drawLegendEntry(data.afterLabel, afterLine, area.right);
-        return drawLegendEntry(data.beforeLabel, beforeLine, afterLeft - 28);
-    }
-
-    double drawLegendEntry(const std::string& label, const PlotColour& colour, double right) const
-    {
         constexpr double baseline = 91;
-        const auto text = canvas.shortened(label, legendStyle, 300);
-        canvas.drawText(text, right, baseline, legendStyle, TextAnchor::end);
-        const double lineRight = right - canvas.widthOf(text, legendStyle) - 10;
-        canvas.setColour(colour);
-        cairo_set_line_width(canvas.getContext(), 5);
-        canvas.strokeLine(lineRight - 34, baseline - 6, lineRight, baseline - 6);
-        return lineRight - 34;
+        const double afterLeft =
+            drawLegendEntry(canvas, data.afterLabel, afterLine, area.right, baseline);
+        return drawLegendEntry(canvas, data.beforeLabel, beforeLine, afterLeft - 28, baseline);
     }
 
     void drawGrid() const
@@ -108,13 +95,9 @@ private:
         for (const auto& tick : levels.getTicks())
             drawLevelTick(tick);
 
-        canvas.drawText("Frequency in Hz", (area.left + area.right) / 2, area.bottom + 62,
-                        axisStyle, TextAnchor::middle);
-        cairo_save(canvas.getContext());
-        cairo_translate(canvas.getContext(), 36, (area.top + area.bottom) / 2);
-        cairo_rotate(canvas.getContext(), -std::numbers::pi / 2);
-        canvas.drawText("Level in dBFS", 0, 0, axisStyle, TextAnchor::middle);
-        cairo_restore(canvas.getContext());
+        canvas.drawText("Frequency in Hz", (area.left + area.right) / 2,
+                        area.bottom + axisLabelBelow, axisStyle, TextAnchor::middle);
+        drawVerticalAxisLabel(canvas, "Level in dBFS", area);
     }
 
     void drawFrequencyTick(const PlotTick& tick) const
@@ -122,7 +105,7 @@ private:
         const double x = frequencies.getPosition(tick.value);
         canvas.setColour(tick.label.empty() ? minorGrid : majorGrid);
         canvas.strokeLine(x, area.top, x, area.bottom);
-        canvas.drawText(tick.label, x, area.bottom + 27, tickStyle, TextAnchor::middle);
+        canvas.drawText(tick.label, x, area.bottom + tickLabelBelow, tickStyle, TextAnchor::middle);
     }
 
     void drawLevelTick(const PlotTick& tick) const
@@ -130,7 +113,8 @@ private:
         const double y = levels.getPosition(tick.value);
         canvas.setColour(majorGrid);
         canvas.strokeLine(area.left, y, area.right, y);
-        canvas.drawText(tick.label, area.left - 12, y + 5.5, tickStyle, TextAnchor::end);
+        canvas.drawText(tick.label, area.left - tickLabelLeft, y + tickLabelDrop, tickStyle,
+                        TextAnchor::end);
     }
 
     void drawCurves() const
@@ -193,15 +177,6 @@ private:
         trace(points);
         canvas.setColour(colour);
         cairo_set_line_width(canvas.getContext(), width);
-        cairo_stroke(canvas.getContext());
-    }
-
-    void drawFrame() const
-    {
-        canvas.setColour(frame);
-        cairo_set_line_width(canvas.getContext(), 1);
-        cairo_rectangle(canvas.getContext(), area.left, area.top, area.getWidth(),
-                        area.getHeight());
         cairo_stroke(canvas.getContext());
     }
 

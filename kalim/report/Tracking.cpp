@@ -50,15 +50,14 @@ void TrackingSummary::add(float frequency)
     count += 1.0;
 }
 
-TraceFile::TraceFile(const std::filesystem::path& path, Existing existing,
-                     orvo::audio::HarmonicSelection selectedHarmonics)
+TraceFile::TraceFile(const std::filesystem::path& path, Existing existing)
     : file(path, existing)
-    , selection(selectedHarmonics)
     , text("time_s,fundamental_hz,harmonics_present\n")
 {
 }
 
-void TraceFile::add(double seconds, const orvo::audio::Kalimmer& engine)
+void TraceFile::add(double seconds, const orvo::audio::Kalimmer& engine,
+                    orvo::audio::HarmonicSelection selection)
 {
     addRow(seconds, static_cast<double>(engine.getCurrentFundamental()),
            presentNumbers(engine, selection));

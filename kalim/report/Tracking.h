@@ -46,11 +46,11 @@ class TraceFile
 {
 public:
     /// Throws FileError, as OutputFile does.
-    TraceFile(const std::filesystem::path& path, Existing existing,
-              orvo::audio::HarmonicSelection selection);
+    TraceFile(const std::filesystem::path& path, Existing existing);
 
-    /// Writes a row. Throws FileError.
-    void add(double seconds, const orvo::audio::Kalimmer& engine);
+    /// Writes a row; `selection` is that of the engine. Throws FileError.
+    void add(double seconds, const orvo::audio::Kalimmer& engine,
+             orvo::audio::HarmonicSelection selection);
 
     /// The same from what precise removal found: harmonics that are there all the time.
     void add(double seconds, double fundamental, const std::vector<int>& harmonics);
@@ -66,7 +66,6 @@ private:
     void write();
 
     OutputFile file;
-    orvo::audio::HarmonicSelection selection;
     std::string text;
 };
 

@@ -86,3 +86,9 @@ use_own_home() {
     export JACK_DEFAULT_SERVER="kalim-test-$$" JACK_NO_START_SERVER=1
     export PIPEWIRE_REMOTE="kalim-test-$$" ALSA_CONFIG_PATH=/dev/null
 }
+
+# The level in dB of floats on standard input, against a mean square of 1.
+measure_level() {
+    od -A n -t f4 -v -w4 |
+        awk '{ sum += $1 * $1 } END { printf "%.0f\n", 10 * log(sum / NR + 1e-16) / log(10) }'
+}

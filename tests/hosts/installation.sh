@@ -18,7 +18,9 @@ before=$(files)
 "$install" --built "$build" >"$work/first" || fail "does not install: $(cat "$work/first")"
 grep -q 'is not in PATH' "$work/first" || fail "does not say that the folder is not in PATH"
 for file in .lv2/Kalim.lv2/manifest.ttl .lv2/Kalim.lv2/dsp.ttl .lv2/Kalim.lv2/libKalim.so \
-    .lv2/Kalim.lv2/Contents/Resources/Presets/Reset.xml .vst3/Kalim.vst3/Contents \
+    .lv2/Kalim.lv2/Contents/Resources/Presets/Reset.xml .lv2/kalim-core.lv2/manifest.ttl \
+    .lv2/kalim-core.lv2/kalim-core.ttl .lv2/kalim-core.lv2/kalim-core.so \
+    .lv2/kalim-core.lv2/kalim-source.conf .vst3/Kalim.vst3/Contents \
     .vst3/Kalim.vst3/Contents/Resources/Presets/Reset.xml .local/bin/kalim-standalone \
     .local/bin/kalim; do
     [ -e "$HOME/$file" ] || fail "$file is missing"
@@ -37,7 +39,7 @@ PATH="$PATH:$HOME/.local/bin" "$install" --built "$build" >"$work/second" || fai
 
 "$install" --remove >"$work/third" || fail "does not remove"
 [ "$(files)" = "$before" ] || fail "leaves or takes too much: $(files)"
-for folder in .lv2/Kalim.lv2 .vst3/Kalim.vst3 .local/lib/kalim; do
+for folder in .lv2/Kalim.lv2 .lv2/kalim-core.lv2 .vst3/Kalim.vst3 .local/lib/kalim; do
     [ ! -e "$HOME/$folder" ] || fail "$folder is left"
 done
 "$install" --remove | grep -q 'nothing to remove' || fail "does not say that there is nothing left"

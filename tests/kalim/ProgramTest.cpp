@@ -113,11 +113,32 @@ TEST_F(Program, findsHumByItselfTakesItOffAndLeavesTheRestAlone)
         ASSERT_NEAR(rest[n] + hum[n], samples[n], 1e-6F);
         ASSERT_NEAR(half[n] + 0.5F * hum[n], samples[n], 1e-6F);
     }
+    const auto learned = clean(input, {"--learn=1:4"});
+    EXPECT_EQ(learned["learned"]["end"], 4.0);
+    EXPECT_THAT(reductionsIn(learned), AllOf(SizeIs(20), Each(Ge(30.0))));
     const Signal32 noise = makeNoise(-20.0, 48000.0, 3.0);
     const std::vector<float> plain(noise.getReadChannelPtr(0), noise.getReadChannelPtr(0) + 144000);
     const RunResult run = runKalim({writeFloats("plain.wav", plain), output(), "--force"});
     EXPECT_THAT(run.output, HasSubstr("no hum; the output equals the input sample for sample"));
     EXPECT_EQ(readAll(output()), plain);
+    EXPECT_THAT(runKalim({path("plain.wav"), path("x.wav"), "--learn=1:2"}).errors,
+                HasSubstr("plain.wav: no hum was found"));
+    EXPECT_TRUE(clean(path("plain.wav"), {})["fundamental"].is_null());
+}
+
+TEST_F(Program, drawsWhatItMeasuresOverTimeTooWhenThatIsLong)
+{
+    const std::string input = writeFloats("hum.wav", makeHumSamples(50.0, 50.0, 20.1));
+    for (const auto& [option, isLong] : {std::pair("--method=tracking", true),
+                                         {"--method=precise", true},
+                                         {"--measure=0.2:20.1", false}})
+    {
+        const RunResult run =
+            runKalim({input, output(), option, "-q", "--force", "--plot", path("hum.svg")});
+        EXPECT_EQ(run.exitCode, 0) << run.errors;
+        const std::string picture = contentsOf(path("hum.svg"));
+        EXPECT_EQ(picture.find("data:image/png") != std::string::npos, isLong) << option;
+    }
 }
 
 TEST_F(Program, tellsWhatHumThereIsAndSetsTheEngineFromIt)
@@ -140,7 +161,9 @@ TEST_F(Program, tellsWhatHumThereIsAndSetsTheEngineFromIt)
                                         {{"--range=60:50"}, "does not rise"},
                                         {{"--mains=50", "--range=49:51"}, "together"},
                                         {{"--method=precise", "-a5"}, "--adaptivity"},
-                                        {{"--strength=50", "-a5"}, "precise"}})
+                                        {{"--strength=50", "-a5"}, "precise"},
+                                        {{"--learn=0:999"}, "only"},
+                                        {{"--learn=3"}, "no range"}})
     {
         Words all = words;
         all.insert(all.end(), {input, path("x.wav")});

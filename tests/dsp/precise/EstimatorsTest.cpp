@@ -1,5 +1,6 @@
 #include "dsp/precise/ChangeFinder.h"
 #include "dsp/precise/Decimator.h"
+#include "dsp/precise/GridKernels.h"
 #include "dsp/precise/PathSmoother.h"
 #include "tests/dsp/precise/Recordings.h"
 #include "tests/support/InstructionSets.h"
@@ -33,7 +34,7 @@ double getPlainLikelihood(const LineWalk& line, std::size_t size)
     Complex mean;
     for (int k = 0; k < line.numFrames; ++k)
     {
-        const std::size_t at = k * line.stride;
+        const std::size_t at = static_cast<std::size_t>(k) * line.stride;
         const double noise = line.noise[at];
         const bool isSkipped = line.isSkipped[k] != 0;
         variance += line.stepVariances[size] + (line.isJump[k] != 0 ? line.jumpVariance : 0.0);
@@ -110,6 +111,50 @@ TEST(WalkKernel, agreesWithThePlainFormForEveryInstructionSet)
             for (std::size_t i = 0; i < numLines * numWalkSizes; ++i) // some thousands, rounded
                 EXPECT_NEAR(likelihoods[i % numLines][i / numLines],
                             getPlainLikelihood(lines[i % numLines], i / numLines), 1e-8);
+        });
+}
+
+TEST(GridKernels, agreeWithThePlainFormsForEveryInstructionSet)
+{
+    constexpr int count = 61; // no multiple of any vector
+    Dice dice;
+    const Complex value(0.3, -0.2);
+    const GainEvidence evidence{0.13, 0.2, -0.05, 1e-3, 1e-3};
+    SplitComplex<float> turns(2 * count);
+    SplitComplex<double> expected(2 * count);
+    orvo::audio::precise::Series<double> gains;
+    for (int i = 0; i < 2 * count; ++i)
+    {
+        gains.push_back(dice.uniform(0.01, 5.0));
+        turns.set(static_cast<std::size_t>(i), std::polar(1.0, dice.uniform(0.0, fullTurn)));
+        expected.set(static_cast<std::size_t>(i), makeNoise(dice, 1.0));
+    }
+    forEachInstructionSet(
+        [&]
+        {
+            SplitComplex<float> sums(count);
+            orvo::audio::precise::Series<double> products(count, 2.0);
+            orvo::audio::precise::Series<double> scores(count, 1.0);
+            addTurned(value, turns, count, count, sums);
+            multiplyErrors(value, expected, count, count, 7.0, products.data());
+            multiplyGainErrors(evidence, gains.data(), count, products.data());
+            const auto factors = products;
+            collectLogarithms(3.0, count, products.data(), scores.data());
+            for (int i = 0; i < count; ++i)
+            {
+                const Complex turn(turns.real[count + i], turns.imaginary[count + i]);
+                const Complex error =
+                    value - Complex(expected.real[count + i], expected.imaginary[count + i]);
+                const double gain = gains[i];
+                const double rest = std::max(0.0, 0.13 + gain * (0.2 * gain + 0.1));
+                const double factor = 2.0 * (1.0 + 7.0 * std::norm(error)) *
+                                      (1.0 + rest / (1e-3 + 1e-3 * gain * gain * 0.2));
+                EXPECT_NEAR(sums.real[i], (value * turn).real(), 1e-6);
+                EXPECT_NEAR(sums.imaginary[i], (value * turn).imag(), 1e-6);
+                EXPECT_NEAR(factors[i], factor, 1e-12 * factor);
+                EXPECT_NEAR(scores[i], 1.0 - 3.0 * std::log(factor), 1e-12);
+                EXPECT_EQ(products[i], 1.0);
+            }
         });
 }
 
@@ -195,7 +240,7 @@ TEST(CombDetector, findsTheFundamental)
         sound = addHum(sound, 2000.0, {.fundamental = fundamental}, 1.0, dice);
         CombDetector detector(2000.0, {{48.75, 51.25}, {58.5, 61.5}});
         for (int start = 0; start + detector.getWindowLength() <= 20000; start += detector.getHop())
-            detector.addWindow(&sound[0][start], 20000 - start);
+            detector.addWindow(sound[0].data() + start, 20000 - start);
         EXPECT_NEAR(detector.getPeaks().front().fundamental, fundamental, 0.02);
     }
 }

@@ -32,10 +32,9 @@ enum Sound
     NumSounds
 };
 
-/// Of the first 25, what is harmed so far: a chord that a fundamental outside of the mains fits.
-constexpr unsigned int harmed[] = {2};
-
-constexpr unsigned long numMixtures = isSanitized ? 3 : 25;
+/// Of the first 200, 8 are harmed so far: tones exactly on harmonics of a hum far below them, and
+/// notes beside mains frequencies that are held for seconds.
+constexpr unsigned long numMixtures = isSanitized ? 3 : 50;
 
 constexpr const char* soundNames[] = {"speech", "notes", "chords", "tones", "hiss", "silence"};
 constexpr const char* humNames[] = {"steady", "breathing", "switched", "leaping", "tape"};
@@ -162,8 +161,6 @@ TEST(PreciseFuzz, doesNoHarmToRandomMixtures)
     const unsigned long last = number == nullptr ? numMixtures : std::stoul(number);
     for (unsigned int seed = 1; seed <= last; ++seed)
     {
-        if (number == nullptr && std::count(std::begin(harmed), std::end(harmed), seed) > 0)
-            continue;
         const Mixture m = makeMixture(seed);
         const Removal removal = removeHum(m.mixed, m.sampleRate);
         const double before = getEnergy(add(m.mixed, m.clean, -1.0));

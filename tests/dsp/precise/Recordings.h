@@ -70,10 +70,10 @@ inline void addTone(Channels& recording, double sampleRate, const Tone& tone, Di
             channel.push_back(std::polar(size, dice.uniform(0.0, fullTurn)));
         }
     double cycles = 0.0;
-    const auto length = static_cast<int>(recording.front().size());
-    for (auto i = static_cast<int>(tone.start * sampleRate); i < length; ++i)
+    const std::size_t length = recording.front().size();
+    for (auto i = static_cast<std::size_t>(tone.start * sampleRate); i < length; ++i)
     {
-        const double time = i / sampleRate;
+        const double time = static_cast<double>(i) / sampleRate;
         const double sinceStart = time - tone.start;
         if (sinceStart >= tone.length)
             break;

@@ -1,11 +1,15 @@
 #include "kalim/report/Report.h"
 
 #include "base/Text.h"
+#include "kalim/report/HumText.h"
 #include "kalim/report/PlotAxes.h"
 #include "kalim/report/ProgressBar.h"
+#include "kalim/report/Spectrogram.h"
 #include "kalim/report/SpectrumPlot.h"
 #include "tests/audiofile/ScratchFolder.h"
 #include "tests/support/TestSignals.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <cmath>
@@ -31,6 +35,33 @@ std::vector<double> levelsOf(const std::vector<float>& stereo, std::size_t piece
         meter.add(std::span(stereo).subspan(start, std::min(piece, stereo.size() - start)));
     meter.finish();
     return meter.getLevels();
+}
+
+/// A tone of 1 kHz at -20 dBFS from the second to the third quarter of a silent recording.
+std::vector<float> makeToneBetween(double sampleRate, double length)
+{
+    const auto tone = testing_support::makeTone(1000.0, 0.1, sampleRate, length);
+    const auto quarter = static_cast<std::size_t>(tone.getNumSamples()) / 4;
+    std::vector<float> samples(4 * quarter);
+    std::copy_n(tone.getReadChannelPtr(0) + quarter, 2 * quarter,
+                samples.begin() + static_cast<std::ptrdiff_t>(quarter));
+    return samples;
+}
+
+/// Where the tone is heard, in seconds from its start and to its end.
+std::pair<double, double> findTone(const Spectrogram& spectrogram)
+{
+    std::pair found(-1.0, -1.0);
+    const auto bin = static_cast<std::size_t>(std::lround(1000.0 / spectrogram.getBinSpacing()));
+    const auto columns = spectrogram.getLevels();
+    for (std::size_t i = 0; i < columns.size(); ++i)
+        if (columns[i].at(bin) > -40.0F)
+        {
+            const double time = static_cast<double>(i) * spectrogram.getSecondsPerColumn();
+            found.first = found.first < 0.0 ? time : found.first;
+            found.second = time + spectrogram.getSecondsPerColumn();
+        }
+    return found;
 }
 
 SpectrumPlotData humAt(double fundamental, int harmonics, double sampleRate = 48000)
@@ -66,6 +97,52 @@ TEST(SpectrumMeterTest, ShowsSilenceAndASineAtItsLevelHoweverLongItIsAndHoweverI
     }
 }
 
+TEST(SpectrogramTest, ShowsWhenAndHowLoudItWasInFewColumnsHoweverLongItIs)
+{
+    for (const double length : {0.0, 0.01, 12.0, 1000.0})
+        for (const std::size_t piece : {std::size_t{1000}, std::size_t{1000000}})
+        {
+            const std::vector<float> samples = makeToneBetween(8000.0, length);
+            Spectrogram spectrogram(1, 8000);
+            for (std::size_t start = 0; start < samples.size(); start += piece)
+                spectrogram.add(
+                    std::span(samples).subspan(start, std::min(piece, samples.size() - start)));
+            spectrogram.finish();
+            const auto columns = spectrogram.getLevels();
+            const double spacing = spectrogram.getSecondsPerColumn();
+            EXPECT_LE(columns.size(), 800U);
+            EXPECT_GE(static_cast<double>(columns.size()) * spacing, length);
+            EXPECT_LT(static_cast<double>(columns.size()) * spacing, length + spacing);
+            if (length < 1.0)
+                continue;
+            EXPECT_NEAR(findTone(spectrogram).first, length / 4, 1.5 * spacing);
+            EXPECT_NEAR(findTone(spectrogram).second, 0.75 * length, 1.5 * spacing);
+            EXPECT_NEAR(*std::ranges::max_element(columns[columns.size() / 2]), -20.0, 0.1);
+            EXPECT_THAT(columns[columns.size() / 8], Each(Spectrogram::lowestLevel));
+        }
+    const std::vector<float> left{0.5F, 0.0F, -0.5F, 0.0F}; // 500 Hz at 1 kHz, twice as loud
+    Spectrogram stereo(2, 1000);
+    for (int i = 0; i < 1000; ++i)
+        stereo.add(left);
+    EXPECT_NEAR(stereo.getLevels()[5].back(), -6.0 + 6.0 - 3.0, 0.1);
+}
+
+TEST(FundamentalCourseTest, KeepsGapsAndMeansInFewColumns)
+{
+    FundamentalCourse course;
+    for (int i = 0; i < 36000; ++i)
+        if (i < 10000 || i >= 20000)
+            course.add(i, i < 10000 ? 50.0 : 59.0 + i % 2 * 2.0);
+    const auto frequencies = course.getFrequencies();
+    const auto at = [&](double time)
+    { return frequencies.at(static_cast<std::size_t>(time / course.getSecondsPerColumn())); };
+    EXPECT_LE(frequencies.size(), 800U);
+    EXPECT_EQ(at(5000), 50.0);
+    EXPECT_EQ(at(15000), 0.0);
+    EXPECT_NEAR(at(30000), 60.0, 1e-9);
+    EXPECT_EQ(at(35999), at(30000));
+}
+
 TEST_F(SpectrumPlotTest, DrawsWhateverTheDataHoldInTheKindThatTheNameAsksFor)
 {
     EXPECT_EQ(validUtf8("Grüße 録音 🎧 a\xff\xc3, \xed\xa0\x80"), "Grüße 録音 🎧 a��, ���");
@@ -80,6 +157,26 @@ TEST_F(SpectrumPlotTest, DrawsWhateverTheDataHoldInTheKindThatTheNameAsksFor)
     OutputFile svg(path("b.svg"), Existing::keep);
     drawSpectrumPlot(svg, {"", "", 8000, 1, "", "", {}, {}, {}});
     EXPECT_THAT(contentsOf(svg.getTemporaryPath()), HasSubstr("<svg"));
+}
+
+TEST_F(SpectrumPlotTest, DrawsWhateverThereIsOverTime)
+{
+    const std::vector<float> few{-30.0F, Spectrogram::lowestLevel};
+    const std::vector<float> silent(3, Spectrogram::lowestLevel);
+    std::vector<SpectrogramData> cases{
+        {3, 30, 1, 700, {few, few, few}, {}, 40, {50}, "x"},
+        {0, 21, 30, 2, {silent}, {silent}, 30, {}, ""},
+        {0, 1e7, 1e6, 2000, {few}, {few}, 1e6, {0, 50, 51, 0, 50000}, "x", 5000}};
+    for (const SpectrogramData& overTime : cases)
+    {
+        auto data = humAt(50, 3);
+        data.overTime = overTime;
+        OutputFile file(path(fmt::format("{}.svg", overTime.start + overTime.end)), Existing::keep);
+        drawSpectrumPlot(file, data);
+        const std::string picture = contentsOf(file.getTemporaryPath());
+        EXPECT_NE(picture.find("data:image/png"), std::string::npos);
+        EXPECT_EQ(picture.find("nan"), std::string::npos);
+    }
 }
 
 TEST(PlotAxesTest, ShowEveryHarmonicBelowHalfTheSampleRateAndTheLevelsInSight)
@@ -100,6 +197,22 @@ TEST(PlotAxesTest, ShowEveryHarmonicBelowHalfTheSampleRateAndTheLevelsInSight)
     EXPECT_EQ(axis.getTicks().front().label + axis.getTicks().back().label, "−90−10");
 }
 
+TEST(PlotAxesTest, HaveRoomForTheirLabels)
+{
+    for (const double start : {0.0, 7.3, 5000.0})
+        for (const double length : {20.01, 61.0, 3599.0, 36000.0, 1e7})
+        {
+            const TimeAxis axis(start, start + length, area);
+            const auto ticks = axis.getTicks();
+            EXPECT_THAT(ticks, SizeIs(AllOf(Ge(5U), Le(14U))));
+            EXPECT_GE(axis.getPosition(ticks.front().value), area.left);
+            EXPECT_LE(axis.getPosition(ticks.back().value), area.right);
+        }
+    EXPECT_EQ(TimeAxis(3599, 3620, area).getTicks()[1].label, "1:00:02");
+    for (const double highest : {300.0, 651.0, 2000.0})
+        EXPECT_THAT(LinearFrequencyAxis(highest, area).getTicks(), SizeIs(AllOf(Ge(4U), Le(7U))));
+}
+
 TEST(ProgressBarTest, TellsShareAndTimeLeftWithinTheTerminal)
 {
     EXPECT_THAT(progressLine(0.25, seconds(30), 80),
@@ -116,6 +229,16 @@ TEST(ReportTest, ListsPresetsBelowTheirFolders)
     EXPECT_EQ(presetsToText({{user, "", "A", ""}, {user, "B", "x", ""}, {user, "B", "y", ""}},
                             {"/f", "/u"}),
               "Factory presets in /f\n  none\nUser presets in /u\n  A\n  B/\n    x\n    y\n");
+}
+
+TEST(HumTextTest, NamesTheFirstFewChanges)
+{
+    std::vector<double> times{0.04, 3.25, 59.96};
+    EXPECT_EQ(changesToText(times), "0.0 s, 3.2 s, 60.0 s");
+    times.resize(8, 100.0);
+    EXPECT_THAT(changesToText(times), EndsWith("100.0 s, 100.0 s"));
+    times.resize(10000, 100.0);
+    EXPECT_THAT(changesToText(times), EndsWith("100.0 s, 100.0 s and 9992 more"));
 }
 
 } // namespace kalim::test
