@@ -2,6 +2,7 @@
 #include "dsp/precise/Decimator.h"
 #include "dsp/precise/GridKernels.h"
 #include "dsp/precise/PathSmoother.h"
+#include "dsp/precise/WalkKernel.h"
 #include "tests/dsp/precise/Recordings.h"
 #include "tests/support/InstructionSets.h"
 
@@ -26,30 +27,92 @@ Complex makeNoise(Dice& dice, double power)
     return std::sqrt(0.5 * power) * Complex(real, makeNormal(dice));
 }
 
-/// The walk's likelihood by its definition.
-double getPlainLikelihood(const LineWalk& line, std::size_t size)
+/// A walking line by its definition, one value after the other in double precision.
+struct PlainWalk
 {
-    double likelihood = 0.0;
-    double variance = line.startVariance;
-    Complex mean;
-    for (int k = 0; k < line.numFrames; ++k)
+    const HarmonicLines& lines;
+    const Walks& walks;
+    int line;
+    double step;
+
+    struct State
     {
-        const std::size_t at = static_cast<std::size_t>(k) * line.stride;
-        const double noise = line.noise[at];
-        const bool isSkipped = line.isSkipped[k] != 0;
-        variance += line.stepVariances[size] + (line.isJump[k] != 0 ? line.jumpVariance : 0.0);
-        const Complex error = line.amplitudes[at] - (isSkipped ? 0.0 : mean);
-        const double total = isSkipped ? noise : variance + noise;
-        const double ratio = std::norm(error) / total;
-        likelihood -= std::log(total) + 3.0 * std::log1p(ratio / noiseFreedom);
-        const double factor =
-            std::max((ratio + noiseFreedom) / (noiseFreedom + 1.0), smallestNoiseFactor);
-        const double gain = isSkipped ? 0.0 : variance / (variance + noise * factor);
-        mean += gain * error;
-        variance -= gain * variance;
+        Complex mean;
+        double variance;
+    };
+
+    State start() const { return {0.0, walks.startVariances[line]}; }
+
+    double getJump(int frame) const
+    {
+        return frame < lines.numFrames && walks.isJump[frame] != 0 ? walks.jumpVariances[line]
+                                                                   : 0.0;
     }
-    return likelihood;
-}
+
+    /// Gives the frame's part of the logarithm of the likelihood.
+    double update(State& s, int frame, double noise, bool isRobust) const
+    {
+        const bool isSkipped = walks.isSkipped[frame] != 0;
+        const Complex error = lines.amplitudes[lines.at(frame, line)] - (isSkipped ? 0.0 : s.mean);
+        const double total = isSkipped ? noise : s.variance + noise;
+        const double ratio = std::norm(error) / total;
+        const double factor = std::max((ratio + 2.0) / 3.0, 0.5);
+        const double gain =
+            isSkipped ? 0.0 : s.variance / (s.variance + noise * (isRobust ? factor : 1.0));
+        s.mean += gain * error;
+        s.variance -= gain * s.variance;
+        return -std::log(total) - 3.0 * std::log1p(ratio / 2.0);
+    }
+
+    double getNoise(int frame) const { return lines.noise[lines.at(frame, line)]; }
+
+    double getLikelihood() const
+    {
+        double likelihood = 0.0;
+        State state = start();
+        for (int k = 0; k < lines.numFrames; ++k)
+        {
+            state.variance += step + getJump(k);
+            likelihood += update(state, k, getNoise(k), true);
+        }
+        return likelihood;
+    }
+
+    std::vector<State> smooth() const
+    {
+        std::vector<State> states(static_cast<std::size_t>(lines.numFrames));
+        std::vector<double> noise;
+        for (int k = 0; k < lines.numFrames; ++k)
+            noise.push_back(getNoise(k));
+        for (int round = 0; round < 3; ++round)
+        {
+            State state = start();
+            for (int k = 0; k < lines.numFrames; ++k)
+            {
+                state.variance += step + getJump(k);
+                update(state, k, noise[static_cast<std::size_t>(k)], round == 0);
+                states[static_cast<std::size_t>(k)] = state;
+            }
+            for (int k = lines.numFrames - 2; k >= 0; --k)
+            {
+                State& here = states[static_cast<std::size_t>(k)];
+                const State& next = states[static_cast<std::size_t>(k) + 1];
+                const double predicted = here.variance + step + getJump(k + 1);
+                const double gain = here.variance / predicted;
+                here.mean += gain * (next.mean - here.mean);
+                here.variance += gain * gain * (next.variance - predicted);
+            }
+            for (int k = 0; k < lines.numFrames; ++k)
+            {
+                const Complex value = lines.amplitudes[lines.at(k, line)];
+                const double error = std::norm(value - states[static_cast<std::size_t>(k)].mean);
+                noise[static_cast<std::size_t>(k)] =
+                    std::max((2.0 * getNoise(k) + error) / 3.0, 0.4 * getNoise(k));
+            }
+        }
+        return states;
+    }
+};
 
 /// A frame's transform at a frequency, summed directly, in the units of the reader.
 Complex transform(const orvo::audio::precise::Series<float>& samples, int centre, double length,
@@ -81,36 +144,46 @@ double decimateTone(double share)
 
 TEST(WalkKernel, agreesWithThePlainFormForEveryInstructionSet)
 {
-    constexpr std::size_t numLines = 5; // an odd one goes alone
     Dice dice;
-    orvo::audio::precise::Series<Complex> amplitudes;
-    orvo::audio::precise::Series<double> noise;
-    for (std::size_t i = 0; i < 203 * numLines; ++i)
+    HarmonicLines lines = makeLines(1, 19, 203, 0.0, 0.04); // a pack and a part of one
+    for (std::size_t at = 0; at < lines.noise.size(); ++at)
     {
-        noise.push_back(std::pow(10.0, dice.uniform(-9.0, -3.0)));
-        amplitudes.push_back(0.01 + makeNoise(dice, noise.back()));
+        lines.noise[at] = std::pow(10.0, dice.uniform(-9.0, -3.0));
+        lines.amplitudes[at] = 0.01 + makeNoise(dice, lines.noise[at]);
     }
-    orvo::audio::precise::Series<char> isSkipped(203);
-    orvo::audio::precise::Series<char> isJump(203);
-    isJump[90] = isSkipped[30] = isSkipped[31] = 1;
-    orvo::audio::precise::Series<LineWalk> lines;
-    for (std::size_t line = 0; line < numLines; ++line)
-        lines.push_back({&amplitudes[line],
-                         &noise[line],
-                         numLines,
-                         203,
-                         isSkipped.data(),
-                         isJump.data(),
-                         1e-3,
-                         1e-2,
-                         {0.0, 1e-12, 1e-10, 1e-9, 1e-8, 1e-7, 1e-6, 1e-4}});
+    const PackedLines packed(lines);
+    using Lanes = orvo::audio::precise::Series<float>;
+    Walks walks{packed, Lanes(32, 1e-2F), Lanes(32, 1e-3F), {}, {}};
+    walks.isSkipped.resize(203);
+    walks.isJump.resize(203);
+    walks.isJump[90] = walks.isSkipped[30] = walks.isSkipped[31] = 1;
+    std::array<Lanes, numWalkSizes> steps;
+    for (std::size_t size = 0; size < numWalkSizes; ++size)
+        steps[size].assign(32,
+                           static_cast<float>(std::pow(10.0, -12.0 + static_cast<double>(size))));
+    const orvo::audio::precise::Series<char> nothing(203);
     forEachInstructionSet(
         [&]
         {
-            const orvo::audio::precise::Series<PerWalkSize> likelihoods = getWalkLikelihoods(lines);
-            for (std::size_t i = 0; i < numLines * numWalkSizes; ++i) // some thousands, rounded
-                EXPECT_NEAR(likelihoods[i % numLines][i / numLines],
-                            getPlainLikelihood(lines[i % numLines], i / numLines), 1e-8);
+            const auto likelihoods = getWalkLikelihoods(walks, steps);
+            const WalkEstimates estimates = smoothWalks(walks, steps[4], nothing);
+            for (int line = 0; line < 19; ++line)
+            {
+                for (std::size_t size = 0; size < numWalkSizes; ++size) // thousands in the sum
+                    EXPECT_NEAR(likelihoods[line][size],
+                                (PlainWalk{lines, walks, line, steps[size][0]}.getLikelihood()),
+                                0.02);
+                const auto smooth = PlainWalk{lines, walks, line, steps[4][0]}.smooth();
+                for (int k = 0; k < 203; ++k)
+                {
+                    const std::size_t at = packed.at(line) + indexOf(k, PackedLines::width);
+                    const auto& plain = smooth[static_cast<std::size_t>(k)];
+                    EXPECT_NEAR(estimates.real[at], plain.mean.real(), 1e-7);
+                    EXPECT_NEAR(estimates.imaginary[at], plain.mean.imag(), 1e-7);
+                    // The smoother subtracts variances that are nearly equal.
+                    EXPECT_NEAR(estimates.variances[at] / plain.variance, 1.0, 0.01);
+                }
+            }
         });
 }
 
