@@ -71,13 +71,15 @@ struct LowRateCopy
     ChannelView view;
 };
 
-LowRateCopy makeLowRateCopy(const ChannelView& view, double highestFundamental)
+/// A copy that holds harmonics of a fundamental; the factor is 1 where nothing can be left out.
+LowRateCopy makeLowRateCopy(const ChannelView& view, double fundamental, int numHarmonics,
+                            std::size_t mostChannels)
 {
-    const double needed = 2.0 * analysisMargin * (HumFitter::numHarmonics + 1) * highestFundamental;
+    const double needed = 2.0 * analysisMargin * (numHarmonics + 1) * fundamental;
     const int factor = std::max(1, static_cast<int>(view.sampleRate / needed));
     const Decimator decimator(factor);
     LowRateCopy copy;
-    const std::size_t count = std::min(view.channels.size(), mostAnalysisChannels);
+    const std::size_t count = std::min(view.channels.size(), mostChannels);
     for (std::size_t channel = 0; channel < count; ++channel)
         copy.samples.push_back(decimator.process(view.channels[channel], view.numSamples));
     for (const auto& samples : copy.samples)
@@ -291,22 +293,29 @@ bool isBursts(const HumModel& model)
     return densest > burstShare * total;
 }
 
-/// Whether a harmonic near the highest stands out clearly.
-bool reachesTop(const HumModel& model)
+/// Number of the highest harmonic that is there, 1 if none is.
+int findHighest(const HumModel& model)
 {
-    const HarmonicLines& lines = model.getLines();
-    for (int line = 0; line < lines.getNumLines(); ++line)
-        if (model.getSmooth().evidence[line] > restEvidence &&
-            lines.getHarmonic(line) > lines.numHarmonics - topHarmonics)
-            return true;
-    return false;
+    const Series<double> evidence = collectEvidence(model);
+    const auto found =
+        std::find_if(evidence.rbegin(), evidence.rend(), [](double value) { return value > 0.0; });
+    return std::max(1, static_cast<int>(evidence.rend() - found));
 }
 
-HumModel extend(const HumModel& model, const ChannelView& view, LineReader& reader,
-                int numHarmonics)
+/// The hum with all harmonics of a view, of which those above the highest are left out.
+HumModel extend(const HumModel& model, const ChannelView& view, const FrameGrid& grid,
+                double fundamental, int numHarmonics)
 {
-    HumModel extended = model.moveTo(reader.read(view, model.getTrack(), numHarmonics));
+    const HarmonicLines lines =
+        LineReader(view, grid, fundamental).read(model.getTrack(), numHarmonics);
+    HumModel extended = model.moveTo(lines);
     extended.updateAmplitudes();
+    const int highest = findHighest(extended);
+    if (highest < numHarmonics)
+    {
+        extended = model.moveTo(keepHarmonics(lines, highest));
+        extended.updateAmplitudes();
+    }
     for (int round = 0; round < noiseRounds; ++round)
     {
         extended.takeNoiseFromResidual();
@@ -354,15 +363,17 @@ std::optional<HumModel> StretchRemover::find(const ChannelView& view, const Chan
     const double found = getMeanFrequency(model);
     if (!model.isAnyPresent())
         return {};
-    LineReader reader(grid, fundamental, view.sampleRate);
     const int most = std::min(settings.mostHarmonics,
                               static_cast<int>(highestShareOfRate * view.sampleRate / found));
-    HumModel extended = extend(model, view, reader, std::min(most, firstHarmonics));
+    const int first = std::min(most, firstHarmonics);
+    const LowRateCopy copy = makeLowRateCopy(view, fundamental, first, view.channels.size());
+    HumModel extended = extend(model, copy.view, grid, fundamental, first);
     const bool isKnownToReach =
         settings.pattern &&
         static_cast<int>(settings.pattern->amplitudes[0].size()) > firstHarmonics;
-    if (most > firstHarmonics && (isKnownToReach || reachesTop(extended)))
-        extended = extend(model, view, reader, most);
+    const bool reachesTop = extended.getLines().numHarmonics > first - topHarmonics;
+    if (most > first && (isKnownToReach || reachesTop))
+        extended = extend(model, view, grid, fundamental, most);
     leaveOutNotes(extended);
     if (!isHum(extended, view))
         return {};
@@ -378,7 +389,8 @@ StretchResult StretchRemover::analyse(const ChannelView& view) const
     double highest = 0.0;
     for (const FundamentalRange& range : settings.ranges)
         highest = std::max(highest, range.highest);
-    const LowRateCopy copy = makeLowRateCopy(view, highest);
+    const LowRateCopy copy =
+        makeLowRateCopy(view, highest, HumFitter::numHarmonics, mostAnalysisChannels);
     const Series<CombPeak> peaks = findPeaks(copy.view, settings.ranges);
     StretchResult result{peaks.front().fundamental, peaks.front().score, false, {}};
     for (const double fundamental : chooseCandidates(peaks, settings.ranges))

@@ -285,8 +285,14 @@ TEST(LineReader, readsWhatADirectSumGivesAndThePowerOfNoise)
             static_cast<float>(0.5 * std::cos(fullTurn * f * i + 1.0) + 0.01 * makeNormal(dice)));
     const FrameGrid grid(50.37, 8000.0, 80000);
     const double length = grid.getFrameLength() * 8000.0;
-    const HarmonicLines lines = LineReader(grid, 50.37, 8000.0)
-                                    .read({{samples.data()}, 80000, 8000.0}, PhaseTrack(50.37), 60);
+    const ChannelView view{{samples.data()}, 80000, 8000.0};
+    LineReader reader(view, grid, 50.37, 60);
+    const HarmonicLines lines = reader.read(PhaseTrack(50.37), 60);
+    // What is kept serves other tracks too, and gives what is read anew.
+    reader.read(PhaseTrack(50.9), 60);
+    const HarmonicLines again = reader.read(PhaseTrack(50.37), 60);
+    EXPECT_EQ(again.amplitudes, lines.amplitudes);
+    EXPECT_EQ(LineReader(view, grid, 50.37).read(PhaseTrack(50.37), 60).noise, lines.noise);
     double power = 0.0;
     for (int frame = 0; frame < lines.numFrames; ++frame)
         for (int line = 0; line < 60; ++line)
