@@ -26,9 +26,42 @@ struct SplitComplex
     Series<Real> imaginary;
 };
 
-/// Adds `value` times each of `count` turns, from `first` of them on, to the sums.
-void addTurned(Complex value, const SplitComplex<float>& turns, std::size_t first, int count,
-               SplitComplex<float>& sums);
+/// Multiplies values by others, one by one.
+void multiplyInPlace(SplitComplex<float>& values, const SplitComplex<float>& factors);
+
+/// How well readings, each over its noise, add up when they are turned back: adds to each of
+/// `count` scores s / (1 + s / most), s being the power of the sum of readings[i] turns[i][index],
+/// over `weights`. Turns are from `first` on, [reading][index].
+struct TurnedReadings
+{
+    const SplitComplex<float>& readings;
+    const SplitComplex<float>& turns;
+    std::size_t first;
+    double weights;
+    double most;
+};
+
+void addScores(const TurnedReadings& turned, int numReadings, int count, float* scores);
+
+/// For each of `count` places the origin that gains most where a move costs `cost` times its
+/// square, and what it gains.
+void findOrigins(const double* gains, int count, double cost, double* best, float* origins);
+
+/// Where a phase may come from: itself; with a cost of `drift` those beside it; with one of `leap`
+/// the phase `top`; or at a given gain the state `outside`.
+struct PhaseOrigins
+{
+    double drift;
+    double leap;
+    int top;
+    int outside;
+    double gainOutside;
+};
+
+/// The same for `count` phases of a circle, whose last comes before the first of `gains` again, and
+/// the first after the last.
+void findPhaseOrigins(const double* gains, int count, const PhaseOrigins& from, double* best,
+                      float* origins);
 
 /// Multiplies each of `count` products by 1 + scale |value - expected|^2, for the expected values
 /// from `first` on.

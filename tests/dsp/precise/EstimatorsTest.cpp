@@ -192,6 +192,10 @@ TEST(GridKernels, agreeWithThePlainFormsForEveryInstructionSet)
     constexpr int count = 61; // no multiple of any vector
     Dice dice;
     const Complex value(0.3, -0.2);
+    const Complex other(-0.1, 0.7);
+    SplitComplex<float> readings(2);
+    readings.set(0, value);
+    readings.set(1, other);
     const GainEvidence evidence{0.13, 0.2, -0.05, 1e-3, 1e-3};
     SplitComplex<float> turns(2 * count);
     SplitComplex<double> expected(2 * count);
@@ -205,10 +209,12 @@ TEST(GridKernels, agreeWithThePlainFormsForEveryInstructionSet)
     forEachInstructionSet(
         [&]
         {
-            SplitComplex<float> sums(count);
+            orvo::audio::precise::Series<float> sums(count, 1.0F);
+            SplitComplex<float> squares = turns;
             orvo::audio::precise::Series<double> products(count, 2.0);
             orvo::audio::precise::Series<double> scores(count, 1.0);
-            addTurned(value, turns, count, count, sums);
+            multiplyInPlace(squares, turns);
+            addScores({readings, turns, 0, 3.0, 0.2}, 2, count, sums.data());
             multiplyErrors(value, expected, count, count, 7.0, products.data());
             multiplyGainErrors(evidence, gains.data(), count, products.data());
             const auto factors = products;
@@ -222,11 +228,58 @@ TEST(GridKernels, agreeWithThePlainFormsForEveryInstructionSet)
                 const double rest = std::max(0.0, 0.13 + gain * (0.2 * gain + 0.1));
                 const double factor = 2.0 * (1.0 + 7.0 * std::norm(error)) *
                                       (1.0 + rest / (1e-3 + 1e-3 * gain * gain * 0.2));
-                EXPECT_NEAR(sums.real[i], (value * turn).real(), 1e-6);
-                EXPECT_NEAR(sums.imaginary[i], (value * turn).imag(), 1e-6);
+                EXPECT_NEAR(squares.real[count + i], (turn * turn).real(), 1e-6);
+                EXPECT_NEAR(squares.imaginary[count + i], (turn * turn).imag(), 1e-6);
+                const Complex before(turns.real[i], turns.imaginary[i]);
+                const double clear = std::norm(value * before + other * turn) / 3.0;
+                EXPECT_NEAR(sums[i], 1.0 + clear / (1.0 + clear / 0.2), 1e-6);
                 EXPECT_NEAR(factors[i], factor, 1e-12 * factor);
                 EXPECT_NEAR(scores[i], 1.0 - 3.0 * std::log(factor), 1e-12);
                 EXPECT_EQ(products[i], 1.0);
+            }
+        });
+}
+
+TEST(GridKernels, findTheOriginThatGainsMostForEveryInstructionSet)
+{
+    constexpr int count = 61;
+    Dice dice;
+    orvo::audio::precise::Series<double> gains; // a circle: the ends are repeated
+    for (int i = 0; i < count; ++i)
+        gains.push_back(dice.uniform(0.0, 60.0));
+    gains.insert(gains.begin(), gains.back());
+    gains.push_back(gains[1]);
+    const auto top =
+        static_cast<int>(std::max_element(gains.begin() + 1, gains.end() - 1) - gains.begin()) - 1;
+    forEachInstructionSet(
+        [&]
+        {
+            orvo::audio::precise::Series<double> best(count);
+            orvo::audio::precise::Series<double> bestPhase(count);
+            orvo::audio::precise::Series<float> origins(count);
+            orvo::audio::precise::Series<float> phases(count);
+            findOrigins(gains.data() + 1, count, 2.0, best.data(), origins.data());
+            findPhaseOrigins(gains.data(), count, {2.0, 30.0, top, 99, 20.0}, bestPhase.data(),
+                             phases.data());
+            for (int i = 0; i < count; ++i)
+            {
+                double most = 0.0;
+                double mostPhase = 20.0; // from outside
+                for (int from = 0; from < count; ++from)
+                {
+                    const int distance = std::abs(i - from);
+                    most = std::max(most, gains[from + 1] - 2.0 * distance * distance);
+                    const bool isBeside = distance == 1 || distance == count - 1;
+                    const double cost = isBeside ? 2.0 : 30.0;
+                    mostPhase = std::max(mostPhase, gains[from + 1] - (distance == 0 ? 0.0 : cost));
+                }
+                EXPECT_EQ(best[i], most);
+                EXPECT_EQ(bestPhase[i], mostPhase);
+                const auto origin = static_cast<int>(origins[i]);
+                EXPECT_EQ(gains[origin + 1] - 2.0 * (origin - i) * (origin - i), most);
+                const auto phase = static_cast<int>(phases[i]);
+                EXPECT_EQ(phase == 99, mostPhase == 20.0);
+                EXPECT_TRUE(phase == 99 || (phase >= 0 && phase < count));
             }
         });
 }
