@@ -18,6 +18,7 @@ public:
 
 private:
     int factor;
+    int half; // taps on either side of the middle one
     Series<float> taps;
 };
 

@@ -353,29 +353,28 @@ bool StretchRemover::isHum(const HumModel& model, const ChannelView& view) const
 }
 
 /// Fits a hum near a fundamental; gives nothing if it is none.
-std::optional<HumModel> StretchRemover::find(const ChannelView& view, const ChannelView& lowRate,
-                                             double fundamental, StretchResult& result) const
+std::optional<HumModel> StretchRemover::find(const Views& views, double fundamental,
+                                             StretchResult& result) const
 {
-    const FrameGrid grid(fundamental, lowRate.sampleRate, lowRate.numSamples);
+    const FrameGrid grid(fundamental, views.low.sampleRate, views.low.numSamples);
     if (grid.getNumFrames() < 2)
         return {};
-    const HumModel model = HumFitter(lowRate, grid, fundamental).fit();
+    const HumModel model = HumFitter(views.low, grid, fundamental).fit();
     const double found = getMeanFrequency(model);
     if (!model.isAnyPresent())
         return {};
     const int most = std::min(settings.mostHarmonics,
-                              static_cast<int>(highestShareOfRate * view.sampleRate / found));
+                              static_cast<int>(highestShareOfRate * views.full.sampleRate / found));
     const int first = std::min(most, firstHarmonics);
-    const LowRateCopy copy = makeLowRateCopy(view, fundamental, first, view.channels.size());
-    HumModel extended = extend(model, copy.view, grid, fundamental, first);
+    HumModel extended = extend(model, views.middle, grid, fundamental, first);
     const bool isKnownToReach =
         settings.pattern &&
         static_cast<int>(settings.pattern->amplitudes[0].size()) > firstHarmonics;
     const bool reachesTop = extended.getLines().numHarmonics > first - topHarmonics;
     if (most > first && (isKnownToReach || reachesTop))
-        extended = extend(model, view, grid, fundamental, most);
+        extended = extend(model, views.full, grid, fundamental, most);
     leaveOutNotes(extended);
-    if (!isHum(extended, view))
+    if (!isHum(extended, views.full))
         return {};
     result.fundamental = found;
     if (settings.pattern)
@@ -389,13 +388,14 @@ StretchResult StretchRemover::analyse(const ChannelView& view) const
     double highest = 0.0;
     for (const FundamentalRange& range : settings.ranges)
         highest = std::max(highest, range.highest);
-    const LowRateCopy copy =
-        makeLowRateCopy(view, highest, HumFitter::numHarmonics, mostAnalysisChannels);
-    const Series<CombPeak> peaks = findPeaks(copy.view, settings.ranges);
+    const LowRateCopy copy = makeLowRateCopy(view, highest, firstHarmonics, view.channels.size());
+    const LowRateCopy lowCopy =
+        makeLowRateCopy(copy.view, highest, HumFitter::numHarmonics, mostAnalysisChannels);
+    const Series<CombPeak> peaks = findPeaks(lowCopy.view, settings.ranges);
     StretchResult result{peaks.front().fundamental, peaks.front().score, false, {}};
     for (const double fundamental : chooseCandidates(peaks, settings.ranges))
     {
-        result.model = find(view, copy.view, fundamental, result);
+        result.model = find({view, copy.view, lowCopy.view}, fundamental, result);
         if (result.model || result.isBursts)
             break;
     }
