@@ -13,6 +13,8 @@ class Decimator
 public:
     explicit Decimator(int factor);
 
+    int getFactor() const { return factor; }
+
     /// ceil(count / factor) samples; what lies outside counts as silence.
     Series<float> process(const float* samples, int count) const;
 
