@@ -31,12 +31,13 @@ constexpr double surveyShare = 0.15;
 
 /// The C library keeps what threads give back, the more the larger its blocks, so that memory would
 /// grow to twice what is used. Blocks from this size on go back to the system at once.
-constexpr int largeBlock = 1 << 20;
+constexpr int largeBlock = 1 << 19;
 
 void giveMemoryBack()
 {
 #ifdef __GLIBC__
     mallopt(M_MMAP_THRESHOLD, largeBlock);
+    mallopt(M_TRIM_THRESHOLD, largeBlock);
 #endif
 }
 

@@ -17,6 +17,7 @@ namespace
 /// stays within bounds, but not below what a good estimate needs.
 constexpr double longestStretch = 32.0; // seconds
 constexpr double shortestStretch = 10.0;
+constexpr double shortestRest = 5.0; // below, hum is hardly told from notes
 constexpr double usualSampleRate = 2.0 * 48000.0;
 constexpr double overlapShare = 0.125;
 constexpr double fadeShare = 0.4; // of the overlap
@@ -166,6 +167,11 @@ PreciseRemover::PreciseRemover(double rate, int numChannels, PreciseSettings set
         buffer.reserve(static_cast<std::size_t>(getNeeded()) + 2 * chunk);
 }
 
+int PreciseRemover::getNeeded() const
+{
+    return length + std::max(length / 4, static_cast<int>(shortestRest * sampleRate));
+}
+
 void PreciseRemover::add(const float* const* channels, int numSamples)
 {
     for (std::size_t channel = 0; channel < buffers.size(); ++channel)
@@ -173,22 +179,27 @@ void PreciseRemover::add(const float* const* channels, int numSamples)
                                 channels[channel] + numSamples);
     while (getBuffered() > getNeeded())
     {
-        start(length);
+        makeRoom();
+        Series<Series<float>> samples;
+        for (const auto& buffer : buffers)
+            samples.emplace_back(buffer.begin(), buffer.begin() + length);
+        start(std::move(samples));
         for (auto& buffer : buffers)
             buffer.erase(buffer.begin(), buffer.begin() + (length - overlap));
         position += length - overlap;
     }
 }
 
-/// Has the first samples of the buffers analysed. What is delivered before goes to the sink while
-/// the other stretch is still analysed, so that two threads are busy without a third stretch.
-void PreciseRemover::start(int count)
+/// Waits until another stretch may be analysed. What is delivered goes to the sink while the other
+/// one is still analysed, so that two threads are busy without a third stretch.
+void PreciseRemover::makeRoom()
 {
     if (running.size() == mostRunning)
         deliverNext(false);
-    Series<Series<float>> samples;
-    for (const auto& buffer : buffers)
-        samples.emplace_back(buffer.begin(), buffer.begin() + count);
+}
+
+void PreciseRemover::start(Series<Series<float>> samples)
+{
     running.push_back(std::async(std::launch::async,
                                  [this, first = position, all = std::move(samples)]() mutable
                                  { return analyse(first, std::move(all)); }));
@@ -226,11 +237,10 @@ PreciseRemover::Stretch PreciseRemover::analyse(std::int64_t first,
 
 void PreciseRemover::finish()
 {
-    start(getBuffered());
+    makeRoom();
+    start(std::move(buffers));
     while (!running.empty())
         deliverNext(running.size() == 1);
-    for (auto& buffer : buffers)
-        buffer.clear();
 }
 
 /// Sends what is settled once the hum of a stretch is known: all up to where the next fades in.
@@ -260,10 +270,10 @@ void PreciseRemover::crossfade(Stretch& stretch, int start) const
     if (stretch.hum.empty() && tail.front().empty())
         return;
     if (stretch.hum.empty())
-        stretch.hum.assign(buffers.size(),
+        stretch.hum.assign(tail.size(),
                            Series<float>(static_cast<std::size_t>(stretch.getLength())));
     const int count = std::min(fade, stretch.getLength() - start);
-    for (std::size_t channel = 0; channel < buffers.size(); ++channel)
+    for (std::size_t channel = 0; channel < tail.size(); ++channel)
         for (int i = 0; i < count; ++i)
         {
             const float share = (static_cast<float>(i) + 0.5F) / static_cast<float>(fade);
@@ -293,7 +303,7 @@ void PreciseRemover::send(Stretch& stretch, int start, int end)
     {
         Series<const float*> samples;
         Series<const float*> hum;
-        for (std::size_t channel = 0; channel < buffers.size(); ++channel)
+        for (std::size_t channel = 0; channel < tail.size(); ++channel)
         {
             samples.push_back(stretch.samples[channel].data() + start);
             hum.push_back(stretch.hum.empty() ? nothing.data()

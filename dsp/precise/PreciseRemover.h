@@ -100,9 +100,10 @@ private:
     int getBuffered() const { return static_cast<int>(buffers.front().size()); }
 
     /// Samples from which on a stretch is analysed: what is left after it is one of its own.
-    int getNeeded() const { return length + length / 2; }
+    int getNeeded() const;
 
-    void start(int count);
+    void makeRoom();
+    void start(Series<Series<float>> samples);
     Stretch analyse(std::int64_t first, Series<Series<float>> samples) const;
     void deliverNext(bool isLast);
     void deliver(Stretch stretch, bool isLast);

@@ -306,14 +306,14 @@ int findHighest(const HumModel& model)
 HumModel extend(const HumModel& model, const ChannelView& view, const FrameGrid& grid,
                 double fundamental, int numHarmonics)
 {
-    const HarmonicLines lines =
-        LineReader(view, grid, fundamental).read(model.getTrack(), numHarmonics);
+    HarmonicLines lines = LineReader(view, grid, fundamental).read(model.getTrack(), numHarmonics);
     HumModel extended = model.moveTo(lines);
     extended.updateAmplitudes();
     const int highest = findHighest(extended);
     if (highest < numHarmonics)
     {
-        extended = model.moveTo(keepHarmonics(lines, highest));
+        lines = keepHarmonics(lines, highest);
+        extended = model.moveTo(std::move(lines));
         extended.updateAmplitudes();
     }
     for (int round = 0; round < noiseRounds; ++round)
