@@ -29,15 +29,16 @@ constexpr double mostLearned = 32.0;
 /// The first of two readings takes about this share of the time.
 constexpr double surveyShare = 0.15;
 
-/// The C library keeps what threads give back, the more the larger its blocks, so that memory would
-/// grow to twice what is used. Blocks from this size on go back to the system at once.
-constexpr int largeBlock = 1 << 19;
+/// Channels of a stretch come from the system and go back at once, in bytes. The C library would keep
+/// them among what the analysing threads gave back, and memory would grow to twice what is used.
+constexpr int largeBlock = 1 << 22;
+constexpr int mostKept = 1 << 25; // by each thread
 
 void giveMemoryBack()
 {
 #ifdef __GLIBC__
     mallopt(M_MMAP_THRESHOLD, largeBlock);
-    mallopt(M_TRIM_THRESHOLD, largeBlock);
+    mallopt(M_TRIM_THRESHOLD, mostKept);
 #endif
 }
 

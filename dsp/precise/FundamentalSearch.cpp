@@ -35,17 +35,21 @@ constexpr double mostPerLine = 400.0;
 /// A line is not trusted beyond 40 dB, however silent its surroundings are.
 constexpr double leastNoiseShare = 1e-4;
 
+constexpr int rowGroup = 16;
+
 struct DeviationGrid
 {
     int count;
     double step; // Hz
+    int width;   // of tables, so that vectors never end within a row
 
     double getDeviation(int index) const { return (index - count / 2) * step; }
 };
 
 DeviationGrid makeGrid(double span, double step, double fundamental)
 {
-    return {2 * static_cast<int>(std::lround(span / step)) + 1, step * fundamental};
+    const int count = 2 * static_cast<int>(std::lround(span / step)) + 1;
+    return {count, step * fundamental, (count + rowGroup - 1) / rowGroup * rowGroup};
 }
 
 /// How well the harmonics of a window add up at each deviation, for windows `stride` frames apart.
@@ -60,7 +64,7 @@ public:
         , stride(strideToUse)
         , window(makeHannWindow(length))
         , meanPower(static_cast<std::size_t>(lines.getNumLines()))
-        , scores(indexOf(getNumWindows(), grid.count))
+        , scores(indexOf(getNumWindows(), grid.width))
     {
         for (std::size_t at = 0; at < lines.amplitudes.size(); ++at)
             meanPower[at % meanPower.size()] += getPower(lines.amplitudes[at]) / lines.numFrames;
@@ -82,14 +86,14 @@ public:
 
     int getNumWindows() const { return (lines.numFrames + stride - 1) / stride; }
 
-    const float* get(int index) const { return &scores[indexOf(index, grid.count)]; }
+    const float* get(int index) const { return &scores[indexOf(index, grid.width)]; }
 
 private:
     /// By what each frame of a window is turned back at the fundamental for each deviation,
     /// [frame][deviation].
     SplitComplex<float> makeTurns() const
     {
-        SplitComplex<float> turns(indexOf(length, grid.count));
+        SplitComplex<float> turns(indexOf(length, grid.width));
         for (int i = 0; i < length; ++i)
         {
             const double perHertz = -2.0 * std::numbers::pi * (i - length / 2) * lines.frameTime;
@@ -97,7 +101,7 @@ private:
             Complex turn = std::polar(1.0, perHertz * grid.getDeviation(0));
             for (int d = 0; d < grid.count; ++d)
             {
-                turns.set(indexOf(i, grid.count, d), turn);
+                turns.set(indexOf(i, grid.width, d), turn);
                 turn = multiply(turn, step);
             }
         }
@@ -120,8 +124,8 @@ private:
             readings.set(static_cast<std::size_t>(frame - first), weight * lines.amplitudes[at]);
             weights += weight;
         }
-        addScores({readings, turns, indexOf(first - start, grid.count), weights, mostPerLine},
-                  last - first, grid.count, &scores[indexOf(index, grid.count)]);
+        addScores({readings, turns, indexOf(first - start, grid.width), weights, mostPerLine},
+                  last - first, grid.width, &scores[indexOf(index, grid.width)]);
     }
 
     const HarmonicLines& lines;
@@ -168,13 +172,12 @@ Series<int> findPath(const WindowScores& scores, const DeviationGrid& grid, doub
     const int count = grid.count;
     const int numWindows = scores.getNumWindows();
     Series<double> best(scores.get(0), scores.get(0) + count);
-    Series<double> next(best.size());
-    Series<float> origins(indexOf(numWindows, count));
+    Series<double> next(static_cast<std::size_t>(grid.width));
+    Series<float> origins(indexOf(numWindows, grid.width));
     const double steps = grid.step / move;
     for (int index = 1; index < numWindows; ++index)
     {
-        findOrigins(best.data(), count, 0.5 * steps * steps, next.data(),
-                    &origins[indexOf(index, count)]);
+        findOrigins(best, 0.5 * steps * steps, next, &origins[indexOf(index, grid.width)]);
         for (int d = 0; d < count; ++d)
             best[d] = next[d] + static_cast<double>(scores.get(index)[d]);
     }
@@ -183,7 +186,7 @@ Series<int> findPath(const WindowScores& scores, const DeviationGrid& grid, doub
     for (int index = numWindows - 1; index >= 0; --index)
     {
         path[index] = d;
-        d = static_cast<int>(origins[indexOf(index, count, d)]);
+        d = static_cast<int>(origins[indexOf(index, grid.width, d)]);
     }
     return path;
 }

@@ -1,5 +1,7 @@
 #include "dsp/precise/GridKernels.h"
 
+#include <array>
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "dsp/precise/GridKernels.cpp"
 // The first of these must come first.
@@ -84,16 +86,16 @@ HWY_INLINE void storeAsFloats(Tag /*tag*/, hn::Vec<Tag> values, float* result)
     hn::StoreU(hn::DemoteTo(floats, values), floats, result);
 }
 
-HWY_ATTR void findOriginsKernel(const double* gains, int count, double cost, double* best,
+HWY_ATTR void findOriginsKernel(const Series<double>& gains, double cost, Series<double>& best,
                                 float* origins)
 {
-    forEach(Doubles(), count,
-            [=](auto d, int i) HWY_ATTR
+    forEach(Doubles(), static_cast<int>(best.size()),
+            [&](auto d, int i) HWY_ATTR
             {
                 const auto here = hn::Iota(d, static_cast<double>(i));
                 auto most = hn::Set(d, -1e300);
                 auto origin = hn::Zero(d);
-                for (int from = 0; from < count; ++from)
+                for (std::size_t from = 0; from < gains.size(); ++from)
                 {
                     const auto place = hn::Set(d, static_cast<double>(from));
                     const auto steps = hn::Sub(here, place);
@@ -103,7 +105,7 @@ HWY_ATTR void findOriginsKernel(const double* gains, int count, double cost, dou
                     most = hn::IfThenElse(isMore, gain, most);
                     origin = hn::IfThenElse(isMore, place, origin);
                 }
-                hn::StoreU(most, d, best + i);
+                hn::StoreU(most, d, &best[i]);
                 storeAsFloats(d, origin, origins + i);
             });
 }
@@ -137,6 +139,48 @@ HWY_ATTR void findPhaseOriginsKernel(const double* gains, int count, const Phase
                 hn::StoreU(most, d, best + i);
                 storeAsFloats(d, origin, origins + i);
             });
+}
+
+HWY_ATTR void measureStepKernel(const FrameLines& lines, const float* turnReal,
+                                const float* turnImaginary, float leastShare, float* sums)
+{
+    const hn::CappedTag<float, FrameLines::group> d;
+    auto turn = hn::Zero(d);
+    auto turnInformation = hn::Zero(d);
+    auto growth = hn::Zero(d);
+    auto growthInformation = hn::Zero(d);
+    for (int i = 0; i < lines.count; i += static_cast<int>(hn::Lanes(d)))
+    {
+        const auto c = hn::LoadU(d, turnReal + i);
+        const auto s = hn::LoadU(d, turnImaginary + i);
+        const auto a = hn::LoadU(d, lines.expectedReal + i);
+        const auto b = hn::LoadU(d, lines.expectedImaginary + i);
+        const auto x = hn::LoadU(d, lines.real + i);
+        const auto y = hn::LoadU(d, lines.imaginary + i);
+        const auto u = hn::NegMulAdd(b, s, hn::Mul(a, c));
+        const auto v = hn::MulAdd(b, c, hn::Mul(a, s));
+        const auto power = hn::MulAdd(u, u, hn::Mul(v, v));
+        const auto p = hn::Sub(x, u);
+        const auto q = hn::Sub(y, v);
+        const auto error = hn::MulAdd(p, p, hn::Mul(q, q));
+        const auto read = hn::LoadU(d, lines.noise + i);
+        const auto heavy = hn::Mul(hn::MulAdd(read, hn::Set(d, 2.0F), error), hn::Set(d, 1.0F / 3));
+        const auto noise = hn::Max(hn::Max(read, heavy), hn::Mul(power, hn::Set(d, leastShare)));
+        const auto weight = hn::Div(hn::Set(d, 1.0F), noise);
+        const auto harmonic = hn::Mul(hn::LoadU(d, lines.harmonics + i), weight);
+        // The gradients, without what cancels: the error turned by the expected value.
+        const auto across = hn::NegMulAdd(p, v, hn::Mul(q, u));
+        const auto along = hn::MulAdd(p, u, hn::Mul(q, v));
+        turn = hn::MulAdd(harmonic, across, turn);
+        turnInformation = hn::MulAdd(hn::Mul(harmonic, hn::LoadU(d, lines.harmonics + i)), power,
+                                     turnInformation);
+        growth = hn::MulAdd(weight, along, growth);
+        growthInformation = hn::MulAdd(weight, power, growthInformation);
+    }
+    sums[0] = hn::GetLane(hn::SumOfLanes(d, turn));
+    sums[1] = hn::GetLane(hn::SumOfLanes(d, turnInformation));
+    sums[2] = hn::GetLane(hn::SumOfLanes(d, growth));
+    sums[3] = hn::GetLane(hn::SumOfLanes(d, growthInformation));
 }
 
 HWY_ATTR void multiplyErrorsKernel(Complex value, const double* real, const double* imaginary,
@@ -197,6 +241,7 @@ HWY_EXPORT(multiplyInPlaceKernel);
 HWY_EXPORT(addScoresKernel);
 HWY_EXPORT(findOriginsKernel);
 HWY_EXPORT(findPhaseOriginsKernel);
+HWY_EXPORT(measureStepKernel);
 HWY_EXPORT(multiplyErrorsKernel);
 HWY_EXPORT(multiplyGainErrorsKernel);
 HWY_EXPORT(collectLogarithmsKernel);
@@ -213,15 +258,23 @@ void addScores(const TurnedReadings& turned, int numReadings, int count, float* 
     HWY_DYNAMIC_DISPATCH(addScoresKernel)(turned, numReadings, count, scores);
 }
 
-void findOrigins(const double* gains, int count, double cost, double* best, float* origins)
+void findOrigins(const Series<double>& gains, double cost, Series<double>& best, float* origins)
 {
-    HWY_DYNAMIC_DISPATCH(findOriginsKernel)(gains, count, cost, best, origins);
+    HWY_DYNAMIC_DISPATCH(findOriginsKernel)(gains, cost, best, origins);
 }
 
 void findPhaseOrigins(const double* gains, int count, const PhaseOrigins& from, double* best,
                       float* origins)
 {
     HWY_DYNAMIC_DISPATCH(findPhaseOriginsKernel)(gains, count, from, best, origins);
+}
+
+MotionStep measureStep(const FrameLines& lines, const SplitComplex<float>& turns, float leastShare)
+{
+    std::array<float, 4> sums{};
+    HWY_DYNAMIC_DISPATCH(measureStepKernel)
+    (lines, turns.real.data(), turns.imaginary.data(), leastShare, sums.data());
+    return {sums[0], sums[1], sums[2], sums[3]};
 }
 
 void multiplyErrors(Complex value, const SplitComplex<double>& expected, std::size_t first,

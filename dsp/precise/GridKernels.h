@@ -43,9 +43,9 @@ struct TurnedReadings
 
 void addScores(const TurnedReadings& turned, int numReadings, int count, float* scores);
 
-/// For each of `count` places the origin that gains most where a move costs `cost` times its
-/// square, and what it gains.
-void findOrigins(const double* gains, int count, double cost, double* best, float* origins);
+/// For each place of `best` the origin among `gains` that gains most where a move costs `cost`
+/// times its square, and what it gains.
+void findOrigins(const Series<double>& gains, double cost, Series<double>& best, float* origins);
 
 /// Where a phase may come from: itself; with a cost of `drift` those beside it; with one of `leap`
 /// the phase `top`; or at a given gain the state `outside`.
@@ -67,6 +67,35 @@ void findPhaseOrigins(const double* gains, int count, const PhaseOrigins& from, 
 /// from `first` on.
 void multiplyErrors(Complex value, const SplitComplex<double>& expected, std::size_t first,
                     int count, double scale, double* products);
+
+/// Lines of one frame, as many as make whole groups of `group`: what was read, its noise and what
+/// is expected before it is turned; lines that are missing are silent and of harmonic 0.
+struct FrameLines
+{
+    static constexpr int group = 16;
+
+    const float* real;
+    const float* imaginary;
+    const float* noise;
+    const float* expectedReal;
+    const float* expectedImaginary;
+    const float* harmonics;
+    int count;
+};
+
+/// Gradient and information of phase and logarithm of the gain.
+struct MotionStep
+{
+    double turn = 0.0;
+    double turnInformation = 0.0;
+    double growth = 0.0;
+    double growthInformation = 0.0;
+};
+
+/// One Gauss-Newton step over all lines of a frame, whose expected values are multiplied by
+/// `turns`; noise is heavier the larger the error (Student's t of two degrees of freedom), and at
+/// least `leastShare` of the expected power.
+MotionStep measureStep(const FrameLines& lines, const SplitComplex<float>& turns, float leastShare);
 
 /// What a line of a frame says about its gain.
 struct GainEvidence

@@ -240,6 +240,51 @@ TEST(GridKernels, agreeWithThePlainFormsForEveryInstructionSet)
         });
 }
 
+TEST(GridKernels, measureAStepAsItsDefinitionDoesForEveryInstructionSet)
+{
+    constexpr int count = 2 * FrameLines::group;
+    Dice dice;
+    SplitComplex<float> values(count);
+    SplitComplex<float> expected(count);
+    SplitComplex<float> turns(count);
+    orvo::audio::precise::Series<float> noise;
+    orvo::audio::precise::Series<float> harmonics;
+    MotionStep plain;
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        const Complex pattern = makeNoise(dice, 1.0);
+        const Complex turn = std::polar(1.2, dice.uniform(0.0, fullTurn));
+        const Complex error = makeNoise(dice, 1e-2);
+        const double h = static_cast<double>(i % 24) + 1.0;
+        const double read = std::pow(10.0, dice.uniform(-8.0, -2.0));
+        values.set(i, pattern * turn + error);
+        expected.set(i, pattern);
+        turns.set(i, turn);
+        noise.push_back(static_cast<float>(read));
+        harmonics.push_back(static_cast<float>(h));
+        const double power = std::norm(pattern * turn);
+        const double used = std::max({read, 1e-5 * power, (2.0 * read + std::norm(error)) / 3.0});
+        const Complex gradient = error * std::conj(pattern * turn) / used;
+        plain.turn += h * gradient.imag();
+        plain.turnInformation += h * h * power / used;
+        plain.growth += gradient.real();
+        plain.growthInformation += power / used;
+    }
+    forEachInstructionSet(
+        [&]
+        {
+            const MotionStep step = measureStep(
+                {values.real.data(), values.imaginary.data(), noise.data(), expected.real.data(),
+                 expected.imaginary.data(), harmonics.data(), count},
+                turns, 1e-5F);
+            // The error is a small difference of values in single precision.
+            EXPECT_NEAR(step.turn, plain.turn, 1e-4 * std::sqrt(plain.turnInformation));
+            EXPECT_NEAR(step.growth, plain.growth, 1e-4 * std::sqrt(plain.growthInformation));
+            EXPECT_NEAR(step.turnInformation / plain.turnInformation, 1.0, 1e-4);
+            EXPECT_NEAR(step.growthInformation / plain.growthInformation, 1.0, 1e-4);
+        });
+}
+
 TEST(GridKernels, findTheOriginThatGainsMostForEveryInstructionSet)
 {
     constexpr int count = 61;
@@ -258,7 +303,7 @@ TEST(GridKernels, findTheOriginThatGainsMostForEveryInstructionSet)
             orvo::audio::precise::Series<double> bestPhase(count);
             orvo::audio::precise::Series<float> origins(count);
             orvo::audio::precise::Series<float> phases(count);
-            findOrigins(gains.data() + 1, count, 2.0, best.data(), origins.data());
+            findOrigins({gains.begin() + 1, gains.end() - 1}, 2.0, best, origins.data());
             findPhaseOrigins(gains.data(), count, {2.0, 30.0, top, 99, 20.0}, bestPhase.data(),
                              phases.data());
             for (int i = 0; i < count; ++i)
