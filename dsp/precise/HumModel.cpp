@@ -247,14 +247,17 @@ void HumModel::takeNoiseFromResidual()
     prepared.reset();
 }
 
-void HumModel::leaveOut(int harmonic)
+void HumModel::leaveOutHarmonic(int harmonic)
 {
     for (int line = harmonic - 1; line < lines.getNumLines(); line += lines.numHarmonics)
-    {
-        smooth.isPresent[line] = 0;
-        for (int frame = 0; frame < lines.numFrames; ++frame)
-            smooth.amplitudes[lines.at(frame, line)] = 0.0;
-    }
+        leaveOutLine(line);
+}
+
+void HumModel::leaveOutLine(int line)
+{
+    smooth.isPresent[line] = 0;
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+        smooth.amplitudes[lines.at(frame, line)] = 0.0;
 }
 
 void HumModel::setAmplitudes(Series<Complex> amplitudes)

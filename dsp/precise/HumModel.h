@@ -65,7 +65,10 @@ public:
     void takeNoiseFromResidual();
 
     /// Leaves a harmonic out of the hum, in all channels.
-    void leaveOut(int harmonic);
+    void leaveOutHarmonic(int harmonic);
+
+    /// Leaves a harmonic out of the hum of one channel.
+    void leaveOutLine(int line);
 
     /// Replaces the amplitudes, [frame][line] against track, gain and phase of the segments; lines
     /// that are 0 throughout are left out.
