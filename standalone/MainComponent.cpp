@@ -107,6 +107,7 @@ MainComponent::~MainComponent()
     stopTimer();
     audioSettings.reset();
     // The look may belong to the editor.
+    juce::LookAndFeel::setDefaultLookAndFeel(nullptr);
     setLookAndFeel(nullptr);
     lookWatcher.reset();
     editor.reset();
@@ -158,6 +159,8 @@ void MainComponent::fitEditor()
 void MainComponent::followLook()
 {
     setLookAndFeel(&editor->getLookAndFeel());
+    // For windows of their own: settings, and the framework's dialogs.
+    juce::LookAndFeel::setDefaultLookAndFeel(&editor->getLookAndFeel());
     humBar.repaint();
     transportBar.repaint();
 }

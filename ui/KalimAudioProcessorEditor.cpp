@@ -291,7 +291,7 @@ void KalimAudioProcessorEditor::handlePositionChanged(CurveEditor*, int index,
 juce::String KalimAudioProcessorEditor::getCursorInfoFromPoint(CurveEditor*,
                                                                juce::Point<float> position)
 {
-    return juce::String(scale.toFrequency(position.x), 1) + " Hz";
+    return juce::String(scale.toFrequency(position.x), 2) + " Hz";
 }
 
 std::unique_ptr<juce::AudioProcessorEditor> createKalimEditor(BasePlugInProcessor& plugIn)

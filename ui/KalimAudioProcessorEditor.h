@@ -96,7 +96,6 @@ private:
     void updateGrid(double sampleRate);
     void updateSpectrum(float sampleRate);
     void updateHandles();
-    juce::Colour getSpectrumColour() const;
 
     void beginUndoStep(const juce::Slider* slider);
     void parameterChanged(int index) override;

@@ -33,11 +33,16 @@ std::string repeat(const char* text, int count)
 
 TEST(DisplayLanguage, followsTheLocaleAndThenThePreferences)
 {
+    const auto isAvailable = [](const juce::String& code) { return code != "nl" && code != "xx"; };
     for (const auto& [locale, preferences, code] : {std::tuple{"de_DE.UTF-8", "", "de"},
                                                     {"en_US.UTF-8", "fr_CA:de", "fr"},
+                                                    {"nl_NL.UTF-8", "nl_NL:nl:de_AT:fr", "de"},
+                                                    {"fr_FR.UTF-8", ":nl:xx", "fr"},
+                                                    {"nl_NL.UTF-8", "xx:nl", "xx"},
                                                     {"C.UTF-8", "de", "en"},
                                                     {"POSIX", "de", "en"}})
-        EXPECT_EQ(kalim::plugin::getLanguageCode(locale, preferences), code);
+        EXPECT_EQ(kalim::plugin::getLanguageCode(locale, preferences, isAvailable), code)
+            << preferences;
 }
 
 TEST(BundleFiles, areTranslationsAndManualsInTheLanguageOrInEnglish)

@@ -2,7 +2,11 @@
 
 #include "dsp/hum/HumParameters.h"
 #include "plugin/KalimAudioProcessor.h"
+#include "standalone/AudioSettingsWindow.h"
+#include "standalone/TransportBar.h"
+#include "tests/standalone/ProbeProcessor.h"
 #include "tests/standalone/SoundFiles.h"
+#include "tests/support/framework/MarkedLanguage.h"
 
 #include <cmath>
 #include <numbers>
@@ -112,6 +116,23 @@ TEST_F(HumOfAFile, isTakenOffTheSavedFile)
     EXPECT_LT(saveAndCompare(asHeard), -50.0);
     bar->save(player.getFile(), player.getFile(), precise);
     EXPECT_TRUE(waitForText().contains("choose another name"));
+}
+
+TEST(WordsOfTheStandalone, areAllTranslated)
+{
+    const MarkedLanguage language;
+    ProbeProcessor probe;
+    standalone::AudioEngine engine(probe);
+    KalimAudioProcessor plugIn;
+    standalone::HumBar hums(engine.getPlayer(), plugIn);
+    standalone::TransportBar transport(engine.getPlayer());
+    standalone::AudioSettingsWindow settings(engine, [] {});
+    for (juce::Component* const part :
+         std::initializer_list<juce::Component*>{&hums, &transport, &settings})
+    {
+        const auto unmarked = MarkedLanguage::findUnmarked(*part, {"JACK", "ALSA", "Hz"});
+        EXPECT_TRUE(unmarked.isEmpty()) << unmarked.joinIntoString("\n");
+    }
 }
 
 } // namespace kalim::test
