@@ -145,8 +145,9 @@ std::vector<int> numbersOf(const orvo::audio::precise::HumSummary& hum)
 class Cleaner
 {
 public:
-    explicit Cleaner(const Options& given)
+    Cleaner(const Options& given, const Progress& told)
         : options(given)
+        , tell(told)
         , settings(given.settings)
         , reader(given.input)
         , metadata(reader)
@@ -168,7 +169,7 @@ public:
     Report run()
     {
         const auto start = std::chrono::steady_clock::now();
-        if (!options.isQuiet)
+        if (!options.isQuiet && !tell)
             progress.emplace(stderr);
         openStream();
         processAll();
@@ -182,6 +183,7 @@ public:
         report.timesRealTime = report.getSeconds() / std::max(taken.count(), 1e-9);
         if (files.picture)
             drawSpectrumPlot(*files.picture, describePicture(options, report, measurements));
+        showProgress(1.0);
         files.commit();
         return report;
     }
@@ -193,6 +195,8 @@ private:
     {
         if (progress)
             progress->update(share);
+        if (tell)
+            tell(share);
     }
 
     void openStream()
@@ -360,6 +364,7 @@ private:
     }
 
     const Options& options;
+    const Progress& tell;
     HumSettings settings;
     AudioFileReader reader;
     FileMetadata metadata;
@@ -375,10 +380,10 @@ private:
 
 } // namespace
 
-Report clean(const Options& options)
+Report clean(const Options& options, const Progress& progress)
 {
     requireDistinct(options);
-    return Cleaner(options).run();
+    return Cleaner(options, progress).run();
 }
 
 } // namespace kalim::program

@@ -1,7 +1,5 @@
 #include "standalone/HumBar.h"
 
-#include "standalone/HumFinder.h"
-
 #include <chrono>
 #include <exception>
 #include <utility>
@@ -62,7 +60,7 @@ HumBar::HumBar(FilePlayer& playerToUse, BasePlugInProcessor& plugInToSet)
         else
             lookForHum();
     };
-    saveButton.setButtonText(juce::translate("Save..."));
+    saveButton.setButtonText(juce::translate("Save cleaned..."));
     saveButton.setTitle(juce::translate("Save the cleaned file"));
     saveButton.setTooltip(juce::translate("Save the cleaned file"));
     saveButton.onClick = [this] { askForMethod(); };

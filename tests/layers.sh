@@ -25,5 +25,5 @@ may_include kalim audiofile presets base dsp
 may_include plugin presets base dsp
 may_include ui plugin dsp
 may_include formats ui plugin dsp
-may_include standalone plugin audiofile base dsp
+may_include standalone kalim plugin audiofile base dsp
 exit $status
