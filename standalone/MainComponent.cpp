@@ -31,6 +31,26 @@ private:
     std::function<void()> onChange;
 };
 
+/// The tooltips of a component but for a part that shows its own.
+class TooltipsBeside : public juce::TooltipWindow
+{
+public:
+    TooltipsBeside(juce::Component& parent, juce::Component& part)
+        : juce::TooltipWindow(&parent)
+        , excluded(part)
+    {
+    }
+
+    juce::String getTipFor(juce::Component& component) override
+    {
+        const bool isOwn = &component != &excluded && !excluded.isParentOf(&component);
+        return isOwn ? juce::TooltipWindow::getTipFor(component) : juce::String();
+    }
+
+private:
+    juce::Component& excluded;
+};
+
 } // namespace
 
 /// A line that tells the user of something, with a button to do something about it.
@@ -85,8 +105,8 @@ MainComponent::MainComponent(Session& sessionToShow)
     , noticeBar(std::make_unique<NoticeBar>())
     , humBar(session.getPlayer(), dynamic_cast<BasePlugInProcessor&>(session.getProcessor()))
     , transportBar(session.getPlayer())
-    , tooltips(this)
     , editor(session.getProcessor().createEditorIfNeeded())
+    , tooltips(std::make_unique<TooltipsBeside>(*this, *editor))
 {
     setWantsKeyboardFocus(true);
     transportBar.onOpen = [this] { chooseFile(); };
@@ -105,6 +125,7 @@ MainComponent::MainComponent(Session& sessionToShow)
 MainComponent::~MainComponent()
 {
     stopTimer();
+    tooltips.reset();
     audioSettings.reset();
     // The look may belong to the editor.
     juce::LookAndFeel::setDefaultLookAndFeel(nullptr);
@@ -170,6 +191,11 @@ void MainComponent::timerCallback()
     humBar.refresh();
     transportBar.refresh();
     updateNotice();
+    // What a dialog has covered is told by the window system, but the framework may hear of it only
+    // when something else happens.
+    const int count = juce::Desktop::getInstance().getNumComponents();
+    if (std::exchange(numWindows, count) != count)
+        repaint();
 }
 
 std::optional<MainComponent::Notice> MainComponent::findNotice()
