@@ -261,6 +261,11 @@ FormatRequest parseFormatRequest(std::string_view text)
                                             knownSampleFormats()));
 }
 
+std::string extensionOf(ContainerName container)
+{
+    return std::string(containerOf(container == rf64 ? wav : container).word);
+}
+
 ContainerName containerOfExtension(const std::filesystem::path& path)
 {
     const auto text = lowered(path.extension().native());

@@ -111,12 +111,16 @@ public:
                                                  orvo::audio::DspCore::getInstructionSet() + ")");
         app.set_help_flag("-h,--help", "Show this help and exit");
         app.footer(makeFooter());
-        app.add_option("INPUT", input, "Audio file to clean")->required()->type_name("FILE");
-        app.add_option("OUTPUT", output, "Audio file to write")->required()->type_name("FILE");
+        app.add_option("INPUT", files,
+                       "Audio file to clean, and the file to write; with --output-dir all that are "
+                       "to be cleaned, files and folders")
+            ->required()
+            ->type_name("FILE OUTPUT");
         addMethod();
         addParameters();
         addPresets();
         addProcessing();
+        batch.add(app, "Many files");
         addReporting();
     }
 
@@ -240,8 +244,7 @@ private:
     void listPresetsOnly()
     {
         options.listsPresets = true;
-        for (const char* const name : {"INPUT", "OUTPUT"})
-            app.get_option(name)->required(false);
+        app.get_option("INPUT")->required(false);
     }
 
     void addProcessing()
@@ -286,8 +289,6 @@ private:
         if (options.listsPresets)
             return options;
         requireFileNames();
-        options.input = input;
-        options.output = output;
         if (!format.empty())
             options.format = withUsageError<std::invalid_argument>(
                 "--format: ", [&] { return parseFormatRequest(format); });
@@ -304,18 +305,48 @@ private:
         options.settings.update(explicitValues);
         chooseMethod();
         applyPrecise();
+        if (batch.isGiven())
+            applyBatch();
         return options;
     }
 
-    void requireFileNames() const
+    void requireFileNames()
     {
-        for (const std::string& name : {input, output})
+        for (const std::string& name : files)
         {
             if (name.empty())
                 throw UsageError("an empty file name");
             if (name == "-")
                 throw UsageError("-: standard streams are not supported, name a file");
         }
+        if (const std::string orphan = batch.findOrphan(app); !orphan.empty())
+            throw UsageError(orphan + ": needs --output-dir");
+        if (batch.isGiven())
+            return;
+        if (files.size() != 2)
+            throw UsageError(files.size() < 2
+                                 ? "OUTPUT is required"
+                                 : files[2] + ": one input and one output are expected; "
+                                              "--output-dir takes many inputs");
+        options.input = files[0];
+        options.output = files[1];
+    }
+
+    void applyBatch()
+    {
+        for (const char* const name : {"--plot", "--trace"})
+            if (app.count(name) > 0)
+                throw UsageError(std::string(name) +
+                                 ": cannot be given together with --output-dir");
+        options.batch = batch.parse();
+        options.batch->request.inputs.assign(files.begin(), files.end());
+        if (options.format.container)
+            options.batch->request.extension = extensionOf(*options.format.container);
+        options.batch->settings = BatchOptionTexts::describeSettings(app);
+        if (options.preset)
+            for (const HumParameter& parameter : orvo::audio::humParameters)
+                options.batch->settings +=
+                    fmt::format(" {}={}", parameter.name, options.settings.get(parameter.id));
     }
 
     /// The first option given that only the engine has; residual mode both have.
@@ -365,7 +396,7 @@ private:
     /// What the names alone tell to be wrong is told before any work is done.
     void requireKnownKinds() const
     {
-        if (!options.format.container)
+        if (!options.format.container && !batch.isGiven())
             containerOfExtension(options.output);
         if (options.plot)
             pictureKindOf(*options.plot);
@@ -377,8 +408,8 @@ private:
     /// A preset is read when all is parsed, and must not replace what was given.
     std::vector<ParameterValue> explicitValues;
     std::optional<std::string> preset;
-    std::string input;
-    std::string output;
+    std::vector<std::string> files;
+    BatchOptionTexts batch;
     std::string format;
     std::string measured;
     std::string plot;

@@ -4,6 +4,7 @@
 #include "dsp/precise/PreciseRemover.h"
 #include "kalim/HumSettings.h"
 #include "kalim/MeasuredRange.h"
+#include "kalim/batch/BatchOptions.h"
 #include "presets/PresetCatalogue.h"
 
 #include <filesystem>
@@ -81,6 +82,9 @@ struct Options
 
     /// Show the presets and do nothing else; input and output are empty then.
     bool listsPresets = false;
+
+    /// A run over many files, which has no single input and output.
+    std::optional<BatchOptions> batch;
 };
 
 /// Reads the command line. Returns nothing when it asked for help or the version, which are then on

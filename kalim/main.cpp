@@ -3,6 +3,7 @@
 #include "kalim/Cleaning.h"
 #include "kalim/Detection.h"
 #include "kalim/Options.h"
+#include "kalim/batch/Batch.h"
 #include "presets/PresetCatalogue.h"
 
 #include <fmt/format.h>
@@ -38,16 +39,21 @@ void showPresets(bool asJson)
     fmt::print("{}", asJson ? presetsToJson(presets, folders) : presetsToText(presets, folders));
 }
 
-/// Throws what went wrong.
-void cleanOrList(int argc, char** argv)
+/// Gives the exit code; throws what went wrong.
+int cleanOrList(int argc, char** argv)
 {
     using namespace kalim;
     using namespace kalim::program;
     const auto options = parseOptions(argc, argv);
     if (!options)
-        return;
+        return 0;
     if (options->listsPresets)
-        return showPresets(options->reportsJson);
+    {
+        showPresets(options->reportsJson);
+        return 0;
+    }
+    if (options->batch)
+        return runBatch(*options);
     const Report report = clean(*options);
     if (!options->isQuiet)
         for (const std::string& warning : report.warnings)
@@ -56,6 +62,7 @@ void cleanOrList(int argc, char** argv)
         fmt::print("{}", report.toJson());
     else if (!options->isQuiet)
         fmt::print("{}", report.toText());
+    return 0;
 }
 
 /// Gives the exit code; throws what went wrong.
@@ -63,8 +70,7 @@ int runProgram(int argc, char** argv)
 {
     if (argc > 1 && std::string_view(argv[1]) == "detect")
         return kalim::program::runDetection(argc - 1, argv + 1);
-    cleanOrList(argc, argv);
-    return 0;
+    return cleanOrList(argc, argv);
 }
 
 /// A report that did not arrive is a failure, for a script may wait for it.
