@@ -19,5 +19,5 @@ const struct AtUnloading
 /// Called by the wrappers of all formats, which own what it returns.
 juce::AudioProcessor* JUCE_CALLTYPE createPluginFilter()
 {
-    return std::make_unique<KalimAudioProcessor>(createKalimEditor).release();
+    return std::make_unique<KalimAudioProcessor>(kalim::ui::createKalimEditor).release();
 }

@@ -131,6 +131,7 @@ private:
     void updateMarkerLines();
     juce::Rectangle<int> stripAround(const Handle& handle) const;
     void repaintHandle(int index);
+    void notifyFocusChanged();
     bool isHighlighted(int index) const;
     void drawHandle(juce::Graphics& graphics, int index, const Handle& handle) const;
     void drawLabel(juce::Graphics& graphics, const Handle& handle) const;
