@@ -60,7 +60,7 @@ void KalimAudioProcessorEditor::timerCallback()
 
 void KalimAudioProcessorEditor::updateSpectrum(float sampleRate)
 {
-    const Signal32 magnitudes = kalimmer->getInputMagnitudes();
+    const Signal32 magnitudes = engine->getInputMagnitudes();
     if (magnitudes.getNumChannels() == 0 || magnitudes.getNumSamples() == 0)
         return;
     // No colours for an unknown theme, though the rest of the window is dark then.
@@ -74,11 +74,11 @@ void KalimAudioProcessorEditor::updateSpectrum(float sampleRate)
 void KalimAudioProcessorEditor::updateHandles()
 {
     spectrumCurveEditor.clearHandles();
-    const float fundamental = kalimmer->getParameterValue(Kalimmer::FundamentalFrequency);
+    const float fundamental = engine->getParameterValue(Kalimmer::FundamentalFrequency);
     spectrumCurveEditor.setHandle(
         0, makeHandle(scale.toPosition(fundamental), CurveHandle::triangle, fundamentalColour));
     int number = 0;
-    for (const orvo::audio::HarmonicStatus& harmonic : kalimmer->getDetectionStatus())
+    for (const orvo::audio::HarmonicStatus& harmonic : engine->getDetectionStatus())
     {
         CurveHandle handle =
             makeHandle(scale.toPosition(harmonic.frequency), CurveHandle::marker,

@@ -132,6 +132,7 @@ private:
     void updateMarkerLines();
     juce::Rectangle<int> stripAround(int index, const Handle& handle) const;
     void repaintHandle(int index);
+    void notifyFocusChanged();
     bool isHighlighted(int index) const;
     bool showsInfo(int index, const Handle& handle) const;
     void drawHandle(juce::Graphics& graphics, int index, const Handle& handle);

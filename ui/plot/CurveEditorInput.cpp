@@ -289,18 +289,18 @@ void CurveEditor::moveHandle(int index, juce::Point<float> position)
 void CurveEditor::focusGained(FocusChangeType cause)
 {
     isFocusShown = cause == focusChangedByTabKey;
-    const int index = getKeyboardHandle();
-    repaintHandle(index);
-    if (index == none)
-        return;
-    Handle handle = handles[index];
-    notify(&Listener::handleFocusChanged, index, handle);
+    notifyFocusChanged();
 }
 
 void CurveEditor::focusLost(FocusChangeType /*cause*/)
 {
     isFocusShown = false;
     keyboardPosition.reset();
+    notifyFocusChanged();
+}
+
+void CurveEditor::notifyFocusChanged()
+{
     const int index = getKeyboardHandle();
     repaintHandle(index);
     if (index == none)
