@@ -2,13 +2,15 @@
 
 #include "audiofile/ChunkedFile.h"
 #include "audiofile/FileBytes.h"
+#include "audiofile/TagFiles.h"
 #include "base/FileError.h"
-
-#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
+#include <iterator>
+#include <limits>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -20,6 +22,9 @@ namespace
 
 /// What fits into the header that the audio library builds in memory, with room for its own.
 constexpr std::size_t largestFront = 48 * 1024;
+
+/// The marker and the block that describes the stream, which is always the first.
+constexpr std::int64_t behindFirstFlacBlock = 4 + 4 + 34;
 
 /// Re-encoding should add nothing audible, whatever the library takes for a usual quality.
 constexpr double encodingQuality = 0.8;
@@ -99,6 +104,14 @@ public:
         return SoundFileHandle(sf_open_virtual(&io, SFM_WRITE, &info, this));
     }
 
+    /// Puts bytes between what the library writes before and behind an offset; once.
+    void insert(std::int64_t offset, std::span<const std::byte> bytes)
+    {
+        insertion = offset;
+        insertedBytes = std::ssize(bytes);
+        writeAt(offset, bytes);
+    }
+
     /// Number of the first error of the system, 0 when all went well.
     int getError() const { return firstError; }
 
@@ -106,29 +119,80 @@ private:
     static SF_VIRTUAL_IO functions()
     {
         SF_VIRTUAL_IO io{};
-        io.get_filelen = [](void* user) -> sf_count_t { return fileSizeOf(fileOf(user)); };
+        io.get_filelen = [](void* user) -> sf_count_t { return sinkOf(user).getLength(); };
         io.seek = [](sf_count_t offset, int whence, void* user) -> sf_count_t
-        { return lseek(fileOf(user), offset, whence); };
-        io.read = [](void* data, sf_count_t count, void* user) -> sf_count_t
-        { return ::read(fileOf(user), data, static_cast<std::size_t>(count)); };
+        { return sinkOf(user).seek(offset, whence); };
+        io.read = [](void* data, sf_count_t count, void* user) -> sf_count_t {
+            return sinkOf(user).read(
+                {static_cast<std::byte*>(data), static_cast<std::size_t>(count)});
+        };
         io.write = [](const void* data, sf_count_t count, void* user) -> sf_count_t
         {
-            static_cast<Sink*>(user)->write(
+            sinkOf(user).write(
                 {static_cast<const std::byte*>(data), static_cast<std::size_t>(count)});
             return count;
         };
-        io.tell = [](void* user) -> sf_count_t { return lseek(fileOf(user), 0, SEEK_CUR); };
+        io.tell = [](void* user) -> sf_count_t { return sinkOf(user).position; };
         return io;
     }
 
-    static int fileOf(void* user) { return static_cast<Sink*>(user)->descriptor; }
+    static Sink& sinkOf(void* user) { return *static_cast<Sink*>(user); }
+
+    std::int64_t getLength() const { return fileSizeOf(descriptor) - insertedBytes; }
+
+    std::int64_t seek(std::int64_t offset, int whence)
+    {
+        const auto base = whence == SEEK_SET ? 0 : (whence == SEEK_CUR ? position : getLength());
+        position = base + offset;
+        return position;
+    }
+
+    /// The bytes from the position on that lie in one piece in the file, and where.
+    std::pair<std::int64_t, std::size_t> placeOf(std::size_t count) const
+    {
+        if (position >= insertion)
+            return {position + insertedBytes, count};
+        return {position,
+                static_cast<std::size_t>(std::min(std::int64_t(count), insertion - position))};
+    }
+
+    std::int64_t read(std::span<std::byte> bytes)
+    {
+        const auto [offset, count] = placeOf(bytes.size());
+        const auto got = readBytesAt(descriptor, offset, static_cast<std::int64_t>(count));
+        std::ranges::copy(got, bytes.begin());
+        position += std::ssize(got);
+        return std::ssize(got);
+    }
 
     void write(std::span<const std::byte> bytes)
     {
-        if (firstError == 0)
-            firstError = writeBytes(descriptor, bytes);
+        while (!bytes.empty())
+        {
+            const auto [offset, count] = placeOf(bytes.size());
+            writeAt(offset, bytes.first(count));
+            position += static_cast<std::int64_t>(count);
+            bytes = bytes.subspan(count);
+        }
     }
 
+    void writeAt(std::int64_t offset, std::span<const std::byte> bytes)
+    {
+        if (firstError != 0)
+            return;
+        try
+        {
+            writeBytesAt(descriptor, offset, bytes);
+        }
+        catch (const std::system_error& error)
+        {
+            firstError = error.code().value();
+        }
+    }
+
+    std::int64_t position = 0;
+    std::int64_t insertion = std::numeric_limits<std::int64_t>::max();
+    std::int64_t insertedBytes = 0;
     int descriptor;
     int firstError = 0;
 };
@@ -153,8 +217,28 @@ AudioFileWriter::AudioFileWriter(OutputFile& outputFile, const AudioFileFormat& 
 
 AudioFileWriter::~AudioFileWriter() = default;
 
+void AudioFileWriter::insert(std::int64_t offset, std::span<const std::byte> bytes)
+{
+    if (!bytes.empty())
+        sink->insert(offset, bytes);
+}
+
+void AudioFileWriter::setTags(const Tags& newTags)
+{
+    tags = newTags;
+    if (fileFormat.getContainer() == SF_FORMAT_MPEG)
+        insert(0, id3Of(tags));
+    if (fileFormat.getContainer() == SF_FORMAT_FLAC)
+        insert(behindFirstFlacBlock, flacBlocksOf(tags));
+}
+
 void AudioFileWriter::setChunks(std::vector<RawChunk> chunks)
 {
+    if (fileFormat.getContainer() == SF_FORMAT_W64)
+    {
+        insertWave64Chunks(chunks);
+        return;
+    }
     std::size_t used = 0;
     for (auto& chunk : chunks)
     {
@@ -164,6 +248,19 @@ void AudioFileWriter::setChunks(std::vector<RawChunk> chunks)
         (isInFront ? chunksInFront : chunksBehind).push_back(std::move(chunk));
     }
     reserveChunks();
+}
+
+void AudioFileWriter::insertWave64Chunks(const std::vector<RawChunk>& chunks)
+{
+    // Common readers play everything behind the samples as further samples.
+    const auto file = ChunkedFile::open(output.getDescriptor());
+    const auto audio = file ? file->findAudio() : std::nullopt;
+    std::vector<std::byte> bytes;
+    for (const auto& chunk : chunks)
+        std::ranges::copy(file->getLayout().serialised(chunk.id, chunk.data),
+                          std::back_inserter(bytes));
+    if (audio)
+        insert(audio->start, bytes);
 }
 
 void AudioFileWriter::reserveChunks()
@@ -243,14 +340,39 @@ void AudioFileWriter::close()
 
 void AudioFileWriter::placeChunks()
 {
+    if (fileFormat.getContainer() == SF_FORMAT_FLAC)
+        finishFlacBlocks();
+    if (fileFormat.getContainer() == SF_FORMAT_OGG)
+        writeOggTags(output.getDescriptor(), fileFormat, tags);
     const auto file = ChunkedFile::open(output.getDescriptor());
     if (!file)
         return;
+    if (file->getFamily() == ChunkFamily::wave64)
+        file->stateTotalSize();
     auto behind = chunksBehind;
     if (!chunksInFront.empty() && !file->fill(chunksInFront))
         behind.insert(behind.begin(), chunksInFront.begin(), chunksInFront.end());
     if (!behind.empty())
         file->append(behind);
+}
+
+/// The encoder wrote tags of its own behind ours, without any, and there must be one block of them
+/// only.
+void AudioFileWriter::finishFlacBlocks() const
+{
+    const auto inserted = std::ssize(flacBlocksOf(tags));
+    if (inserted == 0)
+        return;
+    constexpr auto lastComments = std::byte{0x84};
+    constexpr auto lastPadding = std::byte{0x81};
+    const auto offset = behindFirstFlacBlock + inserted;
+    const auto header = readBytesAt(output.getDescriptor(), offset, 4);
+    if (header.size() < 4 || header[0] != lastComments)
+        throw FileError(output.getTarget(), "the encoder wrote unexpected blocks");
+    std::vector<std::byte> padding(4 + bigEndian(std::span(header).subspan(1)));
+    std::ranges::copy(header, padding.begin());
+    padding[0] = lastPadding;
+    writeBytesAt(output.getDescriptor(), offset, padding);
 }
 
 } // namespace kalim

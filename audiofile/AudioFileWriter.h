@@ -3,6 +3,7 @@
 #include "audiofile/AudioFileFormat.h"
 #include "audiofile/ChunkLayout.h"
 #include "audiofile/OutputFile.h"
+#include "audiofile/Tags.h"
 
 #include <cstdint>
 #include <memory>
@@ -35,6 +36,10 @@ public:
     /// Describing chunks to put into the file; before the first samples only.
     void setChunks(std::vector<RawChunk> chunks);
 
+    /// What the file says of its music, where it is no list of chunks; before the first samples
+    /// only.
+    void setTags(const Tags& tags);
+
     /// Appends whole frames; full scale is ±1. Throws FileError when the disk is full or fails.
     void write(std::span<const float> interleaved);
 
@@ -57,6 +62,9 @@ private:
     void requireWritten(std::int64_t written, std::size_t wanted) const;
     void reserveChunks();
     void placeChunks();
+    void insert(std::int64_t offset, std::span<const std::byte> bytes);
+    void insertWave64Chunks(const std::vector<RawChunk>& chunks);
+    void finishFlacBlocks() const;
 
     OutputFile& output;
     AudioFileFormat fileFormat;
@@ -66,6 +74,7 @@ private:
     SoundFileHandle sound; // writes to the sink, even when it is destroyed
     std::vector<RawChunk> chunksInFront;
     std::vector<RawChunk> chunksBehind;
+    Tags tags;
     std::vector<int> integers;
     std::int64_t frames = 0;
     std::int64_t clipped = 0;

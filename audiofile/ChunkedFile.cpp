@@ -213,9 +213,19 @@ bool ChunkedFile::append(const std::vector<RawChunk>& chunks) const
     return true;
 }
 
+void ChunkedFile::stateTotalSize() const
+{
+    stateTotalSize(fileSizeOf(descriptor));
+}
+
 void ChunkedFile::stateTotalSize(std::int64_t size) const
 {
     constexpr std::int64_t outerHeader = 8;
+    if (layout.family == ChunkFamily::wave64)
+    {
+        writeBytesAt(descriptor, 16, layout.bytes(static_cast<std::uint64_t>(size), 8));
+        return;
+    }
     const auto inside = static_cast<std::uint64_t>(size - outerHeader);
     if (layout.hasLargeSizes)
         writeBytesAt(descriptor, 20, layout.bytes(inside, 8));

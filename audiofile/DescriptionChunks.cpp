@@ -15,61 +15,6 @@ namespace kalim
 namespace
 {
 
-class ByteList
-{
-public:
-    void add(std::span<const std::byte> added)
-    {
-        std::ranges::copy(added, std::back_inserter(bytes));
-    }
-
-    void addText(std::string_view text) { add(std::as_bytes(std::span(text))); }
-
-    void addNumber(std::uint32_t number) { add(layout.bytes(number, sizeof number)); }
-
-    ChunkLayout layout = riffLayout(false);
-    std::vector<std::byte> bytes;
-};
-
-std::string_view nameOf(const SF_CUE_POINT& cue)
-{
-    return {static_cast<const char*>(cue.name), strnlen(cue.name, sizeof cue.name)};
-}
-
-RawChunk positions(const std::vector<SF_CUE_POINT>& cues)
-{
-    ByteList list;
-    list.addNumber(static_cast<std::uint32_t>(cues.size()));
-    for (const auto& cue : cues)
-    {
-        list.addNumber(static_cast<std::uint32_t>(cue.indx));
-        list.addNumber(cue.sample_offset);
-        list.addText("data");
-        list.addNumber(0);
-        list.addNumber(0);
-        list.addNumber(cue.sample_offset);
-    }
-    return {"cue ", list.bytes, true};
-}
-
-RawChunk labels(const std::vector<SF_CUE_POINT>& cues)
-{
-    ByteList list;
-    list.addText("adtl");
-    for (const auto& cue : cues)
-    {
-        const auto name = nameOf(cue);
-        if (name.empty())
-            continue;
-        ByteList label;
-        label.addNumber(static_cast<std::uint32_t>(cue.indx));
-        label.addText(name);
-        label.bytes.push_back(std::byte{0});
-        list.add(list.layout.serialised("labl", label.bytes));
-    }
-    return {"LIST", list.bytes, true};
-}
-
 /// The history follows the fields of fixed size.
 constexpr std::size_t historyStart = 602;
 
@@ -101,18 +46,6 @@ std::string codingHistoryLine(const CodingStep& step)
 }
 
 } // namespace
-
-std::vector<RawChunk> cueChunks(const std::vector<SF_CUE_POINT>& cues)
-{
-    std::vector<RawChunk> chunks;
-    if (cues.empty())
-        return chunks;
-    chunks.push_back(positions(cues));
-    constexpr std::size_t emptyList = 4;
-    if (auto named = labels(cues); named.data.size() > emptyList)
-        chunks.push_back(std::move(named));
-    return chunks;
-}
 
 RawChunk withCodingStep(const RawChunk& broadcastExtension, const CodingStep& step)
 {
