@@ -6,9 +6,10 @@
 #include "base/FileError.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
+#include <functional>
 #include <iterator>
 #include <limits>
 #include <string>
@@ -19,9 +20,6 @@ namespace kalim
 {
 namespace
 {
-
-/// What fits into the header that the audio library builds in memory, with room for its own.
-constexpr std::size_t largestFront = 48 * 1024;
 
 /// The marker and the block that describes the stream, which is always the first.
 constexpr std::int64_t behindFirstFlacBlock = 4 + 4 + 34;
@@ -43,6 +41,18 @@ double rounded(double value)
 {
     constexpr double noFraction = 6755399441055744.0;
     return value + noFraction - noFraction;
+}
+
+/// Where recorders and players look first; not in AIFF and CAF, to which the library gives a header
+/// of its own length.
+bool belongsInFront(const AudioFileFormat& format, const RawChunk& chunk)
+{
+    // Common readers of W64 play everything behind the samples as further samples.
+    if (format.getContainer() == SF_FORMAT_W64)
+        return true;
+    // The library misses the samples of RF64 behind a chunk of odd size.
+    const bool isInTheWay = format.getContainer() == SF_FORMAT_RF64 && chunk.data.size() % 2 != 0;
+    return format.isWav() && chunk.precedesAudio && !isInTheWay;
 }
 
 struct QuantisedSample
@@ -234,47 +244,27 @@ void AudioFileWriter::setTags(const Tags& newTags)
 
 void AudioFileWriter::setChunks(std::vector<RawChunk> chunks)
 {
-    if (fileFormat.getContainer() == SF_FORMAT_W64)
-    {
-        insertWave64Chunks(chunks);
-        return;
-    }
-    std::size_t used = 0;
-    for (auto& chunk : chunks)
-    {
-        const bool fits = used + chunk.data.size() + 16 <= largestFront;
-        const bool isInFront = fileFormat.isWav() && chunk.precedesAudio && fits;
-        used += isInFront ? chunk.data.size() + 16 : 0;
-        (isInFront ? chunksInFront : chunksBehind).push_back(std::move(chunk));
-    }
-    reserveChunks();
+    const auto isBehind = [&](const RawChunk& chunk) { return !belongsInFront(fileFormat, chunk); };
+    const auto behind = std::ranges::stable_partition(chunks, std::not_fn(isBehind));
+    chunksBehind.assign(std::make_move_iterator(behind.begin()),
+                        std::make_move_iterator(behind.end()));
+    chunks.erase(behind.begin(), chunks.end());
+    if (!chunks.empty())
+        insertChunks(chunks);
 }
 
-void AudioFileWriter::insertWave64Chunks(const std::vector<RawChunk>& chunks)
+void AudioFileWriter::insertChunks(const std::vector<RawChunk>& chunks)
 {
-    // Common readers play everything behind the samples as further samples.
+    sf_command(sound.get(), SFC_UPDATE_HEADER_NOW, nullptr, 0);
     const auto file = ChunkedFile::open(output.getDescriptor());
     const auto audio = file ? file->findAudio() : std::nullopt;
+    if (!audio)
+        throw FileError(output.getTarget(), sink->getError() != 0 ? sink->getError() : EIO);
     std::vector<std::byte> bytes;
     for (const auto& chunk : chunks)
         std::ranges::copy(file->getLayout().serialised(chunk.id, chunk.data),
                           std::back_inserter(bytes));
-    if (audio)
-        insert(audio->start, bytes);
-}
-
-void AudioFileWriter::reserveChunks()
-{
-    if (chunksInFront.empty())
-        return;
-    const auto layout = riffLayout(fileFormat.getByteOrder() == SF_ENDIAN_BIG);
-    std::vector<char> filler(ChunkedFile::fillerSize(layout, chunksInFront));
-    SF_CHUNK_INFO info{};
-    std::strcpy(info.id, ChunkedFile::fillerId);
-    info.id_size = 4;
-    info.datalen = static_cast<unsigned>(filler.size());
-    info.data = filler.data();
-    sf_set_chunk(sound.get(), &info);
+    insert(audio->start, bytes);
 }
 
 void AudioFileWriter::writeIntegers(std::span<const float> interleaved, int bits)
@@ -347,13 +337,9 @@ void AudioFileWriter::placeChunks()
     const auto file = ChunkedFile::open(output.getDescriptor());
     if (!file)
         return;
-    if (file->getFamily() == ChunkFamily::wave64)
-        file->stateTotalSize();
-    auto behind = chunksBehind;
-    if (!chunksInFront.empty() && !file->fill(chunksInFront))
-        behind.insert(behind.begin(), chunksInFront.begin(), chunksInFront.end());
-    if (!behind.empty())
-        file->append(behind);
+    file->stateTotalSize();
+    if (!chunksBehind.empty())
+        file->append(chunksBehind);
 }
 
 /// The encoder wrote tags of its own behind ours, without any, and there must be one block of them

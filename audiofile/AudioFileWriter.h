@@ -60,10 +60,9 @@ private:
 
     void writeIntegers(std::span<const float> interleaved, int bits);
     void requireWritten(std::int64_t written, std::size_t wanted) const;
-    void reserveChunks();
     void placeChunks();
     void insert(std::int64_t offset, std::span<const std::byte> bytes);
-    void insertWave64Chunks(const std::vector<RawChunk>& chunks);
+    void insertChunks(const std::vector<RawChunk>& chunks);
     void finishFlacBlocks() const;
 
     OutputFile& output;
@@ -72,7 +71,6 @@ private:
     int rate;
     std::unique_ptr<Sink> sink;
     SoundFileHandle sound; // writes to the sink, even when it is destroyed
-    std::vector<RawChunk> chunksInFront;
     std::vector<RawChunk> chunksBehind;
     Tags tags;
     std::vector<int> integers;

@@ -30,7 +30,8 @@ constexpr std::array infoNames{FieldName{"TITLE", "INAM"},       FieldName{"ARTI
                                FieldName{"TRACKNUMBER", "ITRK"}, FieldName{"TRACKNUMBER", "IPRT"},
                                FieldName{"ENCODEDBY", "ITCH"},   FieldName{"LANGUAGE", "ILNG"},
                                FieldName{"COMPOSER", "IMUS"},    FieldName{"ENGINEER", "IENG"},
-                               FieldName{"LYRICIST", "IWRI"},    FieldName{"MEDIA", "IMED"}};
+                               FieldName{"LYRICIST", "IWRI"},    FieldName{"MEDIA", "IMED"},
+                               FieldName{"SOURCE", "ISRC"}};
 
 constexpr std::array aiffNames{FieldName{"TITLE", "NAME"}, FieldName{"ARTIST", "AUTH"},
                                FieldName{"COPYRIGHT", "(c) "}, FieldName{"COMMENT", "ANNO"}};
@@ -51,9 +52,8 @@ constexpr std::string_view annotation = "ANNO";
 constexpr std::string_view softwareSignature = "m3ga";
 
 /// W64's own list of tags, whose texts are of 16-bit units.
-constexpr std::string_view wave64List("\x92\x5f\x94\xbc\x52\x5a\xd2\x11\x86\xdc\x00\xc0\x4f\x8e\xdb"
-                                      "\x8a",
-                                      16);
+constexpr std::string_view
+    wave64List("\xbc\x94\x5f\x92\x5a\x52\xd2\x11\x86\xdc\x00\xc0\x4f\x8e\xdb\x8a", 16);
 
 template <typename Table>
 std::string fieldOf(const Table& names, std::string_view id)
@@ -251,7 +251,9 @@ std::string infoIdOf(const std::string& field)
         field.size() == 4 && field[0] == 'I' &&
         std::ranges::all_of(field, [](char c)
                             { return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'); });
-    return isOwnName ? field : idOf(infoNames, field);
+    const auto id = idOf(infoNames, field);
+    // A name that INFO uses for something else, such as ISRC, is none.
+    return id.empty() && isOwnName && fieldOf(infoNames, field) == field ? field : id;
 }
 
 RawChunk infoOf(const ChunkLayout& layout, const Tags& tags)

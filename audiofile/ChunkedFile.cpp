@@ -162,39 +162,6 @@ std::vector<RawChunk> ChunkedFile::readDescriptions() const
     return result;
 }
 
-std::size_t ChunkedFile::fillerSize(const ChunkLayout& layout, const std::vector<RawChunk>& chunks)
-{
-    const auto header = static_cast<std::size_t>(layout.getHeaderBytes());
-    const auto needed = serialisedWith(layout, chunks).size();
-    std::size_t size = 4;
-    // What is left over must be nothing or large enough for a filler of its own.
-    while (size + header < needed || (size + header > needed && size < needed))
-        size += 4;
-    return size;
-}
-
-bool ChunkedFile::fill(const std::vector<RawChunk>& chunks) const
-{
-    auto bytes = serialisedWith(layout, chunks);
-    const auto size = static_cast<std::int64_t>(fillerSize(layout, chunks));
-    for (const auto& place : findChunks())
-    {
-        if (place.id != fillerId || place.dataSize != size)
-            continue;
-        const auto room = static_cast<std::size_t>(place.dataStart + size - place.start);
-        if (room > bytes.size())
-        {
-            const auto header = static_cast<std::size_t>(layout.getHeaderBytes());
-            const std::vector<std::byte> nothing(room - bytes.size() - header);
-            const auto filler = layout.serialised(fillerId, nothing);
-            bytes.insert(bytes.end(), filler.begin(), filler.end());
-        }
-        writeBytesAt(descriptor, place.start, bytes);
-        return true;
-    }
-    return false;
-}
-
 bool ChunkedFile::append(const std::vector<RawChunk>& chunks) const
 {
     // Common readers of W64 play everything behind the samples as further samples.

@@ -56,16 +56,6 @@ public:
     /// these change.
     std::vector<RawChunk> readDescriptions() const;
 
-    /// Data bytes, a multiple of 4, of the filler that takes exactly these chunks later, see
-    /// fill().
-    static std::size_t fillerSize(const ChunkLayout& layout, const std::vector<RawChunk>& chunks);
-
-    /// Identifier of the filler.
-    static constexpr auto fillerId = "JUNK";
-
-    /// Replaces the filler by the chunks; false if there is no filler of their size.
-    bool fill(const std::vector<RawChunk>& chunks) const;
-
     /// States the size of the whole file, which grew by chunks in front of the samples.
     void stateTotalSize() const;
 

@@ -274,7 +274,9 @@ private:
     TagLib::MPEG::File file;
 };
 
-void setFields(TagLib::Tag& tag, const Tags::Fields& fields)
+/// The library has one such function for each kind of tag, and one that loses fields for all.
+template <typename Tag>
+void setFields(Tag& tag, const Tags::Fields& fields)
 {
     tag.setProperties(toLibrary(fields));
 }
