@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
@@ -62,6 +64,25 @@ RawChunk withCodingStep(const RawChunk& broadcastExtension, const CodingStep& st
                            [](char c) { return static_cast<std::byte>(c); });
     if (data.size() % 2 != 0)
         data.push_back(std::byte{0});
+    return result;
+}
+
+RawChunk withOtherByteOrder(const RawChunk& broadcastExtension)
+{
+    struct Number
+    {
+        std::ptrdiff_t offset;
+        std::ptrdiff_t size;
+    };
+
+    // The time in two halves, the version, and five figures of loudness.
+    constexpr std::array numbers{Number{338, 4}, Number{342, 4}, Number{346, 2}, Number{412, 2},
+                                 Number{414, 2}, Number{416, 2}, Number{418, 2}, Number{420, 2}};
+    auto result = broadcastExtension;
+    if (result.data.size() >= historyStart)
+        for (const auto& number : numbers)
+            std::reverse(result.data.begin() + number.offset,
+                         result.data.begin() + number.offset + number.size);
     return result;
 }
 

@@ -4,6 +4,7 @@
 #include "audiofile/ChunkedFile.h"
 #include "audiofile/DescriptionChunks.h"
 #include "audiofile/FileBytes.h"
+#include "audiofile/Instrument.h"
 #include "audiofile/TagFiles.h"
 #include "base/Text.h"
 
@@ -33,9 +34,6 @@ constexpr std::array namedStrings{std::pair{SF_STR_TITLE, "TITLE"},
                                   std::pair{SF_STR_LICENSE, "LICENSE"},
                                   std::pair{SF_STR_TRACKNUMBER, "TRACKNUMBER"},
                                   std::pair{SF_STR_GENRE, "GENRE"}};
-
-/// Chunks whose content the audio library reads as an instrument.
-constexpr std::array<std::string_view, 3> instrumentChunks{"smpl", "inst", "INST"};
 
 /// Chunks of text, which mean the same in either byte order.
 constexpr std::array<std::string_view, 4> textChunks{"iXML", "axml", "aXML", "_PMX"};
@@ -101,14 +99,6 @@ Tags tagsOfLibrary(SNDFILE* sound)
     return tags;
 }
 
-std::optional<SF_INSTRUMENT> instrumentOf(SNDFILE* sound)
-{
-    SF_INSTRUMENT instrument{};
-    if (sf_command(sound, SFC_GET_INSTRUMENT, &instrument, sizeof instrument) != SF_TRUE)
-        return {};
-    return instrument;
-}
-
 std::vector<int> channelMapOf(SNDFILE* sound, int channels)
 {
     std::vector<int> map(static_cast<std::size_t>(channels));
@@ -143,7 +133,7 @@ bool hasSameNames(const std::vector<Marker>& wanted, const std::vector<Marker>& 
 
 FileMetadata::FileMetadata(const AudioFileReader& reader)
     : format(reader.getFormat())
-    , instrument(instrumentOf(reader.getHandle()))
+    , sampleRate(reader.getSampleRate())
     , channelMap(channelMapOf(reader.getHandle(), reader.getNumChannels()))
     , isAmbisonic(sf_command(reader.getHandle(), SFC_WAVEX_GET_AMBISONIC, nullptr, 0) ==
                   SF_AMBISONIC_B_FORMAT)
@@ -154,6 +144,7 @@ FileMetadata::FileMetadata(const AudioFileReader& reader)
         chunks = file->readDescriptions();
         tags = tagsOfChunks(*layout, chunks);
         markers = markersOf(*layout, chunks);
+        instrument = instrumentOf(*layout, chunks);
         return;
     }
     tags = readFileTags(reader);
@@ -176,12 +167,6 @@ void FileMetadata::applyTo(AudioFileWriter& writer, const std::string& note) con
     {
         writer.setTags(tagsFor(writer.getFormat()));
         return;
-    }
-    const bool goesOver = sharesChunksWith(target) && layout->isBigEndian == target->isBigEndian;
-    if (instrument && target->family != ChunkFamily::aiff && !goesOver)
-    {
-        auto copy = *instrument;
-        sf_command(writer.getHandle(), SFC_SET_INSTRUMENT, &copy, sizeof copy);
     }
     auto described = chunksFor(*target);
     for (auto& chunk : described)
@@ -217,24 +202,28 @@ std::vector<RawChunk> FileMetadata::chunksFor(const ChunkLayout& target) const
     std::vector<RawChunk> result;
     for (const auto& chunk : chunks)
     {
-        const bool isPortable =
-            chunk.id.size() == 4 && (isSameOrder || contains(textChunks, chunk.id));
-        if (isPortable && !isTagChunk(*layout, chunk))
+        const bool isPortable = chunk.id.size() == 4 && !isTagChunk(*layout, chunk);
+        if (isPortable && isSameOrder)
             result.push_back(chunk);
+        else if (isPortable && contains(textChunks, chunk.id))
+            result.push_back(chunk);
+        else if (isPortable && chunk.id == broadcastExtension)
+            result.push_back(withOtherByteOrder(chunk));
     }
-    std::ranges::copy(chunksOfTags(target, tags), std::back_inserter(result));
-    if (!isSameOrder)
-        std::ranges::copy(markerChunks(target, markers), std::back_inserter(result));
+    std::ranges::copy(isSameOrder ? chunksOfTags(target, tags) : translatedChunks(target),
+                      std::back_inserter(result));
     return result;
 }
 
 std::vector<RawChunk> FileMetadata::translatedChunks(const ChunkLayout& target) const
 {
     auto result = chunksOfTags(target, tags);
-    const auto places = target.family == ChunkFamily::aiff
-                            ? aiffMarkerChunks(target, markers, instrument)
-                            : markerChunks(target, markers);
-    std::ranges::copy(places, std::back_inserter(result));
+    auto places = markers;
+    makeValid(target, places);
+    if (instrument)
+        std::ranges::copy(instrumentChunks(target, *instrument, sampleRate, places),
+                          std::back_inserter(result));
+    std::ranges::copy(markerChunks(target, places), std::back_inserter(result));
     return result;
 }
 
@@ -272,7 +261,7 @@ std::vector<std::string> FileMetadata::lossesIn(const std::filesystem::path& pat
 bool FileMetadata::isTranslated(const RawChunk& chunk) const
 {
     return isTagChunk(*layout, chunk) || isMarkerChunk(*layout, chunk) ||
-           contains(instrumentChunks, chunk.id);
+           isInstrumentChunk(*layout, chunk);
 }
 
 void FileMetadata::listChunkLosses(const FileMetadata& written,

@@ -44,6 +44,7 @@ private:
     bool saysOfChannels(const FileMetadata& written) const;
 
     AudioFileFormat format;
+    int sampleRate;
     std::optional<ChunkLayout> layout;
     std::vector<RawChunk> chunks;
     Tags tags;

@@ -207,48 +207,6 @@ std::vector<RawChunk> cafChunks(const ChunkLayout& layout, const std::vector<Mar
     return {{"mark", list.bytes, false}, {"strg", strings.bytes, false}};
 }
 
-/// The number of the marker at a frame, which is added where there is none.
-std::uint32_t numberAt(std::int64_t frame, std::vector<Marker>& markers)
-{
-    std::uint32_t next = 1;
-    for (const auto& marker : markers)
-    {
-        if (marker.frame == frame)
-            return marker.number;
-        next = std::max(next, marker.number + 1);
-    }
-    markers.push_back({next, frame, ""});
-    return next;
-}
-
-/// Kind of the loop and the numbers of its first and last marker, which are added.
-void addAiffLoop(ChunkWriter& chunk, const SF_INSTRUMENT& instrument, int index,
-                 std::vector<Marker>& markers)
-{
-    const auto& loop = instrument.loops[index];
-    if (index >= instrument.loop_count)
-    {
-        chunk.addNumber(0, 3 * shortNumber);
-        return;
-    }
-    chunk.addNumber(loop.mode == SF_LOOP_ALTERNATING ? 2 : 1, shortNumber);
-    for (const auto frame : {loop.start, loop.end})
-        chunk.addNumber(numberAt(frame, markers), shortNumber);
-}
-
-RawChunk aiffInstrument(const ChunkLayout& layout, const SF_INSTRUMENT& instrument,
-                        std::vector<Marker>& markers)
-{
-    ChunkWriter chunk(layout);
-    for (const char value : {instrument.basenote, instrument.detune, instrument.key_lo,
-                             instrument.key_hi, instrument.velocity_lo, instrument.velocity_hi})
-        chunk.addNumber(static_cast<unsigned char>(value), 1);
-    chunk.addNumber(static_cast<std::uint16_t>(instrument.gain), shortNumber);
-    addAiffLoop(chunk, instrument, 0, markers);
-    addAiffLoop(chunk, instrument, 1, markers);
-    return {"INST", chunk.bytes, false};
-}
-
 } // namespace
 
 std::vector<Marker> markersOf(const ChunkLayout& layout, const std::vector<RawChunk>& chunks)
@@ -294,20 +252,14 @@ std::vector<RawChunk> markerChunks(const ChunkLayout& layout, const std::vector<
     if (layout.family == ChunkFamily::caf)
         return cafChunks(layout, markers);
     if (layout.family == ChunkFamily::aiff)
-        return aiffMarkerChunks(layout, markers, {});
+        return {aiffMarkers(layout, markers)};
     return riffChunks(layout, markers);
 }
 
-std::vector<RawChunk> aiffMarkerChunks(const ChunkLayout& layout, std::vector<Marker> markers,
-                                       const std::optional<SF_INSTRUMENT>& instrument)
+void makeValid(const ChunkLayout& layout, std::vector<Marker>& markers)
 {
-    std::vector<RawChunk> chunks;
-    giveAiffNumbers(markers);
-    if (instrument)
-        chunks.push_back(aiffInstrument(layout, *instrument, markers));
-    if (!markers.empty())
-        chunks.push_back(aiffMarkers(layout, markers));
-    return chunks;
+    if (layout.family == ChunkFamily::aiff)
+        giveAiffNumbers(markers);
 }
 
 } // namespace kalim

@@ -2,10 +2,7 @@
 
 #include "audiofile/ChunkLayout.h"
 
-#include <sndfile.h>
-
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,12 +28,11 @@ std::vector<Marker> markersOf(const ChunkLayout& layout, const std::vector<RawCh
 /// Whether a chunk of a file with that layout holds nothing but markers.
 bool isMarkerChunk(const ChunkLayout& layout, const RawChunk& chunk);
 
-/// Chunks that name these places. Written by ourselves, for the audio library leaves out names and
-/// makes a second list where there is an instrument as well.
+/// Chunks that name these places, whose numbers must be valid. Written by ourselves, for the audio
+/// library leaves out names and makes a second list where there is an instrument as well.
 std::vector<RawChunk> markerChunks(const ChunkLayout& layout, const std::vector<Marker>& markers);
 
-/// The same with an instrument, whose loops are places in AIFF; only AIFF says it this way.
-std::vector<RawChunk> aiffMarkerChunks(const ChunkLayout& layout, std::vector<Marker> markers,
-                                       const std::optional<SF_INSTRUMENT>& instrument);
+/// Gives the markers numbers that are valid in a file of that layout.
+void makeValid(const ChunkLayout& layout, std::vector<Marker>& markers);
 
 } // namespace kalim
