@@ -67,7 +67,7 @@ RawChunk withCodingStep(const RawChunk& broadcastExtension, const CodingStep& st
     return result;
 }
 
-RawChunk withOtherByteOrder(const RawChunk& broadcastExtension)
+RawChunk inUsualByteOrder(const RawChunk& broadcastExtension)
 {
     struct Number
     {
@@ -78,8 +78,12 @@ RawChunk withOtherByteOrder(const RawChunk& broadcastExtension)
     // The time in two halves, the version, and five figures of loudness.
     constexpr std::array numbers{Number{338, 4}, Number{342, 4}, Number{346, 2}, Number{412, 2},
                                  Number{414, 2}, Number{416, 2}, Number{418, 2}, Number{420, 2}};
+    constexpr std::size_t largeHalfOfVersion = 346;
     auto result = broadcastExtension;
-    if (result.data.size() >= historyStart)
+    // Some programs write it in the usual order into files of the other; versions are small.
+    const bool isBigEndian =
+        result.data.size() >= historyStart && result.data[largeHalfOfVersion] == std::byte{0};
+    if (isBigEndian)
         for (const auto& number : numbers)
             std::reverse(result.data.begin() + number.offset,
                          result.data.begin() + number.offset + number.size);

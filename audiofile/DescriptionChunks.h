@@ -22,8 +22,8 @@ struct CodingStep
 /// A broadcast extension with one line more; one too short to be valid is returned unchanged.
 RawChunk withCodingStep(const RawChunk& broadcastExtension, const CodingStep& step);
 
-/// A broadcast extension with its numbers in the other byte order; one too short to be valid is
-/// returned unchanged.
-RawChunk withOtherByteOrder(const RawChunk& broadcastExtension);
+/// A broadcast extension of a big-endian file with its numbers in the usual order; one too short to
+/// be valid is returned unchanged.
+RawChunk inUsualByteOrder(const RawChunk& broadcastExtension);
 
 } // namespace kalim

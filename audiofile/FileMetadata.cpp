@@ -207,8 +207,8 @@ std::vector<RawChunk> FileMetadata::chunksFor(const ChunkLayout& target) const
             result.push_back(chunk);
         else if (isPortable && contains(textChunks, chunk.id))
             result.push_back(chunk);
-        else if (isPortable && chunk.id == broadcastExtension)
-            result.push_back(withOtherByteOrder(chunk));
+        else if (isPortable && layout->isBigEndian && chunk.id == broadcastExtension)
+            result.push_back(inUsualByteOrder(chunk));
     }
     std::ranges::copy(isSameOrder ? chunksOfTags(target, tags) : translatedChunks(target),
                       std::back_inserter(result));
