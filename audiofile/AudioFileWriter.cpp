@@ -3,17 +3,18 @@
 #include "audiofile/ChunkedFile.h"
 #include "audiofile/FileBytes.h"
 #include "audiofile/TagFiles.h"
+#include "audiofile/ValidBits.h"
 #include "base/FileError.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cmath>
 #include <cstdio>
 #include <functional>
 #include <iterator>
 #include <limits>
 #include <string>
 #include <system_error>
+#include <type_traits>
 #include <utility>
 
 namespace kalim
@@ -25,23 +26,7 @@ namespace
 constexpr std::int64_t behindFirstFlacBlock = 4 + 4 + 34;
 
 /// Re-encoding should add nothing audible, whatever the library takes for a usual quality.
-constexpr double encodingQuality = 0.8;
-
-/// The library's tables for companded samples have no place for the lowest one: it flips over.
-double lowestStep(double fullScale, const AudioFileFormat& format)
-{
-    const bool isCompanded =
-        format.getSubtype() == SF_FORMAT_ULAW || format.getSubtype() == SF_FORMAT_ALAW;
-    return isCompanded ? 1 - fullScale : -fullScale;
-}
-
-/// To the nearest integer, ties to even, below 2^51: adding this number leaves no bits behind the
-/// point. The library function of the same meaning is a call for each sample.
-double rounded(double value)
-{
-    constexpr double noFraction = 6755399441055744.0;
-    return value + noFraction - noFraction;
-}
+constexpr double usualQuality = 8;
 
 /// Where recorders and players look first; not in AIFF and CAF, to which the library gives a header
 /// of its own length.
@@ -54,40 +39,6 @@ bool belongsInFront(const AudioFileFormat& format, const RawChunk& chunk)
     const bool isInTheWay = format.getContainer() == SF_FORMAT_RF64 && chunk.data.size() % 2 != 0;
     return format.isWav() && chunk.precedesAudio && !isInTheWay;
 }
-
-struct QuantisedSample
-{
-    int leftAligned;
-    bool isClipped;
-};
-
-/// Rounds samples to the steps of an integer format. The audio library takes integers left-aligned
-/// in 32 bits and cuts them off without rounding.
-class Quantiser
-{
-public:
-    Quantiser(const AudioFileFormat& format, int bits)
-        : fullScale(std::ldexp(1.0, bits - 1))
-        , lowest(lowestStep(fullScale, format))
-        , alignment(1 << (32 - bits))
-    {
-    }
-
-    QuantisedSample quantise(float sample) const
-    {
-        const double scaled = std::isnan(sample) ? 0.0 : static_cast<double>(sample) * fullScale;
-        const double step = rounded(std::clamp(scaled, -2 * fullScale, 2 * fullScale));
-        const double limited = std::clamp(step, lowest, fullScale - 1);
-        // Exactly +1 is the peak of every normalised file and loses one step only: no clipping.
-        const bool isClipped = std::abs(scaled) > fullScale && step != limited;
-        return {static_cast<int>(limited) * alignment, isClipped};
-    }
-
-private:
-    double fullScale;
-    double lowest;
-    int alignment;
-};
 
 } // namespace
 
@@ -216,16 +167,32 @@ AudioFileWriter::AudioFileWriter(OutputFile& outputFile, const AudioFileFormat& 
     , sink(std::make_unique<Sink>(outputFile.getDescriptor()))
     , sound(sink->open(format, channels, sampleRate))
 {
+    if (const auto bits = integerBitsOf(format.getSubtype()))
+        quantiser.emplace(format, *bits);
     if (!sound)
         throw FileError(output.getTarget(), "cannot be written as " + format.getDescription() +
                                                 ": " + sf_strerror(nullptr));
     // A peak chunk holds the time of writing, so that two runs would give different files.
     sf_command(sound.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
-    auto quality = encodingQuality;
-    sf_command(sound.get(), SFC_SET_VBR_ENCODING_QUALITY, &quality, sizeof quality);
+    setQuality(usualQuality);
 }
 
 AudioFileWriter::~AudioFileWriter() = default;
+
+void AudioFileWriter::setQuality(double quality)
+{
+    constexpr double most = 10;
+    auto share = quality / most;
+    sf_command(sound.get(), SFC_SET_VBR_ENCODING_QUALITY, &share, sizeof share);
+}
+
+void AudioFileWriter::setValidBits(int bits)
+{
+    if (!quantiser || bits >= *integerBitsOf(fileFormat.getSubtype()))
+        return;
+    validBits = bits;
+    quantiser.emplace(fileFormat, bits);
+}
 
 void AudioFileWriter::insert(std::int64_t offset, std::span<const std::byte> bytes)
 {
@@ -267,38 +234,47 @@ void AudioFileWriter::insertChunks(const std::vector<RawChunk>& chunks)
     insert(audio->start, bytes);
 }
 
-void AudioFileWriter::writeIntegers(std::span<const float> interleaved, int bits)
+template <typename Sample>
+void AudioFileWriter::writePart(std::span<const Sample> interleaved)
 {
-    const Quantiser quantiser(fileFormat, bits);
-    integers.resize(interleaved.size());
-    for (std::size_t n = 0; n < interleaved.size(); ++n)
+    const auto count = static_cast<sf_count_t>(interleaved.size());
+    if (quantiser)
     {
-        const QuantisedSample sample = quantiser.quantise(interleaved[n]);
-        integers[n] = sample.leftAligned;
-        clipped += sample.isClipped ? 1 : 0;
+        integers.resize(interleaved.size());
+        std::ranges::transform(interleaved, integers.begin(),
+                               [this](Sample sample)
+                               { return quantiser->quantise(static_cast<double>(sample)); });
+        requireWritten(sf_write_int(sound.get(), integers.data(), count), interleaved.size());
     }
-    const auto count = static_cast<sf_count_t>(integers.size());
-    requireWritten(sf_write_int(sound.get(), integers.data(), count), interleaved.size());
+    else if constexpr (std::is_same_v<Sample, double>)
+        requireWritten(sf_write_double(sound.get(), interleaved.data(), count), interleaved.size());
+    else
+        requireWritten(sf_write_float(sound.get(), interleaved.data(), count), interleaved.size());
 }
 
-void AudioFileWriter::write(std::span<const float> interleaved)
+template <typename Sample>
+void AudioFileWriter::writeAll(std::span<const Sample> interleaved)
 {
     constexpr std::size_t samplesAtOnce = 65536;
     const auto channelsAsSize = static_cast<std::size_t>(channelCount);
     const auto largest = std::max(samplesAtOnce / channelsAsSize, std::size_t{1}) * channelsAsSize;
-    const auto bits = integerBitsOf(fileFormat.getSubtype());
     while (!interleaved.empty())
     {
         const auto part = interleaved.first(std::min(largest, interleaved.size()));
-        if (bits)
-            writeIntegers(part, *bits);
-        else
-            requireWritten(
-                sf_write_float(sound.get(), part.data(), static_cast<sf_count_t>(part.size())),
-                part.size());
+        writePart(part);
         frames += static_cast<std::int64_t>(part.size() / channelsAsSize);
         interleaved = interleaved.subspan(part.size());
     }
+}
+
+void AudioFileWriter::write(std::span<const float> interleaved)
+{
+    writeAll(interleaved);
+}
+
+void AudioFileWriter::write(std::span<const double> interleaved)
+{
+    writeAll(interleaved);
 }
 
 void AudioFileWriter::requireWritten(std::int64_t written, std::size_t wanted) const
@@ -338,6 +314,8 @@ void AudioFileWriter::placeChunks()
     if (!file)
         return;
     file->stateTotalSize();
+    if (validBits)
+        stateValidBits(output.getDescriptor(), *validBits);
     if (!chunksBehind.empty())
         file->append(chunksBehind);
 }

@@ -1,9 +1,9 @@
 #include "standalone/CleanedFile.h"
 
-#include "audiofile/AudioFileWriter.h"
-#include "audiofile/FileMetadata.h"
+#include "audiofile/AudioFileReader.h"
+#include "audiofile/FileDamage.h"
 #include "audiofile/OutputFile.h"
-#include "audiofile/OutputFormat.h"
+#include "audiofile/RecordingCopy.h"
 #include "base/FileError.h"
 #include "dsp/hum/Kalimmer.h"
 #include "plugin/KalimConstants.h"
@@ -86,60 +86,36 @@ private:
     std::int64_t numOwed = 0;
 };
 
-/// A copy of a file with other samples.
-class Copy
+/// Writes single samples into a copy.
+class CopyWriter
 {
 public:
-    Copy(const std::filesystem::path& input, const std::filesystem::path& output)
-        : reader(input)
-        , metadata(reader)
-        , target(chooseOutputFormat(
-              reader.getFormat(),
-              {reader.getNumFrames(), reader.getNumChannels(), reader.getSampleRate()}, output))
-        , file(output, Existing::replace)
-        , writer(file, target.format, reader.getNumChannels(), reader.getSampleRate())
+    CopyWriter(RecordingCopy& recordingCopy, int channels)
+        : copy(recordingCopy)
+        , numChannels(channels)
     {
-        metadata.applyTo(writer, std::string("Kalim ") + KalimConstants::plugInVersion);
     }
-
-    AudioFileReader& getReader() { return reader; }
 
     /// Appends frames, whose samples are given by a function of channel and frame.
     template <typename Sample>
     void write(int numFrames, const Sample& sample)
     {
-        const int numChannels = reader.getNumChannels();
         interleaved.clear();
         for (int frame = 0; frame < numFrames; ++frame)
             for (int channel = 0; channel < numChannels; ++channel)
                 interleaved.push_back(sample(channel, frame));
-        writer.write(interleaved);
-    }
-
-    /// The last moment to cancel is before the file gets its name.
-    std::vector<std::string> finish(const Progress& progress)
-    {
-        writer.close();
-        std::vector<std::string> warnings = target.warnings;
-        for (const std::string& loss : metadata.lossesIn(file.getTemporaryPath()))
-            warnings.push_back(loss);
-        progress.check();
-        file.commit();
-        return warnings;
+        copy.write(interleaved);
     }
 
 private:
-    AudioFileReader reader;
-    FileMetadata metadata;
-    OutputFormat target;
-    OutputFile file;
-    AudioFileWriter writer;
+    RecordingCopy& copy;
+    int numChannels;
     std::vector<float> interleaved;
 };
 
-void cleanAsHeard(Copy& copy, const WindowSettings& settings, Progress& progress)
+void cleanAsHeard(AudioFileReader& reader, CopyWriter& copy, const WindowSettings& settings,
+                  Progress& progress)
 {
-    AudioFileReader& reader = copy.getReader();
     HeardCleaning cleaning(settings, reader.getNumChannels(), reader.getSampleRate(),
                            [&copy](const float* const* channels, int count) {
                                copy.write(count, [channels](int channel, int frame)
@@ -155,9 +131,10 @@ void cleanAsHeard(Copy& copy, const WindowSettings& settings, Progress& progress
     cleaning.finish();
 }
 
-void cleanPrecisely(Copy& copy, bool isResidual, Progress& progress)
+void cleanPrecisely(const AudioFileReader& reader, CopyWriter& copy, bool isResidual,
+                    Progress& progress)
 {
-    readPrecisely(copy.getReader().getPath(), progress,
+    readPrecisely(reader.getPath(), progress,
                   [&](const float* const* samples, const float* const* hum, int count)
                   {
                       copy.write(count,
@@ -186,12 +163,27 @@ std::vector<std::string> writeCleaned(const std::filesystem::path& input,
 {
     if (isSameFile(input, output))
         throw FileError(output, "is the file that is cleaned; choose another name");
-    Copy copy(input, output);
+    AudioFileReader reader(input);
+    const bool isResidual = settings[orvo::audio::ResidualMode] > 0.5F;
+    RecordingCopy copy(reader, output,
+                       {{},
+                        {},
+                        Existing::replace,
+                        isResidual,
+                        std::string("Kalim ") + KalimConstants::plugInVersion});
+    CopyWriter writer(copy, reader.getNumChannels());
     if (method == CleaningMethod::precise)
-        cleanPrecisely(copy, settings[orvo::audio::ResidualMode] > 0.5F, progress);
+        cleanPrecisely(reader, writer, isResidual, progress);
     else
-        cleanAsHeard(copy, settings, progress);
-    return copy.finish(progress);
+        cleanAsHeard(reader, writer, settings, progress);
+    copy.close();
+    std::vector<std::string> warnings = damagesOf(reader);
+    for (const std::string& warning : copy.findWarnings())
+        warnings.push_back(warning);
+    // The last moment to cancel is before the file gets its name.
+    progress.check();
+    copy.commit();
+    return warnings;
 }
 
 } // namespace kalim::standalone
