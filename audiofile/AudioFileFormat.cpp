@@ -183,6 +183,13 @@ bool AudioFileFormat::isWav() const
            getContainer() == SF_FORMAT_RF64;
 }
 
+bool AudioFileFormat::isLossy() const
+{
+    const auto samples = getSampleFormat();
+    return samples == SampleFormat::vorbis || samples == SampleFormat::opus ||
+           samples == SampleFormat::mp3;
+}
+
 std::string AudioFileFormat::getContainerName() const
 {
     switch (getContainer())

@@ -71,6 +71,9 @@ public:
     /// Whether it is one of the WAV kinds: plain, extensible or RF64.
     bool isWav() const;
 
+    /// Whether encoding is a matter of quality: Vorbis, Opus and MP3.
+    bool isLossy() const;
+
     /// "WAV", "RF64", "FLAC", "Ogg" and so on.
     std::string getContainerName() const;
 

@@ -1,6 +1,7 @@
 #include "audiofile/AudioFileReader.h"
 
 #include "audiofile/ChunkedFile.h"
+#include "audiofile/FullScale.h"
 #include "base/FileError.h"
 
 #include <fmt/format.h>
@@ -83,6 +84,7 @@ AudioFileReader::AudioFileReader(const std::filesystem::path& path)
     if (isUnknownLength(info) || !hasReliableLength(getFormat()))
         countFrames();
     limitToAudio();
+    fullScale = fullScaleOf(*this);
 }
 
 void AudioFileReader::limitToAudio()
@@ -166,6 +168,9 @@ std::int64_t AudioFileReader::read(std::span<float> interleaved)
         return 0;
 
     const auto got = decode(interleaved, wanted);
+    if (fullScale != 1.0)
+        for (float& sample : interleaved.first(static_cast<std::size_t>(got * info.channels)))
+            sample /= static_cast<float>(fullScale);
     if (sf_error(sound.get()) != SF_ERR_NO_ERROR)
         throw FileError(filePath, fmt::format("cannot be decoded after frame {}: {}", nextFrame,
                                               libraryMessage(sound.get())));

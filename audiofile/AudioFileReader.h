@@ -30,6 +30,9 @@ public:
     /// Length of the file; it was counted by decoding where the file does not tell it.
     std::int64_t getNumFrames() const { return info.frames; }
 
+    /// What the file's own numbers are divided by, see fullScaleOf(); a power of two.
+    double getFullScale() const { return fullScale; }
+
     /// The frame that is read next.
     std::int64_t getPosition() const { return nextFrame; }
 
@@ -64,6 +67,7 @@ private:
     SF_INFO info{};
     SoundFileHandle sound;
     std::int64_t nextFrame = 0;
+    double fullScale = 1.0;
 
     /// Whether the decoder stands at the next frame, which it may have lost at damage.
     bool isInPlace = true;

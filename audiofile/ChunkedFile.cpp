@@ -83,9 +83,8 @@ std::optional<ChunkPlace> ChunkedFile::placeAt(std::int64_t offset,
     if (static_cast<std::int64_t>(header.size()) < layout.getHeaderBytes())
         return {};
     const auto stated = layout.number(std::span(header).subspan(layout.idBytes));
-    auto size = static_cast<std::int64_t>(stated);
-    if (layout.sizeCountsHeader)
-        size -= layout.getHeaderBytes();
+    const auto counted = layout.sizeCountsHeader ? layout.getHeaderBytes() : 0;
+    auto size = static_cast<std::int64_t>(stated - static_cast<std::uint64_t>(counted));
     const auto id = layout.identifier(header);
     const bool isInDs64 = isAudio(id) && stated == unknownSmallSize && statedDataSize >= 0;
     if (isInDs64)
@@ -162,39 +161,6 @@ std::vector<RawChunk> ChunkedFile::readDescriptions() const
     return result;
 }
 
-std::size_t ChunkedFile::fillerSize(const ChunkLayout& layout, const std::vector<RawChunk>& chunks)
-{
-    const auto header = static_cast<std::size_t>(layout.getHeaderBytes());
-    const auto needed = serialisedWith(layout, chunks).size();
-    std::size_t size = 4;
-    // What is left over must be nothing or large enough for a filler of its own.
-    while (size + header < needed || (size + header > needed && size < needed))
-        size += 4;
-    return size;
-}
-
-bool ChunkedFile::fill(const std::vector<RawChunk>& chunks) const
-{
-    auto bytes = serialisedWith(layout, chunks);
-    const auto size = static_cast<std::int64_t>(fillerSize(layout, chunks));
-    for (const auto& place : findChunks())
-    {
-        if (place.id != fillerId || place.dataSize != size)
-            continue;
-        const auto room = static_cast<std::size_t>(place.dataStart + size - place.start);
-        if (room > bytes.size())
-        {
-            const auto header = static_cast<std::size_t>(layout.getHeaderBytes());
-            const std::vector<std::byte> nothing(room - bytes.size() - header);
-            const auto filler = layout.serialised(fillerId, nothing);
-            bytes.insert(bytes.end(), filler.begin(), filler.end());
-        }
-        writeBytesAt(descriptor, place.start, bytes);
-        return true;
-    }
-    return false;
-}
-
 bool ChunkedFile::append(const std::vector<RawChunk>& chunks) const
 {
     // Common readers of W64 play everything behind the samples as further samples.
@@ -213,9 +179,19 @@ bool ChunkedFile::append(const std::vector<RawChunk>& chunks) const
     return true;
 }
 
+void ChunkedFile::stateTotalSize() const
+{
+    stateTotalSize(fileSizeOf(descriptor));
+}
+
 void ChunkedFile::stateTotalSize(std::int64_t size) const
 {
     constexpr std::int64_t outerHeader = 8;
+    if (layout.family == ChunkFamily::wave64)
+    {
+        writeBytesAt(descriptor, 16, layout.bytes(static_cast<std::uint64_t>(size), 8));
+        return;
+    }
     const auto inside = static_cast<std::uint64_t>(size - outerHeader);
     if (layout.hasLargeSizes)
         writeBytesAt(descriptor, 20, layout.bytes(inside, 8));

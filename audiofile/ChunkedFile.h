@@ -39,6 +39,8 @@ public:
 
     ChunkFamily getFamily() const { return layout.family; }
 
+    const ChunkLayout& getLayout() const { return layout; }
+
     /// All chunks in the order of the file, up to damage or the end.
     std::vector<ChunkPlace> findChunks() const;
 
@@ -54,15 +56,8 @@ public:
     /// these change.
     std::vector<RawChunk> readDescriptions() const;
 
-    /// Data bytes, a multiple of 4, of the filler that takes exactly these chunks later, see
-    /// fill().
-    static std::size_t fillerSize(const ChunkLayout& layout, const std::vector<RawChunk>& chunks);
-
-    /// Identifier of the filler.
-    static constexpr auto fillerId = "JUNK";
-
-    /// Replaces the filler by the chunks; false if there is no filler of their size.
-    bool fill(const std::vector<RawChunk>& chunks) const;
+    /// States the size of the whole file, which grew by chunks in front of the samples.
+    void stateTotalSize() const;
 
     /// Adds chunks at the end; false for W64, and if the file would outgrow its sizes.
     bool append(const std::vector<RawChunk>& chunks) const;

@@ -1,10 +1,9 @@
 #include "kalim/Cleaning.h"
 
 #include "audiofile/AudioFileReader.h"
-#include "audiofile/AudioFileWriter.h"
 #include "audiofile/FileDamage.h"
-#include "audiofile/FileMetadata.h"
 #include "audiofile/OutputFile.h"
+#include "audiofile/RecordingCopy.h"
 #include "base/FileError.h"
 #include "kalim/EngineStream.h"
 #include "kalim/Measurements.h"
@@ -59,11 +58,11 @@ void requireDistinct(const Options& options)
     }
 }
 
-/// The files that a run writes.
+/// The files that a run writes beside the recording.
 struct OutputFiles
 {
     /// All files are complete before the first of them appears.
-    void commit()
+    void commit(RecordingCopy& audio)
     {
         audio.finish();
         if (trace)
@@ -77,7 +76,6 @@ struct OutputFiles
             picture->commit();
     }
 
-    OutputFile audio;
     std::optional<TraceFile> trace{};
     std::optional<OutputFile> picture{};
 };
@@ -141,6 +139,14 @@ std::vector<int> numbersOf(const orvo::audio::precise::HumSummary& hum)
     return {numbers.begin(), numbers.end()};
 }
 
+/// Samples that the engine limits, for they are damage.
+std::int64_t countTooLarge(std::span<const float> samples)
+{
+    constexpr float largest = 1.0e6F;
+    return std::ranges::count_if(samples, [](float sample)
+                                 { return std::isfinite(sample) && std::abs(sample) > largest; });
+}
+
 /// One run over one recording.
 class Cleaner
 {
@@ -150,20 +156,18 @@ public:
         , tell(told)
         , settings(given.settings)
         , reader(given.input)
-        , metadata(reader)
-        , target(chooseOutputFormat(
-              reader.getFormat(),
-              {reader.getNumFrames(), reader.getNumChannels(), reader.getSampleRate()},
-              given.output, given.format))
+        , copy(reader, given.output,
+               {given.format, given.quality, existing(), settings.isOn(Kalimmer::ResidualMode),
+                fmt::format("Kalim {}", version)})
         , measurements(given, reader)
-        , files{{given.output, existing()}}
-        , writer(files.audio, target.format, reader.getNumChannels(), reader.getSampleRate())
     {
+        if (options.quality && !copy.getFormat().isLossy())
+            throw UsageError(fmt::format("--quality: {} loses nothing; it is for lossy formats",
+                                         copy.getFormat().getDescription()));
         if (options.plot)
             files.picture.emplace(*options.plot, existing());
         if (options.trace)
             files.trace.emplace(*options.trace, existing());
-        metadata.applyTo(writer, fmt::format("Kalim {}", version));
     }
 
     Report run()
@@ -174,7 +178,7 @@ public:
         openStream();
         processAll();
         progress.reset();
-        writer.close();
+        copy.close();
         const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
         if (precise != nullptr)
             addCourse();
@@ -184,7 +188,7 @@ public:
         if (files.picture)
             drawSpectrumPlot(*files.picture, describePicture(options, report, measurements));
         showProgress(1.0);
-        files.commit();
+        files.commit(copy);
         return report;
     }
 
@@ -252,6 +256,7 @@ private:
         {
             const auto piece = std::span<const float>(samples).first(
                 static_cast<std::size_t>(count) * static_cast<std::size_t>(channels));
+            numLimited += countTooLarge(piece);
             measurements.addInput(piece, position);
             stream->process(piece, write);
             position += count;
@@ -263,8 +268,8 @@ private:
 
     void take(std::span<const float> cleaned)
     {
-        measurements.addOutput(cleaned, writer.getNumFrames());
-        writer.write(cleaned);
+        measurements.addOutput(cleaned, copy.getNumFrames());
+        copy.write(cleaned);
     }
 
     void observe(const Kalimmer& analysed, std::int64_t position)
@@ -295,10 +300,10 @@ private:
         report.input = printable(options.input);
         report.output = printable(options.output);
         report.inputFormat = reader.getFormat().getDescription();
-        report.outputFormat = target.format.getDescription();
+        report.outputFormat = copy.getFormat().getDescription();
         report.sampleRate = reader.getSampleRate();
         report.channels = reader.getNumChannels();
-        report.samples = writer.getNumFrames();
+        report.samples = copy.getNumFrames();
         report.method = nameOf(options.method);
         report.settings = settings;
         report.preset = options.preset;
@@ -313,7 +318,7 @@ private:
         }
         report.harmonics = findHarmonics();
         report.nonFiniteSamples = stream->getNumNonFinite();
-        report.clippedSamples = writer.getNumClippedSamples();
+        report.clippedSamples = copy.getNumClippedSamples();
         report.warnings = findWarnings();
         return report;
     }
@@ -333,48 +338,35 @@ private:
 
     std::vector<std::string> findWarnings() const
     {
-        std::vector<std::string> warnings = target.warnings;
+        std::vector<std::string> warnings;
         for (const std::string& damage : damagesOf(reader))
             warnings.push_back(fmt::format("{}: {}", printable(options.input), damage));
+        if (numLimited > 0)
+            warnings.push_back(fmt::format(
+                "{}: {} too large to be sound and limited", printable(options.input),
+                numLimited == 1 ? "1 sample is" : fmt::format("{} samples are", numLimited)));
         if (!stream->canRemove())
             warnings.push_back(fmt::format(
                 "nothing was removed: no hum can be told apart at a sample rate of {} Hz",
                 reader.getSampleRate()));
         if (!options.automatic.empty() && settings.getSelection().count == 0)
             warnings.push_back("no hum was found to take settings from; nothing was removed");
-        const std::vector<std::string> losses = findLosses();
+        const std::vector<std::string> losses = copy.findWarnings();
         warnings.insert(warnings.end(), losses.begin(), losses.end());
         return warnings;
-    }
-
-    /// Reads the finished file back, which also shows that others can read it.
-    std::vector<std::string> findLosses() const
-    {
-        try
-        {
-            return metadata.lossesIn(files.audio.getTemporaryPath());
-        }
-        catch (const FileError&)
-        {
-            throw FileError(options.output, reader.getNumFrames() == 0
-                                                ? target.format.getContainerName() +
-                                                      " cannot hold an empty recording"
-                                                : "what was written cannot be read back");
-        }
     }
 
     const Options& options;
     const Progress& tell;
     HumSettings settings;
     AudioFileReader reader;
-    FileMetadata metadata;
-    OutputFormat target;
+    RecordingCopy copy;
     Measurements measurements;
     OutputFiles files;
-    AudioFileWriter writer;
     std::unique_ptr<HumStream> stream;
     PreciseStream* precise = nullptr; // the stream, where it is one
     std::optional<ProgressBar> progress;
+    std::int64_t numLimited = 0;
     double startShare = 0.0; // of the work, before the stream begins
 };
 

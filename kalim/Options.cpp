@@ -259,6 +259,11 @@ private:
                        "CONTAINER, SAMPLES or CONTAINER:SAMPLES, such as rf64, pcm24 or caf:float")
             ->type_name("FORMAT")
             ->group("Files");
+        app.add_option("--quality", options.quality,
+                       "How good MP3, Ogg and Opus files are to be (default 8)")
+            ->check(within(0, 10, "", HumParameter::Kind::real))
+            ->type_name("0-10")
+            ->group("Files");
         app.add_flag("--force", options.overwrites, "Replace files that exist")->group("Files");
     }
 

@@ -73,6 +73,9 @@ struct Options
 
     int blockSize = 512;
     FormatRequest format;
+
+    /// 0 to 10, of lossy outputs.
+    std::optional<double> quality;
     std::optional<MeasuredRange> measured;
     std::optional<std::filesystem::path> trace;
     std::optional<std::filesystem::path> plot;

@@ -207,7 +207,6 @@ TEST_F(Program, reportsWhatItTookOffASteadyHumAndSamplesThatAreNoNumbers)
     std::vector<float> samples = makeHumSamples(50.0, 50.0, 9.0);
     samples[30000] = std::nanf("");
     samples[30001] = HUGE_VALF;
-    samples[30002] = 3.0e38F;
     const std::string input = writeFloats("hum.wav", samples);
     for (const char* const mode : {"--aggressive=off", "--aggressive"})
     {
@@ -220,8 +219,12 @@ TEST_F(Program, reportsWhatItTookOffASteadyHumAndSamplesThatAreNoNumbers)
                     ElementsAre(Ge(45.0), Ge(40.0), Ge(37.0)));
     }
     samples[30000] = samples[30001] = 0.0F;
+    samples[30002] = 3.0e38F;
+    const RunResult limiting =
+        runKalim({writeFloats("hum.wav", samples), output(), "-n0", "--force"});
+    EXPECT_THAT(limiting.errors, HasSubstr("hum.wav: 1 sample is too large to be sound"));
     samples[30002] = 1.0e6F; // the loudest that the engine takes
-    clean(input, {"-n0"});
+    clean(writeFloats("hum.wav", samples), {"-n0"});
     EXPECT_EQ(readAll(output()), samples);
 }
 
