@@ -159,7 +159,10 @@ void AudioFileWriter::setChunks(std::vector<RawChunk> chunks)
     for (auto& chunk : chunks)
     {
         const bool fits = used + chunk.data.size() + 16 <= largestFront;
-        const bool isInFront = fileFormat.isWav() && chunk.precedesAudio && fits;
+        // Many readers, the sound library's among them, do not expect padding in RF64.
+        const bool needsPadding =
+            fileFormat.getContainer() == SF_FORMAT_RF64 && chunk.data.size() % 2 != 0;
+        const bool isInFront = fileFormat.isWav() && chunk.precedesAudio && fits && !needsPadding;
         used += isInFront ? chunk.data.size() + 16 : 0;
         (isInFront ? chunksInFront : chunksBehind).push_back(std::move(chunk));
     }

@@ -84,7 +84,7 @@ std::optional<ChunkLayout> chunkLayoutOf(int descriptor)
         return {};
     if (text.starts_with("RIFF") || text.starts_with("RIFX"))
         return riffLayout(text[3] == 'X');
-    if (text.starts_with("RF64"))
+    if (text.starts_with("RF64") || text.starts_with("BW64"))
         return largeRiffLayout();
     if (text.starts_with("FORM"))
         return ChunkLayout{ChunkFamily::aiff, true, false, 12, 4, 4, false, 2};

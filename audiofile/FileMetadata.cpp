@@ -2,6 +2,7 @@
 
 #include "audiofile/ChunkedFile.h"
 #include "audiofile/DescriptionChunks.h"
+#include "audiofile/FileBytes.h"
 #include "audiofile/UncarriedTags.h"
 #include "base/Text.h"
 
@@ -12,7 +13,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <set>
 #include <string_view>
+#include <utility>
 
 namespace kalim
 {
@@ -247,12 +250,15 @@ void FileMetadata::listChunkLosses(const FileMetadata& written,
                                    std::vector<std::string>& items) const
 {
     const bool isShared = sharesChunksWith(written.family);
+    // A set, for there may be tens of thousands of chunks. That of the broadcast extension changed.
+    const auto keyOf = [](const RawChunk& chunk)
+    { return std::pair(chunk.id, chunk.id == broadcastExtension ? "" : asText(chunk.data)); };
+    std::set<std::pair<std::string, std::string_view>> copies;
+    for (const auto& chunk : written.chunks)
+        copies.insert(keyOf(chunk));
     for (const auto& chunk : chunks)
     {
-        const auto isCopy = [&](const RawChunk& other)
-        { return other == chunk || (chunk.id == broadcastExtension && other.id == chunk.id); };
-        const bool isKept =
-            isShared ? std::ranges::any_of(written.chunks, isCopy) : isTranslated(chunk);
+        const bool isKept = isShared ? copies.contains(keyOf(chunk)) : isTranslated(chunk);
         if (!isKept)
             items.push_back(describe(chunk));
     }

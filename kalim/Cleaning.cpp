@@ -6,6 +6,7 @@
 #include "audiofile/FileMetadata.h"
 #include "audiofile/OutputFile.h"
 #include "base/FileError.h"
+#include "base/Text.h"
 #include "kalim/EngineStream.h"
 #include "kalim/Measurements.h"
 #include "kalim/Precise.h"
@@ -25,6 +26,7 @@
 #include <set>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kalim::program
@@ -36,6 +38,8 @@ using orvo::audio::Kalimmer;
 
 /// About how many samples of all channels are read at once.
 constexpr int readSize = 1 << 16;
+
+constexpr const char* salvageHint = "; --salvage cleans what can be read";
 
 /// What readings before the last take of the time: precise removal's survey, and a whole detection.
 constexpr double surveyShare = 0.15;
@@ -57,6 +61,50 @@ void requireDistinct(const Options& options)
             throw UsageError(printable(*output) + ": is named twice");
         outputs.push_back(target);
     }
+}
+
+double secondsOf(const AudioFileReader& reader)
+{
+    return static_cast<double>(reader.getNumFrames()) / reader.getSampleRate();
+}
+
+/// A pattern such as *.wav that meets two recordings names the second as the output.
+void requireEarlierResult(const Options& options)
+{
+    const bool isNear =
+        resolvedTarget(options.input).parent_path() == resolvedTarget(options.output).parent_path();
+    const bool isAlike =
+        lowered(options.input.extension().native()) == lowered(options.output.extension().native());
+    if (!options.overwrites || options.overwritesAnything || !isNear || !isAlike ||
+        !std::filesystem::is_regular_file(options.output))
+        return;
+    double before = 0.0;
+    double after = 0.0;
+    try
+    {
+        after = secondsOf(AudioFileReader(options.output));
+        before = secondsOf(AudioFileReader(options.input));
+    }
+    catch (const FileError&)
+    {
+        return; // What is no recording may be replaced, and the input is read again.
+    }
+    constexpr double tolerance = 0.1; // of codecs that add a block
+    if (std::abs(before - after) > tolerance)
+        throw UsageError(fmt::format("{}: holds another recording, {:.1f} s long and not {:.1f} s; "
+                                     "--force --force replaces it",
+                                     printable(options.output), after, before));
+}
+
+/// Opens the input, and refuses one of which sound would be lost unless that is to be.
+AudioFileReader openWhole(const Options& options)
+{
+    AudioFileReader reader(options.input, options.salvages ? Damaged::salvage : Damaged::refuse);
+    if (!options.salvages)
+        for (const FileNote& damage : damagesOf(reader))
+            if (damage.isLoss)
+                throw FileError(options.input, damage.text + salvageHint);
+    return reader;
 }
 
 /// The files that a run writes.
@@ -132,6 +180,20 @@ SpectrumPlotData describePicture(const Options& options, const Report& report,
     return data;
 }
 
+/// Descriptions may be of any number and length, but a person reads a few lines.
+std::vector<std::string> limited(std::vector<std::string> warnings)
+{
+    constexpr std::size_t mostLines = 50;
+    constexpr std::size_t mostBytes = 500;
+    const std::size_t count = warnings.size();
+    warnings.resize(std::min(count, mostLines));
+    for (std::string& warning : warnings)
+        warning = shortened(warning, mostBytes);
+    if (count > mostLines)
+        warnings.push_back(fmt::format("and {} more of the kind", count - mostLines));
+    return warnings;
+}
+
 /// Numbers of the harmonics that precise removal found in any channel.
 std::vector<int> numbersOf(const orvo::audio::precise::HumSummary& hum)
 {
@@ -148,7 +210,7 @@ public:
     explicit Cleaner(const Options& given)
         : options(given)
         , settings(given.settings)
-        , reader(given.input)
+        , reader(openWhole(given))
         , metadata(reader)
         , target(chooseOutputFormat(
               reader.getFormat(),
@@ -310,7 +372,9 @@ private:
         report.harmonics = findHarmonics();
         report.nonFiniteSamples = stream->getNumNonFinite();
         report.clippedSamples = writer.getNumClippedSamples();
-        report.warnings = findWarnings();
+        const std::vector<FileNote> damages = damagesOf(reader);
+        report.isSalvaged = std::ranges::any_of(damages, &FileNote::isLoss);
+        report.warnings = findWarnings(damages);
         return report;
     }
 
@@ -327,11 +391,11 @@ private:
         return harmonics;
     }
 
-    std::vector<std::string> findWarnings() const
+    std::vector<std::string> findWarnings(const std::vector<FileNote>& damages) const
     {
         std::vector<std::string> warnings = target.warnings;
-        for (const std::string& damage : damagesOf(reader))
-            warnings.push_back(fmt::format("{}: {}", printable(options.input), damage));
+        for (const FileNote& damage : damages)
+            warnings.push_back(fmt::format("{}: {}", printable(options.input), damage.text));
         if (!stream->canRemove())
             warnings.push_back(fmt::format(
                 "nothing was removed: no hum can be told apart at a sample rate of {} Hz",
@@ -340,7 +404,7 @@ private:
             warnings.push_back("no hum was found to take settings from; nothing was removed");
         const std::vector<std::string> losses = findLosses();
         warnings.insert(warnings.end(), losses.begin(), losses.end());
-        return warnings;
+        return limited(std::move(warnings));
     }
 
     /// Reads the finished file back, which also shows that others can read it.
@@ -378,7 +442,15 @@ private:
 Report clean(const Options& options)
 {
     requireDistinct(options);
-    return Cleaner(options).run();
+    requireEarlierResult(options);
+    try
+    {
+        return Cleaner(options).run();
+    }
+    catch (const DamagedFileError& error)
+    {
+        throw FileError({}, error.what() + std::string(salvageHint));
+    }
 }
 
 } // namespace kalim::program

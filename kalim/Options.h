@@ -76,6 +76,12 @@ struct Options
     std::optional<std::filesystem::path> trace;
     std::optional<std::filesystem::path> plot;
     bool overwrites = false;
+
+    /// Whether even another recording may be replaced.
+    bool overwritesAnything = false;
+
+    /// Whether what can be read of a damaged file is cleaned.
+    bool salvages = false;
     bool isQuiet = false;
     bool reportsJson = false;
 

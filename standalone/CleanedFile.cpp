@@ -1,6 +1,7 @@
 #include "standalone/CleanedFile.h"
 
 #include "audiofile/AudioFileWriter.h"
+#include "audiofile/FileDamage.h"
 #include "audiofile/FileMetadata.h"
 #include "audiofile/OutputFile.h"
 #include "audiofile/OutputFormat.h"
@@ -121,6 +122,8 @@ public:
     {
         writer.close();
         std::vector<std::string> warnings = target.warnings;
+        for (const FileNote& damage : damagesOf(reader))
+            warnings.push_back(damage.text);
         for (const std::string& loss : metadata.lossesIn(file.getTemporaryPath()))
             warnings.push_back(loss);
         progress.check();
