@@ -14,8 +14,8 @@ namespace
 
 constexpr std::int64_t headerBytes = 4;
 
-/// Some programs put more than one tag or a picture without a frame before the sound.
-constexpr std::int64_t farthestStart = 65536;
+/// Compressed pictures may look like as many frames, but hardly like more.
+constexpr int longRun = 4;
 
 struct FrameHeader
 {
@@ -89,12 +89,18 @@ public:
         return survey;
     }
 
-    bool findStart()
+    /// Whether a run of frames begins so soon that it is no accident.
+    bool findStart(std::int64_t farthest)
     {
-        while (offset < std::min(file.getLength(), farthestStart + skippedTags) &&
-               survey.frames < 2 && survey.missingBytes == 0)
+        while (offset < file.getLength() && offset < farthest + skippedTags)
+        {
+            const auto before = survey.frames;
             step();
-        return survey.isStream;
+            run = survey.frames > before ? run + 1 : (isRunning ? run : 0);
+            if (run == longRun)
+                return true;
+        }
+        return run > 0 && survey.strayBytes == 0 && offset >= file.getLength();
     }
 
 private:
@@ -109,6 +115,7 @@ private:
             takeFrame(*header);
         else
         {
+            survey.isStrayEmpty &= file.at(offset, 1).front() == std::byte{0};
             ++offset;
             ++survey.strayBytes;
             isRunning = false;
@@ -198,11 +205,7 @@ private:
     {
         const bool isFirst = survey.frames == 0;
         if (isFirst)
-        {
-            survey.firstFrame = offset;
-            survey.isStream = true;
             firstHeader = header;
-        }
         else if ((header.sampleRate != firstHeader.sampleRate ||
                   header.channels != firstHeader.channels) &&
                  !survey.changesAt)
@@ -245,6 +248,7 @@ private:
     FrameHeader firstHeader{};
     FrameHeader last{};
     bool isRunning = false;
+    int run = 0;
 };
 
 } // namespace
@@ -254,9 +258,10 @@ Mp3Survey surveyMp3(const FileRange& range)
     return FrameWalk(range).finish();
 }
 
-bool isMp3(const FileRange& range)
+bool isMp3(const FileRange& range, std::int64_t farthest)
 {
-    return FrameWalk(range).findStart();
+    constexpr std::int64_t largestFrame = 8192;
+    return FrameWalk(range).findStart(farthest + longRun * largestFrame);
 }
 
 } // namespace kalim

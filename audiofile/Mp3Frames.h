@@ -25,14 +25,11 @@ struct Mp3Survey
     /// Bytes that belong neither to a frame nor to a tag.
     std::int64_t strayBytes = 0;
 
+    /// Whether all of those are zeros.
+    bool isStrayEmpty = true;
+
     /// Bytes of a frame at the end that are missing.
     std::int64_t missingBytes = 0;
-
-    /// Whether frames at the start of the range follow one another, so that it is such a stream.
-    bool isStream = false;
-
-    /// Where the first frame begins.
-    std::int64_t firstFrame = 0;
 
     /// Where the sample rate or the number of channels changes first, in samples.
     std::optional<std::int64_t> changesAt;
@@ -41,7 +38,7 @@ struct Mp3Survey
 /// Reads a whole range. Throws std::system_error when the disk fails.
 Mp3Survey surveyMp3(const FileRange& range);
 
-/// Whether frames follow one another at its start, behind tags and not too many other bytes.
-bool isMp3(const FileRange& range);
+/// Whether frames follow one another from its start on, behind tags and about as many other bytes.
+bool isMp3(const FileRange& range, std::int64_t farthest);
 
 } // namespace kalim

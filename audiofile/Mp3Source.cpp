@@ -209,7 +209,9 @@ void Mp3Source::compareWithFrames()
     // Encoders add up to two frames at each end, which the decoder takes off where it is told.
     const auto tolerance = (4 + survey.indexFrames) * perFrame;
     const auto sounding = survey.frames - survey.indexFrames;
-    const bool isComplete = survey.statedFrames && *survey.statedFrames <= sounding;
+    // Where other bytes were put into a frame its number is right all the same.
+    const bool isComplete =
+        survey.isStrayEmpty && survey.statedFrames && *survey.statedFrames <= sounding;
     if (survey.missingBytes > 0)
         notes.push_back(
             {fmt::format("the file is cut short: {} bytes of its last frame are missing",

@@ -11,6 +11,13 @@
 #include "audiofile/PlainSamples.h"
 #include "base/FileError.h"
 
+#ifdef KALIM_HAS_FFMPEG
+#include "audiofile/media/MediaExtent.h"
+#include "audiofile/media/MediaSource.h"
+#endif
+
+#include <algorithm>
+#include <array>
 #include <string_view>
 
 namespace kalim
@@ -59,6 +66,32 @@ Source openChain(const Path& path, const std::vector<FileRange>& links)
     return links.size() > 1 ? std::make_unique<ChainedSource>(path, links) : nullptr;
 }
 
+/// Bytes that other programs left in front of a stream of MPEG audio.
+constexpr std::int64_t farthestStart = 65536;
+
+/// Containers that may hold frames of MPEG audio somewhere.
+bool isOtherMedia(std::string_view start)
+{
+    using namespace std::string_view_literals;
+    constexpr std::array marks{"RIFF"sv,
+                               "RF64"sv,
+                               "FORM"sv,
+                               "caff"sv,
+                               "riff"sv,
+                               "fLaC"sv,
+                               "OggS"sv,
+                               "\x1a\x45\xdf\xa3"sv,
+                               "\x30\x26\xb2\x75"sv,
+                               "FLV"sv,
+                               "G@"sv,
+                               "\0\0\x01\xba"sv,
+                               ".snd"sv};
+    constexpr std::array boxes{"ftyp"sv, "moov"sv, "mdat"sv, "wide"sv, "free"sv, "skip"sv};
+    const auto box = start.size() < 8 ? std::string_view() : start.substr(4, 4);
+    return std::ranges::any_of(marks, [&](auto mark) { return start.starts_with(mark); }) ||
+           std::ranges::find(boxes, box) != boxes.end();
+}
+
 /// What the sound library does not read, or not right. Null where it does.
 Source openSpecially(const Path& path, const FileRange& whole)
 {
@@ -73,13 +106,37 @@ Source openSpecially(const Path& path, const FileRange& whole)
     const auto chunks = ChunkedFile::open(whole.descriptor);
     if (chunks && chunks->findUnclaimedAudioBytes() > 0)
         return openPlainSamples(path, whole.descriptor);
-    const bool isOther = text.starts_with("RIFF") || text.starts_with("RF64") ||
-                         text.starts_with("FORM") || text.starts_with("caff") ||
-                         text.starts_with("riff");
-    if (!isOther && isMp3(whole))
+    if (!isOtherMedia(text) && isMp3(whole, farthestStart))
         return std::make_unique<Mp3Source>(path, whole);
     return nullptr;
 }
+
+/// What only films and rarer recordings need. The failure is that of the sound library.
+#ifdef KALIM_HAS_FFMPEG
+Source openMedia(const Path& path, int descriptor, const FileError& failure)
+{
+    try
+    {
+        return std::make_unique<media::MediaSource>(path, descriptor);
+    }
+    catch (const FileError& error)
+    {
+        if (const auto missing = media::missingIn(descriptor); !missing.empty())
+            throw FileError(path, "cannot be read as audio: " + missing);
+        // What is no audio at all is told in the words of the sound library.
+        const bool isKnown = std::string_view(error.what()).find("cannot be read as audio") ==
+                             std::string_view::npos;
+        throw isKnown ? error : failure;
+    }
+}
+#else
+Source openMedia(const Path&, int, const FileError& failure)
+{
+    throw FileError({}, std::string(failure.what()) +
+                            " (MP4, Matroska, WMA and their like need a build with FFmpeg's "
+                            "libraries, which this one is not)");
+}
+#endif
 
 } // namespace
 
@@ -92,11 +149,11 @@ std::unique_ptr<SampleSource> openSampleSource(const Path& path, int descriptor)
     {
         return std::make_unique<LibrarySource>(path, whole);
     }
-    catch (const FileError&)
+    catch (const FileError& failure)
     {
         if (auto source = openPlainSamples(path, descriptor))
             return source;
-        throw;
+        return openMedia(path, descriptor, failure);
     }
 }
 
