@@ -59,10 +59,11 @@ constexpr double leastOfClaim = 0.05;
 
 } // namespace
 
-AudioFileReader::AudioFileReader(const std::filesystem::path& path, Damaged whatToDo)
+AudioFileReader::AudioFileReader(const std::filesystem::path& path, Damaged whatToDo,
+                                 std::optional<int> stream)
     : filePath(path)
     , file(openForReading(path))
-    , source(openSampleSource(path, file.get()))
+    , source(openSampleSource(path, file.get(), stream))
     , shape(source->getShape())
     , salvages(whatToDo == Damaged::salvage)
 {

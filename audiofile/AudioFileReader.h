@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -36,8 +37,10 @@ enum class Damaged
 class AudioFileReader
 {
 public:
-    /// Throws FileError when the file is missing, no regular file, not readable or no audio file.
-    explicit AudioFileReader(const std::filesystem::path& path, Damaged whatToDo = Damaged::refuse);
+    /// Of a film, one stream of sound may be named. Throws FileError when the file is missing, no
+    /// regular file, not readable or no audio file.
+    explicit AudioFileReader(const std::filesystem::path& path, Damaged whatToDo = Damaged::refuse,
+                             std::optional<int> stream = {});
 
     const std::filesystem::path& getPath() const { return filePath; }
 
@@ -50,6 +53,9 @@ public:
 
     /// Length of the file; it was counted by decoding where the file does not tell it.
     std::int64_t getNumFrames() const { return shape.frames; }
+
+    /// When the first frame sounds, in seconds on the clock of a film; 0 for other files.
+    double getStartTime() const { return source->getStartTime(); }
 
     /// The frame that is read next.
     std::int64_t getPosition() const { return nextFrame; }

@@ -25,6 +25,7 @@ struct FrameHeader
     int channels;
     int version; // 0: 1, 1: 2, 2: 2.5
     int layer;   // 0: I, 1: II, 2: III
+    std::int64_t padding;
 
     bool isLike(const FrameHeader& other) const
     {
@@ -69,7 +70,8 @@ std::optional<FrameHeader> headerOf(std::span<const std::byte> bytes)
     const std::int64_t slotBytes = layer == 0 ? 4 : 1;
     const auto slots = static_cast<std::int64_t>(header.samples) * bitRates[table][rate] * 125 /
                        slotBytes / header.sampleRate;
-    header.bytes = rate == 0 ? 0 : (slots + static_cast<std::int64_t>(field(9, 1))) * slotBytes;
+    header.padding = static_cast<std::int64_t>(field(9, 1)) * slotBytes;
+    header.bytes = rate == 0 ? 0 : slots * slotBytes + header.padding;
     return header;
 }
 
@@ -191,13 +193,16 @@ private:
     {
         constexpr std::int64_t most = 8192;
         if (isRunning && freeBytes > 0)
-            return freeBytes;
+            return freeBytes + header.padding;
         const auto bytes = file.at(offset, most);
         for (std::size_t i = headerBytes; i + headerBytes <= bytes.size(); ++i)
             if (bytes[i] == std::byte{0xff})
                 if (const auto next = headerOf(bytes.subspan(i));
                     next && next->bytes == 0 && next->isLike(header))
-                    return freeBytes = static_cast<std::int64_t>(i);
+                {
+                    freeBytes = static_cast<std::int64_t>(i) - header.padding;
+                    return freeBytes + header.padding;
+                }
         return 0;
     }
 

@@ -140,8 +140,13 @@ Source openMedia(const Path&, int, const FileError& failure)
 
 } // namespace
 
-std::unique_ptr<SampleSource> openSampleSource(const Path& path, int descriptor)
+std::unique_ptr<SampleSource> openSampleSource(const Path& path, int descriptor,
+                                               [[maybe_unused]] std::optional<int> stream)
 {
+#ifdef KALIM_HAS_FFMPEG
+    if (stream)
+        return std::make_unique<media::MediaSource>(path, descriptor, stream);
+#endif
     const FileRange whole{descriptor, 0, fileSizeOf(descriptor)};
     if (auto source = openSpecially(path, whole))
         return source;

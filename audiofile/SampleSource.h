@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -70,6 +71,9 @@ public:
     /// Goes back to the first frame in any state. Throws FileError when the file has changed.
     virtual void restart() = 0;
 
+    /// When the first sample sounds, in seconds on the clock of a film; after its decoding.
+    virtual double getStartTime() const { return 0.0; }
+
     /// What was found out so far.
     virtual std::vector<FileNote> getNotes() const { return {}; }
 
@@ -77,8 +81,9 @@ public:
     virtual SNDFILE* getHandle() { return nullptr; }
 };
 
-/// The source of an open file's samples. The name serves for messages. Throws FileError when no
-/// decoder takes the file.
-std::unique_ptr<SampleSource> openSampleSource(const std::filesystem::path& path, int descriptor);
+/// The source of an open file's samples; of a film, that of one stream, if one is named. The name
+/// serves for messages. Throws FileError when no decoder takes the file.
+std::unique_ptr<SampleSource> openSampleSource(const std::filesystem::path& path, int descriptor,
+                                               std::optional<int> stream = {});
 
 } // namespace kalim

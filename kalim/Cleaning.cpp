@@ -5,6 +5,11 @@
 #include "audiofile/FileDamage.h"
 #include "audiofile/FileMetadata.h"
 #include "audiofile/OutputFile.h"
+
+#ifdef KALIM_HAS_FFMPEG
+#include "audiofile/media/FilmWriter.h"
+#endif
+
 #include "base/FileError.h"
 #include "base/Text.h"
 #include "kalim/EngineStream.h"
@@ -99,7 +104,8 @@ void requireEarlierResult(const Options& options)
 /// Opens the input, and refuses one of which sound would be lost unless that is to be.
 AudioFileReader openWhole(const Options& options)
 {
-    AudioFileReader reader(options.input, options.salvages ? Damaged::salvage : Damaged::refuse);
+    AudioFileReader reader(options.input, options.salvages ? Damaged::salvage : Damaged::refuse,
+                           options.stream);
     if (!options.salvages)
         for (const FileNote& damage : damagesOf(reader))
             if (damage.isLoss)
@@ -111,14 +117,17 @@ AudioFileReader openWhole(const Options& options)
 struct OutputFiles
 {
     /// All files are complete before the first of them appears.
-    void commit()
+    void commit() { commitBeside(audio); }
+
+    /// The same with another file in the place of the sound.
+    void commitBeside(OutputFile& film)
     {
-        audio.finish();
+        film.finish();
         if (trace)
             trace->finish();
         if (picture)
             picture->finish();
-        audio.commit();
+        film.commit();
         if (trace)
             trace->commit();
         if (picture)
@@ -244,9 +253,12 @@ public:
         report.timesRealTime = report.getSeconds() / std::max(taken.count(), 1e-9);
         if (files.picture)
             drawSpectrumPlot(*files.picture, describePicture(options, report, measurements));
-        files.commit();
         return report;
     }
+
+    OutputFiles& getFiles() { return files; }
+
+    const AudioFileReader& getReader() const { return reader; }
 
 private:
     Existing existing() const { return options.overwrites ? Existing::replace : Existing::keep; }
@@ -437,6 +449,66 @@ private:
     double startShare = 0.0; // of the work, before the stream begins
 };
 
+#ifdef KALIM_HAS_FFMPEG
+/// One stream of sound of a film on its way into the new one.
+struct Track
+{
+    explicit Track(Options given)
+        : options(std::move(given))
+        , cleaner(options)
+    {
+    }
+
+    Options options;
+    Cleaner cleaner;
+};
+
+/// The options for one stream, whose sound goes into a hidden file that never gets its name.
+Options optionsForTrack(const Options& options, int stream, bool isFirst)
+{
+    Options own = options;
+    own.stream = stream;
+    own.output += fmt::format(".{}.caf", stream);
+    own.format = {ContainerName::caf, SampleFormat::float32};
+    own.overwrites = true;
+    if (!isFirst)
+    {
+        own.trace.reset();
+        own.plot.reset();
+    }
+    return own;
+}
+
+/// The report is that of the first stream, with the warnings of all.
+Report cleanFilm(const Options& options)
+{
+    OutputFile film(options.output, options.overwrites ? Existing::replace : Existing::keep);
+    std::vector<std::unique_ptr<Track>> tracks;
+    std::vector<media::NewSound> sounds;
+    Report report;
+    for (const int stream : media::soundStreamsOf(options.input))
+    {
+        auto& track = *tracks.emplace_back(
+            std::make_unique<Track>(optionsForTrack(options, stream, tracks.empty())));
+        const Report own = track.cleaner.run();
+        const AudioFileReader& reader = track.cleaner.getReader();
+        sounds.push_back({stream, track.cleaner.getFiles().audio.getTemporaryPath(),
+                          reader.getStartTime(), reader.getFormat()});
+        if (tracks.size() == 1)
+            report = own;
+        else
+            report.warnings.insert(report.warnings.end(), own.warnings.begin(), own.warnings.end());
+        report.isSalvaged = report.isSalvaged || own.isSalvaged;
+    }
+    const media::WrittenFilm written = media::writeFilm(options.input, film, sounds);
+    report.output = printable(options.output);
+    report.outputFormat = written.format;
+    report.warnings.insert(report.warnings.end(), written.losses.begin(), written.losses.end());
+    tracks.front()->cleaner.getFiles().commitBeside(film);
+    return report;
+}
+#endif
+
 } // namespace
 
 Report clean(const Options& options)
@@ -445,7 +517,14 @@ Report clean(const Options& options)
     requireEarlierResult(options);
     try
     {
-        return Cleaner(options).run();
+#ifdef KALIM_HAS_FFMPEG
+        if (media::isFilmName(options.output))
+            return cleanFilm(options);
+#endif
+        Cleaner cleaner(options);
+        Report report = cleaner.run();
+        cleaner.getFiles().commit();
+        return report;
     }
     catch (const DamagedFileError& error)
     {

@@ -1,5 +1,9 @@
 #include "kalim/Options.h"
 
+#ifdef KALIM_HAS_FFMPEG
+#include "audiofile/media/FilmWriter.h"
+#endif
+
 #include "base/FileError.h"
 #include "base/Text.h"
 #include "dsp/hum/HumParameters.h"
@@ -127,6 +131,15 @@ CLI::Validator onOrOff(orvo::audio::HumParameterId id)
         return std::string();
     };
     return {read, ""};
+}
+
+bool isFilm([[maybe_unused]] const std::filesystem::path& output)
+{
+#ifdef KALIM_HAS_FFMPEG
+    return media::isFilmName(output);
+#else
+    return false;
+#endif
 }
 
 /// The options of the command line: those of the engine's parameters, all made from their table,
@@ -435,7 +448,10 @@ private:
     /// What the names alone tell to be wrong is told before any work is done.
     void requireKnownKinds() const
     {
-        requireMatchingName(options.output, options.format);
+        if (!isFilm(options.output))
+            requireMatchingName(options.output, options.format);
+        else if (options.format.container || options.format.samples)
+            throw UsageError("--format: the coding of sound in a film follows from its name");
         if (options.plot)
             pictureKindOf(*options.plot);
     }

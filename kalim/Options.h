@@ -52,6 +52,9 @@ struct Options
 {
     std::filesystem::path input;
     std::filesystem::path output;
+
+    /// The stream of sound to clean where the input is a film.
+    std::optional<int> stream;
     Method method = Method::precise;
 
     /// Of the hum engine; precise removal takes ResidualMode from them.

@@ -213,7 +213,7 @@ bool MediaSource::isBare() const
 
 double MediaSource::getStartTime() const
 {
-    return static_cast<double>(firstTime.value_or(0)) / std::max(shape.sampleRate, 1);
+    return startTime;
 }
 
 void MediaSource::noteDamage(const std::string& text)
@@ -246,7 +246,10 @@ void MediaSource::placeInTime(const AVFrame& taken)
     const auto time = av_rescale_q(taken.best_effort_timestamp, codec->pkt_timebase,
                                    AVRational{1, shape.sampleRate});
     if (!firstTime)
+    {
         firstTime = time - position;
+        startTime = static_cast<double>(*firstTime) / shape.sampleRate;
+    }
     const auto gap = static_cast<double>(time - *firstTime - position);
     if (gap < smallestGap * shape.sampleRate || gap > longestGap * shape.sampleRate)
         return;

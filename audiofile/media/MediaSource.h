@@ -37,9 +37,7 @@ public:
     void restart() override;
     std::vector<FileNote> getNotes() const override;
 
-    /// When the first sample sounds, in seconds from the start of the file's clock; known once one
-    /// was decoded.
-    double getStartTime() const;
+    double getStartTime() const override;
 
 private:
     void openDecoder();
@@ -66,6 +64,7 @@ private:
     std::size_t readyStart = 0;
     std::int64_t position = 0; // of the end of what is ready, in frames
     std::optional<std::int64_t> firstTime;
+    double startTime = 0.0;
     std::int64_t silence = 0; // in front of what is ready, in frames
     std::int64_t silentFrames = 0;
     std::int64_t mostSilentFrames = 0;
