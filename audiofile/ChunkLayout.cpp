@@ -101,7 +101,7 @@ std::optional<ChunkLayout> chunkLayoutOf(int descriptor)
     const auto kind = text.substr(8, 4);
     if (kind == "WAVE" && (text.starts_with("RIFF") || text.starts_with("RIFX")))
         return riffLayout(text[3] == 'X');
-    if (text.starts_with("RF64"))
+    if (text.starts_with("RF64") || text.starts_with("BW64"))
         return largeRiffLayout();
     if (text.starts_with("FORM") && kind.starts_with("AIF"))
         return layoutOf(ChunkFamily::aiff, true);

@@ -6,6 +6,7 @@
 #include <array>
 #include <limits>
 #include <string_view>
+#include <utility>
 
 namespace kalim
 {
@@ -38,6 +39,15 @@ bool isAudio(std::string_view id)
 bool isPrintable(char character)
 {
     return character >= 0x20 && character < 0x7f;
+}
+
+/// Samples that a header leaves out look like chunks when they are zeros, one in every few bytes.
+bool isIdentifier(const std::string& id)
+{
+    constexpr std::size_t usualSize = 4;
+    if (id.size() == usualSize)
+        return std::ranges::all_of(id, isPrintable);
+    return std::ranges::any_of(id, [](char character) { return character != 0; });
 }
 
 std::vector<std::byte> serialisedWith(const ChunkLayout& layout,
@@ -104,15 +114,25 @@ std::optional<ChunkPlace> ChunkedFile::placeAt(std::int64_t offset,
     return place;
 }
 
+/// The chunk behind an end; some programs leave out the padding.
+std::optional<ChunkPlace> ChunkedFile::placeBehind(std::int64_t end, std::int64_t largeSize) const
+{
+    for (const auto offset : {layout.aligned(end), end})
+        if (auto place = placeAt(offset, largeSize); place && isIdentifier(place->id))
+            return place;
+    return {};
+}
+
 std::vector<ChunkPlace> ChunkedFile::findChunks() const
 {
     std::vector<ChunkPlace> result;
     const auto stated = readLargeDataSize();
-    auto offset = layout.firstChunk;
-    while (const auto place = placeAt(offset, stated))
+    auto place = placeBehind(layout.firstChunk, stated);
+    while (place)
     {
-        result.push_back(*place);
-        offset = layout.aligned(place->dataStart + place->dataSize);
+        const auto end = place->dataStart + place->dataSize;
+        result.push_back(std::move(*place));
+        place = placeBehind(end, stated);
     }
     return result;
 }
@@ -131,11 +151,26 @@ std::int64_t ChunkedFile::findUnclaimedAudioBytes() const
     const auto found = std::ranges::find_if(all, isAudio, &ChunkPlace::id);
     if (found == all.end() || !found->statedSize || *found->statedSize > getAudioFieldBytes())
         return 0;
-    const auto next = std::next(found);
-    if (next != all.end() && std::ranges::all_of(next->id, isPrintable))
+    if (std::next(found) != all.end())
         return 0;
     const auto start = found->dataStart + getAudioFieldBytes();
     return std::max<std::int64_t>(fileSizeOf(descriptor) - start, 0);
+}
+
+ChunkedFile::Rest ChunkedFile::findRest() const
+{
+    const auto all = findChunks();
+    if (all.empty())
+        return {};
+    const auto end = layout.aligned(all.back().dataStart + all.back().dataSize);
+    constexpr std::int64_t mostLookedAt = 1 << 20;
+    const auto bytes = readBytesAt(descriptor, end, mostLookedAt);
+    const bool isEmpty =
+        std::ranges::all_of(bytes, [](std::byte byte) { return byte == std::byte{0}; });
+    const auto text = asText(bytes);
+    const bool isTag =
+        text.starts_with("TAG") || text.starts_with("ID3") || text.starts_with("APETAGEX");
+    return {std::max<std::int64_t>(fileSizeOf(descriptor) - end, 0), isEmpty, isTag};
 }
 
 std::int64_t ChunkedFile::getAudioFieldBytes() const

@@ -51,6 +51,21 @@ public:
     /// leaves it that was cut off; 0 when all is well.
     std::int64_t findUnclaimedAudioBytes() const;
 
+    /// What stands behind the last chunk of a file and is none.
+    struct Rest
+    {
+        std::int64_t bytes = 0;
+
+        /// Whether they are nothing but zeros.
+        bool isEmpty = true;
+
+        /// Whether they begin like a tag, as some programs append it.
+        bool isTag = false;
+    };
+
+    /// Looks at no more than the first megabyte of it.
+    Rest findRest() const;
+
     /// The chunks that describe the recording: neither samples and their format, which the writer
     /// of samples makes, nor fillers, nor caches and checksums of the samples, which are wrong once
     /// these change.
@@ -65,6 +80,7 @@ public:
 private:
     ChunkedFile(int descriptor, const ChunkLayout& layout);
 
+    std::optional<ChunkPlace> placeBehind(std::int64_t end, std::int64_t largeDataSize) const;
     std::optional<ChunkPlace> placeAt(std::int64_t offset, std::int64_t largeDataSize) const;
     std::int64_t readLargeDataSize() const;
 

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -268,11 +269,15 @@ void FileMetadata::listChunkLosses(const FileMetadata& written,
                                    std::vector<std::string>& items) const
 {
     const bool isShared = sharesChunksWith(written.layout);
+    // A set, for there may be tens of thousands of chunks. That of the broadcast extension changed.
+    const auto keyOf = [](const RawChunk& chunk)
+    { return std::pair(chunk.id, chunk.id == broadcastExtension ? "" : asText(chunk.data)); };
+    std::set<std::pair<std::string, std::string_view>> copies;
+    for (const auto& chunk : written.chunks)
+        copies.insert(keyOf(chunk));
     for (const auto& chunk : chunks)
     {
-        const auto isCopy = [&](const RawChunk& other)
-        { return other == chunk || (chunk.id == broadcastExtension && other.id == chunk.id); };
-        if (isShared && std::ranges::any_of(written.chunks, isCopy))
+        if (isShared && copies.contains(keyOf(chunk)))
             continue;
         if (!isTranslated(chunk))
             items.push_back(describe(chunk));

@@ -277,6 +277,25 @@ ContainerName containerOfExtension(const std::filesystem::path& path)
                                 printable(path.extension()), listed(extensions, &Extension::text)));
 }
 
+void requireMatchingName(const std::filesystem::path& path, const FormatRequest& request)
+{
+    if (!request.container)
+    {
+        containerOfExtension(path);
+        return;
+    }
+    const auto text = lowered(path.extension().native());
+    const auto* found = std::ranges::find(extensions, text, &Extension::text);
+    if (found == extensions.end() || found->container == *request.container)
+        return;
+    const bool isKin = (found->container == wav && *request.container == rf64) ||
+                       (found->container == ogg && *request.container == opus);
+    if (!isKin)
+        throw FileError(path, fmt::format("its name says {}, but {} is asked for",
+                                          containerOf(found->container).display,
+                                          containerOf(*request.container).display));
+}
+
 OutputFormat chooseOutputFormat(const AudioFileFormat& input, const AudioShape& shape,
                                 const std::filesystem::path& output, const FormatRequest& request)
 {

@@ -50,6 +50,8 @@ public:
 
     AudioFileFormat getFormat() const { return target.format; }
 
+    const std::filesystem::path& getTemporaryPath() const { return file.getTemporaryPath(); }
+
     std::int64_t getNumFrames() const { return writer.getNumFrames(); }
 
     std::int64_t getNumClippedSamples() const { return writer.getNumClippedSamples(); }

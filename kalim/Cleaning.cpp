@@ -4,7 +4,11 @@
 #include "audiofile/FileDamage.h"
 #include "audiofile/OutputFile.h"
 #include "audiofile/RecordingCopy.h"
+#ifdef KALIM_HAS_FFMPEG
+#include "audiofile/media/FilmWriter.h"
+#endif
 #include "base/FileError.h"
+#include "base/Text.h"
 #include "kalim/EngineStream.h"
 #include "kalim/Measurements.h"
 #include "kalim/Precise.h"
@@ -24,6 +28,7 @@
 #include <set>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kalim::program
@@ -35,6 +40,8 @@ using orvo::audio::Kalimmer;
 
 /// About how many samples of all channels are read at once.
 constexpr int readSize = 1 << 16;
+
+constexpr const char* salvageHint = "; --salvage cleans what can be read";
 
 /// What readings before the last take of the time: precise removal's survey, and a whole detection.
 constexpr double surveyShare = 0.15;
@@ -58,18 +65,64 @@ void requireDistinct(const Options& options)
     }
 }
 
+double secondsOf(const AudioFileReader& reader)
+{
+    return static_cast<double>(reader.getNumFrames()) / reader.getSampleRate();
+}
+
+/// A pattern such as *.wav that meets two recordings names the second as the output.
+void requireEarlierResult(const Options& options)
+{
+    const bool isNear =
+        resolvedTarget(options.input).parent_path() == resolvedTarget(options.output).parent_path();
+    const bool isAlike =
+        lowered(options.input.extension().native()) == lowered(options.output.extension().native());
+    if (!options.overwrites || options.overwritesAnything || !isNear || !isAlike ||
+        !std::filesystem::is_regular_file(options.output))
+        return;
+    double before = 0.0;
+    double after = 0.0;
+    try
+    {
+        after = secondsOf(AudioFileReader(options.output));
+        before = secondsOf(AudioFileReader(options.input));
+    }
+    catch (const FileError&)
+    {
+        return; // What is no recording may be replaced, and the input is read again.
+    }
+    constexpr double tolerance = 0.1; // of codecs that add a block
+    if (std::abs(before - after) > tolerance)
+        throw UsageError(fmt::format("{}: holds another recording, {:.1f} s long and not {:.1f} s; "
+                                     "--force --force replaces it",
+                                     printable(options.output), after, before));
+}
+
+/// Opens the input, and refuses one of which sound would be lost unless that is to be.
+AudioFileReader openWhole(const Options& options)
+{
+    AudioFileReader reader(options.input, options.salvages ? Damaged::salvage : Damaged::refuse,
+                           options.stream);
+    if (!options.salvages)
+        for (const FileNote& damage : damagesOf(reader))
+            if (damage.isLoss)
+                throw FileError(options.input, damage.text + salvageHint);
+    return reader;
+}
+
 /// The files that a run writes beside the recording.
 struct OutputFiles
 {
-    /// All files are complete before the first of them appears.
-    void commit(RecordingCopy& audio)
+    /// All files are complete before the first of them appears; the sound is a copy or a film.
+    template <typename Sound>
+    void commit(Sound& sound)
     {
-        audio.finish();
+        sound.finish();
         if (trace)
             trace->finish();
         if (picture)
             picture->finish();
-        audio.commit();
+        sound.commit();
         if (trace)
             trace->commit();
         if (picture)
@@ -130,6 +183,20 @@ SpectrumPlotData describePicture(const Options& options, const Report& report,
     return data;
 }
 
+/// Descriptions may be of any number and length, but a person reads a few lines.
+std::vector<std::string> limited(std::vector<std::string> warnings)
+{
+    constexpr std::size_t mostLines = 50;
+    constexpr std::size_t mostBytes = 500;
+    const std::size_t count = warnings.size();
+    warnings.resize(std::min(count, mostLines));
+    for (std::string& warning : warnings)
+        warning = shortened(warning, mostBytes);
+    if (count > mostLines)
+        warnings.push_back(fmt::format("and {} more of the kind", count - mostLines));
+    return warnings;
+}
+
 /// Numbers of the harmonics that precise removal found in any channel.
 std::vector<int> numbersOf(const orvo::audio::precise::HumSummary& hum)
 {
@@ -155,7 +222,7 @@ public:
         : options(given)
         , tell(told)
         , settings(given.settings)
-        , reader(given.input)
+        , reader(openWhole(given))
         , copy(reader, given.output,
                {given.format, given.quality, existing(), settings.isOn(Kalimmer::ResidualMode),
                 fmt::format("Kalim {}", version)})
@@ -187,10 +254,14 @@ public:
         report.timesRealTime = report.getSeconds() / std::max(taken.count(), 1e-9);
         if (files.picture)
             drawSpectrumPlot(*files.picture, describePicture(options, report, measurements));
-        showProgress(1.0);
-        files.commit(copy);
         return report;
     }
+
+    OutputFiles& getFiles() { return files; }
+
+    const AudioFileReader& getReader() const { return reader; }
+
+    RecordingCopy& getCopy() { return copy; }
 
 private:
     Existing existing() const { return options.overwrites ? Existing::replace : Existing::keep; }
@@ -319,7 +390,9 @@ private:
         report.harmonics = findHarmonics();
         report.nonFiniteSamples = stream->getNumNonFinite();
         report.clippedSamples = copy.getNumClippedSamples();
-        report.warnings = findWarnings();
+        const std::vector<FileNote> damages = damagesOf(reader);
+        report.isSalvaged = std::ranges::any_of(damages, &FileNote::isLoss);
+        report.warnings = findWarnings(damages);
         return report;
     }
 
@@ -336,11 +409,11 @@ private:
         return harmonics;
     }
 
-    std::vector<std::string> findWarnings() const
+    std::vector<std::string> findWarnings(const std::vector<FileNote>& damages) const
     {
         std::vector<std::string> warnings;
-        for (const std::string& damage : damagesOf(reader))
-            warnings.push_back(fmt::format("{}: {}", printable(options.input), damage));
+        for (const FileNote& damage : damages)
+            warnings.push_back(fmt::format("{}: {}", printable(options.input), damage.text));
         if (numLimited > 0)
             warnings.push_back(fmt::format(
                 "{}: {} too large to be sound and limited", printable(options.input),
@@ -353,7 +426,7 @@ private:
             warnings.push_back("no hum was found to take settings from; nothing was removed");
         const std::vector<std::string> losses = copy.findWarnings();
         warnings.insert(warnings.end(), losses.begin(), losses.end());
-        return warnings;
+        return limited(std::move(warnings));
     }
 
     const Options& options;
@@ -370,12 +443,96 @@ private:
     double startShare = 0.0; // of the work, before the stream begins
 };
 
+/// The last moment to end the work by throwing.
+void tellEnd(const Progress& progress)
+{
+    if (progress)
+        progress(1.0);
+}
+
+#ifdef KALIM_HAS_FFMPEG
+/// One stream of sound of a film on its way into the new one.
+struct Track
+{
+    Track(Options given, const Progress& progress)
+        : options(std::move(given))
+        , cleaner(options, progress)
+    {
+    }
+
+    Options options;
+    Cleaner cleaner;
+};
+
+/// The options for one stream, whose sound goes into a hidden file that never gets its name.
+Options optionsForTrack(const Options& options, int stream, bool isFirst)
+{
+    Options own = options;
+    own.stream = stream;
+    own.output += fmt::format(".{}.caf", stream);
+    own.format = {ContainerName::caf, SampleFormat::float32};
+    own.overwrites = true;
+    if (!isFirst)
+    {
+        own.trace.reset();
+        own.plot.reset();
+    }
+    return own;
+}
+
+/// The report is that of the first stream, with the warnings of all.
+Report cleanFilm(const Options& options, const Progress& progress)
+{
+    OutputFile film(options.output, options.overwrites ? Existing::replace : Existing::keep);
+    std::vector<std::unique_ptr<Track>> tracks;
+    std::vector<media::NewSound> sounds;
+    Report report;
+    for (const int stream : media::soundStreamsOf(options.input))
+    {
+        auto& track = *tracks.emplace_back(
+            std::make_unique<Track>(optionsForTrack(options, stream, tracks.empty()), progress));
+        const Report own = track.cleaner.run();
+        const AudioFileReader& reader = track.cleaner.getReader();
+        sounds.push_back({stream, track.cleaner.getCopy().getTemporaryPath(), reader.getStartTime(),
+                          reader.getFormat()});
+        if (tracks.size() == 1)
+            report = own;
+        else
+            report.warnings.insert(report.warnings.end(), own.warnings.begin(), own.warnings.end());
+        report.isSalvaged = report.isSalvaged || own.isSalvaged;
+    }
+    const media::WrittenFilm written = media::writeFilm(options.input, film, sounds);
+    report.output = printable(options.output);
+    report.outputFormat = written.format;
+    report.warnings.insert(report.warnings.end(), written.losses.begin(), written.losses.end());
+    tellEnd(progress);
+    tracks.front()->cleaner.getFiles().commit(film);
+    return report;
+}
+#endif
+
 } // namespace
 
 Report clean(const Options& options, const Progress& progress)
 {
     requireDistinct(options);
-    return Cleaner(options, progress).run();
+    requireEarlierResult(options);
+    try
+    {
+#ifdef KALIM_HAS_FFMPEG
+        if (media::isFilmName(options.output))
+            return cleanFilm(options, progress);
+#endif
+        Cleaner cleaner(options, progress);
+        Report report = cleaner.run();
+        tellEnd(progress);
+        cleaner.getFiles().commit(cleaner.getCopy());
+        return report;
+    }
+    catch (const DamagedFileError& error)
+    {
+        throw FileError({}, error.what() + std::string(salvageHint));
+    }
 }
 
 } // namespace kalim::program

@@ -1,6 +1,11 @@
 #include "kalim/Options.h"
 
+#ifdef KALIM_HAS_FFMPEG
+#include "audiofile/media/FilmWriter.h"
+#endif
+
 #include "base/FileError.h"
+#include "base/Text.h"
 #include "dsp/hum/HumParameters.h"
 #include "dsp/signal/DspCore.h"
 #include "kalim/PreciseOptions.h"
@@ -14,10 +19,14 @@
 #include <CLI/Formatter.hpp>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <iostream>
+#include <numeric>
+#include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace kalim::program
@@ -60,6 +69,7 @@ CLI::Validator within(double min, double max, std::string_view unit, HumParamete
     const std::string range = fmt::format("{} to {}{}{}", min, max, unit.empty() ? "" : " ", unit);
     const auto check = [=](std::string& text)
     {
+        text = withoutUnit(text, unit);
         double value = 0.0;
         const bool isNumber = CLI::detail::lexical_cast(text, value);
         if (!isNumber || !(value >= min && value <= max))
@@ -69,6 +79,29 @@ CLI::Validator within(double min, double max, std::string_view unit, HumParamete
         return std::string();
     };
     return {check, range};
+}
+
+bool isLetter(char character)
+{
+    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
+}
+
+/// Letters to insert, leave out or replace to make one word of the other (V. I. Levenshtein, 1966).
+std::size_t numChanges(std::string_view from, std::string_view to)
+{
+    std::vector<std::size_t> row(to.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 0; i < from.size(); ++i)
+    {
+        auto diagonal = std::exchange(row[0], i + 1);
+        for (std::size_t j = 0; j < to.size(); ++j)
+        {
+            const auto replaced = diagonal + (from[i] == to[j] ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
+        }
+    }
+    return row.back();
 }
 
 /// Parameters whose value can be taken from the recording.
@@ -100,6 +133,15 @@ CLI::Validator onOrOff(orvo::audio::HumParameterId id)
     return {read, ""};
 }
 
+bool isFilm([[maybe_unused]] const std::filesystem::path& output)
+{
+#ifdef KALIM_HAS_FFMPEG
+    return media::isFilmName(output);
+#else
+    return false;
+#endif
+}
+
 /// The options of the command line: those of the engine's parameters, all made from their table,
 /// and the program's own.
 class CommandLine
@@ -128,6 +170,7 @@ public:
     {
         try
         {
+            requireKnownOptions(std::span(argv + 1, argv + argc));
             app.parse(argc, argv);
         }
         catch (const CLI::Success& success) // help or version was asked for
@@ -143,6 +186,33 @@ public:
     }
 
 private:
+    /// The parser would take what follows a misspelt option for a file, and blame the last file.
+    void requireKnownOptions(std::span<const char* const> words) const
+    {
+        for (const std::string_view word : words)
+        {
+            if (word == "--")
+                return;
+            const bool isLong = word.starts_with("--");
+            const bool isShort = !isLong && word.size() > 1 && word[0] == '-' && isLetter(word[1]);
+            const std::string name(isShort ? word.substr(0, 2) : word.substr(0, word.find('=')));
+            if ((isLong || isShort) && app.get_option_no_throw(name) == nullptr)
+                throw UsageError(
+                    fmt::format("{}: unknown option{}", printable(name), likeness(name)));
+        }
+    }
+
+    /// A guess at what was meant, if one option is near enough.
+    std::string likeness(const std::string& name) const
+    {
+        constexpr std::size_t mostChanges = 2;
+        for (const CLI::Option* option : app.get_options())
+            for (const std::string& known : option->get_lnames())
+                if (numChanges(name, "--" + known) <= mostChanges)
+                    return fmt::format("; is --{} meant?", known);
+        return "; kalim --help lists them";
+    }
+
     static std::string firstLine(const std::string& text)
     {
         return text.substr(0, text.find('\n'));
@@ -182,7 +252,7 @@ private:
                [this, id = parameter.id](const std::string& text) { setValue(id, text); },
                fmt::format("{} ({}default {:g})", parameter.help,
                            takesAuto ? "auto: from the recording; " : "", parameter.defaultValue))
-            ->check(CLI::Validator(
+            ->transform(CLI::Validator(
                 [=](std::string& text)
                 { return takesAuto && text == automatic ? std::string() : limits(text); },
                 limits.get_description()))
@@ -264,7 +334,20 @@ private:
             ->check(within(0, 10, "", HumParameter::Kind::real))
             ->type_name("0-10")
             ->group("Files");
-        app.add_flag("--force", options.overwrites, "Replace files that exist")->group("Files");
+        app.add_flag_function(
+               "--force",
+               [this](std::int64_t count)
+               {
+                   options.overwrites = count > 0;
+                   options.overwritesAnything = count > 1;
+               },
+               "Replace files that exist; given twice, even OUTPUT in INPUT's folder that is a "
+               "recording of another length")
+            ->group("Files");
+        app.add_flag("--salvage", options.salvages,
+                     "Clean what can be read of a damaged file; exit code 1 tells that not all is "
+                     "there")
+            ->group("Files");
     }
 
     void addReporting()
@@ -401,8 +484,13 @@ private:
     /// What the names alone tell to be wrong is told before any work is done.
     void requireKnownKinds() const
     {
-        if (!options.format.container && !batch.isGiven())
-            containerOfExtension(options.output);
+        if (batch.isGiven())
+            return;
+        if (!isFilm(options.output))
+            requireMatchingName(options.output, options.format);
+        else if (options.format.container || options.format.samples || options.quality)
+            throw UsageError("--format, --quality: the coding of sound in a film follows from its "
+                             "name");
         if (options.plot)
             pictureKindOf(*options.plot);
     }

@@ -53,6 +53,9 @@ struct Options
 {
     std::filesystem::path input;
     std::filesystem::path output;
+
+    /// The stream of sound to clean where the input is a film.
+    std::optional<int> stream;
     Method method = Method::precise;
 
     /// Of the hum engine; precise removal takes ResidualMode from them.
@@ -80,6 +83,12 @@ struct Options
     std::optional<std::filesystem::path> trace;
     std::optional<std::filesystem::path> plot;
     bool overwrites = false;
+
+    /// Whether even another recording may be replaced.
+    bool overwritesAnything = false;
+
+    /// Whether what can be read of a damaged file is cleaned.
+    bool salvages = false;
     bool isQuiet = false;
     bool reportsJson = false;
 

@@ -1,5 +1,6 @@
 #include "audiofile/OutputFile.h"
 #include "base/FileError.h"
+#include "base/Text.h"
 #include "kalim/Cleaning.h"
 #include "kalim/Detection.h"
 #include "kalim/Options.h"
@@ -27,7 +28,8 @@ constexpr int wrongUsage = 2;
 
 void say(const std::string& message)
 {
-    fmt::print(stderr, "kalim: {}\n", message);
+    constexpr std::size_t mostBytes = 5000; // a path may have 4096
+    fmt::print(stderr, "kalim: {}\n", kalim::shortened(message, mostBytes));
 }
 
 void showPresets(bool asJson)
@@ -55,14 +57,15 @@ int cleanOrList(int argc, char** argv)
     if (options->batch)
         return runBatch(*options);
     const Report report = clean(*options);
-    if (!options->isQuiet)
+    // That something is missing is an error, not a remark.
+    if (!options->isQuiet || report.isSalvaged)
         for (const std::string& warning : report.warnings)
             say(fmt::format("warning: {}", warning));
     if (options->reportsJson)
         fmt::print("{}", report.toJson());
     else if (!options->isQuiet)
         fmt::print("{}", report.toText());
-    return 0;
+    return report.isSalvaged ? couldNotProcess : 0;
 }
 
 /// Gives the exit code; throws what went wrong.

@@ -32,6 +32,7 @@ std::vector<std::string> writeCleaned(const std::filesystem::path& input,
         method == CleaningMethod::precise ? program::Method::precise : program::Method::tracking;
     options.settings = settings;
     options.overwrites = true; // as the user was asked
+    options.overwritesAnything = true;
     options.isQuiet = true;
     return program::clean(options, [&](double share) { progress.update(share); }).warnings;
 }

@@ -30,6 +30,9 @@ constexpr const char* done = "done";
 constexpr const char* failed = "failed";
 constexpr const char* started = "started";
 
+/// Cleaned, but not all of the input could be read.
+constexpr const char* salvaged = "salvaged";
+
 /// What a process hands over about its file.
 std::string cleanOne(Options options, const BatchItem& item, BatchRow row)
 {
@@ -40,9 +43,10 @@ std::string cleanOne(Options options, const BatchItem& item, BatchRow row)
     try
     {
         std::filesystem::create_directories(item.output.parent_path());
-        addReport(row, clean(options));
+        const Report report = clean(options);
+        addReport(row, report);
         row["outputSize"] = std::filesystem::file_size(item.output);
-        row["status"] = done;
+        row["status"] = report.isSalvaged ? salvaged : done;
     }
     catch (const std::bad_alloc&)
     {
@@ -58,6 +62,14 @@ std::string cleanOne(Options options, const BatchItem& item, BatchRow row)
 /// How far the whole is: a line that is drawn anew on a terminal, or else a line per file.
 class BatchProgress
 {
+    static std::string reasonOf(const BatchRow& row)
+    {
+        if (row["status"] == salvaged)
+            return fmt::format("{}: {}", row["input"].get<std::string>(),
+                               fmt::join(row["warnings"].get<std::vector<std::string>>(), "; "));
+        return row["error"].get<std::string>();
+    }
+
 public:
     BatchProgress(const BatchPlan& plan, bool isQuiet)
         : isShown(!isQuiet)
@@ -83,7 +95,7 @@ public:
         if (isDone)
             seconds += row["seconds"].get<double>();
         if (!isDone)
-            say(fmt::format("kalim: {}", row["error"].get<std::string>()));
+            say(fmt::format("kalim: {}", reasonOf(row)));
         else if (isShown && !isOnTerminal)
             say(fmt::format("kalim: {} of {}: {}", getNumFinished(), numFiles,
                             row["output"].get<std::string>()));

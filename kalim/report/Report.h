@@ -55,6 +55,9 @@ struct Report
     std::int64_t clippedSamples = 0;
     std::vector<std::string> warnings;
 
+    /// Whether sound of the input is missing, of which a warning tells.
+    bool isSalvaged = false;
+
     double getSeconds() const;
 
     /// For people: a few lines and a table.

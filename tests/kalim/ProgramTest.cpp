@@ -53,7 +53,7 @@ protected:
     /// Runs the program from a file to the output, which must succeed.
     json clean(const std::string& input, Words options) const
     {
-        options.insert(options.end(), {input, output(), "--json", "--force"});
+        options.insert(options.end(), {input, output(), "--json", "--force", "--force"});
         return report(options);
     }
 
@@ -118,7 +118,8 @@ TEST_F(Program, findsHumByItselfTakesItOffAndLeavesTheRestAlone)
     EXPECT_THAT(reductionsIn(learned), AllOf(SizeIs(20), Each(Ge(30.0))));
     const Signal32 noise = makeNoise(-20.0, 48000.0, 3.0);
     const std::vector<float> plain(noise.getReadChannelPtr(0), noise.getReadChannelPtr(0) + 144000);
-    const RunResult run = runKalim({writeFloats("plain.wav", plain), output(), "--force"});
+    const RunResult run =
+        runKalim({writeFloats("plain.wav", plain), output(), "--force", "--force"});
     EXPECT_THAT(run.output, HasSubstr("no hum; the output equals the input sample for sample"));
     EXPECT_EQ(readAll(output()), plain);
     EXPECT_THAT(runKalim({path("plain.wav"), path("x.wav"), "--learn=1:2"}).errors,
@@ -238,7 +239,8 @@ TEST_F(Program, keepsLengthAndPlaceOfEverySampleAtEveryBlockSize)
             std::vector<float> samples(2 * length);
             std::ranges::generate(samples, [x = 0.0F]() mutable { return std::sin(x += 1.7F); });
             const std::string input = writeFloats("in.wav", samples, 2);
-            const RunResult run = runKalim({input, output(), "--force", "-n", "0", option});
+            const RunResult run =
+                runKalim({input, output(), "--force", "--force", "-n", "0", option});
             ASSERT_EQ(run.exitCode, 0) << run.errors;
             EXPECT_EQ(run.output.empty(), option == "-q");
             EXPECT_EQ(readAll(output()), samples) << length << option;
