@@ -1,5 +1,7 @@
 #include "standalone/HumBar.h"
 
+#include "standalone/ErrorText.h"
+
 #include <chrono>
 #include <exception>
 #include <utility>
@@ -169,7 +171,7 @@ void HumBar::finish()
     }
     catch (const std::exception& error)
     {
-        say(juce::String::fromUTF8(error.what()));
+        say(translateError(juce::String::fromUTF8(error.what())));
     }
 }
 

@@ -110,6 +110,37 @@ TEST(Translations, areCompleteInEveryLanguage)
     }
 }
 
+/// The window of the stand-alone shows what the files' library says.
+TEST(Translations, knowTheReasonsOfFileErrors)
+{
+    const juce::LocalisedStrings german(
+        project.getChildFile("resources/languages/Vellacore_de.loc"), false);
+    const juce::StringArray keys = german.getMappings().getAllKeys();
+    const std::regex error(R"re(FileError\(\s*[\w.()]+,\s*(?:fmt::format\(|std::string\()?\s*)re"
+                           R"re(((?:"(?:[^"\\]|\\.)*"\s*)+))re");
+    const std::regex gap(R"re(\{[^}]*\}|"\s*")re");
+    int numFound = 0;
+    for (const juce::File& file :
+         project.getChildFile("audiofile").findChildFiles(juce::File::findFiles, true, "*.cpp"))
+    {
+        const std::string source = file.loadFileAsString().toStdString();
+        for (std::sregex_iterator found(source.begin(), source.end(), error), end; found != end;
+             ++found)
+        {
+            const juce::String joined(
+                std::regex_replace((*found)[1].str(), std::regex(R"re("\s*")re"), ""));
+            const juce::String reason(
+                std::regex_replace(joined.trim().unquoted().toStdString(), gap, "#"));
+            EXPECT_TRUE(std::any_of(keys.begin(), keys.end(),
+                                    [&](const juce::String& key)
+                                    { return key.startsWith(reason.trimEnd()); }))
+                << file.getFileName() << ": " << reason;
+            ++numFound;
+        }
+    }
+    EXPECT_GT(numFound, 25);
+}
+
 TEST(TablesOfParameters, haveARowForEveryParameterInReadMeAndManuals)
 {
     const juce::StringArray readMe = linesOf("README.md");
