@@ -53,7 +53,7 @@ PreciseSettings learn(const Recording<Sample>& recording, const PreciseTask& tas
     }
     const auto learned = learnHum(view, task.settings);
     if (!learned)
-        throw std::runtime_error("learn: no hum was found in the part to learn it from");
+        throw std::invalid_argument("learn: no hum was found in the part to learn it from");
     return *learned;
 }
 

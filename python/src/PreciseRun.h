@@ -29,7 +29,7 @@ struct PreciseTask
 };
 
 /// Removes hum into `output`, which is as long as the recording, channel after channel; without
-/// output it only looks. Two threads of its own work at the same time. Throws std::runtime_error
+/// output it only looks. Two threads of its own work at the same time. Throws std::invalid_argument
 /// where there is no hum to learn from, and what the checkpoint throws.
 template <typename Sample>
 orvo::audio::precise::HumSummary runPrecise(const Recording<Sample>& recording,
