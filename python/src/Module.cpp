@@ -1,5 +1,6 @@
 #include "dsp/hum/HumParameters.h"
 #include "dsp/precise/HumDoubts.h"
+#include "dsp/signal/DspCore.h"
 #include "python/src/Arrays.h"
 #include "python/src/HumStream.h"
 
@@ -19,6 +20,19 @@ namespace
 namespace py = pybind11;
 namespace precise = orvo::audio::precise;
 using orvo::audio::HumParameter;
+
+/// While it lives others may use the interpreter, and tiny numbers count as zero, as in the
+/// program.
+class NativeCall
+{
+    py::gil_scoped_release release;
+    orvo::audio::ScopedFlushToZero flush;
+};
+
+/// What the library switches on when it is loaded, before its own static objects are made, must not
+/// stay: numpy's tiny numbers would count as zero in the whole interpreter.
+std::optional<orvo::audio::ScopedFlushToZero> whileLoading
+    __attribute__((init_priority(101))){std::in_place};
 
 /// Lets an interrupt from the keyboard end what takes long.
 void checkSignals()
@@ -73,7 +87,7 @@ template <typename Sample>
 Recording<Sample> viewNormal(const py::array_t<Sample>& array, std::optional<bool> normalises)
 {
     Recording<Sample> recording = viewRecording(array);
-    const py::gil_scoped_release release;
+    const NativeCall call;
     if (normalises.value_or(true))
         recording.normals = findNormals(recording, normalises.value_or(false));
     return recording;
@@ -86,7 +100,7 @@ py::array_t<Sample> removePrecise(const py::array_t<Sample>& array, double rate,
     const Recording<Sample> recording = viewNormal(array, arguments.normalises);
     auto output = makeOutput<Sample>(recording.channels, recording.length);
     Sample* const samples = output.mutable_data();
-    const py::gil_scoped_release release;
+    const NativeCall call;
     runPrecise(recording, arguments.makeTask(rate), samples, checkSignals);
     return output;
 }
@@ -98,7 +112,7 @@ py::array_t<Sample> removeTracking(const py::array_t<Sample>& array, const Engin
     const Recording<Sample> recording = viewNormal(array, normalises);
     auto output = makeOutput<Sample>(recording.channels, recording.length);
     Sample* const samples = output.mutable_data();
-    const py::gil_scoped_release release;
+    const NativeCall call;
     runEngine(recording, task, samples, checkSignals);
     return output;
 }
@@ -138,7 +152,7 @@ py::dict detect(const py::array_t<Sample>& array, double rate, const PreciseArgu
     const Recording<Sample> recording = viewNormal(array, arguments.normalises);
     std::optional<precise::HumSummary> hum;
     {
-        const py::gil_scoped_release release;
+        const NativeCall call;
         hum = runPrecise<Sample>(recording, arguments.makeTask(rate), nullptr, checkSignals);
     }
     return describe(*hum, recording.normals);
@@ -152,7 +166,7 @@ py::array_t<Sample> processStream(StreamRunner<Sample>& runner, const py::array_
         throw py::value_error("the block has another number of channels");
     auto output = makeOutput<Sample>(recording.channels, recording.length);
     Sample* const samples = output.mutable_data();
-    const py::gil_scoped_release release;
+    const NativeCall call;
     runner.process(recording, samples);
     return output;
 }
@@ -162,7 +176,7 @@ py::array_t<Sample> flushStream(StreamRunner<Sample>& runner)
 {
     auto output = makeOutput<Sample>(runner.getChannels(), runner.getLatency());
     Sample* const samples = output.mutable_data();
-    const py::gil_scoped_release release;
+    const NativeCall call;
     runner.flush(samples);
     return output;
 }
@@ -173,6 +187,7 @@ std::unique_ptr<StreamRunner<Sample>> makeEngineRunner(EngineTask task, int chan
     const bool residual = task.values[orvo::audio::ResidualMode] > 0.5F;
     if (std::is_same_v<Sample, double>)
         task.values[orvo::audio::ResidualMode] = 1.0F;
+    const NativeCall call;
     return std::make_unique<StreamRunner<Sample>>(makeEngineStream(task, channels), channels,
                                                   residual, scale);
 }
@@ -183,6 +198,7 @@ makeLiveRunner(double rate, int channels, precise::LiveRemover::Settings setting
 {
     const bool residual = settings.residual;
     settings.residual = residual || std::is_same_v<Sample, double>;
+    const NativeCall call;
     return std::make_unique<StreamRunner<Sample>>(makeLiveStream(rate, channels, settings),
                                                   channels, residual, scale);
 }
@@ -200,7 +216,7 @@ void addFor(py::module_& module, const std::string& suffix)
     py::class_<Runner>(module, ("Stream" + suffix).c_str())
         .def("process", &processStream<Sample>, array)
         .def("flush", &flushStream<Sample>)
-        .def("reset", &Runner::reset, py::call_guard<py::gil_scoped_release>())
+        .def("reset", &Runner::reset, py::call_guard<NativeCall>())
         .def_property_readonly("latency", &Runner::getLatency)
         .def_property_readonly("fundamental", &Runner::getFundamental);
     module.def(("make_engine_stream" + suffix).c_str(), &makeEngineRunner<Sample>);
@@ -212,6 +228,7 @@ void addFor(py::module_& module, const std::string& suffix)
 // Private to the package, whose Python side checks what it hands over.
 PYBIND11_MODULE(_core, module)
 {
+    whileLoading.reset();
     using py::arg;
     module.def("parameters", &describeParameters);
     module.attr("possible_fundamentals") =

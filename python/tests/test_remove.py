@@ -1,5 +1,7 @@
 import inspect
 import re
+import subprocess
+import sys
 import threading
 from pathlib import Path
 
@@ -103,6 +105,15 @@ def test_tells_that_a_rate_is_too_low():
     noise = np.random.default_rng(1).normal(size=3000)
     with pytest.warns(UserWarning, match="100 Hz is too low a rate for hum of 48.75 Hz"):
         np.testing.assert_array_equal(kalim.remove(noise, 100), noise)
+
+
+def test_tiny_numbers_remain_numbers(x):
+    """The library lets them count as zero, but only while it works."""
+    script = "import kalim, numpy as np; assert np.float64(5e-324) * np.float64(1.0) > 0.0"
+    subprocess.run([sys.executable, "-c", script], check=True)
+    for method in ("precise", "tracking", "notch"):
+        kalim.remove(x, 1000, method=method)
+        assert np.float64(5e-324) * np.float64(1.0) > 0.0
 
 
 def test_many_channels():
