@@ -3,7 +3,7 @@
 set -eu
 python=$1
 source=$2
-"$python" -c "import pip, setuptools, venv, wheel" || { echo "no pip or setuptools: skipped"; exit 0; }
+"$python" -m pip --version && "$python" -c "import setuptools, venv, wheel" || { echo "no pip or setuptools: skipped"; exit 0; }
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 "$python" -m venv --system-site-packages "$folder/venv"
