@@ -16,12 +16,8 @@ namespace kalim::program
 namespace
 {
 
-/// From railway mains to aircraft.
-constexpr double lowest = 15.0;
-constexpr double highest = 440.0;
-
-/// Mains and tape speeds stay within 2.5 %.
-constexpr double reach = 0.025;
+constexpr double lowest = orvo::audio::precise::possibleFundamentals.lowest;
+constexpr double highest = orvo::audio::precise::possibleFundamentals.highest;
 
 double parseNumber(const char* option, std::string_view given, std::string_view unit, double least,
                    double most)
@@ -84,7 +80,7 @@ orvo::audio::precise::PreciseSettings PreciseOptions::parse() const
     if (!mains.empty() && mains != "auto")
     {
         const double fundamental = parseNumber("--mains", mains, "Hz", lowest, highest);
-        settings.ranges = {{(1.0 - reach) * fundamental, (1.0 + reach) * fundamental}};
+        settings.ranges = {orvo::audio::precise::getRangeAround(fundamental)};
         settings.distrustsOthers = false;
     }
     if (!range.empty())

@@ -20,6 +20,7 @@ may_include dsp/processor dsp/signal
 may_include dsp/hum dsp/processor dsp/signal
 may_include dsp/precise dsp/signal
 may_include lv2 dsp
+may_include python dsp
 may_include base
 may_include audiofile base
 may_include presets base

@@ -150,7 +150,9 @@ Complex LineReader::getBin(double position) const
     {
         const float weight = weights[tap] + share * (weights[tap + taps] - weights[tap]);
         const int bin = below - taps / 2 + 1 + tap;
-        const std::complex<float> value = bin >= 0 ? bins[bin] : std::conj(bins[-bin]);
+        const std::complex<float> value = bin < 0          ? std::conj(bins[-bin])
+                                          : bin > size / 2 ? std::conj(bins[size - bin])
+                                                           : bins[bin];
         real += weight * value.real();
         imaginary += weight * value.imag();
     }

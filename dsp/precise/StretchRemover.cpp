@@ -348,7 +348,7 @@ std::optional<HumModel> StretchRemover::find(const ChannelView& view, const Chan
                                              double fundamental, StretchResult& result) const
 {
     const FrameGrid grid(fundamental, lowRate.sampleRate, lowRate.numSamples);
-    if (grid.getNumFrames() < 2)
+    if (grid.getNumFrames() < 2 || fundamental > highestShareOfRate * view.sampleRate)
         return {};
     const HumModel model = HumFitter(lowRate, grid, fundamental).fit();
     const double found = getMeanFrequency(model);
@@ -357,6 +357,8 @@ std::optional<HumModel> StretchRemover::find(const ChannelView& view, const Chan
     LineReader reader(grid, fundamental, view.sampleRate);
     const int most = std::min(settings.mostHarmonics,
                               static_cast<int>(highestShareOfRate * view.sampleRate / found));
+    if (most < 1)
+        return {};
     HumModel extended = extend(model, view, reader, std::min(most, firstHarmonics));
     const bool isKnownToReach =
         settings.pattern &&

@@ -102,7 +102,7 @@ inline void addTone(Channels& recording, double sampleRate, const Tone& tone, Di
 inline void addNoise(Channels& recording, double sampleRate, double start, double length,
                      double amplitude, Dice& dice)
 {
-    const double share = fullTurn * 100.0 / sampleRate;
+    const double share = std::min(fullTurn * 100.0 / sampleRate, 1.0);
     for (auto& channel : recording)
     {
         double low = 0.0;
