@@ -6,6 +6,10 @@
 #include <cmath>
 #include <utility>
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 namespace kalim::program
 {
 namespace
@@ -24,6 +28,19 @@ constexpr double mostLearned = 32.0;
 
 /// The first of two readings takes about this share of the time.
 constexpr double surveyShare = 0.15;
+
+/// Channels of a stretch come from the system and go back at once, in bytes. The C library would keep
+/// them among what the analysing threads gave back, and memory would grow to twice what is used.
+constexpr int largeBlock = 1 << 22;
+constexpr int mostKept = 1 << 25; // by each thread
+
+void giveMemoryBack()
+{
+#ifdef __GLIBC__
+    mallopt(M_MMAP_THRESHOLD, largeBlock);
+    mallopt(M_TRIM_THRESHOLD, mostKept);
+#endif
+}
 
 /// Sets samples of each channel apart. Those that are no finite numbers become silence; gives their
 /// number.
@@ -113,6 +130,7 @@ PreciseSettings learnFromRecording(AudioFileReader& reader, const PreciseSetting
 HumSummary detectHum(AudioFileReader& reader, const PreciseSettings& settings,
                      const Progress& progress)
 {
+    giveMemoryBack();
     PreciseRemover remover(
         reader.getSampleRate(), reader.getNumChannels(),
         surveyRecording(reader, settings, [&](double share) { progress(surveyShare * share); }),
@@ -132,6 +150,7 @@ PreciseStream::PreciseStream(PreciseSettings settings, bool residual, int numCha
               [this](const float* const* samples, const float* const* hum, int count)
               { deliver(samples, hum, count); })
 {
+    giveMemoryBack();
 }
 
 void PreciseStream::process(std::span<const float> interleaved, const Sink& sinkToUse)

@@ -1,7 +1,5 @@
 #include "dsp/precise/AmplitudeSmoother.h"
 
-#include "dsp/precise/GridKernels.h"
-
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -31,11 +29,7 @@ constexpr std::array<WalkSize, numWalkSizes> walkSizes{{{0.001, 0.0},
                                                         {0.04, 0.002},
                                                         {0.12, 0.0}}};
 
-constexpr double smallestNoiseShare = 0.4;
-constexpr int reweightings = 3;
-
 constexpr double tiny = 1e-30;
-constexpr int framesPerLogarithm = 4; // products of so many factors stay within range
 
 /// A jump may change an amplitude by about itself.
 constexpr double jumpPowers = 2.0;
@@ -43,22 +37,18 @@ constexpr double jumpPowers = 2.0;
 /// A line has a size of its own, a smaller one, when that is likelier by so much.
 constexpr double ownSizeMargin = 20.0;
 
+/// What a line walks by is measured against its power, or this share of the noise.
+constexpr double leastPowerShare = 1e-3;
+
 constexpr int mostJumps = 6;
 constexpr int nearJump = 3; // frames around a jump in which no other is looked for
 constexpr double jumpCost = 25.0;
 constexpr double jumpCostPerLine = 1.5;
-constexpr double mostDisagreement = 40.0;
+constexpr float mostDisagreement = 40.0F;
 
 constexpr double presentEvidence = 8.0;
 constexpr double presentEvidencePerJump = 3.0;
 constexpr double usedEvidence = 6.0;
-
-/// The reciprocal of the density of Student's t, but for a factor.
-double getTail(double squaredError, double noise)
-{
-    const double tail = 1.0 + squaredError / noise / noiseFreedom;
-    return tail * tail * tail;
-}
 
 double getMedian(Series<double> values)
 {
@@ -81,32 +71,34 @@ AmplitudeSmoother::AmplitudeSmoother(const HarmonicLines& linesToUse, const Seri
     : lines(linesToUse)
     , isSkipped(skipped)
     , numLines(linesToUse.getNumLines())
+    , packed(linesToUse)
     , powers(static_cast<std::size_t>(numLines))
-    , startVariances(static_cast<std::size_t>(numLines))
+    , startVariances(static_cast<std::size_t>(packed.getNumLanes()))
+    , jumpVariances(startVariances.size())
 {
+    const Series<LineStatistics> statistics = getStatistics(packed, isSkipped);
     for (int line = 0; line < numLines; ++line)
     {
-        double weighted = 0.0;
-        double weights = tiny;
-        double total = 0.0;
-        Series<double> noise;
-        for (int frame = 0; frame < lines.numFrames; ++frame)
-        {
-            if (isSkipped[frame] != 0)
-                continue;
-            const std::size_t at = lines.at(frame, line);
-            const double power = getPower(lines.amplitudes[at]);
-            weighted += (power - lines.noise[at]) / lines.noise[at];
-            weights += 1.0 / lines.noise[at];
-            total += power;
-            noise.push_back(lines.noise[at]);
-        }
-        powers[line] = std::max({weighted / weights, 1e-3 * getMedian(noise), tiny});
-        startVariances[line] =
-            3.0 * total / std::max(1.0, static_cast<double>(noise.size())) + 1e-12;
+        const LineStatistics& here = statistics[line];
+        double power = std::max(here.weightedPower, tiny);
+        // No median is above twice the mean.
+        if (power < 2.0 * leastPowerShare * here.meanNoise)
+            power = std::max(power, leastPowerShare * getMedianNoise(line));
+        powers[line] = power;
+        startVariances[line] = static_cast<float>(3.0 * here.meanPower + 1e-12);
+        jumpVariances[line] = static_cast<float>(jumpPowers * power);
     }
     likelihoods = getLikelihoods({});
-    findLines();
+    findLines(statistics);
+}
+
+double AmplitudeSmoother::getMedianNoise(int line) const
+{
+    Series<double> noise;
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+        if (isSkipped[frame] == 0)
+            noise.push_back(lines.noise[lines.at(frame, line)]);
+    return getMedian(std::move(noise));
 }
 
 double AmplitudeSmoother::getStepVariance(std::size_t size, int line) const
@@ -116,122 +108,40 @@ double AmplitudeSmoother::getStepVariance(std::size_t size, int line) const
     return (walk.share * walk.share + perHarmonic * perHarmonic) * powers[line];
 }
 
+Series<float> AmplitudeSmoother::getStepVariances(const Walk& walk) const
+{
+    Series<float> steps(startVariances.size());
+    for (int line = 0; line < numLines; ++line)
+        steps[line] = static_cast<float>(getStepVariance(walk.sizes[line], line));
+    return steps;
+}
+
+Walks AmplitudeSmoother::makeWalks(const Series<int>& jumps) const
+{
+    Walks walks{packed, startVariances, jumpVariances, isSkipped, Series<char>(isSkipped.size())};
+    for (const int jump : jumps)
+        walks.isJump[jump] = 1;
+    return walks;
+}
+
 Series<PerWalkSize> AmplitudeSmoother::getLikelihoods(const Series<int>& jumps) const
 {
-    Series<char> isJump(isSkipped.size());
-    for (const int jump : jumps)
-        isJump[jump] = 1;
-    Series<LineWalk> walks;
-    for (int line = 0; line < numLines; ++line)
+    std::array<Series<float>, numWalkSizes> steps;
+    for (std::size_t size = 0; size < numWalkSizes; ++size)
     {
-        LineWalk walk{
-            &lines.amplitudes[line],   &lines.noise[line],   static_cast<std::size_t>(numLines),
-            lines.numFrames,           isSkipped.data(),     isJump.data(),
-            jumpPowers * powers[line], startVariances[line], {}};
-        for (std::size_t size = 0; size < numWalkSizes; ++size)
-            walk.stepVariances[size] = getStepVariance(size, line);
-        walks.push_back(walk);
-    }
-    return getWalkLikelihoods(walks);
-}
-
-/// Sums of the logarithms of `factor(frame, line)` over the frames, for each line, times `sign`.
-/// They are taken of a few factors at once, which is far faster than one by one.
-template <typename Factor>
-Series<double> AmplitudeSmoother::sumLogarithms(const Factor& factor, double sign) const
-{
-    Series<double> sums(powers.size());
-    Series<double> products(powers.size(), 1.0);
-    for (int frame = 0; frame < lines.numFrames; ++frame)
-    {
+        steps[size].resize(startVariances.size());
         for (int line = 0; line < numLines; ++line)
-            products[line] *= factor(frame, line);
-        if (frame % framesPerLogarithm == framesPerLogarithm - 1 || frame + 1 == lines.numFrames)
-            collectLogarithms(-sign, numLines, products.data(), sums.data());
+            steps[size][line] = static_cast<float>(getStepVariance(size, line));
     }
-    return sums;
+    return getWalkLikelihoods(makeWalks(jumps), steps);
 }
 
-AmplitudeSmoother::Estimates AmplitudeSmoother::makeEstimates() const
+void AmplitudeSmoother::findLines(const Series<LineStatistics>& statistics)
 {
-    const std::size_t count = lines.noise.size();
-    return {Series<Complex>(count), Series<Complex>(count), Series<double>(count),
-            Series<double>(count)};
-}
-
-/// One pass over the frames with one size of the walk.
-void AmplitudeSmoother::filter(const Walk& walk, const Series<char>& skipped,
-                               const Series<double>& noise, bool isRobust, Direction direction,
-                               Estimates& estimates) const
-{
-    const Series<int>& jumps = walk.jumps;
-    const bool isForward = direction == Direction::Forward;
-    Series<double> steps;
+    Series<double> gains;
     for (int line = 0; line < numLines; ++line)
-        steps.push_back(getStepVariance(walk.sizes[line], line));
-    Series<Complex> mean(steps.size());
-    Series<double> variance = startVariances;
-    for (int i = 0; i < lines.numFrames; ++i)
-    {
-        const int frame = isForward ? i : lines.numFrames - 1 - i;
-        // Seen backward a jump before frame k is one after it.
-        const bool isJump =
-            std::find(jumps.begin(), jumps.end(), isForward ? frame : frame + 1) != jumps.end();
-        for (int line = 0; line < numLines; ++line)
-        {
-            const std::size_t at = lines.at(frame, line);
-            variance[line] += steps[line] + (isJump ? jumpPowers * powers[line] : 0.0);
-            estimates.predicted[at] = mean[line];
-            estimates.predictedVariances[at] = variance[line];
-            if (skipped[frame] == 0)
-            {
-                const Complex error = lines.amplitudes[at] - mean[line];
-                const double ratio = getPower(error) / (variance[line] + noise[at]);
-                const double factor = isRobust
-                                          ? std::max((noiseFreedom + ratio) / (noiseFreedom + 1.0),
-                                                     smallestNoiseFactor)
-                                          : 1.0;
-                const double gain = variance[line] / (variance[line] + noise[at] * factor);
-                mean[line] += gain * error;
-                variance[line] -= gain * variance[line];
-            }
-            estimates.amplitudes[at] = mean[line];
-            estimates.variances[at] = variance[line];
-        }
-    }
-}
-
-void AmplitudeSmoother::smoothBackward(Estimates& estimates) const
-{
-    for (std::size_t at = lines.at(lines.numFrames - 1, 0); at-- > 0;)
-    {
-        const std::size_t next = at + static_cast<std::size_t>(numLines);
-        const double gain =
-            estimates.variances[at] / std::max(estimates.predictedVariances[next], tiny);
-        estimates.amplitudes[at] += gain * (estimates.amplitudes[next] - estimates.predicted[next]);
-        estimates.variances[at] +=
-            gain * gain * (estimates.variances[next] - estimates.predictedVariances[next]);
-    }
-}
-
-/// Logarithms of the likelihood of each line without hum, less what all have.
-Series<double> AmplitudeSmoother::getAbsentLikelihoods() const
-{
-    return sumLogarithms(
-        [this](int frame, int line)
-        {
-            const std::size_t at = lines.at(frame, line);
-            return lines.noise[at] * getTail(getPower(lines.amplitudes[at]), lines.noise[at]);
-        },
-        -1.0);
-}
-
-void AmplitudeSmoother::findLines()
-{
-    Series<double> gains = getAbsentLikelihoods();
-    for (int line = 0; line < numLines; ++line)
-        gains[line] =
-            *std::max_element(likelihoods[line].begin(), likelihoods[line].end()) - gains[line];
+        gains.push_back(*std::max_element(likelihoods[line].begin(), likelihoods[line].end()) -
+                        statistics[line].absentLikelihood);
     const double largest = *std::max_element(gains.begin(), gains.end());
     const double least = largest > usedEvidence ? usedEvidence : largest;
     for (const double gain : gains)
@@ -272,10 +182,11 @@ AmplitudeSmoother::Walk AmplitudeSmoother::findWalk(const Series<int>& jumps) co
 /// chance lets them.
 int AmplitudeSmoother::findDisagreement(const Walk& walk, const Series<int>& tried) const
 {
-    Estimates before = makeEstimates();
-    Estimates after = makeEstimates();
-    filter(walk, isSkipped, lines.noise, true, Direction::Forward, before);
-    filter(walk, isSkipped, lines.noise, true, Direction::Backward, after);
+    Series<float> weights(startVariances.size());
+    for (int line = 0; line < numLines; ++line)
+        weights[line] = static_cast<float>(isUsed[line]);
+    const Series<double> disagreements =
+        getDisagreements(makeWalks(walk.jumps), getStepVariances(walk), weights, mostDisagreement);
     int worst = -1;
     double most = numUsed + 3.0 * std::sqrt(static_cast<double>(numUsed)) + 10.0;
     for (int frame = nearJump; frame + nearJump < lines.numFrames; ++frame)
@@ -284,20 +195,9 @@ int AmplitudeSmoother::findDisagreement(const Walk& walk, const Series<int>& tri
         if (isNear(tried, frame) ||
             std::find(around, around + 2 * nearJump + 1, 1) != around + 2 * nearJump + 1)
             continue;
-        double disagreement = 0.0;
-        for (int line = 0; line < numLines; ++line)
-            if (isUsed[line] != 0)
-            {
-                const std::size_t i = lines.at(frame - 2, line);
-                const std::size_t j = lines.at(frame + 1, line);
-                disagreement += std::min(getPower(before.amplitudes[i] - after.amplitudes[j]) /
-                                             (before.variances[i] + after.variances[j] +
-                                              3.0 * getStepVariance(walk.sizes[line], line) + tiny),
-                                         mostDisagreement);
-            }
-        if (disagreement > most)
+        if (disagreements[frame] > most)
         {
-            most = disagreement;
+            most = disagreements[frame];
             worst = frame;
         }
     }
@@ -336,21 +236,6 @@ AmplitudeSmoother::Walk AmplitudeSmoother::findJumps() const
     return walk;
 }
 
-Series<double> AmplitudeSmoother::getEvidence(const Series<Complex>& amplitudes) const
-{
-    return sumLogarithms(
-        [&](int frame, int line)
-        {
-            if (isSkipped[frame] != 0)
-                return 1.0;
-            const std::size_t at = lines.at(frame, line);
-            const Complex value = lines.amplitudes[at];
-            return getTail(getPower(value), lines.noise[at]) /
-                   getTail(getPower(value - amplitudes[at]), lines.noise[at]);
-        },
-        1.0);
-}
-
 SmoothAmplitudes AmplitudeSmoother::smooth() const
 {
     return smooth(findJumps());
@@ -364,38 +249,39 @@ SmoothAmplitudes AmplitudeSmoother::smooth(const Series<int>& jumps) const
 SmoothAmplitudes AmplitudeSmoother::smooth(const Walk& walk) const
 {
     // Frames that hold a jump are neither what was before nor what comes after.
-    Series<char> skipped = isSkipped;
+    Walks walks = makeWalks(walk.jumps);
     for (const int jump : walk.jumps)
-        skipped[jump - 1] = skipped[jump] = 1;
-    const auto count = lines.noise.size();
-    Estimates estimates = makeEstimates();
-    Series<double> noise = lines.noise;
-    for (int i = 0; i < reweightings; ++i)
-    {
-        filter(walk, skipped, noise, i == 0, Direction::Forward, estimates);
-        smoothBackward(estimates);
-        for (std::size_t at = 0; at < count; ++at)
-            noise[at] = std::max((noiseFreedom * lines.noise[at] +
-                                  getPower(lines.amplitudes[at] - estimates.amplitudes[at])) /
-                                     (noiseFreedom + 1.0),
-                                 smallestNoiseShare * lines.noise[at]);
-    }
-    SmoothAmplitudes result{
-        std::move(estimates.amplitudes), std::move(estimates.variances), {}, {}, walk.jumps};
+        walks.isSkipped[jump - 1] = walks.isSkipped[jump] = 1;
+    WalkEstimates estimates = smoothWalks(walks, getStepVariances(walk), isSkipped);
+    SmoothAmplitudes result{Series<Complex>(lines.noise.size()),
+                            Series<double>(lines.noise.size()),
+                            {},
+                            std::move(estimates.evidence),
+                            walk.jumps};
     const double least =
         presentEvidence + presentEvidencePerJump * static_cast<double>(walk.jumps.size());
-    result.evidence = getEvidence(result.amplitudes);
     for (const double evidence : result.evidence)
         result.isPresent.push_back(evidence > least ? 1 : 0);
-    for (std::size_t at = 0; at < count; ++at)
-    {
-        Complex& amplitude = result.amplitudes[at];
-        const double power = getPower(amplitude);
-        amplitude *= result.isPresent[at % static_cast<std::size_t>(numLines)] != 0
-                         ? power / (power + result.variances[at] + tiny)
-                         : 0.0;
-    }
+    for (int line = 0; line < numLines; ++line)
+        if (result.isPresent[line] != 0)
+            unpack(estimates, line, result);
     return result;
+}
+
+/// The less sure an amplitude is, the less of it is taken.
+void AmplitudeSmoother::unpack(const WalkEstimates& estimates, int line,
+                               SmoothAmplitudes& result) const
+{
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+    {
+        const std::size_t from = packed.at(line) + indexOf(frame, PackedLines::width);
+        const std::size_t to = lines.at(frame, line);
+        const Complex amplitude(estimates.real[from], estimates.imaginary[from]);
+        const double variance = estimates.variances[from];
+        const double power = getPower(amplitude);
+        result.amplitudes[to] = power / (power + variance + tiny) * amplitude;
+        result.variances[to] = variance;
+    }
 }
 
 } // namespace orvo::audio::precise

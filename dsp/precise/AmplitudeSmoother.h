@@ -10,7 +10,7 @@ namespace orvo::audio::precise
 struct SmoothAmplitudes
 {
     Series<Complex> amplitudes; ///< [frame][line], 0 for lines without hum
-    Series<double> variances;   ///< [frame][line]
+    Series<double> variances;   ///< [frame][line], of lines with hum
     Series<char> isPresent;     ///< [line]
     Series<double> evidence;    ///< [line], natural logarithm of the likelihood ratio to no hum
     Series<int> jumps;          ///< frames before which all amplitudes change at once
@@ -40,14 +40,6 @@ public:
     SmoothAmplitudes smooth(const Series<int>& jumps) const;
 
 private:
-    struct Estimates
-    {
-        Series<Complex> amplitudes;
-        Series<Complex> predicted;
-        Series<double> variances;
-        Series<double> predictedVariances;
-    };
-
     struct Walk
     {
         Series<std::size_t> sizes; // [line]
@@ -55,35 +47,27 @@ private:
         double score = 0.0;
     };
 
-    enum class Direction
-    {
-        Forward,
-        Backward
-    };
-
-    Estimates makeEstimates() const;
-    void filter(const Walk& walk, const Series<char>& skipped, const Series<double>& noise,
-                bool isRobust, Direction direction, Estimates& estimates) const;
-    void smoothBackward(Estimates& estimates) const;
     double getStepVariance(std::size_t size, int line) const;
+    Series<float> getStepVariances(const Walk& walk) const;
+    Walks makeWalks(const Series<int>& jumps) const;
     Series<PerWalkSize> getLikelihoods(const Series<int>& jumps) const;
-    template <typename Factor>
-    Series<double> sumLogarithms(const Factor& factor, double sign) const;
-    Series<double> getAbsentLikelihoods() const;
-    void findLines();
+    double getMedianNoise(int line) const;
+    void findLines(const Series<LineStatistics>& statistics);
     Walk findWalk(const Series<int>& jumps) const;
     int findDisagreement(const Walk& walk, const Series<int>& tried) const;
     Walk addJump(const Walk& walk, int frame) const;
     Walk findJumps() const;
     SmoothAmplitudes smooth(const Walk& walk) const;
-    Series<double> getEvidence(const Series<Complex>& amplitudes) const;
+    void unpack(const WalkEstimates& estimates, int line, SmoothAmplitudes& result) const;
 
     const HarmonicLines& lines;
     const Series<char>& isSkipped;
     int numLines;
     int numUsed = 0;
+    PackedLines packed;
     Series<double> powers;
-    Series<double> startVariances;
+    Series<float> startVariances; // [lane]
+    Series<float> jumpVariances;
     Series<char> isUsed;             // lines that say something about the size of the walk
     Series<PerWalkSize> likelihoods; // [line], without jumps
 };

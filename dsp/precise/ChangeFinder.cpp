@@ -194,61 +194,39 @@ private:
         Series<double> products(numStates, 1.0);
         Series<double> best(numStates);
         Series<double> here(numStates);
-        Series<short> origins(indexOf(lines.numFrames, numStates));
+        Series<double> next(numStates);
+        Series<double> circle(numPhases + 2);
+        Series<float> origins(indexOf(lines.numFrames, numStates));
         rate(0, pattern, turned, products, best.data());
         for (int frame = 1; frame < lines.numFrames; ++frame)
         {
             rate(frame, pattern, turned, products, here.data());
-            short* const origin = &origins[indexOf(frame, numStates)];
-            Series<double> next(numStates);
+            float* const origin = &origins[indexOf(frame, numStates)];
             const auto top =
                 static_cast<int>(std::max_element(best.begin(), best.end() - 1) - best.begin());
+            std::copy_n(best.begin(), numPhases, circle.begin() + 1);
+            circle.front() = best[numPhases - 1];
+            circle.back() = best[0];
+            findPhaseOrigins(circle.data(), numPhases,
+                             {driftCost, leapCost, top, absent, best[absent] - switchCost},
+                             next.data(), origin);
+            const double fromTop = best[top] - switchCost;
+            next[absent] = std::max(best[absent], fromTop);
+            origin[absent] = static_cast<float>(fromTop > best[absent] ? top : absent);
             for (int state = 0; state < numStates; ++state)
-            {
-                origin[state] = findOrigin(best, top, state);
-                next[state] = here[state] + best[origin[state]] - getCost(origin[state], state);
-            }
-            best = std::move(next);
+                best[state] = next[state] + here[state];
         }
         return traceBack(best, origins);
     }
 
-    static double getCost(int from, int to)
-    {
-        if (from == to)
-            return 0.0;
-        if (from == absent || to == absent)
-            return switchCost;
-        const int distance = std::abs(from - to);
-        return distance == 1 || distance == numPhases - 1 ? driftCost : leapCost;
-    }
-
-    static short findOrigin(const Series<double>& best, int top, int state)
-    {
-        int origin = state;
-        const auto consider = [&](int from)
-        {
-            if (best[from] - getCost(from, state) > best[origin] - getCost(origin, state))
-                origin = from;
-        };
-        consider(top);
-        consider(absent);
-        if (state != absent)
-        {
-            consider((state + 1) % numPhases);
-            consider((state + numPhases - 1) % numPhases);
-        }
-        return static_cast<short>(origin);
-    }
-
-    Path traceBack(const Series<double>& best, const Series<short>& origins) const
+    Path traceBack(const Series<double>& best, const Series<float>& origins) const
     {
         auto state = static_cast<int>(std::max_element(best.begin(), best.end()) - best.begin());
         Path path{best[state], Series<int>(static_cast<std::size_t>(lines.numFrames))};
         for (int frame = lines.numFrames - 1; frame >= 0; --frame)
         {
             path.states[frame] = state;
-            state = origins[indexOf(frame, numStates, state)];
+            state = static_cast<int>(origins[indexOf(frame, numStates, state)]);
         }
         return path;
     }

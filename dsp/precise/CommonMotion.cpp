@@ -14,7 +14,7 @@ constexpr double tiny = 1e-30;
 
 /// Hum is never known better than this share of its power.
 constexpr double surestShare = 1e-6;
-constexpr double leastNoiseShare = 1e-5;
+constexpr float leastNoiseShare = 1e-5F;
 constexpr double freedom = 2.0;
 
 constexpr int rounds = 5;
@@ -22,18 +22,20 @@ constexpr int roughRounds = 2; // in which the phase is not smoothed yet
 constexpr double largestPhaseStep = 0.3;
 constexpr double largestGainStep = 0.5;
 constexpr double largestLogGain = 4.0;
-/// Levels of the gain for a first path, from -35 dB to 17 dB, and how far it moves from frame to
+/// Levels of the gain for a first path, from -35 dB to 20 dB, and how far it moves from frame to
 /// frame (one sigma).
 constexpr double lowestLevel = -4.0;
 constexpr double levelStep = 0.1;
-constexpr int numGains = 61;
+constexpr int numGains = 64;
 constexpr double levelMove = 0.1;
 constexpr int levelReach = 5;
 
 /// A pattern is never exact.
 constexpr double patternError = 1e-3;
 
-constexpr int linesPerLogarithm = 4; // products of so many errors stay within range
+constexpr double leastInformation = 1e-9;
+
+constexpr std::size_t linesPerLogarithm = 4; // products of so many errors stay within range
 
 constexpr double unknown = 1e9; // variance where nothing was measured
 
@@ -55,8 +57,13 @@ public:
         , logGain(isJump.size())
         , phaseVariances(isJump.size())
         , gainVariances(isJump.size())
-        , pattern(lines.noise.size())
     {
+        for (int line = 0; line < lines.getNumLines(); ++line)
+            if (smooth.isPresent[line] != 0)
+                used.push_back(line);
+        stride = (static_cast<int>(used.size()) + FrameLines::group - 1) / FrameLines::group *
+                 FrameLines::group;
+        collectReadings();
         for (int level = 0; level < numGains; ++level)
             levels.push_back(std::exp(getLevel(level)));
         for (const int jump : smooth.jumps)
@@ -97,6 +104,23 @@ public:
     }
 
 private:
+    void collectReadings()
+    {
+        readings = SplitComplex<float>(indexOf(lines.numFrames, stride));
+        pattern = readings;
+        noise.assign(readings.real.size(), 1.0F);
+        harmonics.resize(static_cast<std::size_t>(stride));
+        for (std::size_t i = 0; i < used.size(); ++i)
+            harmonics[i] = static_cast<float>(lines.getHarmonic(used[i]));
+        for (int frame = 0; frame < lines.numFrames; ++frame)
+            for (std::size_t i = 0; i < used.size(); ++i)
+            {
+                const std::size_t at = lines.at(frame, used[i]);
+                readings.set(indexOf(frame, stride) + i, lines.amplitudes[at]);
+                noise[indexOf(frame, stride) + i] = static_cast<float>(lines.noise[at]);
+            }
+    }
+
     /// How much a line says about the motion in a frame: its power over its variance.
     double getWeight(std::size_t at) const
     {
@@ -155,8 +179,7 @@ private:
             {
                 if (hasGain)
                     centreGain(first, frame);
-                for (int line = 0; line < lines.getNumLines(); ++line)
-                    formPattern(line, first, frame);
+                formPattern(first, frame);
                 first = frame;
             }
     }
@@ -177,33 +200,39 @@ private:
             logGain[frame] -= sum / weights;
     }
 
-    void formPattern(int line, int first, int last)
+    void formPattern(int first, int last)
     {
-        if (smooth.isPresent[line] == 0)
-            return;
-        const int harmonic = lines.getHarmonic(line);
-        Complex sum;
-        double weights = tiny;
+        Series<Complex> means(used.size());
+        Series<double> weights(used.size(), tiny);
         for (int frame = first; frame < last; ++frame)
         {
             if (isSkipped[frame] != 0)
                 continue;
-            const std::size_t at = lines.at(frame, line);
             const double shrink = std::exp(-logGain[frame]);
-            const double weight = 1.0 / (smooth.variances[at] * shrink * shrink + tiny);
-            sum += weight *
-                   multiply(smooth.amplitudes[at], std::polar(shrink, -harmonic * phase[frame]));
-            weights += weight;
+            const Series<Complex> turns = getTurns(frame);
+            for (std::size_t i = 0; i < used.size(); ++i)
+            {
+                const std::size_t at = lines.at(frame, used[i]);
+                const double weight = 1.0 / (smooth.variances[at] * shrink * shrink + tiny);
+                means[i] +=
+                    weight * shrink *
+                    multiplyConjugate(smooth.amplitudes[at], turns[lines.getHarmonic(used[i]) - 1]);
+                weights[i] += weight;
+            }
         }
-        const Complex mean = sum / weights;
-        const double size = std::sqrt(getPower(mean));
-        for (int frame = first; frame < last; ++frame)
+        Series<double> sizes;
+        for (std::size_t i = 0; i < used.size(); ++i)
         {
-            const std::size_t at = lines.at(frame, line);
-            pattern[at] = hasGain || size == 0.0
-                              ? mean
-                              : std::sqrt(getPower(smooth.amplitudes[at])) / size * mean;
+            means[i] /= weights[i];
+            sizes.push_back(std::sqrt(getPower(means[i])));
         }
+        for (int frame = first; frame < last; ++frame)
+            for (std::size_t i = 0; i < used.size(); ++i)
+            {
+                const double power = getPower(smooth.amplitudes[lines.at(frame, used[i])]);
+                const double grown = hasGain || sizes[i] == 0.0 ? 1.0 : std::sqrt(power) / sizes[i];
+                pattern.set(indexOf(frame, stride) + i, grown * means[i]);
+            }
     }
 
     void measureFrames()
@@ -274,19 +303,18 @@ private:
             return scores;
         Series<double> products(numGains, 1.0);
         const Series<Complex> turns = getTurns(frame);
-        int count = 0;
-        for (int line = 0; line < lines.getNumLines(); ++line)
+        for (std::size_t i = 0; i < used.size(); ++i)
         {
-            if (smooth.isPresent[line] == 0)
-                continue;
-            const std::size_t at = lines.at(frame, line);
+            const std::size_t at = lines.at(frame, used[i]);
+            const std::size_t place = indexOf(frame, stride) + i;
             const Complex value = lines.amplitudes[at];
-            const Complex expected = multiply(pattern[at], turns[line % lines.numHarmonics]);
+            const Complex expected = multiply({pattern.real[place], pattern.imaginary[place]},
+                                              turns[lines.getHarmonic(used[i]) - 1]);
             multiplyGainErrors({getPower(value), getPower(expected),
                                 multiplyConjugate(value, expected).real(),
                                 freedom * lines.noise[at], patternError},
                                levels.data(), numGains, products.data());
-            if (++count % linesPerLogarithm == 0)
+            if (i % linesPerLogarithm == linesPerLogarithm - 1)
                 collectLogarithms(freedom + 1.0, numGains, products.data(), scores.data());
         }
         collectLogarithms(freedom + 1.0, numGains, products.data(), scores.data());
@@ -307,34 +335,23 @@ private:
     void measureFrame(int frame)
     {
         const double gain = std::exp(std::clamp(logGain[frame], -largestLogGain, largestLogGain));
-        double turn = 0.0;
-        double turnInformation = 1e-9;
-        double growth = 0.0;
-        double growthInformation = 1e-9;
         const Series<Complex> turns = getTurns(frame);
-        for (int line = 0; line < lines.getNumLines(); ++line)
-        {
-            if (smooth.isPresent[line] == 0)
-                continue;
-            const std::size_t at = lines.at(frame, line);
-            const int harmonic = lines.getHarmonic(line);
-            const Complex expected = gain * multiply(pattern[at], turns[harmonic - 1]);
-            const Complex value = lines.amplitudes[at];
-            const double power = getPower(expected);
-            const double noise = std::max(
-                {lines.noise[at], leastNoiseShare * power,
-                 (freedom * lines.noise[at] + getPower(value - expected)) / (freedom + 1.0)});
-            const Complex product = multiplyConjugate(value, expected);
-            turn += harmonic * product.imag() / noise;
-            turnInformation += static_cast<double>(harmonic) * harmonic * power / noise;
-            growth += (product.real() - power) / noise;
-            growthInformation += power / noise;
-        }
-        phase[frame] += std::clamp(turn / turnInformation, -largestPhaseStep, largestPhaseStep);
+        SplitComplex<float> grown(static_cast<std::size_t>(stride));
+        for (std::size_t i = 0; i < used.size(); ++i)
+            grown.set(i, gain * turns[lines.getHarmonic(used[i]) - 1]);
+        const std::size_t at = indexOf(frame, stride);
+        const MotionStep step =
+            measureStep({&readings.real[at], &readings.imaginary[at], &noise[at], &pattern.real[at],
+                         &pattern.imaginary[at], harmonics.data(), stride},
+                        grown, leastNoiseShare);
+        const double turnInformation = step.turnInformation + leastInformation;
+        const double growthInformation = step.growthInformation + leastInformation;
+        phase[frame] +=
+            std::clamp(step.turn / turnInformation, -largestPhaseStep, largestPhaseStep);
         phaseVariances[frame] = 0.5 / turnInformation;
         if (hasGain)
             logGain[frame] +=
-                std::clamp(growth / growthInformation, -largestGainStep, largestGainStep);
+                std::clamp(step.growth / growthInformation, -largestGainStep, largestGainStep);
         gainVariances[frame] = 0.5 / growthInformation;
     }
 
@@ -347,7 +364,12 @@ private:
     Series<double> logGain;
     Series<double> phaseVariances;
     Series<double> gainVariances;
-    Series<Complex> pattern;
+    Series<int> used; // lines that are present
+    int stride = 0;   // of frames in the tables below
+    SplitComplex<float> readings;
+    Series<float> noise;
+    SplitComplex<float> pattern;
+    Series<float> harmonics;
     Series<double> levels; // of the gain
 };
 

@@ -6,8 +6,77 @@
 #include <cmath>
 #include <numbers>
 
+#ifndef KALIM_DECIMATION
+#define KALIM_DECIMATION
+
 namespace orvo::audio::precise
 {
+
+struct Decimation
+{
+    int factor;
+    int half; // taps on either side of the middle one
+};
+
+/// Taps are made up to a multiple of so many by zeros, so that vectors never end within them.
+constexpr std::size_t tapGroup = 32;
+
+} // namespace orvo::audio::precise
+
+#endif
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "dsp/precise/Decimator.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+
+namespace orvo::audio::precise::HWY_NAMESPACE
+{
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// Sum of the products of as many values as make whole pairs of vectors.
+HWY_ATTR float weigh(const float* samples, const float* weights, std::size_t count)
+{
+    const hn::CappedTag<float, tapGroup / 2> d;
+    auto even = hn::Zero(d);
+    auto odd = hn::Zero(d);
+    for (std::size_t i = 0; i < count; i += 2 * hn::Lanes(d))
+    {
+        const std::size_t j = i + hn::Lanes(d);
+        even = hn::MulAdd(hn::LoadU(d, samples + i), hn::LoadU(d, weights + i), even);
+        odd = hn::MulAdd(hn::LoadU(d, samples + j), hn::LoadU(d, weights + j), odd);
+    }
+    return hn::GetLane(hn::SumOfLanes(d, hn::Add(even, odd)));
+}
+
+HWY_ATTR void decimateKernel(const float* samples, int count, const Series<float>& taps,
+                             Decimation decimation, Series<float>& result)
+{
+    const auto numTaps = static_cast<int>(taps.size());
+    for (std::size_t k = 0; k < result.size(); ++k)
+    {
+        const int first = static_cast<int>(k) * decimation.factor - decimation.half;
+        if (first >= 0 && first + numTaps <= count)
+            result[k] = weigh(samples + first, taps.data(), taps.size());
+        else
+            for (int i = std::max(0, -first); i < std::min(numTaps, count - first); ++i)
+                result[k] += samples[first + i] * taps[i];
+    }
+}
+
+} // namespace orvo::audio::precise::HWY_NAMESPACE
+
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace orvo::audio::precise
+{
+HWY_EXPORT(decimateKernel);
+
 namespace
 {
 
@@ -19,8 +88,8 @@ constexpr double edge = 0.95; // of half the new rate
 
 Decimator::Decimator(int factorToUse)
     : factor(factorToUse)
+    , half(factor > 1 ? halfPeriods * factor : 0)
 {
-    const int half = factor > 1 ? halfPeriods * factor : 0;
     double sum = 0.0;
     for (int i = -half; i <= half; ++i)
     {
@@ -33,29 +102,16 @@ Decimator::Decimator(int factorToUse)
     }
     for (float& tap : taps)
         tap /= static_cast<float>(sum);
+    taps.resize((taps.size() + tapGroup - 1) / tapGroup * tapGroup);
 }
 
 Series<float> Decimator::process(const float* samples, int count) const
 {
-    const auto half = static_cast<int>(taps.size() / 2);
     Series<float> result(static_cast<std::size_t>((count + factor - 1) / factor));
-    for (std::size_t k = 0; k < result.size(); ++k)
-    {
-        const int centre = static_cast<int>(k) * factor;
-        const int first = std::max(0, centre - half);
-        const int last = std::min(count - 1, centre + half);
-        const float* const weights = &taps[half - centre + first];
-        // Four sums at once, which the processor adds side by side.
-        float sums[4] = {};
-        int i = 0;
-        for (; i + 4 <= last - first + 1; i += 4)
-            for (int j = 0; j < 4; ++j)
-                sums[j] += samples[first + i + j] * weights[i + j];
-        for (; i <= last - first; ++i)
-            sums[0] += samples[first + i] * weights[i];
-        result[k] = sums[0] + sums[1] + sums[2] + sums[3];
-    }
+    HWY_DYNAMIC_DISPATCH(decimateKernel)(samples, count, taps, {factor, half}, result);
     return result;
 }
 
 } // namespace orvo::audio::precise
+
+#endif

@@ -13,11 +13,14 @@ class Decimator
 public:
     explicit Decimator(int factor);
 
+    int getFactor() const { return factor; }
+
     /// ceil(count / factor) samples; what lies outside counts as silence.
     Series<float> process(const float* samples, int count) const;
 
 private:
     int factor;
+    int half; // taps on either side of the middle one
     Series<float> taps;
 };
 

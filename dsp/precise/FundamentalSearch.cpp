@@ -35,17 +35,21 @@ constexpr double mostPerLine = 400.0;
 /// A line is not trusted beyond 40 dB, however silent its surroundings are.
 constexpr double leastNoiseShare = 1e-4;
 
+constexpr int rowGroup = 16;
+
 struct DeviationGrid
 {
     int count;
     double step; // Hz
+    int width;   // of tables, so that vectors never end within a row
 
     double getDeviation(int index) const { return (index - count / 2) * step; }
 };
 
 DeviationGrid makeGrid(double span, double step, double fundamental)
 {
-    return {2 * static_cast<int>(std::lround(span / step)) + 1, step * fundamental};
+    const int count = 2 * static_cast<int>(std::lround(span / step)) + 1;
+    return {count, step * fundamental, (count + rowGroup - 1) / rowGroup * rowGroup};
 }
 
 /// How well the harmonics of a window add up at each deviation, for windows `stride` frames apart.
@@ -60,44 +64,44 @@ public:
         , stride(strideToUse)
         , window(makeHannWindow(length))
         , meanPower(static_cast<std::size_t>(lines.getNumLines()))
-        , scores(indexOf(getNumWindows(), grid.count))
+        , scores(indexOf(getNumWindows(), grid.width))
     {
         for (std::size_t at = 0; at < lines.amplitudes.size(); ++at)
             meanPower[at % meanPower.size()] += getPower(lines.amplitudes[at]) / lines.numFrames;
+        const SplitComplex<float> first = makeTurns();
+        SplitComplex<float> turns = first;
         for (int harmonic = 1; harmonic <= lines.numHarmonics; ++harmonic)
-            addHarmonic(harmonic);
+        {
+            if (harmonic > 1)
+                multiplyInPlace(turns, first);
+            for (int channel = 0; channel < lines.numChannels; ++channel)
+                for (int index = 0; index < getNumWindows(); ++index)
+                    addLine(channel * lines.numHarmonics + harmonic - 1, index, turns);
+        }
         // Frames overlap by half, and windows by more the closer they lie.
-        const double share = stride * lines.frameTime / (length * lines.frameTime) / 0.75;
-        for (double& score : scores)
+        const float share = static_cast<float>(stride) / static_cast<float>(length) / 0.75F;
+        for (float& score : scores)
             score *= share;
     }
 
     int getNumWindows() const { return (lines.numFrames + stride - 1) / stride; }
 
-    const double* get(int index) const { return &scores[indexOf(index, grid.count)]; }
+    const float* get(int index) const { return &scores[indexOf(index, grid.width)]; }
 
 private:
-    void addHarmonic(int harmonic)
+    /// By what each frame of a window is turned back at the fundamental for each deviation,
+    /// [frame][deviation].
+    SplitComplex<float> makeTurns() const
     {
-        const SplitComplex<float> turns = makeTurns(harmonic);
-        for (int channel = 0; channel < lines.numChannels; ++channel)
-            for (int index = 0; index < getNumWindows(); ++index)
-                addLine(channel * lines.numHarmonics + harmonic - 1, index, turns);
-    }
-
-    /// By what each frame of a window is turned back for each deviation, [frame][deviation].
-    SplitComplex<float> makeTurns(int harmonic) const
-    {
-        SplitComplex<float> turns(indexOf(length, grid.count));
+        SplitComplex<float> turns(indexOf(length, grid.width));
         for (int i = 0; i < length; ++i)
         {
-            const double time = (i - length / 2) * lines.frameTime;
-            const double perHertz = -2.0 * std::numbers::pi * harmonic * time;
+            const double perHertz = -2.0 * std::numbers::pi * (i - length / 2) * lines.frameTime;
             const Complex step = std::polar(1.0, perHertz * grid.step);
             Complex turn = std::polar(1.0, perHertz * grid.getDeviation(0));
             for (int d = 0; d < grid.count; ++d)
             {
-                turns.set(indexOf(i, grid.count, d), turn);
+                turns.set(indexOf(i, grid.width, d), turn);
                 turn = multiply(turn, step);
             }
         }
@@ -106,28 +110,22 @@ private:
 
     void addLine(int line, int index, const SplitComplex<float>& turns)
     {
-        SplitComplex<float> sums(static_cast<std::size_t>(grid.count));
+        const int start = index * stride - length / 2;
+        const int first = std::max(0, start);
+        const int last = std::min(lines.numFrames, start + length);
+        SplitComplex<float> readings(static_cast<std::size_t>(last - first));
         double weights = 0.0;
-        for (int i = 0; i < length; ++i)
+        for (int frame = first; frame < last; ++frame)
         {
-            const int frame = index * stride + i - length / 2;
-            if (frame < 0 || frame >= lines.numFrames)
-                continue;
             const std::size_t at = lines.at(frame, line);
             const double floor =
                 leastNoiseShare * (getPower(lines.amplitudes[at]) + meanPower[line]);
-            const double weight = window[i] / std::max(lines.noise[at], floor);
-            addTurned(weight * lines.amplitudes[at], turns, indexOf(i, grid.count), grid.count,
-                      sums);
+            const double weight = window[frame - start] / std::max(lines.noise[at], floor);
+            readings.set(static_cast<std::size_t>(frame - first), weight * lines.amplitudes[at]);
             weights += weight;
         }
-        double* const score = &scores[indexOf(index, grid.count)];
-        for (int d = 0; d < grid.count; ++d)
-        {
-            const Complex sum(sums.real[d], sums.imaginary[d]);
-            const double clear = getPower(sum) / weights;
-            score[d] += clear / (1.0 + clear / mostPerLine);
-        }
+        addScores({readings, turns, indexOf(first - start, grid.width), weights, mostPerLine},
+                  last - first, grid.width, &scores[indexOf(index, grid.width)]);
     }
 
     const HarmonicLines& lines;
@@ -136,11 +134,12 @@ private:
     int stride;
     Series<double> window;
     Series<double> meanPower;
-    Series<double> scores;
+    Series<float> scores; // [window][deviation]
 };
 
 /// The top of the parabola through a value and its neighbours, from -0.5 to 0.5.
-double getTop(const double* scores, int index, int count)
+template <typename Score>
+double getTop(const Score* scores, int index, int count)
 {
     if (index == 0 || index == count - 1)
         return 0.0;
@@ -173,34 +172,21 @@ Series<int> findPath(const WindowScores& scores, const DeviationGrid& grid, doub
     const int count = grid.count;
     const int numWindows = scores.getNumWindows();
     Series<double> best(scores.get(0), scores.get(0) + count);
-    Series<int> origins(indexOf(numWindows, count));
+    Series<double> next(static_cast<std::size_t>(grid.width));
+    Series<float> origins(indexOf(numWindows, grid.width));
+    const double steps = grid.step / move;
     for (int index = 1; index < numWindows; ++index)
     {
-        Series<double> next(static_cast<std::size_t>(count));
+        findOrigins(best, 0.5 * steps * steps, next, &origins[indexOf(index, grid.width)]);
         for (int d = 0; d < count; ++d)
-        {
-            double most = -1e300;
-            int& origin = origins[indexOf(index, count, d)];
-            for (int from = 0; from < count; ++from)
-            {
-                const double steps = (d - from) * grid.step / move;
-                const double gain = best[from] - 0.5 * steps * steps;
-                if (gain > most)
-                {
-                    most = gain;
-                    origin = from;
-                }
-            }
-            next[d] = most + scores.get(index)[d];
-        }
-        best = std::move(next);
+            best[d] = next[d] + static_cast<double>(scores.get(index)[d]);
     }
     Series<int> path(static_cast<std::size_t>(numWindows));
     auto d = static_cast<int>(std::max_element(best.begin(), best.end()) - best.begin());
     for (int index = numWindows - 1; index >= 0; --index)
     {
         path[index] = d;
-        d = origins[indexOf(index, count, d)];
+        d = static_cast<int>(origins[indexOf(index, grid.width, d)]);
     }
     return path;
 }

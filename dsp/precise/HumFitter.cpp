@@ -95,12 +95,11 @@ bool improve(HumModel& model, bool hasGain, double margin)
     return true;
 }
 
-HumFitter::HumFitter(const ChannelView& viewToUse, const FrameGrid& grid, double fundamentalToUse)
-    : view(viewToUse)
-    , fundamental(fundamentalToUse)
+HumFitter::HumFitter(const ChannelView& view, const FrameGrid& grid, double fundamentalToUse)
+    : fundamental(fundamentalToUse)
     , usedHarmonics(
           std::clamp(static_cast<int>(0.45 * view.sampleRate / fundamental), 1, numHarmonics))
-    , reader(grid, fundamentalToUse, viewToUse.sampleRate)
+    , reader(view, grid, fundamentalToUse, usedHarmonics)
 {
 }
 
@@ -133,7 +132,7 @@ PhaseTrack HumFitter::findMovingTrack(const HarmonicLines& lines)
         addToTrack(
             nominal, lines,
             followDeviation(keepHarmonics(lines, searchHarmonics), fundamental, Refinement::Wide)));
-    HarmonicLines followed = reader.read(view, wide, std::min(searchHarmonics, usedHarmonics));
+    HarmonicLines followed = reader.read(wide, std::min(searchHarmonics, usedHarmonics));
     limitTrust(followed);
     addMovingNoise(followed);
     return PhaseTrack::fromFrequencies(
@@ -144,16 +143,16 @@ PhaseTrack HumFitter::findMovingTrack(const HarmonicLines& lines)
 HumModel HumFitter::develop(const PhaseTrack& track)
 {
     // Low harmonics first: their phase is not yet turned by more than it can be told from.
-    HarmonicLines lines = reader.read(view, track, usedHarmonics);
+    HarmonicLines lines = reader.read(track, usedHarmonics);
     HumModel rough(track, keepHarmonics(lines, roughHarmonics));
     rough.findAmplitudes();
     const PhaseTrack refined = rough.isAnyPresent() ? rough.followMotion(false).getTrack() : track;
-    HumModel model(refined, reader.read(view, refined, usedHarmonics));
+    HumModel model(refined, reader.read(refined, usedHarmonics));
     model.findAmplitudes();
     if (improve(model, false, phaseMargin))
     {
         // Beside a track that is a little off the harmonics themselves look like noise.
-        model = model.moveTo(reader.read(view, model.getTrack(), usedHarmonics));
+        model = model.moveTo(reader.read(model.getTrack(), usedHarmonics));
         model.findAmplitudes();
     }
     // What comes and goes may be a gain, and a gain may be what comes and goes.
@@ -168,7 +167,7 @@ HumModel HumFitter::develop(const PhaseTrack& track)
 
 HumModel HumFitter::fit()
 {
-    HarmonicLines lines = reader.read(view, PhaseTrack(fundamental), usedHarmonics);
+    HarmonicLines lines = reader.read(PhaseTrack(fundamental), usedHarmonics);
     limitTrust(lines);
     addMovingNoise(lines);
     HumModel best = develop(findConstantTrack(lines));

@@ -24,7 +24,6 @@ private:
     PhaseTrack findMovingTrack(const HarmonicLines& lines);
     HumModel develop(const PhaseTrack& track);
 
-    const ChannelView& view;
     double fundamental;
     int usedHarmonics;
     LineReader reader;

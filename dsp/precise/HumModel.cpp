@@ -68,6 +68,23 @@ HumModel::HumModel(PhaseTrack trackToUse, HarmonicLines linesToUse)
     addMovingNoise(lines);
 }
 
+HumModel::HumModel(const HumModel& other, HarmonicLines linesToUse)
+    : track(other.track)
+    , lines(std::move(linesToUse))
+    , readNoise(lines.noise)
+    , segments(other.segments)
+    , logGain(other.logGain)
+    , wander(other.wander)
+{
+    smooth.jumps = other.smooth.jumps;
+    // What moves beside a harmonic is seen once the changes that are known are taken out.
+    HarmonicLines aligned = align().lines;
+    addMovingNoise(aligned);
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+        scaleNoise(aligned, frame, std::exp(2.0 * logGain[frame]));
+    lines.noise = std::move(aligned.noise);
+}
+
 bool HumModel::isAnyPresent() const
 {
     return std::find(smooth.isPresent.begin(), smooth.isPresent.end(), 1) != smooth.isPresent.end();
@@ -245,19 +262,7 @@ void HumModel::setAmplitudes(Series<Complex> amplitudes)
 
 HumModel HumModel::moveTo(HarmonicLines otherLines) const
 {
-    HumModel model(track, otherLines);
-    model.lines = std::move(otherLines);
-    model.segments = segments;
-    model.smooth.jumps = smooth.jumps;
-    model.logGain = logGain;
-    model.wander = wander;
-    // What moves beside a harmonic is seen once the changes that are known are taken out.
-    HarmonicLines aligned = model.align().lines;
-    addMovingNoise(aligned);
-    for (int frame = 0; frame < lines.numFrames; ++frame)
-        scaleNoise(aligned, frame, std::exp(2.0 * logGain[frame]));
-    model.lines.noise = std::move(aligned.noise);
-    return model;
+    return {*this, std::move(otherLines)};
 }
 
 Series<int> HumModel::getChanges() const

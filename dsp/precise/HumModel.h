@@ -85,6 +85,8 @@ public:
     Series<Complex> getAmplitudes() const;
 
 private:
+    HumModel(const HumModel& other, HarmonicLines lines);
+
     struct Aligned
     {
         HarmonicLines lines;

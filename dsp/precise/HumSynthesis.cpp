@@ -1,5 +1,7 @@
 #include "dsp/precise/HumSynthesis.h"
 
+#include "dsp/precise/TableKernel.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -18,8 +20,6 @@ constexpr int smallestTable = 1024;
 
 /// A change lies within so many frames of where the frames show it.
 constexpr double changeReach = 2.5;
-
-constexpr int chunk = 512;
 
 /// Cosines and sines of all harmonics over one period, [harmonic - 1][point].
 class Waves
@@ -47,12 +47,9 @@ public:
 
     void add(int harmonic, Complex amplitude, float* values) const
     {
-        const auto real = static_cast<float>(amplitude.real());
-        const auto imaginary = static_cast<float>(amplitude.imag());
-        const float* const c = &cosines[indexOf(harmonic - 1, size)];
-        const float* const s = &sines[indexOf(harmonic - 1, size)];
-        for (int i = 0; i < size; ++i)
-            values[i] += real * c[i] - imaginary * s[i];
+        const std::size_t at = indexOf(harmonic - 1, size);
+        addWave(static_cast<float>(amplitude.real()), static_cast<float>(amplitude.imag()),
+                &cosines[at], &sines[at], size, values);
     }
 
 private:
@@ -69,23 +66,19 @@ int findTableSize(int numHarmonics)
     return size;
 }
 
-/// Place in a table: the point before, and the share of the way to the next.
-struct Place
+/// A period of the hum at two frames that follow each other.
+struct TablePair
 {
-    int point;
-    float share;
+    Series<float> now;
+    Series<float> next;
 };
 
-/// Cubic interpolation through four points (Catmull and Rom, "A class of local interpolating
-/// splines", 1974); the table starts one point early.
-float read(const Series<float>& table, Place place)
+Series<float*> getPointers(Series<Series<float>>& channels, int from = 0)
 {
-    const float* const y = &table[place.point];
-    const float d = place.share;
-    return y[1] + 0.5F * d *
-                      (y[2] - y[0] +
-                       d * (2.0F * y[0] - 5.0F * y[1] + 4.0F * y[2] - y[3] +
-                            d * (3.0F * (y[1] - y[2]) + y[3] - y[0])));
+    Series<float*> pointers;
+    for (Series<float>& samples : channels)
+        pointers.push_back(samples.data() + from);
+    return pointers;
 }
 
 class Synthesis
@@ -110,8 +103,7 @@ public:
         {
             const int to =
                 i + 1 < parts.size() ? findSwitch(parts[i], parts[i + 1], from) : view.numSamples;
-            for (int channel = 0; channel < lines.numChannels; ++channel)
-                render(parts[i], channel, from, to, hum[channel].data() + from);
+            render(parts[i], from, to, getPointers(hum, from));
             from = to;
         }
         return std::move(hum);
@@ -130,7 +122,7 @@ private:
     Series<float> makeTable(int frame, int channel) const
     {
         const int size = waves.getSize();
-        Series<float> table(static_cast<std::size_t>(size) + 3);
+        Series<float> table(static_cast<std::size_t>(size) + 4);
         for (int h = 1; h <= highest; ++h)
         {
             const Complex amplitude =
@@ -141,34 +133,35 @@ private:
         table[0] = table[size];
         table[size + 1] = table[1];
         table[size + 2] = table[2];
+        table[size + 3] = table[3]; // a phase just below 0 is rounded to 1
         return table;
     }
 
     /// Renders a part's hum for samples from `from` to before `to`, also outside of its frames.
-    void render(Part part, int channel, int from, int to, float* result) const
+    void render(Part part, int from, int to, const Series<float*>& results) const
     {
-        Series<float> now;
-        Series<float> next;
-        int held = -1;
+        Series<TablePair> tables(results.size());
+        int held = -2;
         for (int start = from; start < to;)
         {
             const double position = (start / view.sampleRate - lines.firstTime) / lines.frameTime;
             const int frame =
                 std::clamp(static_cast<int>(std::floor(position)), part.first, part.last - 1);
-            const int end = std::min({getFrameEnd(frame, part, start), start + chunk, to});
-            const int following = std::min(frame + 1, part.last - 1);
+            const int end = std::min({getFrameEnd(frame, part, start), start + tableChunk, to});
             if (held != frame)
-            {
-                now = held + 1 == frame && !next.empty() ? std::move(next)
-                                                         : makeTable(frame, channel);
-                next = following == frame ? now : makeTable(following, channel);
-                held = frame;
-            }
-            const double share = position - frame;
-            const double shareStep = 1.0 / (view.sampleRate * lines.frameTime);
-            renderChunk(now, next, share, shareStep, start, end - start, result + (start - from));
+                for (std::size_t channel = 0; channel < tables.size(); ++channel)
+                    moveTo(frame, part, held, static_cast<int>(channel), tables[channel]);
+            held = frame;
+            renderChunk(tables, position - frame, start, end, from, results);
             start = end;
         }
+    }
+
+    void moveTo(int frame, Part part, int held, int channel, TablePair& tables) const
+    {
+        const int following = std::min(frame + 1, part.last - 1);
+        tables.now = held + 1 == frame ? std::move(tables.next) : makeTable(frame, channel);
+        tables.next = following == frame ? tables.now : makeTable(following, channel);
     }
 
     /// The sample from which the next frame's table is the nearer one before.
@@ -180,20 +173,21 @@ private:
         return std::max(start + 1, static_cast<int>(std::ceil(time)));
     }
 
-    void renderChunk(const Series<float>& now, const Series<float>& next, double share,
-                     double shareStep, int start, int count, float* result) const
+    void renderChunk(const Series<TablePair>& tables, double share, int start, int end, int from,
+                     const Series<float*>& results) const
     {
-        std::array<double, chunk> phases{};
-        model.getTrack().getPhases(start / view.sampleRate, 1.0 / view.sampleRate, count,
+        const double shareStep = 1.0 / (view.sampleRate * lines.frameTime);
+        std::array<double, tableChunk> phases{};
+        model.getTrack().getPhases(start / view.sampleRate, 1.0 / view.sampleRate, end - start,
                                    phases.data());
-        for (int i = 0; i < count; ++i)
+        TablePlaces places;
+        findPlaces(phases, waves.getSize(), places);
+        std::array<float, tableChunk> samples;
+        for (std::size_t channel = 0; channel < tables.size(); ++channel)
         {
-            const double point = phases[static_cast<std::size_t>(i)] * waves.getSize();
-            const auto whole = static_cast<int>(point);
-            const Place place{whole, static_cast<float>(point - whole)};
-            const auto weight = static_cast<float>(std::clamp(share + i * shareStep, 0.0, 1.0));
-            const float value = read(now, place);
-            result[i] = value + weight * (read(next, place) - value);
+            readTables(tables[channel].now.data(), tables[channel].next.data(), places,
+                       static_cast<float>(share), static_cast<float>(shareStep), samples);
+            std::copy_n(samples.begin(), end - start, results[channel] + (start - from));
         }
     }
 
@@ -206,20 +200,18 @@ private:
         const int last = std::clamp(static_cast<int>(middle + reach), first, view.numSamples);
         const auto count = static_cast<std::size_t>(last - first);
         Series<double> gains(count);
-        Series<float> old(count);
-        Series<float> fresh(count);
-        for (int channel = 0; channel < lines.numChannels; ++channel)
-        {
-            render(before, channel, first, last, old.data());
-            render(after, channel, first, last, fresh.data());
+        Series<Series<float>> old(hum.size(), Series<float>(count));
+        Series<Series<float>> fresh = old;
+        render(before, first, last, getPointers(old));
+        render(after, first, last, getPointers(fresh));
+        for (std::size_t channel = 0; channel < old.size(); ++channel)
             for (std::size_t i = 0; i < count; ++i)
             {
                 const float sample = view.channels[channel][first + static_cast<int>(i)];
-                const double remainsOld = sample - old[i];
-                const double remainsFresh = sample - fresh[i];
+                const double remainsOld = sample - old[channel][i];
+                const double remainsFresh = sample - fresh[channel][i];
                 gains[i] += remainsOld * remainsOld - remainsFresh * remainsFresh;
             }
-        }
         return first + findSmallestSum(gains);
     }
 

@@ -23,6 +23,9 @@ constexpr int taps = 6;
 constexpr int tableSteps = 1024;
 constexpr double kernelShape = 2.34 * taps;
 
+/// No track leads farther from where it was looked for.
+constexpr double trackReach = 1.05;
+
 constexpr double smallestPower = 1e-14;
 
 /// Of two powers of the same noise, the product over the sum is a third in the mean. A note on one
@@ -79,16 +82,20 @@ FrameGrid::FrameGrid(double fundamentalToUse, double rate, int numSamples)
 {
 }
 
-LineReader::LineReader(const FrameGrid& gridToUse, double fundamental, double rate)
-    : grid(gridToUse)
-    , sampleRate(rate)
-    , half(static_cast<int>(std::ceil(0.5 * grid.getPeriods() * rate / fundamental)))
-    , size(findTransformSize(grid.getPeriods() * rate / fundamental))
+LineReader::LineReader(const ChannelView& viewToUse, const FrameGrid& gridToUse,
+                       double fundamentalToUse, int mostKept)
+    : view(viewToUse)
+    , grid(gridToUse)
+    , fundamental(fundamentalToUse)
+    , sampleRate(view.sampleRate)
+    , keptHarmonics(mostKept)
+    , half(static_cast<int>(std::ceil(0.5 * grid.getPeriods() * sampleRate / fundamental)))
+    , size(findTransformSize(grid.getPeriods() * sampleRate / fundamental))
     , kernel(makeKernel())
     , frame(1, size)
     , spectrum(1, size / 2 + 1)
 {
-    const double length = grid.getPeriods() * rate / fundamental;
+    const double length = grid.getPeriods() * sampleRate / fundamental;
     double sum = 0.0;
     for (int i = 0; i <= half; ++i)
     {
@@ -99,46 +106,69 @@ LineReader::LineReader(const FrameGrid& gridToUse, double fundamental, double ra
     }
     scale = 2.0 / sum;
     transform.allocate(size, true);
+    const double highest = trackReach * fundamental * (keptHarmonics + 1) * size / sampleRate;
+    keptBins = std::min(size / 2, static_cast<int>(highest) + taps) + 1;
+    const std::size_t numSpectra =
+        keptHarmonics > 0 ? indexOf(grid.getNumFrames(), static_cast<int>(view.channels.size()))
+                          : 0;
+    kept.resize(numSpectra * static_cast<std::size_t>(keptBins));
+    isKept.resize(numSpectra);
 }
 
-HarmonicLines LineReader::read(const ChannelView& view, const PhaseTrack& track, int numHarmonics)
+HarmonicLines LineReader::read(const PhaseTrack& track, int numHarmonics)
 {
     const auto numChannels = static_cast<int>(view.channels.size());
     HarmonicLines lines = makeLines(numChannels, numHarmonics, grid.getNumFrames(),
                                     grid.getFirstTime(), grid.getFrameTime());
     for (int k = 0; k < lines.numFrames; ++k)
     {
-        const double time = lines.getTime(k);
-        const auto centre = static_cast<int>(std::lround(time * sampleRate));
-        const double frequency = track.getFrequency(time);
+        // The grid need not lie on samples of this rate.
+        const auto centre = static_cast<int>(std::lround(lines.getTime(k) * sampleRate));
+        const double time = centre / sampleRate;
+        const double frequency =
+            std::clamp(track.getFrequency(time), 0.0, trackReach * fundamental);
         const double phase = track.getPhase(time);
         for (int channel = 0; channel < numChannels; ++channel)
         {
             const std::size_t at = lines.at(k, channel * numHarmonics);
-            transformFrame(view.channels[channel], view.numSamples, centre);
-            readFrame(frequency, phase - std::floor(phase), numHarmonics, &lines.amplitudes[at],
-                      &lines.noise[at]);
+            const Bin* const bins = numHarmonics <= keptHarmonics
+                                        ? getSpectrum(k, channel, centre)
+                                        : transformFrame(view.channels[channel], centre);
+            readFrame(bins, frequency, phase - std::floor(phase), numHarmonics,
+                      &lines.amplitudes[at], &lines.noise[at]);
         }
     }
     return lines;
 }
 
-void LineReader::transformFrame(const float* samples, int numSamples, int centre)
+const LineReader::Bin* LineReader::getSpectrum(int index, int channel, int centre)
+{
+    const auto numChannels = static_cast<int>(view.channels.size());
+    const std::size_t place = indexOf(index, numChannels, channel);
+    Bin* const bins = &kept[place * static_cast<std::size_t>(keptBins)];
+    if (isKept[place] == 0)
+        std::copy_n(transformFrame(view.channels[channel], centre), keptBins, bins);
+    isKept[place] = 1;
+    return bins;
+}
+
+const LineReader::Bin* LineReader::transformFrame(const float* samples, int centre)
 {
     float* const values = frame.getWriteChannelPtr(0);
     std::memset(values, 0, static_cast<std::size_t>(size) * sizeof(float));
-    const int after = std::min(half, numSamples - 1 - centre);
+    const int after = std::min(half, view.numSamples - 1 - centre);
     const int before = std::min(half, centre);
     for (int i = 0; i <= after; ++i)
         values[i] = samples[centre + i] * window[i];
     for (int i = 1; i <= before; ++i)
         values[size - i] = samples[centre - i] * window[i];
     transform.forwardReal(frame, spectrum);
+    return spectrum.getReadChannelPtr(0);
 }
 
-Complex LineReader::getBin(double position) const
+Complex LineReader::getBin(const Bin* bins, double wanted) const
 {
-    const std::complex<float>* const bins = spectrum.getReadChannelPtr(0);
+    const double position = std::min(wanted, 0.5 * (size - taps));
     const auto below = static_cast<int>(std::floor(position));
     const double step = (position - below) * tableSteps;
     const auto entry = static_cast<int>(step);
@@ -150,17 +180,17 @@ Complex LineReader::getBin(double position) const
     {
         const float weight = weights[tap] + share * (weights[tap + taps] - weights[tap]);
         const int bin = below - taps / 2 + 1 + tap;
-        const std::complex<float> value = bin < 0          ? std::conj(bins[-bin])
-                                          : bin > size / 2 ? std::conj(bins[size - bin])
-                                                           : bins[bin];
+        const Bin value = bin < 0          ? std::conj(bins[-bin])
+                          : bin > size / 2 ? std::conj(bins[size - bin])
+                                           : bins[bin];
         real += weight * value.real();
         imaginary += weight * value.imag();
     }
     return {scale * real, scale * imaginary};
 }
 
-void LineReader::readFrame(double frequency, double phase, int numHarmonics, Complex* amplitudes,
-                           double* noise)
+void LineReader::readFrame(const Bin* bins, double frequency, double phase, int numHarmonics,
+                           Complex* amplitudes, double* noise)
 {
     const double bin = frequency * size / sampleRate;
     const double distance = 2.0 / grid.getPeriods();
@@ -172,11 +202,11 @@ void LineReader::readFrame(double frequency, double phase, int numHarmonics, Com
     for (int h = 0; h < numHarmonics; ++h)
     {
         turned = multiply(turned, turn);
-        amplitudes[h] = multiply(getBin(bin * (h + 1)), turned);
+        amplitudes[h] = multiply(getBin(bins, bin * (h + 1)), turned);
         total += getPower(amplitudes[h]);
         if (h == 0 || !isShared)
-            beside[h] = getPower(getBin(bin * (h + 1 - distance)));
-        const double above = getPower(getBin(bin * (h + 1 + distance)));
+            beside[h] = getPower(getBin(bins, bin * (h + 1 - distance)));
+        const double above = getPower(getBin(bins, bin * (h + 1 + distance)));
         noise[h] = unbiased * beside[h] * above / (beside[h] + above + smallestPower);
         beside[h + 1] = above;
     }

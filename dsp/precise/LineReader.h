@@ -50,22 +50,33 @@ private:
 class LineReader
 {
 public:
-    LineReader(const FrameGrid& grid, double fundamental, double sampleRate);
+    /// Reads of up to `keptHarmonics` transform every frame only once. The samples must stay.
+    LineReader(const ChannelView& view, const FrameGrid& grid, double fundamental,
+               int keptHarmonics = 0);
 
     /// Amplitudes of the first `numHarmonics` (their copy in the sound is the real part of the
     /// amplitude turned by the harmonic's phase), and as noise a mean of the powers at two bins to
     /// either side of the harmonic in which the smaller counts more, smoothed by 1/4, 1/2, 1/4 over
     /// the harmonics. What lies outside of the stretch counts as silence.
-    HarmonicLines read(const ChannelView& view, const PhaseTrack& track, int numHarmonics);
+    HarmonicLines read(const PhaseTrack& track, int numHarmonics);
 
 private:
-    void transformFrame(const float* samples, int numSamples, int centre);
-    Complex getBin(double position) const;
-    void readFrame(double frequency, double phase, int numHarmonics, Complex* amplitudes,
-                   double* noise);
+    using Bin = std::complex<float>;
 
+    const Bin* transformFrame(const float* samples, int centre);
+    const Bin* getSpectrum(int index, int channel, int centre);
+    Complex getBin(const Bin* bins, double wanted) const;
+    void readFrame(const Bin* bins, double frequency, double phase, int numHarmonics,
+                   Complex* amplitudes, double* noise);
+
+    const ChannelView& view;
     FrameGrid grid;
+    double fundamental;
     double sampleRate;
+    int keptHarmonics;
+    int keptBins;        // of each frame
+    Series<Bin> kept;    // [frame][channel][bin]
+    Series<char> isKept; // [frame][channel]
     int half;
     int size;
     double scale;

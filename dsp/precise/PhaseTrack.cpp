@@ -1,5 +1,7 @@
 #include "dsp/precise/PhaseTrack.h"
 
+#include "dsp/precise/TableKernel.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -76,12 +78,8 @@ void PhaseTrack::getPhases(double time, double step, int count, double* result) 
         const double c0 = p.c0 - std::floor(p.c0);
         const double steps = std::ceil((p.end - time) / step);
         const int end = steps < count ? std::max(static_cast<int>(steps), i + 1) : count;
-        for (; i < end; ++i)
-        {
-            const double t = time + i * step - p.start;
-            const double phase = c0 + t * (p.c1 + t * (p.c2 + t * p.c3));
-            result[i] = phase - std::floor(phase);
-        }
+        getFractions({c0, p.c1, p.c2, p.c3}, time + i * step - p.start, step, end - i, result + i);
+        i = end;
     }
 }
 

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <future>
+#include <iterator>
 #include <utility>
 
 namespace orvo::audio::precise
@@ -17,6 +17,7 @@ namespace
 /// stays within bounds, but not below what a good estimate needs.
 constexpr double longestStretch = 32.0; // seconds
 constexpr double shortestStretch = 10.0;
+constexpr double shortestRest = 5.0; // below, hum is hardly told from notes
 constexpr double usualSampleRate = 2.0 * 48000.0;
 constexpr double overlapShare = 0.125;
 constexpr double fadeShare = 0.4; // of the overlap
@@ -24,6 +25,9 @@ constexpr double fadeShare = 0.4; // of the overlap
 /// Hum whose pattern was learnt is elsewhere within this share of its frequency: mains are, and
 /// tapes nearly always.
 constexpr double learnedReach = 0.01;
+
+/// Stretches that are analysed at the same time.
+constexpr std::size_t mostRunning = 2;
 
 constexpr int chunk = 1 << 16; // samples that go to the sink at once
 
@@ -40,6 +44,11 @@ double getHighest(const Series<FundamentalRange>& ranges)
     for (const FundamentalRange& range : ranges)
         highest = std::max(highest, range.highest);
     return highest;
+}
+
+int chooseSurveyFactor(double sampleRate, const PreciseSettings& settings)
+{
+    return std::max(1, static_cast<int>(sampleRate / (surveyMargin * getHighest(settings.ranges))));
 }
 
 /// Numbers that no recording holds would leave nothing of the others in single precision.
@@ -77,9 +86,10 @@ std::optional<PreciseSettings> learnHum(ChannelView view, const PreciseSettings&
 
 HumSurvey::HumSurvey(double sampleRate, int numChannels, const PreciseSettings& settingsToUse)
     : settings(settingsToUse)
-    , factor(std::max(
-          1, static_cast<int>(sampleRate / (surveyMargin * getHighest(settingsToUse.ranges)))))
-    , detector(sampleRate / factor, settings.ranges)
+    , decimator(chooseSurveyFactor(sampleRate, settings))
+    , detector(sampleRate / decimator.getFactor(), settings.ranges)
+    , windowLength(static_cast<std::size_t>(detector.getWindowLength()) *
+                   static_cast<std::size_t>(decimator.getFactor()))
     , buffers(static_cast<std::size_t>(numChannels))
 {
 }
@@ -87,31 +97,42 @@ HumSurvey::HumSurvey(double sampleRate, int numChannels, const PreciseSettings& 
 void HumSurvey::add(const float* const* channels, int numSamples)
 {
     for (std::size_t channel = 0; channel < buffers.size(); ++channel)
-        for (int i = 0; i < numSamples; ++i)
-            buffers[channel].push_back(isSound(channels[channel][i]) ? channels[channel][i] : 0.0F);
-    measure(false);
+        std::transform(channels[channel], channels[channel] + numSamples,
+                       std::back_inserter(buffers[channel]),
+                       [](float sample) { return isSound(sample) ? sample : 0.0F; });
+    const std::size_t count = buffers.front().size() / windowLength * windowLength;
+    if (count == 0)
+        return;
+    Series<Series<float>> ready;
+    for (Series<float>& buffer : buffers)
+    {
+        const auto end = buffer.begin() + static_cast<std::ptrdiff_t>(count);
+        ready.emplace_back(buffer.begin(), end);
+        buffer.erase(buffer.begin(), end);
+    }
+    if (measuring.valid())
+        measuring.get();
+    measuring = std::async(std::launch::async, [this, samples = std::move(ready)]() mutable
+                           { measure(std::move(samples)); });
 }
 
-void HumSurvey::measure(bool isLast)
+void HumSurvey::measure(Series<Series<float>> samples)
 {
-    const Decimator decimator(factor);
-    const auto length =
-        static_cast<std::size_t>(detector.getWindowLength()) * static_cast<std::size_t>(factor);
-    while (buffers.front().size() >= length || (isLast && !buffers.front().empty()))
-    {
-        const std::size_t count = std::min(length, buffers.front().size());
-        for (Series<float>& buffer : buffers)
+    for (std::size_t start = 0; start < samples.front().size(); start += windowLength)
+        for (const Series<float>& channel : samples)
         {
-            const Series<float> window = decimator.process(buffer.data(), static_cast<int>(count));
+            const std::size_t count = std::min(windowLength, channel.size() - start);
+            const Series<float> window =
+                decimator.process(channel.data() + start, static_cast<int>(count));
             detector.addWindow(window.data(), static_cast<int>(window.size()));
-            buffer.erase(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(count));
         }
-    }
 }
 
 PreciseSettings HumSurvey::finish()
 {
-    measure(true);
+    if (measuring.valid())
+        measuring.get();
+    measure(std::move(buffers));
     const Series<CombPeak> peaks = detector.getPeaks();
     const auto isInside = [](const FundamentalRange& range, const CombPeak& peak)
     { return peak.fundamental >= range.lowest && peak.fundamental <= range.highest; };
@@ -146,58 +167,80 @@ PreciseRemover::PreciseRemover(double rate, int numChannels, PreciseSettings set
         buffer.reserve(static_cast<std::size_t>(getNeeded()) + 2 * chunk);
 }
 
+int PreciseRemover::getNeeded() const
+{
+    return length + std::max(length / 4, static_cast<int>(shortestRest * sampleRate));
+}
+
 void PreciseRemover::add(const float* const* channels, int numSamples)
 {
     for (std::size_t channel = 0; channel < buffers.size(); ++channel)
         buffers[channel].insert(buffers[channel].end(), channels[channel],
                                 channels[channel] + numSamples);
-    while (getBuffered() >= getNeeded())
-        processPair();
+    while (getBuffered() > getNeeded())
+    {
+        makeRoom();
+        Series<Series<float>> samples;
+        for (const auto& buffer : buffers)
+            samples.emplace_back(buffer.begin(), buffer.begin() + length);
+        start(std::move(samples));
+        for (auto& buffer : buffers)
+            buffer.erase(buffer.begin(), buffer.begin() + (length - overlap));
+        position += length - overlap;
+    }
 }
 
-PreciseRemover::Stretch PreciseRemover::analyse(int first, int count) const
+/// Waits until another stretch may be analysed. What is delivered goes to the sink while the other
+/// one is still analysed, so that two threads are busy without a third stretch.
+void PreciseRemover::makeRoom()
 {
-    ChannelView view{{}, count, sampleRate};
-    for (const auto& buffer : buffers)
-        view.channels.push_back(buffer.data() + first);
+    if (running.size() == mostRunning)
+        deliverNext(false);
+}
+
+void PreciseRemover::start(Series<Series<float>> samples)
+{
+    running.push_back(std::async(std::launch::async,
+                                 [this, first = position, all = std::move(samples)]() mutable
+                                 { return analyse(first, std::move(all)); }));
+}
+
+void PreciseRemover::deliverNext(bool isLast)
+{
+    Stretch ready = running.front().get();
+    running.pop_front();
+    deliver(std::move(ready), isLast);
+}
+
+PreciseRemover::Stretch PreciseRemover::analyse(std::int64_t first,
+                                                Series<Series<float>> samples) const
+{
+    Stretch stretch{first, std::move(samples), {}, {}};
+    ChannelView view{{}, stretch.getLength(), sampleRate};
+    for (const auto& channel : stretch.samples)
+        view.channels.push_back(channel.data());
     Series<Series<float>> mended;
     if (!isAllSound(view))
-        for (const float*& samples : view.channels)
+        for (const float*& channel : view.channels)
         {
-            mended.emplace_back(samples, samples + count);
+            mended.emplace_back(channel, channel + view.numSamples);
             std::replace_if(
                 mended.back().begin(), mended.back().end(),
                 [](float sample) { return !isSound(sample); }, 0.0F);
-            samples = mended.back().data();
+            channel = mended.back().data();
         }
-    Stretch stretch{first, count, remover.analyse(view), {}};
+    stretch.result = remover.analyse(view);
     if (stretch.result.model)
         stretch.hum = synthesise(*stretch.result.model, view);
     return stretch;
 }
 
-void PreciseRemover::processPair()
-{
-    const int hop = length - overlap;
-    auto second = std::async(std::launch::async, [this, hop] { return analyse(hop, length); });
-    deliver(analyse(0, length), false);
-    deliver(second.get(), false);
-    drop(2 * hop);
-}
-
 void PreciseRemover::finish()
 {
-    const int hop = length - overlap;
-    if (getBuffered() > length + length / 2)
-    {
-        auto second = std::async(std::launch::async,
-                                 [this, hop] { return analyse(hop, getBuffered() - hop); });
-        deliver(analyse(0, length), false);
-        deliver(second.get(), true);
-    }
-    else
-        deliver(analyse(0, getBuffered()), true);
-    drop(getBuffered());
+    makeRoom();
+    start(std::move(buffers));
+    while (!running.empty())
+        deliverNext(running.size() == 1);
 }
 
 /// Sends what is settled once the hum of a stretch is known: all up to where the next fades in.
@@ -205,8 +248,8 @@ void PreciseRemover::deliver(Stretch stretch, bool isLast)
 {
     const int fadeStart = (overlap - fade) / 2;
     const int start = hasTail ? fadeStart : 0;
-    const int end = isLast ? stretch.length : stretch.length - overlap + fadeStart;
-    const double begin = static_cast<double>(position + stretch.first) / sampleRate;
+    const int end = isLast ? stretch.getLength() : stretch.getLength() - overlap + fadeStart;
+    const double begin = static_cast<double>(stretch.first) / sampleRate;
     const double from = begin + start / sampleRate;
     const double to = begin + end / sampleRate;
     if (stretch.result.model)
@@ -227,9 +270,10 @@ void PreciseRemover::crossfade(Stretch& stretch, int start) const
     if (stretch.hum.empty() && tail.front().empty())
         return;
     if (stretch.hum.empty())
-        stretch.hum.assign(buffers.size(), Series<float>(static_cast<std::size_t>(stretch.length)));
-    const int count = std::min(fade, stretch.length - start);
-    for (std::size_t channel = 0; channel < buffers.size(); ++channel)
+        stretch.hum.assign(tail.size(),
+                           Series<float>(static_cast<std::size_t>(stretch.getLength())));
+    const int count = std::min(fade, stretch.getLength() - start);
+    for (std::size_t channel = 0; channel < tail.size(); ++channel)
         for (int i = 0; i < count; ++i)
         {
             const float share = (static_cast<float>(i) + 0.5F) / static_cast<float>(fade);
@@ -259,24 +303,15 @@ void PreciseRemover::send(Stretch& stretch, int start, int end)
     {
         Series<const float*> samples;
         Series<const float*> hum;
-        for (std::size_t channel = 0; channel < buffers.size(); ++channel)
+        for (std::size_t channel = 0; channel < tail.size(); ++channel)
         {
-            samples.push_back(buffers[channel].data() + delivered);
+            samples.push_back(stretch.samples[channel].data() + start);
             hum.push_back(stretch.hum.empty() ? nothing.data()
                                               : stretch.hum[channel].data() + start);
         }
         const int count = std::min(chunk, end - start);
         sink(samples.data(), hum.data(), count);
-        delivered += count;
     }
-}
-
-void PreciseRemover::drop(int count)
-{
-    for (auto& buffer : buffers)
-        buffer.erase(buffer.begin(), buffer.begin() + count);
-    position += count;
-    delivered -= count;
 }
 
 } // namespace orvo::audio::precise

@@ -1,12 +1,14 @@
 #pragma once
 
+#include "dsp/precise/Decimator.h"
 #include "dsp/precise/HumSummary.h"
 #include "dsp/precise/Series.h"
 #include "dsp/precise/StretchRemover.h"
 
 #include <cstdint>
+#include <deque>
 #include <functional>
-#include <memory>
+#include <future>
 
 namespace orvo::audio::precise
 {
@@ -39,11 +41,14 @@ constexpr FundamentalRange getRangeAround(double frequency)
 std::optional<PreciseSettings> learnHum(ChannelView view, const PreciseSettings& settings);
 
 /// First reading of a recording: which fundamental its hum has, if it has any. Memory is that of
-/// some seconds. One thread at a time.
+/// some seconds. One thread at a time; what was added is measured by another one meanwhile.
 class HumSurvey
 {
 public:
     HumSurvey(double sampleRate, int numChannels, const PreciseSettings& settings);
+
+    HumSurvey(const HumSurvey&) = delete;
+    HumSurvey& operator=(const HumSurvey&) = delete;
 
     /// Takes the next samples of every channel.
     void add(const float* const* channels, int numSamples);
@@ -53,18 +58,20 @@ public:
     PreciseSettings finish();
 
 private:
-    void measure(bool isLast);
+    void measure(Series<Series<float>> samples);
 
     PreciseSettings settings;
-    int factor;
+    Decimator decimator;
     CombDetector detector;
+    std::size_t windowLength; // samples before decimation
     Series<Series<float>> buffers;
+    std::future<void> measuring; // of what came before, beside reading; ends before the others go
 };
 
 /// Second reading: removes hum from a recording of any length, by overlapping stretches of 32
-/// seconds and less where there are many channels, two of which are analysed at the same time.
-/// Memory does not grow with the length but for the course of the summary. Where there is no hum
-/// nothing changes.
+/// seconds and less where there are many channels, two of which are analysed at the same time,
+/// beside the caller's thread. Memory does not grow with the length but for the course of the
+/// summary. Where there is no hum nothing changes.
 class PreciseRemover
 {
 public:
@@ -76,6 +83,9 @@ public:
     /// Rates from 100 Hz to 384 kHz; harmonics above 0.45 of the rate are left alone. Any number of
     /// channels; time and memory grow with it.
     PreciseRemover(double sampleRate, int numChannels, PreciseSettings settings, Sink sink);
+
+    PreciseRemover(const PreciseRemover&) = delete;
+    PreciseRemover& operator=(const PreciseRemover&) = delete;
 
     /// Takes the next samples of every channel; gives what is ready to the sink. Samples that are
     /// no finite numbers count as silence in the analysis. Throws what the sink throws, and
@@ -90,25 +100,27 @@ public:
 private:
     struct Stretch
     {
-        int first; // in the buffer
-        int length;
+        std::int64_t first;            // of the recording
+        Series<Series<float>> samples; // as they came in
         StretchResult result;
         Series<Series<float>> hum; // empty without hum
+
+        int getLength() const { return static_cast<int>(samples.front().size()); }
     };
 
     int getBuffered() const { return static_cast<int>(buffers.front().size()); }
 
-    /// Samples from which on a pair of stretches is analysed: what is left after it is a stretch of
-    /// its own.
-    int getNeeded() const { return length - overlap + length + length / 2; }
+    /// Samples from which on a stretch is analysed: what is left after it is one of its own.
+    int getNeeded() const;
 
-    void processPair();
-    Stretch analyse(int first, int length) const;
+    void makeRoom();
+    void start(Series<Series<float>> samples);
+    Stretch analyse(std::int64_t first, Series<Series<float>> samples) const;
+    void deliverNext(bool isLast);
     void deliver(Stretch stretch, bool isLast);
     void crossfade(Stretch& stretch, int start) const;
     void keepTail(const Stretch& stretch, int start);
     void send(Stretch& stretch, int start, int end);
-    void drop(int count);
 
     double sampleRate;
     PreciseSettings settings;
@@ -119,10 +131,10 @@ private:
     int overlap;
     int fade;
     std::int64_t position = 0;     // of the buffers' first sample
-    int delivered = 0;             // samples of the buffers that went to the sink
-    Series<Series<float>> buffers; // as they came in
+    Series<Series<float>> buffers; // as they came in, from the next stretch on
     Series<Series<float>> tail;    // hum of the stretch before, over the fade
     bool hasTail = false;
+    std::deque<std::future<Stretch>> running; // at most two; end before the others go
 };
 
 } // namespace orvo::audio::precise

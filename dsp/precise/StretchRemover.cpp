@@ -71,13 +71,15 @@ struct LowRateCopy
     ChannelView view;
 };
 
-LowRateCopy makeLowRateCopy(const ChannelView& view, double highestFundamental)
+/// A copy that holds harmonics of a fundamental; the factor is 1 where nothing can be left out.
+LowRateCopy makeLowRateCopy(const ChannelView& view, double fundamental, int numHarmonics,
+                            std::size_t mostChannels)
 {
-    const double needed = 2.0 * analysisMargin * (HumFitter::numHarmonics + 1) * highestFundamental;
+    const double needed = 2.0 * analysisMargin * (numHarmonics + 1) * fundamental;
     const int factor = std::max(1, static_cast<int>(view.sampleRate / needed));
     const Decimator decimator(factor);
     LowRateCopy copy;
-    const std::size_t count = std::min(view.channels.size(), mostAnalysisChannels);
+    const std::size_t count = std::min(view.channels.size(), mostChannels);
     for (std::size_t channel = 0; channel < count; ++channel)
         copy.samples.push_back(decimator.process(view.channels[channel], view.numSamples));
     for (const auto& samples : copy.samples)
@@ -291,22 +293,29 @@ bool isBursts(const HumModel& model)
     return densest > burstShare * total;
 }
 
-/// Whether a harmonic near the highest stands out clearly.
-bool reachesTop(const HumModel& model)
+/// Number of the highest harmonic that is there, 1 if none is.
+int findHighest(const HumModel& model)
 {
-    const HarmonicLines& lines = model.getLines();
-    for (int line = 0; line < lines.getNumLines(); ++line)
-        if (model.getSmooth().evidence[line] > restEvidence &&
-            lines.getHarmonic(line) > lines.numHarmonics - topHarmonics)
-            return true;
-    return false;
+    const Series<double> evidence = collectEvidence(model);
+    const auto found =
+        std::find_if(evidence.rbegin(), evidence.rend(), [](double value) { return value > 0.0; });
+    return std::max(1, static_cast<int>(evidence.rend() - found));
 }
 
-HumModel extend(const HumModel& model, const ChannelView& view, LineReader& reader,
-                int numHarmonics)
+/// The hum with all harmonics of a view, of which those above the highest are left out.
+HumModel extend(const HumModel& model, const ChannelView& view, const FrameGrid& grid,
+                double fundamental, int numHarmonics)
 {
-    HumModel extended = model.moveTo(reader.read(view, model.getTrack(), numHarmonics));
+    HarmonicLines lines = LineReader(view, grid, fundamental).read(model.getTrack(), numHarmonics);
+    HumModel extended = model.moveTo(lines);
     extended.updateAmplitudes();
+    const int highest = findHighest(extended);
+    if (highest < numHarmonics)
+    {
+        lines = keepHarmonics(lines, highest);
+        extended = model.moveTo(std::move(lines));
+        extended.updateAmplitudes();
+    }
     for (int round = 0; round < noiseRounds; ++round)
     {
         extended.takeNoiseFromResidual();
@@ -344,29 +353,30 @@ bool StretchRemover::isHum(const HumModel& model, const ChannelView& view) const
 }
 
 /// Fits a hum near a fundamental; gives nothing if it is none.
-std::optional<HumModel> StretchRemover::find(const ChannelView& view, const ChannelView& lowRate,
-                                             double fundamental, StretchResult& result) const
+std::optional<HumModel> StretchRemover::find(const Views& views, double fundamental,
+                                             StretchResult& result) const
 {
-    const FrameGrid grid(fundamental, lowRate.sampleRate, lowRate.numSamples);
-    if (grid.getNumFrames() < 2 || fundamental > highestShareOfRate * view.sampleRate)
+    const FrameGrid grid(fundamental, views.low.sampleRate, views.low.numSamples);
+    if (grid.getNumFrames() < 2 || fundamental > highestShareOfRate * views.full.sampleRate)
         return {};
-    const HumModel model = HumFitter(lowRate, grid, fundamental).fit();
+    const HumModel model = HumFitter(views.low, grid, fundamental).fit();
     const double found = getMeanFrequency(model);
     if (!model.isAnyPresent())
         return {};
-    LineReader reader(grid, fundamental, view.sampleRate);
     const int most = std::min(settings.mostHarmonics,
-                              static_cast<int>(highestShareOfRate * view.sampleRate / found));
+                              static_cast<int>(highestShareOfRate * views.full.sampleRate / found));
     if (most < 1)
         return {};
-    HumModel extended = extend(model, view, reader, std::min(most, firstHarmonics));
+    const int first = std::min(most, firstHarmonics);
+    HumModel extended = extend(model, views.middle, grid, fundamental, first);
     const bool isKnownToReach =
         settings.pattern &&
         static_cast<int>(settings.pattern->amplitudes[0].size()) > firstHarmonics;
-    if (most > firstHarmonics && (isKnownToReach || reachesTop(extended)))
-        extended = extend(model, view, reader, most);
+    const bool reachesTop = extended.getLines().numHarmonics > first - topHarmonics;
+    if (most > first && (isKnownToReach || reachesTop))
+        extended = extend(model, views.full, grid, fundamental, most);
     leaveOutNotes(extended);
-    if (!isHum(extended, view))
+    if (!isHum(extended, views.full))
         return {};
     result.fundamental = found;
     if (settings.pattern)
@@ -380,12 +390,14 @@ StretchResult StretchRemover::analyse(const ChannelView& view) const
     double highest = 0.0;
     for (const FundamentalRange& range : settings.ranges)
         highest = std::max(highest, range.highest);
-    const LowRateCopy copy = makeLowRateCopy(view, highest);
-    const Series<CombPeak> peaks = findPeaks(copy.view, settings.ranges);
+    const LowRateCopy copy = makeLowRateCopy(view, highest, firstHarmonics, view.channels.size());
+    const LowRateCopy lowCopy =
+        makeLowRateCopy(copy.view, highest, HumFitter::numHarmonics, mostAnalysisChannels);
+    const Series<CombPeak> peaks = findPeaks(lowCopy.view, settings.ranges);
     StretchResult result{peaks.front().fundamental, peaks.front().score, false, {}};
     for (const double fundamental : chooseCandidates(peaks, settings.ranges))
     {
-        result.model = find(view, copy.view, fundamental, result);
+        result.model = find({view, copy.view, lowCopy.view}, fundamental, result);
         if (result.model || result.isBursts)
             break;
     }

@@ -44,8 +44,16 @@ public:
     StretchResult analyse(const ChannelView& view) const;
 
 private:
-    std::optional<HumModel> find(const ChannelView& view, const ChannelView& lowRate,
-                                 double fundamental, StretchResult& result) const;
+    /// A stretch, and copies of it for the first 80 harmonics and for those that are fitted.
+    struct Views
+    {
+        const ChannelView& full;
+        const ChannelView& middle;
+        const ChannelView& low;
+    };
+
+    std::optional<HumModel> find(const Views& views, double fundamental,
+                                 StretchResult& result) const;
     bool isHum(const HumModel& model, const ChannelView& view) const;
 
     StretchSettings settings;

@@ -2,6 +2,7 @@
 #include "dsp/precise/Decimator.h"
 #include "dsp/precise/GridKernels.h"
 #include "dsp/precise/PathSmoother.h"
+#include "dsp/precise/WalkKernel.h"
 #include "tests/dsp/precise/Recordings.h"
 #include "tests/support/InstructionSets.h"
 
@@ -26,30 +27,92 @@ Complex makeNoise(Dice& dice, double power)
     return std::sqrt(0.5 * power) * Complex(real, makeNormal(dice));
 }
 
-/// The walk's likelihood by its definition.
-double getPlainLikelihood(const LineWalk& line, std::size_t size)
+/// A walking line by its definition, one value after the other in double precision.
+struct PlainWalk
 {
-    double likelihood = 0.0;
-    double variance = line.startVariance;
-    Complex mean;
-    for (int k = 0; k < line.numFrames; ++k)
+    const HarmonicLines& lines;
+    const Walks& walks;
+    int line;
+    double step;
+
+    struct State
     {
-        const std::size_t at = static_cast<std::size_t>(k) * line.stride;
-        const double noise = line.noise[at];
-        const bool isSkipped = line.isSkipped[k] != 0;
-        variance += line.stepVariances[size] + (line.isJump[k] != 0 ? line.jumpVariance : 0.0);
-        const Complex error = line.amplitudes[at] - (isSkipped ? 0.0 : mean);
-        const double total = isSkipped ? noise : variance + noise;
-        const double ratio = std::norm(error) / total;
-        likelihood -= std::log(total) + 3.0 * std::log1p(ratio / noiseFreedom);
-        const double factor =
-            std::max((ratio + noiseFreedom) / (noiseFreedom + 1.0), smallestNoiseFactor);
-        const double gain = isSkipped ? 0.0 : variance / (variance + noise * factor);
-        mean += gain * error;
-        variance -= gain * variance;
+        Complex mean;
+        double variance;
+    };
+
+    State start() const { return {0.0, walks.startVariances[line]}; }
+
+    double getJump(int frame) const
+    {
+        return frame < lines.numFrames && walks.isJump[frame] != 0 ? walks.jumpVariances[line]
+                                                                   : 0.0;
     }
-    return likelihood;
-}
+
+    /// Gives the frame's part of the logarithm of the likelihood.
+    double update(State& s, int frame, double noise, bool isRobust) const
+    {
+        const bool isSkipped = walks.isSkipped[frame] != 0;
+        const Complex error = lines.amplitudes[lines.at(frame, line)] - (isSkipped ? 0.0 : s.mean);
+        const double total = isSkipped ? noise : s.variance + noise;
+        const double ratio = std::norm(error) / total;
+        const double factor = std::max((ratio + 2.0) / 3.0, 0.5);
+        const double gain =
+            isSkipped ? 0.0 : s.variance / (s.variance + noise * (isRobust ? factor : 1.0));
+        s.mean += gain * error;
+        s.variance -= gain * s.variance;
+        return -std::log(total) - 3.0 * std::log1p(ratio / 2.0);
+    }
+
+    double getNoise(int frame) const { return lines.noise[lines.at(frame, line)]; }
+
+    double getLikelihood() const
+    {
+        double likelihood = 0.0;
+        State state = start();
+        for (int k = 0; k < lines.numFrames; ++k)
+        {
+            state.variance += step + getJump(k);
+            likelihood += update(state, k, getNoise(k), true);
+        }
+        return likelihood;
+    }
+
+    std::vector<State> smooth() const
+    {
+        std::vector<State> states(static_cast<std::size_t>(lines.numFrames));
+        std::vector<double> noise;
+        for (int k = 0; k < lines.numFrames; ++k)
+            noise.push_back(getNoise(k));
+        for (int round = 0; round < 3; ++round)
+        {
+            State state = start();
+            for (int k = 0; k < lines.numFrames; ++k)
+            {
+                state.variance += step + getJump(k);
+                update(state, k, noise[static_cast<std::size_t>(k)], round == 0);
+                states[static_cast<std::size_t>(k)] = state;
+            }
+            for (int k = lines.numFrames - 2; k >= 0; --k)
+            {
+                State& here = states[static_cast<std::size_t>(k)];
+                const State& next = states[static_cast<std::size_t>(k) + 1];
+                const double predicted = here.variance + step + getJump(k + 1);
+                const double gain = here.variance / predicted;
+                here.mean += gain * (next.mean - here.mean);
+                here.variance += gain * gain * (next.variance - predicted);
+            }
+            for (int k = 0; k < lines.numFrames; ++k)
+            {
+                const Complex value = lines.amplitudes[lines.at(k, line)];
+                const double error = std::norm(value - states[static_cast<std::size_t>(k)].mean);
+                noise[static_cast<std::size_t>(k)] =
+                    std::max((2.0 * getNoise(k) + error) / 3.0, 0.4 * getNoise(k));
+            }
+        }
+        return states;
+    }
+};
 
 /// A frame's transform at a frequency, summed directly, in the units of the reader.
 Complex transform(const orvo::audio::precise::Series<float>& samples, int centre, double length,
@@ -81,36 +144,46 @@ double decimateTone(double share)
 
 TEST(WalkKernel, agreesWithThePlainFormForEveryInstructionSet)
 {
-    constexpr std::size_t numLines = 5; // an odd one goes alone
     Dice dice;
-    orvo::audio::precise::Series<Complex> amplitudes;
-    orvo::audio::precise::Series<double> noise;
-    for (std::size_t i = 0; i < 203 * numLines; ++i)
+    HarmonicLines lines = makeLines(1, 19, 203, 0.0, 0.04); // a pack and a part of one
+    for (std::size_t at = 0; at < lines.noise.size(); ++at)
     {
-        noise.push_back(std::pow(10.0, dice.uniform(-9.0, -3.0)));
-        amplitudes.push_back(0.01 + makeNoise(dice, noise.back()));
+        lines.noise[at] = std::pow(10.0, dice.uniform(-9.0, -3.0));
+        lines.amplitudes[at] = 0.01 + makeNoise(dice, lines.noise[at]);
     }
-    orvo::audio::precise::Series<char> isSkipped(203);
-    orvo::audio::precise::Series<char> isJump(203);
-    isJump[90] = isSkipped[30] = isSkipped[31] = 1;
-    orvo::audio::precise::Series<LineWalk> lines;
-    for (std::size_t line = 0; line < numLines; ++line)
-        lines.push_back({&amplitudes[line],
-                         &noise[line],
-                         numLines,
-                         203,
-                         isSkipped.data(),
-                         isJump.data(),
-                         1e-3,
-                         1e-2,
-                         {0.0, 1e-12, 1e-10, 1e-9, 1e-8, 1e-7, 1e-6, 1e-4}});
+    const PackedLines packed(lines);
+    using Lanes = orvo::audio::precise::Series<float>;
+    Walks walks{packed, Lanes(32, 1e-2F), Lanes(32, 1e-3F), {}, {}};
+    walks.isSkipped.resize(203);
+    walks.isJump.resize(203);
+    walks.isJump[90] = walks.isSkipped[30] = walks.isSkipped[31] = 1;
+    std::array<Lanes, numWalkSizes> steps;
+    for (std::size_t size = 0; size < numWalkSizes; ++size)
+        steps[size].assign(32,
+                           static_cast<float>(std::pow(10.0, -12.0 + static_cast<double>(size))));
+    const orvo::audio::precise::Series<char> nothing(203);
     forEachInstructionSet(
         [&]
         {
-            const orvo::audio::precise::Series<PerWalkSize> likelihoods = getWalkLikelihoods(lines);
-            for (std::size_t i = 0; i < numLines * numWalkSizes; ++i) // some thousands, rounded
-                EXPECT_NEAR(likelihoods[i % numLines][i / numLines],
-                            getPlainLikelihood(lines[i % numLines], i / numLines), 1e-8);
+            const auto likelihoods = getWalkLikelihoods(walks, steps);
+            const WalkEstimates estimates = smoothWalks(walks, steps[4], nothing);
+            for (int line = 0; line < 19; ++line)
+            {
+                for (std::size_t size = 0; size < numWalkSizes; ++size) // thousands in the sum
+                    EXPECT_NEAR(likelihoods[line][size],
+                                (PlainWalk{lines, walks, line, steps[size][0]}.getLikelihood()),
+                                0.02);
+                const auto smooth = PlainWalk{lines, walks, line, steps[4][0]}.smooth();
+                for (int k = 0; k < 203; ++k)
+                {
+                    const std::size_t at = packed.at(line) + indexOf(k, PackedLines::width);
+                    const auto& plain = smooth[static_cast<std::size_t>(k)];
+                    EXPECT_NEAR(estimates.real[at], plain.mean.real(), 1e-7);
+                    EXPECT_NEAR(estimates.imaginary[at], plain.mean.imag(), 1e-7);
+                    // The smoother subtracts variances that are nearly equal.
+                    EXPECT_NEAR(estimates.variances[at] / plain.variance, 1.0, 0.01);
+                }
+            }
         });
 }
 
@@ -119,6 +192,10 @@ TEST(GridKernels, agreeWithThePlainFormsForEveryInstructionSet)
     constexpr int count = 61; // no multiple of any vector
     Dice dice;
     const Complex value(0.3, -0.2);
+    const Complex other(-0.1, 0.7);
+    SplitComplex<float> readings(2);
+    readings.set(0, value);
+    readings.set(1, other);
     const GainEvidence evidence{0.13, 0.2, -0.05, 1e-3, 1e-3};
     SplitComplex<float> turns(2 * count);
     SplitComplex<double> expected(2 * count);
@@ -132,10 +209,12 @@ TEST(GridKernels, agreeWithThePlainFormsForEveryInstructionSet)
     forEachInstructionSet(
         [&]
         {
-            SplitComplex<float> sums(count);
+            orvo::audio::precise::Series<float> sums(count, 1.0F);
+            SplitComplex<float> squares = turns;
             orvo::audio::precise::Series<double> products(count, 2.0);
             orvo::audio::precise::Series<double> scores(count, 1.0);
-            addTurned(value, turns, count, count, sums);
+            multiplyInPlace(squares, turns);
+            addScores({readings, turns, 0, 3.0, 0.2}, 2, count, sums.data());
             multiplyErrors(value, expected, count, count, 7.0, products.data());
             multiplyGainErrors(evidence, gains.data(), count, products.data());
             const auto factors = products;
@@ -149,11 +228,103 @@ TEST(GridKernels, agreeWithThePlainFormsForEveryInstructionSet)
                 const double rest = std::max(0.0, 0.13 + gain * (0.2 * gain + 0.1));
                 const double factor = 2.0 * (1.0 + 7.0 * std::norm(error)) *
                                       (1.0 + rest / (1e-3 + 1e-3 * gain * gain * 0.2));
-                EXPECT_NEAR(sums.real[i], (value * turn).real(), 1e-6);
-                EXPECT_NEAR(sums.imaginary[i], (value * turn).imag(), 1e-6);
+                EXPECT_NEAR(squares.real[count + i], (turn * turn).real(), 1e-6);
+                EXPECT_NEAR(squares.imaginary[count + i], (turn * turn).imag(), 1e-6);
+                const Complex before(turns.real[i], turns.imaginary[i]);
+                const double clear = std::norm(value * before + other * turn) / 3.0;
+                EXPECT_NEAR(sums[i], 1.0 + clear / (1.0 + clear / 0.2), 1e-6);
                 EXPECT_NEAR(factors[i], factor, 1e-12 * factor);
                 EXPECT_NEAR(scores[i], 1.0 - 3.0 * std::log(factor), 1e-12);
                 EXPECT_EQ(products[i], 1.0);
+            }
+        });
+}
+
+TEST(GridKernels, measureAStepAsItsDefinitionDoesForEveryInstructionSet)
+{
+    constexpr int count = 2 * FrameLines::group;
+    Dice dice;
+    SplitComplex<float> values(count);
+    SplitComplex<float> expected(count);
+    SplitComplex<float> turns(count);
+    orvo::audio::precise::Series<float> noise;
+    orvo::audio::precise::Series<float> harmonics;
+    MotionStep plain;
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        const Complex pattern = makeNoise(dice, 1.0);
+        const Complex turn = std::polar(1.2, dice.uniform(0.0, fullTurn));
+        const Complex error = makeNoise(dice, 1e-2);
+        const double h = static_cast<double>(i % 24) + 1.0;
+        const double read = std::pow(10.0, dice.uniform(-8.0, -2.0));
+        values.set(i, pattern * turn + error);
+        expected.set(i, pattern);
+        turns.set(i, turn);
+        noise.push_back(static_cast<float>(read));
+        harmonics.push_back(static_cast<float>(h));
+        const double power = std::norm(pattern * turn);
+        const double used = std::max({read, 1e-5 * power, (2.0 * read + std::norm(error)) / 3.0});
+        const Complex gradient = error * std::conj(pattern * turn) / used;
+        plain.turn += h * gradient.imag();
+        plain.turnInformation += h * h * power / used;
+        plain.growth += gradient.real();
+        plain.growthInformation += power / used;
+    }
+    forEachInstructionSet(
+        [&]
+        {
+            const MotionStep step = measureStep(
+                {values.real.data(), values.imaginary.data(), noise.data(), expected.real.data(),
+                 expected.imaginary.data(), harmonics.data(), count},
+                turns, 1e-5F);
+            // The error is a small difference of values in single precision.
+            EXPECT_NEAR(step.turn, plain.turn, 1e-4 * std::sqrt(plain.turnInformation));
+            EXPECT_NEAR(step.growth, plain.growth, 1e-4 * std::sqrt(plain.growthInformation));
+            EXPECT_NEAR(step.turnInformation / plain.turnInformation, 1.0, 1e-4);
+            EXPECT_NEAR(step.growthInformation / plain.growthInformation, 1.0, 1e-4);
+        });
+}
+
+TEST(GridKernels, findTheOriginThatGainsMostForEveryInstructionSet)
+{
+    constexpr int count = 61;
+    Dice dice;
+    orvo::audio::precise::Series<double> gains; // a circle: the ends are repeated
+    for (int i = 0; i < count; ++i)
+        gains.push_back(dice.uniform(0.0, 60.0));
+    gains.insert(gains.begin(), gains.back());
+    gains.push_back(gains[1]);
+    const auto top =
+        static_cast<int>(std::max_element(gains.begin() + 1, gains.end() - 1) - gains.begin()) - 1;
+    forEachInstructionSet(
+        [&]
+        {
+            orvo::audio::precise::Series<double> best(count);
+            orvo::audio::precise::Series<double> bestPhase(count);
+            orvo::audio::precise::Series<float> origins(count);
+            orvo::audio::precise::Series<float> phases(count);
+            findOrigins({gains.begin() + 1, gains.end() - 1}, 2.0, best, origins.data());
+            findPhaseOrigins(gains.data(), count, {2.0, 30.0, top, 99, 20.0}, bestPhase.data(),
+                             phases.data());
+            for (int i = 0; i < count; ++i)
+            {
+                double most = 0.0;
+                double mostPhase = 20.0; // from outside
+                for (int from = 0; from < count; ++from)
+                {
+                    const int distance = std::abs(i - from);
+                    most = std::max(most, gains[from + 1] - 2.0 * distance * distance);
+                    const bool isBeside = distance == 1 || distance == count - 1;
+                    const double cost = isBeside ? 2.0 : 30.0;
+                    mostPhase = std::max(mostPhase, gains[from + 1] - (distance == 0 ? 0.0 : cost));
+                }
+                EXPECT_EQ(best[i], most);
+                EXPECT_EQ(bestPhase[i], mostPhase);
+                const auto origin = static_cast<int>(origins[i]);
+                EXPECT_EQ(gains[origin + 1] - 2.0 * (origin - i) * (origin - i), most);
+                const auto phase = static_cast<int>(phases[i]);
+                EXPECT_EQ(phase == 99, mostPhase == 20.0);
+                EXPECT_TRUE(phase == 99 || (phase >= 0 && phase < count));
             }
         });
 }
@@ -212,8 +383,14 @@ TEST(LineReader, readsWhatADirectSumGivesAndThePowerOfNoise)
             static_cast<float>(0.5 * std::cos(fullTurn * f * i + 1.0) + 0.01 * makeNormal(dice)));
     const FrameGrid grid(50.37, 8000.0, 80000);
     const double length = grid.getFrameLength() * 8000.0;
-    const HarmonicLines lines = LineReader(grid, 50.37, 8000.0)
-                                    .read({{samples.data()}, 80000, 8000.0}, PhaseTrack(50.37), 60);
+    const ChannelView view{{samples.data()}, 80000, 8000.0};
+    LineReader reader(view, grid, 50.37, 60);
+    const HarmonicLines lines = reader.read(PhaseTrack(50.37), 60);
+    // What is kept serves other tracks too, and gives what is read anew.
+    reader.read(PhaseTrack(50.9), 60);
+    const HarmonicLines again = reader.read(PhaseTrack(50.37), 60);
+    EXPECT_EQ(again.amplitudes, lines.amplitudes);
+    EXPECT_EQ(LineReader(view, grid, 50.37).read(PhaseTrack(50.37), 60).noise, lines.noise);
     double power = 0.0;
     for (int frame = 0; frame < lines.numFrames; ++frame)
         for (int line = 0; line < 60; ++line)
