@@ -51,6 +51,8 @@ FileDescriptor openForReading(const std::filesystem::path& path)
     return file;
 }
 
+constexpr auto unknownLength = std::numeric_limits<std::int64_t>::max();
+
 /// A short file that claims more than this many samples a second is no recording, and would have
 /// memory taken for all of them.
 constexpr std::int64_t usualClaim = std::int64_t{64} * 384000;
@@ -106,7 +108,7 @@ void AudioFileReader::countFrames()
     constexpr std::int64_t framesAtOnce = 16384;
     const auto stated = shape.frames;
     std::vector<float> samples(static_cast<std::size_t>(framesAtOnce * shape.channels));
-    shape.frames = stated < 0 ? std::numeric_limits<std::int64_t>::max() : stated;
+    shape.frames = stated < 0 ? unknownLength : stated;
     while (nextFrame < shape.frames)
     {
         const auto wanted = std::min(framesAtOnce, shape.frames - nextFrame);
@@ -154,6 +156,9 @@ void AudioFileReader::startAgain()
 bool AudioFileReader::skipDamage()
 {
     constexpr std::int64_t firstStep = 1024;
+    // Where the length is not known yet, the end looks like damage.
+    if (!source->isSeekable() || shape.frames == unknownLength)
+        return false;
     for (auto step = firstStep; nextFrame + step < shape.frames && step < shape.frames; step *= 2)
     {
         source->restart();

@@ -50,7 +50,7 @@ void ChainedSource::measure()
 }
 
 /// What is stated need not be true, and a link that ends early would move all that follow.
-std::int64_t ChainedSource::countFrames(LibrarySource& link) const
+std::int64_t ChainedSource::countFrames(LibrarySource& link)
 {
     constexpr std::int64_t framesAtOnce = 4096;
     std::vector<float> samples(static_cast<std::size_t>(framesAtOnce * shape.channels));
@@ -59,8 +59,10 @@ std::int64_t ChainedSource::countFrames(LibrarySource& link) const
         frames += got;
     const auto stated = link.getShape().frames;
     if (!link.getError().empty() || (stated >= 0 && frames < stated))
-        throw FileError(filePath,
-                        fmt::format("cannot be decoded after frame {}", starts.back() + frames));
+        notes.push_back(
+            {fmt::format("part {} of {} cannot be decoded after {:.1f} s", starts.size(),
+                         links.size(), static_cast<double>(frames) / shape.sampleRate),
+             true});
     return frames;
 }
 

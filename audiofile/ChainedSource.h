@@ -37,7 +37,7 @@ public:
 private:
     void measure();
     bool openLink(std::size_t number);
-    std::int64_t countFrames(LibrarySource& link) const;
+    std::int64_t countFrames(LibrarySource& link);
 
     std::filesystem::path filePath;
     std::vector<FileRange> links;

@@ -129,7 +129,7 @@ std::vector<FileNote> damagesOf(const AudioFileReader& reader)
         add(damagesOfChunks(reader, *file));
     else if (reader.getFormat().getContainer() == SF_FORMAT_AU)
         add(damagesOfAu(reader));
-    else if (reader.getFormat().getContainer() == SF_FORMAT_OGG)
+    else if (asText(readBytesAt(reader.getDescriptor(), 0, 4)) == "OggS")
         add(damagesOfOgg(reader));
     return notes;
 }

@@ -1,11 +1,14 @@
 #include "audiofile/LibrarySource.h"
 
+#include "audiofile/FileBytes.h"
 #include "base/FileError.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <mutex>
 #include <system_error>
 #include <utility>
 
@@ -25,6 +28,43 @@ std::string messageOf(SNDFILE* sound)
     while (!message.empty() && (message.back() == '.' || message.back() == '\n'))
         message.pop_back();
     return message;
+}
+
+/// The sound library lets the decoder remark on descriptions on standard error, and has no switch
+/// for that.
+class SilentStandardError
+{
+public:
+    SilentStandardError()
+        : lock(mutex)
+        , kept(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0))
+        , nothing(open("/dev/null", O_WRONLY | O_CLOEXEC))
+    {
+        if (kept.isOpen() && nothing.isOpen())
+            dup2(nothing.get(), STDERR_FILENO);
+    }
+
+    ~SilentStandardError()
+    {
+        if (kept.isOpen())
+            dup2(kept.get(), STDERR_FILENO);
+    }
+
+    SilentStandardError(const SilentStandardError&) = delete;
+    SilentStandardError& operator=(const SilentStandardError&) = delete;
+
+private:
+    static inline std::mutex mutex;
+    std::lock_guard<std::mutex> lock;
+    FileDescriptor kept;
+    FileDescriptor nothing;
+};
+
+/// Whether the library will give the file to its decoder of MPEG audio.
+bool isLikeMpeg(const FileRange& range)
+{
+    const auto start = readBytesAt(range.descriptor, range.start, 3);
+    return asText(start).starts_with("ID3") || asText(start).starts_with("\xff");
 }
 
 } // namespace
@@ -82,6 +122,9 @@ SoundFileHandle LibrarySource::open(SF_INFO& opened)
     input.position = 0;
     opened = raw.value_or(SF_INFO{});
     auto io = functions();
+    std::optional<SilentStandardError> silence;
+    if (!raw && isLikeMpeg(input.range))
+        silence.emplace();
     SoundFileHandle handle(sf_open_virtual(&io, SFM_READ, &opened, &input));
     if (input.error != 0)
         throw FileError(filePath, input.error);

@@ -1,59 +1,21 @@
 #include "audiofile/Mp3Source.h"
 
-#include "audiofile/FileBytes.h"
 #include "audiofile/LibrarySource.h"
 #include "base/FileError.h"
 
 #include <fmt/format.h>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <mpg123.h>
-#include <mutex>
 #include <system_error>
 #include <utility>
 
 namespace kalim
 {
-namespace
-{
-
-/// The sound library lets the decoder remark on descriptions on standard error, and has no switch
-/// for that.
-class SilentStandardError
-{
-public:
-    SilentStandardError()
-        : lock(mutex)
-        , kept(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0))
-        , nothing(open("/dev/null", O_WRONLY | O_CLOEXEC))
-    {
-        if (kept.isOpen() && nothing.isOpen())
-            dup2(nothing.get(), STDERR_FILENO);
-    }
-
-    ~SilentStandardError()
-    {
-        if (kept.isOpen())
-            dup2(kept.get(), STDERR_FILENO);
-    }
-
-    SilentStandardError(const SilentStandardError&) = delete;
-    SilentStandardError& operator=(const SilentStandardError&) = delete;
-
-private:
-    static inline std::mutex mutex;
-    std::lock_guard<std::mutex> lock;
-    FileDescriptor kept;
-    FileDescriptor nothing;
-};
-
-} // namespace
-
 /// One run of the decoder through the stream.
 class Mp3Source::Decoder
 {
@@ -145,7 +107,7 @@ private:
 
     struct Closer
     {
-        void operator()(mpg123_handle* handle) const { mpg123_delete(handle); }
+        void operator()(mpg123_handle* closed) const { mpg123_delete(closed); }
     };
 
     FileRange range;
@@ -250,7 +212,6 @@ bool Mp3Source::seek(std::int64_t frame)
 
 SNDFILE* Mp3Source::getHandle()
 {
-    const SilentStandardError silence;
     try
     {
         if (!described)

@@ -10,7 +10,12 @@ endif()
 
 if(sanitizers)
   add_compile_options(-fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+  if(KALIM_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+  endif()
   # g++ 12 takes values for uninitialised once it has instrumented them.
-  add_compile_options(-Wno-maybe-uninitialized)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    add_compile_options(-Wno-maybe-uninitialized)
+  endif()
   add_link_options(-fsanitize=${sanitizers})
 endif()

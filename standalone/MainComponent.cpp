@@ -11,9 +11,10 @@ namespace
 
 constexpr int refreshesPerSecond = 20;
 
-/// What libsndfile reads; others may be chosen with the last entry.
+/// What is usually read; others may be chosen with the last entry.
 constexpr const char* audioFiles = "*.wav;*.wave;*.rf64;*.w64;*.bwf;*.aif;*.aiff;*.aifc;*.caf;"
-                                   "*.flac;*.au;*.snd;*.ogg;*.oga;*.opus;*.mp3";
+                                   "*.flac;*.au;*.snd;*.ogg;*.oga;*.opus;*.mp3;*.m4a;*.mp4;"
+                                   "*.mov;*.mkv;*.mka;*.webm;*.avi;*.wma;*.aac";
 
 /// An invisible part of another component that tells when that one's look changes.
 class LookAndFeelWatcher : public juce::Component

@@ -258,18 +258,21 @@ private:
 
     void encodeUntil(double time)
     {
-        for (const auto& [index, encoder] : encoders)
-            encoder->encodeUntil(time,
-                                 [&](AVPacket& packet)
-                                 {
-                                     auto& stream = *context->streams[index];
-                                     packet.pts += delayOf(encoder->getCodec());
-                                     packet.dts += delayOf(encoder->getCodec());
-                                     av_packet_rescale_ts(&packet, encoder->getCodec().time_base,
-                                                          stream.time_base);
-                                     packet.stream_index = stream.index;
-                                     require(av_interleaved_write_frame(context, &packet));
-                                 });
+        for (const auto& entry : encoders)
+        {
+            auto& stream = *context->streams[entry.first];
+            const auto& codec = entry.second->getCodec();
+            entry.second->encodeUntil(time,
+                                      [&](AVPacket& packet)
+                                      {
+                                          packet.pts += delayOf(codec);
+                                          packet.dts += delayOf(codec);
+                                          av_packet_rescale_ts(&packet, codec.time_base,
+                                                               stream.time_base);
+                                          packet.stream_index = stream.index;
+                                          require(av_interleaved_write_frame(context, &packet));
+                                      });
+        }
     }
 
     OutputFile& output;

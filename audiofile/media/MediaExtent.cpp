@@ -134,7 +134,7 @@ std::string missingIn(int descriptor)
         return missingInMatroska(descriptor, size);
     if (text.starts_with(asfMark))
         return missingInAsf(descriptor, size);
-    if (text.starts_with("RIFF") && text.substr(8) == "AVI ")
+    if (text.starts_with("RIFF") && text.ends_with("AVI "))
         return missingInLists(descriptor, size);
     for (const std::string_view name : {"ftyp", "moov", "mdat", "wide", "free", "skip"})
         if (text.size() == 12 && text.substr(4, 4) == name)

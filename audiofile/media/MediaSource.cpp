@@ -190,15 +190,20 @@ bool MediaSource::sendNext()
 /// Only some containers tell how long each stream is.
 void MediaSource::compareWithStatedLength()
 {
-    constexpr double tolerance = 0.2; // of delays and of times in milliseconds
     const auto rest = fileSizeOf(descriptor) - endOfPackets;
     if (isBare() && rest > 0)
         noteDamage(fmt::format("{} bytes at its end are not read", rest));
     const auto& stream = *file->get()->streams[number];
     const bool tells = file->getName() == "MP4" || file->getName() == "AVI";
-    const double stated = tells && stream.duration > 0
-                              ? static_cast<double>(stream.duration) * av_q2d(stream.time_base)
-                              : 0.0;
+    const bool isAlone = file->getName() == "WMA" && file->get()->nb_streams == 1;
+    const bool isExact = av_get_exact_bits_per_sample(codec->codec_id) > 0;
+    const double tolerance =
+        isExact ? 0.001 : (isAlone ? 0.1 : 0.2); // of delays and of times in milliseconds
+    double stated = 0.0;
+    if (tells && stream.duration > 0)
+        stated = static_cast<double>(stream.duration) * av_q2d(stream.time_base);
+    else if (isAlone && file->get()->duration > 0)
+        stated = static_cast<double>(file->get()->duration) / AV_TIME_BASE;
     const double there = static_cast<double>(position) / shape.sampleRate;
     if (there + tolerance < stated)
         noteDamage(fmt::format("only {:.1f} of {:.1f} s could be decoded", there, stated));
@@ -287,10 +292,13 @@ std::vector<FileNote> MediaSource::getNotes() const
         notes.push_back({damage, true});
     if (const auto text = missingIn(descriptor); !text.empty())
         notes.push_back({text, true});
+    // The sound of a film may pause; a recording has no reason to.
+    const bool isFilm =
+        av_find_best_stream(file->get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0) >= 0;
     if (mostSilentFrames > 0)
-        notes.push_back({fmt::format("{:.1f} s without sound are silence",
+        notes.push_back({fmt::format("its times leave out {:.2f} s, which are silent",
                                      static_cast<double>(mostSilentFrames) / shape.sampleRate),
-                         false});
+                         !isFilm});
     if (!wanted && file->getSoundStreams().size() > 1)
         notes.push_back({fmt::format("it holds {} streams of sound, of which a recording takes "
                                      "one; write a film to keep them",

@@ -168,7 +168,7 @@ const LineReader::Bin* LineReader::transformFrame(const float* samples, int cent
 
 Complex LineReader::getBin(const Bin* bins, double wanted) const
 {
-    const double position = std::min(wanted, 0.5 * (size - taps));
+    const double position = std::min(wanted, 0.5 * size);
     const auto below = static_cast<int>(std::floor(position));
     const double step = (position - below) * tableSteps;
     const auto entry = static_cast<int>(step);

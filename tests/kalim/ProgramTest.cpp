@@ -285,6 +285,36 @@ TEST_F(Program, refusesWhatIsWrongWithTheReasonAndLeavesNothingBehind)
     EXPECT_EQ(contentsOf(text), "this is not audio at all, only text");
 }
 
+TEST_F(Program, refusesDamagedFilesUnlessToldToSalvageThem)
+{
+    const std::string input = writeFloats("in.wav", std::vector<float>(48000, 0.1F));
+    const std::string cut = writeText("cut.wav", contentsOf(input).substr(0, 100000));
+    EXPECT_THAT(refusal(1, {cut, output()}), HasSubstr("bytes are missing; --salvage"));
+    EXPECT_FALSE(std::filesystem::exists(output()));
+    const RunResult run = runKalim({cut, output(), "--salvage", "-q"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_THAT(run.errors, MatchesRegex("kalim: [^\n]*bytes are missing\n"));
+    EXPECT_NEAR(static_cast<double>(readAll(output()).size()), 25000.0, 50.0);
+    EXPECT_EQ(runKalim({"detect", cut, "-q"}).exitCode, 1);
+}
+
+TEST_F(Program, understandsUnitsAndBlamesTheRightWord)
+{
+    const std::string input = writeFloats("in.wav", std::vector<float>(48000, 0.1F));
+    const auto settings = clean(input, {"-f60 Hz", "--sensitivity=20%"})["settings"];
+    EXPECT_EQ(settings["fundamental"], 60.0);
+    EXPECT_EQ(settings["sensitivity"], 20.0);
+    clean(input, {"--mains=50Hz", "--strength=90 %"});
+    for (const auto& [words, reason] :
+         {std::pair(Words{"--strenght", "50", input, path("b.wav")}, "--strenght: unknown option; "
+                                                                     "is --strength meant"),
+          {{"-z", input, path("b.wav")}, "-z: unknown option"},
+          {{"--format=flac", input, path("b.wav")}, "its name says WAV, but FLAC"}})
+        EXPECT_THAT(refusal(2, words), HasSubstr(reason));
+    const std::string other = writeFloats("b.wav", std::vector<float>(96000, 0.1F));
+    EXPECT_THAT(refusal(2, {"--force", input, other}), HasSubstr("another recording, 2.0 s"));
+}
+
 TEST_F(Program, takesFromAPresetWhatIsNotGiven)
 {
     const auto presets = path("Contents/Resources/Presets");
