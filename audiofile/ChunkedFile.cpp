@@ -93,9 +93,8 @@ std::optional<ChunkPlace> ChunkedFile::placeAt(std::int64_t offset,
     if (static_cast<std::int64_t>(header.size()) < layout.getHeaderBytes())
         return {};
     const auto stated = layout.number(std::span(header).subspan(layout.idBytes));
-    auto size = static_cast<std::int64_t>(stated);
-    if (layout.sizeCountsHeader)
-        size -= layout.getHeaderBytes();
+    const auto counted = layout.sizeCountsHeader ? layout.getHeaderBytes() : 0;
+    auto size = static_cast<std::int64_t>(stated - static_cast<std::uint64_t>(counted));
     const auto id = layout.identifier(header);
     const bool isInDs64 = isAudio(id) && stated == unknownSmallSize && statedDataSize >= 0;
     if (isInDs64)
