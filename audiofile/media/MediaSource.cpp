@@ -200,8 +200,10 @@ void MediaSource::compareWithStatedLength()
     const double tolerance =
         isExact ? 0.001 : (isAlone ? 0.1 : 0.2); // of delays and of times in milliseconds
     double stated = 0.0;
-    if (tells && stream.duration > 0)
-        stated = static_cast<double>(stream.duration) * av_q2d(stream.time_base);
+    // The length of an AVI stream is a guess from bytes where its header counts blocks.
+    const auto length = file->getName() == "AVI" ? stream.nb_frames : stream.duration;
+    if (tells && length > 0)
+        stated = static_cast<double>(length) * av_q2d(stream.time_base);
     else if (isAlone && file->get()->duration > 0)
         stated = static_cast<double>(file->get()->duration) / AV_TIME_BASE;
     const double there = static_cast<double>(position) / shape.sampleRate;
