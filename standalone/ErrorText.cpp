@@ -11,6 +11,8 @@ namespace
 
 /// All reasons, with a # for what differs.
 constexpr std::array reasons{
+    NEEDS_TRANS("the input has no name"),
+    NEEDS_TRANS("the output has no name"),
     NEEDS_TRANS("is empty"),
     NEEDS_TRANS("is a folder, not an audio file"),
     NEEDS_TRANS("is a folder"),

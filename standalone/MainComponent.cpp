@@ -180,9 +180,12 @@ void MainComponent::fitEditor()
 
 void MainComponent::followLook()
 {
-    setLookAndFeel(&editor->getLookAndFeel());
-    // For windows of their own: settings, and the framework's dialogs.
-    juce::LookAndFeel::setDefaultLookAndFeel(&editor->getLookAndFeel());
+    juce::LookAndFeel& look = editor->getLookAndFeel();
+    setLookAndFeel(&look);
+    // For windows of their own: settings, and the framework's dialogs. All are told, even of the
+    // same one, and the editor would lead here again.
+    if (&juce::LookAndFeel::getDefaultLookAndFeel() != &look)
+        juce::LookAndFeel::setDefaultLookAndFeel(&look);
     humBar.repaint();
     transportBar.repaint();
 }
