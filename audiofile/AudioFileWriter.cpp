@@ -212,10 +212,9 @@ void AudioFileWriter::setTags(const Tags& newTags)
 void AudioFileWriter::setChunks(std::vector<RawChunk> chunks)
 {
     const auto isBehind = [&](const RawChunk& chunk) { return !belongsInFront(fileFormat, chunk); };
-    const auto behind = std::ranges::stable_partition(chunks, std::not_fn(isBehind));
-    chunksBehind.assign(std::make_move_iterator(behind.begin()),
-                        std::make_move_iterator(behind.end()));
-    chunks.erase(behind.begin(), chunks.end());
+    const auto behind = std::stable_partition(chunks.begin(), chunks.end(), std::not_fn(isBehind));
+    chunksBehind.assign(std::make_move_iterator(behind), std::make_move_iterator(chunks.end()));
+    chunks.erase(behind, chunks.end());
     if (!chunks.empty())
         insertChunks(chunks);
 }
