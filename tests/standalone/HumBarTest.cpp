@@ -134,6 +134,8 @@ TEST(WordsOfTheStandalone, areThoseOfErrorsToo)
 
 TEST(WordsOfTheStandalone, areAllTranslated)
 {
+    if (isForThreadsOnly)
+        GTEST_SKIP();
     const MarkedLanguage language;
     ProbeProcessor probe;
     standalone::AudioEngine engine(probe);

@@ -45,6 +45,8 @@ TEST_F(MarkedWords, areAllThatTheEditorAndItsMenusShow)
 
 TEST_F(MarkedWords, areAllThatDialogsAndFieldsShow)
 {
+    if (isForThreadsOnly)
+        GTEST_SKIP();
     kalim::ui::AboutDialog about;
     about.setPlugInName("Kalim");
     expectNone(findUnmarked(about, names));
