@@ -172,7 +172,8 @@ RawChunk aiffMarkers(const ChunkLayout& layout, const std::vector<Marker>& marke
         list.addNumber(static_cast<std::uint64_t>(marker.frame), number);
         list.addNumber(name.size(), 1);
         list.addText(name);
-        list.bytes.resize(list.bytes.size() + (name.size() + 1) % 2);
+        if (name.size() % 2 == 0)
+            list.addNumber(0, 1);
     }
     return {"MARK", list.bytes, false};
 }
