@@ -177,6 +177,17 @@ void FileMetadata::applyTo(AudioFileWriter& writer, const std::string& note) con
     writer.setChunks(std::move(described));
 }
 
+void FileMetadata::applyComment(AudioFileWriter& writer, const std::string& comment) const
+{
+    if (layoutOf(writer.getFormat()))
+        return;
+    Tags all = tagsFor(writer.getFormat());
+    auto& comments = all.fields["COMMENT"];
+    if (!contains(comments, comment))
+        comments.push_back(comment);
+    writer.setTags(all);
+}
+
 /// Blocks in which a converter keeps the headers of another format fit only samples like those.
 Tags FileMetadata::tagsFor(const AudioFileFormat& target) const
 {

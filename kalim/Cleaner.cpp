@@ -5,6 +5,7 @@
 #include "base/Text.h"
 #include "kalim/EngineStream.h"
 #include "kalim/Version.h"
+#include "kalim/report/Provenance.h"
 #include "kalim/report/SpectrumPlot.h"
 
 #include <fmt/format.h>
@@ -139,7 +140,11 @@ Cleaner::Cleaner(const Options& given, const Progress& told)
         throw UsageError(fmt::format("--quality: {} loses nothing; it is for lossy formats",
                                      copy.getFormat().getDescription()));
     if (options.plot)
-        files.picture.emplace(*options.plot, existing());
+        files.picture = &files.reports.emplace_back(*options.plot, existing());
+    for (const std::filesystem::path& file : options.speedReports)
+        files.speedReports.push_back(&files.reports.emplace_back(file, existing()));
+    if (options.provenance)
+        files.provenance = &files.reports.emplace_back(*options.provenance, existing());
     if (options.trace)
         files.trace.emplace(*options.trace, existing());
 }
@@ -150,6 +155,11 @@ Report Cleaner::run()
     if (!options.isQuiet && !tell)
         progress.emplace(stderr);
     openStream();
+    if (precise != nullptr ? precise->getSummary().hasHum() : settings.getSelection().count > 0)
+        copy.setComment(
+            fmt::format("{} by Kalim {} ({})",
+                        settings.isOn(Kalimmer::ResidualMode) ? "hum taken out" : "hum removed",
+                        version, nameOf(options.method)));
     processAll();
     progress.reset();
     copy.close();
@@ -159,8 +169,10 @@ Report Cleaner::run()
     measurements.finish();
     Report report = describe();
     report.timesRealTime = report.getSeconds() / std::max(taken.count(), 1e-9);
-    if (files.picture)
+    if (files.picture != nullptr)
         drawSpectrumPlot(*files.picture, describePicture(options, report, measurements));
+    if (!files.speedReports.empty())
+        writeSpeedReports(report);
     return report;
 }
 
@@ -242,6 +254,9 @@ void Cleaner::take(std::span<const float> cleaned)
 void Cleaner::observe(const Kalimmer& analysed, std::int64_t position)
 {
     measurements.addFundamental(analysed.getCurrentFundamental(), position);
+    if (!files.speedReports.empty())
+        speed.add(static_cast<double>(position) / reader.getSampleRate(),
+                  static_cast<double>(analysed.getCurrentFundamental()));
     if (files.trace)
         files.trace->add(static_cast<double>(position) / reader.getSampleRate(), analysed,
                          settings.getSelection());
@@ -256,9 +271,30 @@ void Cleaner::addCourse()
             continue;
         measurements.addFundamental(static_cast<float>(moment.frequency),
                                     std::llround(moment.time * reader.getSampleRate()));
+        speed.add(moment.time, moment.frequency);
         if (files.trace)
             files.trace->add(moment.time, moment.frequency, numbers);
     }
+}
+
+void Cleaner::writeSpeedReports(Report& report) const
+{
+    report.speed = speed.summarise(options.mains);
+    if (!report.speed)
+        report.warnings.emplace_back("no hum was found to tell the speed from");
+    for (OutputFile* const file : files.speedReports)
+        speed.write(*file, report.speed, report.getSeconds(), report.input);
+}
+
+void Cleaner::addRecords(Report& report, const std::filesystem::path& output,
+                         const std::filesystem::path& written)
+{
+    if (options.makesChecksums)
+        report.checksums = {
+            checksumsOf(options.input, options.salvages ? Damaged::salvage : Damaged::refuse),
+            checksumsOf(written)};
+    if (files.provenance != nullptr)
+        writeProvenance(*files.provenance, report, options.input, output, written);
 }
 
 Report Cleaner::describe() const
