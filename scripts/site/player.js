@@ -203,7 +203,7 @@
 
     fail() {
       this.stop();
-      this.trouble.textContent = "This browser cannot play the sound (Opus).";
+      this.trouble.textContent = "The sound cannot be loaded, or not played by this browser (Opus).";
     }
 
     seek(seconds) {

@@ -148,12 +148,16 @@ def run(block: Block, samples: pathlib.Path, given: argparse.Namespace) -> str |
         return f"ends with exit code {done.returncode}\n{done.stdout}{done.stderr}"
 
 
+def absolute(path: str) -> pathlib.Path:
+    return pathlib.Path(path).resolve()
+
+
 def main() -> int:
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawTextHelpFormatter)
-    parser.add_argument("project", type=pathlib.Path)
-    parser.add_argument("kalim", type=pathlib.Path)
-    parser.add_argument("--package", type=pathlib.Path)
-    parser.add_argument("--bundle", type=pathlib.Path)
+    parser.add_argument("project", type=absolute)
+    parser.add_argument("kalim", type=absolute)
+    parser.add_argument("--package", type=absolute)
+    parser.add_argument("--bundle", type=absolute)
     given = parser.parse_args()
     documents = [given.project / "README.md", given.project / "CONTRIBUTING.md",
                  *sorted((given.project / "docs").glob("*.md"))]
