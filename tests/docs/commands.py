@@ -90,8 +90,9 @@ class Recordings:
         self._sound, self._rate = samples[: 6 * rate], rate
         self._folder = folder
         shutil.copy(example, folder / "guitar.flac")
-        for name in ("interview.wav", "more/interview.wav", "season/one.wav", "season/two/three.flac",
-                     "TAPES/side-a.flac", "tapes/organ.flac"):
+        self._write("interview.wav", 50.03, channels=2)
+        for name in ("more/interview.wav", "season/one.wav", "season/two/three.flac", "TAPES/side-a.flac",
+                     "tapes/organ.flac"):
             self._write(name, 50.03)
         self._write("tapes/slow.flac", 45.3)
         self._write("tapes/railway.flac", 16.7)
@@ -101,12 +102,12 @@ class Recordings:
             subprocess.run(["ffmpeg", "-loglevel", "error", "-f", "lavfi", "-i", "testsrc=d=6:s=64x48",
                             "-i", folder / "interview.wav", "-shortest", folder / "film.mp4"], check=True)
 
-    def _write(self, name: str, hz: float) -> None:
+    def _write(self, name: str, hz: float, channels: int = 1) -> None:
         path = self._folder / name
         path.parent.mkdir(parents=True, exist_ok=True)
         t = np.arange(len(self._sound)) / self._rate
         hum = sum(0.03 / h * np.cos(2 * np.pi * h * hz * t + h) for h in range(1, 8))
-        soundfile.write(path, 0.3 * self._sound + hum[:, None], self._rate, subtype="PCM_16")
+        soundfile.write(path, 0.3 * self._sound[:, :channels] + hum[:, None], self._rate, subtype="PCM_16")
 
 
 def find_missing(block: Block, given: argparse.Namespace) -> str | None:
