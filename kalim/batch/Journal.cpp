@@ -32,9 +32,10 @@ bool hasValue(const Journal::Row& row, const char* key, const Value& value)
 
 } // namespace
 
-Journal::Journal(const std::filesystem::path& folder)
-    : path(folder / journalName)
+Journal::Journal(const std::filesystem::path& name)
+    : path(name)
 {
+    const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : ".";
     std::error_code failed;
     std::filesystem::create_directories(folder, failed);
     file = FileDescriptor(open(path.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0666));
@@ -62,10 +63,9 @@ void Journal::read()
         static_cast<void>(writeBytes(file.get(), std::as_bytes(std::span("\n", 1))));
 }
 
-bool Journal::existsIn(const std::filesystem::path& folder)
+std::filesystem::path Journal::nameIn(const std::filesystem::path& folder)
 {
-    std::error_code failed;
-    return std::filesystem::exists(folder / journalName, failed);
+    return folder / journalName;
 }
 
 const Journal::Row* Journal::find(const BatchItem& item) const
