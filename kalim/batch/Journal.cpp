@@ -2,6 +2,9 @@
 
 #include "audiofile/OutputFile.h"
 #include "base/FileError.h"
+#include "base/Text.h"
+
+#include <fmt/format.h>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -18,9 +21,13 @@ namespace
 
 constexpr const char* journalName = ".kalim-journal.jsonl";
 
+/// Another for every output. A name need not be UTF-8, which JSON is.
 std::string keyOf(const BatchItem& item)
 {
-    return resolvedTarget(item.output).native();
+    const std::string name = resolvedTarget(item.output).native();
+    return validUtf8(name) == name
+               ? name
+               : fmt::format("{:02x}", fmt::join(std::as_bytes(std::span(name)), ""));
 }
 
 template <typename Value>
