@@ -2,6 +2,7 @@
 """The workflow on this machine: local.py KALIM"""
 from __future__ import annotations
 
+import contextlib
 import pathlib
 import sys
 
@@ -11,11 +12,11 @@ from support import (WORKFLOWS, Process, done_in_journals, environment, expect, 
 
 def main(kalim: str) -> None:
     need("snakemake")
-    with scratch_folder() as folder:
-        test(kalim, folder)
+    with scratch_folder() as folder, contextlib.ExitStack() as runs:
+        test(kalim, folder, runs)
 
 
-def test(kalim: str, folder: pathlib.Path) -> None:
+def test(kalim: str, folder: pathlib.Path, runs: contextlib.ExitStack) -> None:
     source, target = folder / "tapes", folder / "clean"
     inputs = write_collection(kalim, source)
 
@@ -23,7 +24,9 @@ def test(kalim: str, folder: pathlib.Path) -> None:
         command = ["snakemake", "-s", WORKFLOWS / "Snakefile", "--profile", WORKFLOWS / "local",
                    "--cores", "2", "--config", f"input={source}", f"output={target}", f"kalim={kalim}",
                    "shard_files=5", "threads=1"]
-        return Process(command, folder / name, cwd=folder, env=environment(folder))
+        run = Process(command, folder / name, cwd=folder, env=environment(folder))
+        runs.callback(run.kill)
+        return run
 
     # Everything dies in the midst.
     run = start("first")

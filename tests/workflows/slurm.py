@@ -115,12 +115,14 @@ def cluster(folder: pathlib.Path) -> Iterator[None]:
 
 def main(kalim: str) -> None:
     need("snakemake", "munged", "slurmctld", "slurmd", "sbatch", "squeue")
-    # Slurm's settings take no space, and its sockets no long name.
-    with scratch_folder() as folder, scratch_folder("kalim-slurm-") as slurm, cluster(slurm):
-        test(kalim, folder)
+    with contextlib.ExitStack() as stack:
+        folder = stack.enter_context(scratch_folder())
+        # Slurm's settings take no space.
+        stack.enter_context(cluster(stack.enter_context(scratch_folder("kalim-slurm-"))))
+        test(kalim, folder, stack)
 
 
-def test(kalim: str, folder: pathlib.Path) -> None:
+def test(kalim: str, folder: pathlib.Path, runs: contextlib.ExitStack) -> None:
     source, target = folder / "tapes", folder / "clean"
     inputs = write_collection(kalim, source)
 
@@ -128,7 +130,9 @@ def test(kalim: str, folder: pathlib.Path) -> None:
         command = ["snakemake", "-s", WORKFLOWS / "Snakefile", "--profile", WORKFLOWS / "slurm",
                    "--latency-wait", "5", "--config", f"input={source}", f"output={target}",
                    f"kalim={kalim}", "shard_files=5", "threads=1"]
-        return Process(command, folder / name, cwd=folder, env=environment(folder))
+        run = Process(command, folder / name, cwd=folder, env=environment(folder))
+        runs.callback(run.kill)
+        return run
 
     # The submitting program dies, and the jobs in the midst of their work.
     run = start("first")

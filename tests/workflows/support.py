@@ -86,10 +86,10 @@ class Process:
         return self.process.poll() is None
 
     def kill(self) -> None:
-        """All of it at once, without a chance to put anything in order."""
-        with contextlib.suppress(ProcessLookupError):
+        """All of it at once, without a chance to put anything in order, unless it has ended."""
+        if self.is_running():
             os.killpg(self.process.pid, signal.SIGKILL)
-        self.process.wait()
+            self.process.wait()
 
     def read(self) -> str:
         return self.said.read_text(errors="replace")
