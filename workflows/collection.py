@@ -1,8 +1,8 @@
 """Where a collection's shards, lists, journals and reports lie, and how kalim is called on a shard.
 
-All lies in the folder `.kalim` of the output folder: plan.json (what is to be done), members (the names that
-ever belonged to a shard, so that a file stays with the journal that knows it), shards (what is there of
-them now), journals, reports, and logs.
+All lies in the folder `.kalim` of the output folder: plan.json (what is to be done), members (the
+names that ever belonged to a shard, so that a file stays with the journal that knows it), shards
+(what is there of them now), journals, reports, and logs.
 """
 from __future__ import annotations
 

@@ -3,8 +3,8 @@
 
     merge.py TARGET
 
-A row per file of the collection, also of those whose shard did not come to its end. Exit code 1 when
-any was not cleaned.
+A row per file of the collection, also of those whose shard did not come to its end. Exit code 1
+when any was not cleaned.
 """
 from __future__ import annotations
 
@@ -36,11 +36,12 @@ class Sums:
             self.done += 1
             self.seconds += row.get("seconds", 0.0)
         else:
-            self.failures.append(row.get("error") or f"{row['input']}: {'; '.join(row.get('warnings', []))}")
+            warnings = "; ".join(row.get("warnings", []))
+            self.failures.append(row.get("error") or f"{row['input']}: {warnings}")
 
 
 def rows_without_report(collection: Collection, name: str) -> Iterator[dict]:
-    """Of a shard that did not come to its end: what its journal knows, and for the others why not."""
+    """Of a shard that did not come to its end: what its journal knows, or why nothing is known."""
     journal = collection.place("journals", name)
     known = {}
     for line in journal.read_bytes().splitlines() if journal.exists() else []:
@@ -50,11 +51,12 @@ def rows_without_report(collection: Collection, name: str) -> Iterator[dict]:
             continue
         row.pop("key", None)
         known[row["input"]] = row
+    reason = f"shard {name} did not end; see {collection.place('logs', name)}.log"
     for path in read_names(collection.place("shards", name)):
         shown = os.fsencode(path).decode(errors="replace")
         row = known.get(shown, {"input": shown, "status": "missing"})
         if row["status"] in ("missing", "started"):
-            row["error"] = f"{shown}: shard {name} did not end; see {collection.place('logs', name)}.log"
+            row["error"] = f"{shown}: {reason}"
         yield row
 
 
@@ -163,9 +165,10 @@ def tell(target: str, sums: Sums) -> None:
     more = len(sums.failures) - MOST_NAMED
     if more > 0:
         print(f"kalim: and {more} more", file=sys.stderr)
-    print(f"{sums.done + len(sums.failures)} files: {sums.done} cleaned, {len(sums.failures)} failed; "
-          f"{sums.seconds / 3600:.2f} hours of sound; {target}/kalim-report.csv and .json tell of each",
-          file=sys.stderr)
+    failed = len(sums.failures)
+    print(f"{sums.done + failed} files: {sums.done} cleaned, {failed} failed; "
+          f"{sums.seconds / 3600:.2f} hours of sound; "
+          f"{target}/kalim-report.csv and .json tell of each", file=sys.stderr)
 
 
 def main() -> None:

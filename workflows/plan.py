@@ -3,8 +3,8 @@
 
     plan.py [--kalim PROGRAM] [--shard-files N] [--shard-gigabytes N] SOURCE TARGET [-- OPTION...]
 
-A file stays in the shard that it was first given to. A shard has work left where kalim itself says that
-files are missing or have changed, or where no report of it is there.
+A file stays in the shard that it was first given to. A shard has work left where kalim itself says
+that files are missing or have changed, or where no report of it is there.
 """
 from __future__ import annotations
 
@@ -20,8 +20,9 @@ from collection import Collection, Plan, Shard, fail, read_names, write_names
 
 # What kalim takes for sound in folders.
 ENDINGS = {
-    ".wav", ".wave", ".bwf", ".rf64", ".w64", ".aif", ".aiff", ".aifc", ".caf", ".flac", ".ogg", ".oga",
-    ".opus", ".au", ".snd", ".mp3", ".m4a", ".mp4", ".mkv", ".mka", ".mov", ".webm", ".wma", ".aac", ".avi",
+    ".wav", ".wave", ".bwf", ".rf64", ".w64", ".aif", ".aiff", ".aifc", ".caf", ".flac", ".ogg",
+    ".oga", ".opus", ".au", ".snd", ".mp3", ".m4a", ".mp4", ".mkv", ".mka", ".mov", ".webm", ".wma",
+    ".aac", ".avi",
 }
 
 # Of these a gigabyte is some ten times as much sound as of the others.
@@ -29,7 +30,8 @@ DENSE = {".ogg", ".oga", ".opus", ".mp3", ".m4a", ".mp4", ".mka", ".webm", ".wma
 DENSITY = 10
 
 # Each shard has its own of these.
-RESERVED = {"--output-dir", "--base", "--files-from", "--journal", "--report", "--jobs", "--dry-run"}
+RESERVED = {"--output-dir", "--base", "--files-from", "--journal", "--report", "--jobs",
+            "--dry-run"}
 
 
 @dataclass
@@ -80,7 +82,8 @@ def assign(members: dict[str, list[str]], found: dict[str, float], limits: Limit
     for name, size in found.items():
         if name in known:
             continue
-        if last not in members or len(names) >= limits.files or gigabytes + size > limits.gigabytes > 0:
+        is_full = len(names) >= limits.files or gigabytes + size > limits.gigabytes
+        if last not in members or (is_full and names):
             last = f"{int(last) + 1:04}"
             names = members[last] = []
             gigabytes = 0.0
@@ -88,7 +91,8 @@ def assign(members: dict[str, list[str]], found: dict[str, float], limits: Limit
         gigabytes += size
 
 
-def write_lists(collection: Collection, plan: Plan, found: dict[str, float], limits: Limits) -> None:
+def write_lists(collection: Collection, plan: Plan, found: dict[str, float],
+                limits: Limits) -> None:
     """A shard whose list has changed has no report any more."""
     folder = collection.folder / "members"
     members = {file.name: read_names(file) for file in sorted(folder.glob("[0-9]*"))}
@@ -106,11 +110,12 @@ def write_lists(collection: Collection, plan: Plan, found: dict[str, float], lim
 
 
 def require_sense(plan: Plan, names: list[str]) -> None:
-    """Lets kalim look at all options, and at whether two files would become one, before any work."""
+    """Lets kalim look at options, and at whether two files would become one, before any work."""
     command = [plan.kalim, *plan.options, "--dry-run", "--output-dir", plan.target,
                "--base", plan.source, "--files-from", "-"]
     paths = b"".join(os.fsencode(os.path.join(plan.source, name)) + b"\0" for name in names)
-    run = subprocess.run(command, input=paths, stdout=subprocess.DEVNULL, cwd=plan.folder, check=False)
+    run = subprocess.run(command, input=paths, stdout=subprocess.DEVNULL, cwd=plan.folder,
+                         check=False)
     if run.returncode != 0:
         sys.exit(run.returncode)
 
@@ -141,8 +146,8 @@ def make(source: str, target: str, kalim: str = "kalim", options: list[str] | No
     require_own_options(options or [])
     if not os.path.isdir(source):
         fail(f"{source}: is not a folder")
-    plan = Plan(os.path.abspath(source), os.path.abspath(target), find_program(kalim), options or [],
-                os.getcwd())
+    plan = Plan(os.path.abspath(source), os.path.abspath(target), find_program(kalim),
+                options or [], os.getcwd())
     found, plan.problems = find_sound(plan.source, plan.target)
     if not found and not plan.problems:
         fail(f"{source}: holds no sound")

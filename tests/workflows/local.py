@@ -6,8 +6,8 @@ import contextlib
 import pathlib
 import sys
 
-from support import (WORKFLOWS, Process, done_in_journals, environment, expect, expect_report, identities,
-                     need, scratch_folder, wait_for, write_collection)
+from support import (WORKFLOWS, Process, done_in_journals, environment, expect, expect_report,
+                     identities, need, scratch_folder, wait_for, write_collection)
 
 
 def main(kalim: str) -> None:
@@ -22,8 +22,8 @@ def test(kalim: str, folder: pathlib.Path, runs: contextlib.ExitStack) -> None:
 
     def start(name: str) -> Process:
         command = ["snakemake", "-s", WORKFLOWS / "Snakefile", "--profile", WORKFLOWS / "local",
-                   "--cores", "2", "--config", f"input={source}", f"output={target}", f"kalim={kalim}",
-                   "shard_files=5", "threads=1"]
+                   "--cores", "2", "--config", f"input={source}", f"output={target}",
+                   f"kalim={kalim}", "shard_files=5", "threads=1"]
         run = Process(command, folder / name, cwd=folder, env=environment(folder))
         runs.callback(run.kill)
         return run

@@ -7,8 +7,8 @@ import shlex
 import subprocess
 import sys
 
-from support import (WORKFLOWS, done_in_journals, environment, expect, expect_report, identities, need,
-                     scratch_folder, write_collection)
+from support import (WORKFLOWS, done_in_journals, environment, expect, expect_report, identities,
+                     need, scratch_folder, write_collection)
 
 # Notes whom it was to call, and lets the command run here.
 SSH = """#!/bin/sh
@@ -31,13 +31,14 @@ def test(kalim: str, folder: pathlib.Path) -> None:
     ssh = folder / "ssh"
     ssh.write_text(SSH)
     ssh.chmod(0o755)
-    words = {"plan": WORKFLOWS / "plan.py", "shard": WORKFLOWS / "shard.py", "kalim": kalim, "ssh": ssh,
-             "merge": WORKFLOWS / "merge.py", "source": source, "target": target}
+    words = {"kalim": kalim, "ssh": ssh, "source": source, "target": target}
+    words |= {name: WORKFLOWS / f"{name}.py" for name in ("plan", "shard", "merge")}
     quoted = {name: shlex.quote(str(word)) for name, word in words.items()}
 
     def run(line: str) -> subprocess.CompletedProcess:
-        return subprocess.run(line.format(**quoted), shell=True, cwd=folder, env=environment(folder),
-                              capture_output=True, text=True, check=False, timeout=120)
+        return subprocess.run(line.format(**quoted), shell=True, cwd=folder,
+                              env=environment(folder), capture_output=True, text=True, check=False,
+                              timeout=120)
 
     planned = "{plan} --kalim {kalim} --shard-files 3 {source} {target}"
     line = planned + (" | parallel --ssh {ssh} -S 1/north,1/south --workdir . --retries 3"
@@ -53,7 +54,8 @@ def test(kalim: str, folder: pathlib.Path) -> None:
     expect("11 cleaned, 1 failed" in whole.stderr, whole)
     expect(identities(set(before)) == before, "files that were finished have been done again")
     expect_report(source, target, ["broken.wav"])
-    expect(set((folder / "called").read_text().split()) == {"north", "south"}, "not both hosts worked")
+    called = set((folder / "called").read_text().split())
+    expect(called == {"north", "south"}, called)
 
     (source / "broken.wav").unlink()
     expect(run(line).returncode == 0, "without what is broken")

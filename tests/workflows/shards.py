@@ -2,14 +2,14 @@
 """Plan, shards and report without any engine around them: shards.py KALIM"""
 from __future__ import annotations
 
-import fcntl
 import json
 import pathlib
 import re
 import subprocess
 import sys
 
-from support import WORKFLOWS, environment, expect, names_below, scratch_folder, wait_for, write_noise
+from support import (WORKFLOWS, environment, expect, names_below, scratch_folder, wait_for,
+                     write_noise)
 
 sys.path.insert(0, str(WORKFLOWS))
 sys.dont_write_bytecode = True
@@ -33,12 +33,21 @@ class Case:
             write_noise(self.source / name, 0.2, 1, 8000)
 
     def run(self, program: str, *words: object) -> subprocess.CompletedProcess:
-        return subprocess.run([WORKFLOWS / program, *map(str, words)], env=self.environment, text=True,
-                              capture_output=True, check=False, timeout=60)
+        return subprocess.run([WORKFLOWS / program, *map(str, words)], env=self.environment,
+                              text=True, capture_output=True, check=False, timeout=60)
 
     def plan(self, *options: str, kalim: str = "") -> subprocess.CompletedProcess:
         return self.run("plan.py", "--kalim", kalim or self.kalim, "--shard-files", 2, self.source,
                         self.target, "--", *options)
+
+    def plan_with(self, what_happens: str) -> None:
+        """Plans with a kalim to which something happens first, a branch of the shell's case."""
+        other = self.source.parent / "kalim"
+        other.write_text(f'#!/bin/sh\ncase "$*" in *--dry-run*) ;; {what_happens};; esac\n'
+                         f'exec "{self.kalim}" "$@"\n')
+        other.chmod(0o755)
+        planned = self.plan(kalim=str(other))
+        expect(len(planned.stdout.split()) == 3, planned)
 
     def left(self, *options: str) -> list[str]:
         planned = self.plan(*options)
@@ -61,7 +70,8 @@ class Case:
 def knows_the_endings_of_kalim(_: Case) -> None:
     source = (WORKFLOWS.parent / "kalim/batch/BatchPlan.cpp").read_text()
     table = re.search(r"soundExtensions\{(.*?)\}", source, re.DOTALL)
-    expect(set(re.findall(r'"(\.\w+)"', table.group(1))) == plan.ENDINGS, "other endings than kalim's")
+    endings = set(re.findall(r'"(\.\w+)"', table.group(1)))
+    expect(endings == plan.ENDINGS, endings ^ plan.ENDINGS)
 
 
 def files_stay_in_their_shards(case: Case) -> None:
@@ -96,24 +106,22 @@ def refuses_before_any_work(case: Case) -> None:
     expect_refusal("unknown option", "--no-such-thing")
     expect_refusal("every shard has its own", "--report=x.csv")
     expect_refusal("no such program", kalim="/no/kalim")
-    expect(case.run("plan.py", case.source / "b" / "none", case.target).returncode == 2, "no such folder")
+    nowhere = case.run("plan.py", case.source / "none", case.target)
+    expect(nowhere.returncode == 2, nowhere)
     (case.source / "f.flac").write_text("x")
     expect_refusal("would both become", "--format", "wav")
     expect(not case.target.exists(), "something was written")
 
 
 def tells_of_shards_that_died(case: Case) -> None:
-    dying = case.source.parent / "kalim"
-    dying.write_text('#!/bin/sh\ncase "$*" in *--dry-run*) exit 0;; */shards/0002*) kill -9 $$;; esac\n'
-                     f'exec "{case.kalim}" "$@"\n')
-    dying.chmod(0o755)
-    expect(len(case.plan(kalim=str(dying)).stdout.split()) == 3, "three shards")
+    case.plan_with("*/shards/0002*) kill -9 $$")
     case.clean("0001")
     expect(case.run("shard.py", case.target, "0002").returncode != 0, "a program that was killed")
     merged = case.run("merge.py", case.target)
     expect(merged.returncode == 1 and "2 cleaned, 3 failed" in merged.stderr, merged)
     expect(sum(row["status"] == "missing" for row in case.rows().values()) == 3, case.rows())
-    expect((case.target / "kalim-report.csv").read_text().count("did not end") == 3, "in the table too")
+    table = (case.target / "kalim-report.csv").read_text()
+    expect(table.count("did not end") == 3, table)
 
 
 def tries_again_what_may_pass(case: Case) -> None:
@@ -121,21 +129,28 @@ def tries_again_what_may_pass(case: Case) -> None:
     gone = case.members("0001")[0]
     (case.source / gone).unlink()
     (case.source / case.members("0002")[0]).write_text("broken, which does not pass")
-    attempts = [case.run("shard.py", case.target, shard, "--attempt", attempt, "--attempts", 2).returncode
-                for shard, attempt in (("0001", 1), ("0001", 2), ("0002", 1))]
-    expect(attempts == [75, 0, 0], attempts)
+    for shard, attempt, code in (("0001", 1, 75), ("0001", 2, 0), ("0002", 1, 0)):
+        run = case.run("shard.py", case.target, shard, "--attempt", attempt, "--attempts", 2)
+        expect(run.returncode == code, run)
 
 
 def waits_for_what_is_still_at_work(case: Case) -> None:
-    case.left()
-    case.clean("0001")
-    Collection(case.target).remove_reports("0001")
-    with open(Collection(case.target).place("journals", "0001.lock"), "wb") as lock:
-        fcntl.flock(lock, fcntl.LOCK_EX)
-        waiting = subprocess.Popen([WORKFLOWS / "shard.py", case.target, "0001"], env=case.environment)
-        wait_for(lambda: is_blocked_by_lock(waiting.pid), "the second one to wait", 20)
-        expect(waiting.poll() is None, "it did not wait")
-    expect(waiting.wait(20) == 0, "it did not go on")
+    begun, may_end = case.source.parent / "begun", case.source.parent / "may end"
+    case.plan_with(f"""*) >>'{begun}'; while [ -e '{begun}' ] && ! [ -e '{may_end}' ]; do
+    sleep 0.05; done""")
+
+    def start() -> subprocess.Popen:
+        return subprocess.Popen([WORKFLOWS / "shard.py", case.target, "0001"], env=case.environment)
+
+    # The job is killed, and the program that it started lives on.
+    first = start()
+    wait_for(begun.exists, "the first one", 20)
+    first.kill()
+    first.wait()
+    second = start()
+    wait_for(lambda: is_blocked_by_lock(second.pid), "the second one to wait", 20)
+    may_end.touch()
+    expect(second.wait(20) == 0, "it did not go on")
 
 
 def is_blocked_by_lock(process: int) -> bool:
@@ -145,7 +160,8 @@ def is_blocked_by_lock(process: int) -> bool:
 
 def main(kalim: str) -> None:
     for test in (knows_the_endings_of_kalim, files_stay_in_their_shards, refuses_before_any_work,
-                 tells_of_shards_that_died, tries_again_what_may_pass, waits_for_what_is_still_at_work):
+                 tells_of_shards_that_died, tries_again_what_may_pass,
+                 waits_for_what_is_still_at_work):
         print(test.__name__, flush=True)
         with scratch_folder() as folder:
             test(Case(kalim, folder))

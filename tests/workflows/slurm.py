@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """The workflow on a cluster of one node, which is this machine: slurm.py KALIM
 
-The cluster has its own configuration, ports and folder, and is gone afterwards; one that may be set up on
-this machine is not touched.
+The cluster has its own configuration, ports and folder, and is gone afterwards; one that may be set
+up on this machine is not touched.
 """
 from __future__ import annotations
 
@@ -10,14 +10,13 @@ import contextlib
 import os
 import pathlib
 import pwd
-import shutil
 import socket
 import subprocess
 import sys
 from collections.abc import Iterator
 
-from support import (WORKFLOWS, Process, done_in_journals, environment, expect, expect_report, identities,
-                     need, scratch_folder, skip, wait_for, write_collection)
+from support import (WORKFLOWS, Process, done_in_journals, environment, expect, expect_report,
+                     identities, need, scratch_folder, skip, wait_for, write_collection)
 
 # Where Debian has them, which an ordinary user's path leaves out.
 os.environ["PATH"] += ":/usr/sbin"
@@ -100,8 +99,8 @@ def cluster(folder: pathlib.Path) -> Iterator[None]:
     configure(folder)
     os.environ["SLURM_CONF"] = str(folder / "slurm.conf")
     with contextlib.ExitStack() as daemons:
-        start_daemons(folder, daemons)
         try:
+            start_daemons(folder, daemons)
             wait_for(lambda: "idle" in ask("sinfo", "-h", "-o", "%T"), "the node", 30)
         except AssertionError:
             for said in folder.glob("*.said"):

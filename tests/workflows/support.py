@@ -49,20 +49,20 @@ def wait_for(condition: Callable[[], bool], what: str, seconds: float = 60) -> N
 
 @contextlib.contextmanager
 def scratch_folder(start: str = "kalim test ") -> Iterator[pathlib.Path]:
-    """A folder that is gone afterwards, also where the test was told to end; its name has a space, as
-    those of users do."""
+    """A folder that is gone afterwards, also where the test was told to end; its name has a space,
+    as those of users do."""
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
     with tempfile.TemporaryDirectory(prefix=start, ignore_cleanup_errors=True) as name:
         yield pathlib.Path(name)
 
 
-def environment(folder: pathlib.Path, **more: str) -> dict[str, str]:
+def environment(folder: pathlib.Path) -> dict[str, str]:
     """With a home of its own."""
     home = folder / "home"
     home.mkdir(exist_ok=True)
-    return {**os.environ, "HOME": str(home), "XDG_CACHE_HOME": str(home), "PYTHONDONTWRITEBYTECODE": "1",
-            # Snakemake asks a cluster each second then, and not each tenth.
-            "CI": "true", **more}
+    return {**os.environ, "HOME": str(home), "XDG_CACHE_HOME": str(home),
+            "PYTHONDONTWRITEBYTECODE": "1",
+            "CI": "true"}  # Snakemake asks a cluster each second then, and not each tenth
 
 
 def die_with_parent() -> None:
@@ -75,9 +75,10 @@ class Process:
     def __init__(self, command: list, said: pathlib.Path, **keywords) -> None:
         self.said = said
         with open(said, "ab") as output:
-            self.process = subprocess.Popen([str(word) for word in command], stdin=subprocess.DEVNULL,
-                                            stdout=output, stderr=output, start_new_session=True,
-                                            preexec_fn=die_with_parent, **keywords)
+            self.process = subprocess.Popen([str(word) for word in command],
+                                            stdin=subprocess.DEVNULL, stdout=output, stderr=output,
+                                            start_new_session=True, preexec_fn=die_with_parent,
+                                            **keywords)
 
     def wait(self, seconds: float = 120) -> int:
         return self.process.wait(seconds)
@@ -157,7 +158,8 @@ def expect_report(source: pathlib.Path, target: pathlib.Path, failed: list[str])
     inputs = names_below(source)
     expect(len(rows) == len(inputs), f"{len(rows)} rows for {len(inputs)} files")
     not_done = [row for row in rows if row["status"] != "done"]
-    expect(sorted(row["input"] for row in not_done) == [str(source / name) for name in failed], not_done)
+    names = sorted(row["input"] for row in not_done)
+    expect(names == [str(source / name) for name in failed], not_done)
     expect(all("cannot be read" in row["error"] for row in not_done), not_done)
     table = (target / "kalim-report.csv").read_bytes()
     expect(table.count(b"\r\n") == len(inputs) + 1, table)
