@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <utility>
 
 namespace kalim
 {
@@ -157,6 +158,13 @@ AudioFileFormat::AudioFileFormat(int libraryFormat)
 {
 }
 
+AudioFileFormat::AudioFileFormat(int nearestSubtype, std::string container, std::string coding)
+    : value(nearestSubtype)
+    , containerName(std::move(container))
+    , samplesName(std::move(coding))
+{
+}
+
 int AudioFileFormat::getContainer() const
 {
     return value & SF_FORMAT_TYPEMASK;
@@ -183,8 +191,17 @@ bool AudioFileFormat::isWav() const
            getContainer() == SF_FORMAT_RF64;
 }
 
+bool AudioFileFormat::isLossy() const
+{
+    const auto samples = getSampleFormat();
+    return samples == SampleFormat::vorbis || samples == SampleFormat::opus ||
+           samples == SampleFormat::mp3;
+}
+
 std::string AudioFileFormat::getContainerName() const
 {
+    if (!containerName.empty())
+        return containerName;
     switch (getContainer())
     {
     case SF_FORMAT_WAV:
@@ -213,6 +230,8 @@ std::string AudioFileFormat::getContainerName() const
 
 std::string AudioFileFormat::getSamplesName() const
 {
+    if (!samplesName.empty())
+        return samplesName;
     const auto format = getSampleFormat();
     return format == SampleFormat::other ? libraryName(getSubtype()) : nameOf(format);
 }

@@ -61,6 +61,10 @@ public:
     /// From major format, subtype and byte order, combined as in SF_INFO.
     explicit AudioFileFormat(int libraryFormat);
 
+    /// Of a container that the sound library does not know, with the names of container and coding
+    /// and what of the library's subtypes comes next to it.
+    AudioFileFormat(int nearestSubtype, std::string container, std::string coding);
+
     int getLibraryFormat() const { return value; }
 
     int getContainer() const;
@@ -70,6 +74,9 @@ public:
 
     /// Whether it is one of the WAV kinds: plain, extensible or RF64.
     bool isWav() const;
+
+    /// Whether encoding is a matter of quality: Vorbis, Opus and MP3.
+    bool isLossy() const;
 
     /// "WAV", "RF64", "FLAC", "Ogg" and so on.
     std::string getContainerName() const;
@@ -90,6 +97,10 @@ public:
 
 private:
     int value = 0;
+
+    // Empty where the library has names.
+    std::string containerName;
+    std::string samplesName;
 };
 
 /// Closes a file of the audio file library; any error of that must be asked for beforehand.

@@ -2,15 +2,19 @@
 
 #include "audiofile/ChunkedFile.h"
 #include "audiofile/FileBytes.h"
+#include "audiofile/TagFiles.h"
+#include "audiofile/ValidBits.h"
 #include "base/FileError.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cmath>
-#include <cstring>
+#include <cerrno>
+#include <cstdio>
+#include <functional>
+#include <iterator>
+#include <limits>
 #include <string>
 #include <system_error>
+#include <type_traits>
 #include <utility>
 
 namespace kalim
@@ -18,61 +22,23 @@ namespace kalim
 namespace
 {
 
-/// What fits into the header that the audio library builds in memory, with room for its own.
-constexpr std::size_t largestFront = 48 * 1024;
+/// The marker and the block that describes the stream, which is always the first.
+constexpr std::int64_t behindFirstFlacBlock = 4 + 4 + 34;
 
 /// Re-encoding should add nothing audible, whatever the library takes for a usual quality.
-constexpr double encodingQuality = 0.8;
+constexpr double usualQuality = 8;
 
-/// The library's tables for companded samples have no place for the lowest one: it flips over.
-double lowestStep(double fullScale, const AudioFileFormat& format)
+/// Where recorders and players look first; not in AIFF and CAF, to which the library gives a header
+/// of its own length.
+bool belongsInFront(const AudioFileFormat& format, const RawChunk& chunk)
 {
-    const bool isCompanded =
-        format.getSubtype() == SF_FORMAT_ULAW || format.getSubtype() == SF_FORMAT_ALAW;
-    return isCompanded ? 1 - fullScale : -fullScale;
+    // Common readers of W64 play everything behind the samples as further samples.
+    if (format.getContainer() == SF_FORMAT_W64)
+        return true;
+    // The library misses the samples of RF64 behind a chunk of odd size.
+    const bool isInTheWay = format.getContainer() == SF_FORMAT_RF64 && chunk.data.size() % 2 != 0;
+    return format.isWav() && chunk.precedesAudio && !isInTheWay;
 }
-
-/// To the nearest integer, ties to even, below 2^51: adding this number leaves no bits behind the
-/// point. The library function of the same meaning is a call for each sample.
-double rounded(double value)
-{
-    constexpr double noFraction = 6755399441055744.0;
-    return value + noFraction - noFraction;
-}
-
-struct QuantisedSample
-{
-    int leftAligned;
-    bool isClipped;
-};
-
-/// Rounds samples to the steps of an integer format. The audio library takes integers left-aligned
-/// in 32 bits and cuts them off without rounding.
-class Quantiser
-{
-public:
-    Quantiser(const AudioFileFormat& format, int bits)
-        : fullScale(std::ldexp(1.0, bits - 1))
-        , lowest(lowestStep(fullScale, format))
-        , alignment(1 << (32 - bits))
-    {
-    }
-
-    QuantisedSample quantise(float sample) const
-    {
-        const double scaled = std::isnan(sample) ? 0.0 : static_cast<double>(sample) * fullScale;
-        const double step = rounded(std::clamp(scaled, -2 * fullScale, 2 * fullScale));
-        const double limited = std::clamp(step, lowest, fullScale - 1);
-        // Exactly +1 is the peak of every normalised file and loses one step only: no clipping.
-        const bool isClipped = std::abs(scaled) > fullScale && step != limited;
-        return {static_cast<int>(limited) * alignment, isClipped};
-    }
-
-private:
-    double fullScale;
-    double lowest;
-    int alignment;
-};
 
 } // namespace
 
@@ -99,6 +65,14 @@ public:
         return SoundFileHandle(sf_open_virtual(&io, SFM_WRITE, &info, this));
     }
 
+    /// Puts bytes between what the library writes before and behind an offset; once.
+    void insert(std::int64_t offset, std::span<const std::byte> bytes)
+    {
+        insertion = offset;
+        insertedBytes = std::ssize(bytes);
+        writeAt(offset, bytes);
+    }
+
     /// Number of the first error of the system, 0 when all went well.
     int getError() const { return firstError; }
 
@@ -106,29 +80,80 @@ private:
     static SF_VIRTUAL_IO functions()
     {
         SF_VIRTUAL_IO io{};
-        io.get_filelen = [](void* user) -> sf_count_t { return fileSizeOf(fileOf(user)); };
+        io.get_filelen = [](void* user) -> sf_count_t { return sinkOf(user).getLength(); };
         io.seek = [](sf_count_t offset, int whence, void* user) -> sf_count_t
-        { return lseek(fileOf(user), offset, whence); };
-        io.read = [](void* data, sf_count_t count, void* user) -> sf_count_t
-        { return ::read(fileOf(user), data, static_cast<std::size_t>(count)); };
+        { return sinkOf(user).seek(offset, whence); };
+        io.read = [](void* data, sf_count_t count, void* user) -> sf_count_t {
+            return sinkOf(user).read(
+                {static_cast<std::byte*>(data), static_cast<std::size_t>(count)});
+        };
         io.write = [](const void* data, sf_count_t count, void* user) -> sf_count_t
         {
-            static_cast<Sink*>(user)->write(
+            sinkOf(user).write(
                 {static_cast<const std::byte*>(data), static_cast<std::size_t>(count)});
             return count;
         };
-        io.tell = [](void* user) -> sf_count_t { return lseek(fileOf(user), 0, SEEK_CUR); };
+        io.tell = [](void* user) -> sf_count_t { return sinkOf(user).position; };
         return io;
     }
 
-    static int fileOf(void* user) { return static_cast<Sink*>(user)->descriptor; }
+    static Sink& sinkOf(void* user) { return *static_cast<Sink*>(user); }
+
+    std::int64_t getLength() const { return fileSizeOf(descriptor) - insertedBytes; }
+
+    std::int64_t seek(std::int64_t offset, int whence)
+    {
+        const auto base = whence == SEEK_SET ? 0 : (whence == SEEK_CUR ? position : getLength());
+        position = base + offset;
+        return position;
+    }
+
+    /// The bytes from the position on that lie in one piece in the file, and where.
+    std::pair<std::int64_t, std::size_t> placeOf(std::size_t count) const
+    {
+        if (position >= insertion)
+            return {position + insertedBytes, count};
+        return {position,
+                static_cast<std::size_t>(std::min(std::int64_t(count), insertion - position))};
+    }
+
+    std::int64_t read(std::span<std::byte> bytes)
+    {
+        const auto [offset, count] = placeOf(bytes.size());
+        const auto got = readBytesAt(descriptor, offset, static_cast<std::int64_t>(count));
+        std::ranges::copy(got, bytes.begin());
+        position += std::ssize(got);
+        return std::ssize(got);
+    }
 
     void write(std::span<const std::byte> bytes)
     {
-        if (firstError == 0)
-            firstError = writeBytes(descriptor, bytes);
+        while (!bytes.empty())
+        {
+            const auto [offset, count] = placeOf(bytes.size());
+            writeAt(offset, bytes.first(count));
+            position += static_cast<std::int64_t>(count);
+            bytes = bytes.subspan(count);
+        }
     }
 
+    void writeAt(std::int64_t offset, std::span<const std::byte> bytes)
+    {
+        if (firstError != 0)
+            return;
+        try
+        {
+            writeBytesAt(descriptor, offset, bytes);
+        }
+        catch (const std::system_error& error)
+        {
+            firstError = error.code().value();
+        }
+    }
+
+    std::int64_t position = 0;
+    std::int64_t insertion = std::numeric_limits<std::int64_t>::max();
+    std::int64_t insertedBytes = 0;
     int descriptor;
     int firstError = 0;
 };
@@ -142,76 +167,113 @@ AudioFileWriter::AudioFileWriter(OutputFile& outputFile, const AudioFileFormat& 
     , sink(std::make_unique<Sink>(outputFile.getDescriptor()))
     , sound(sink->open(format, channels, sampleRate))
 {
+    if (const auto bits = integerBitsOf(format.getSubtype()))
+        quantiser.emplace(format, *bits);
     if (!sound)
         throw FileError(output.getTarget(), "cannot be written as " + format.getDescription() +
                                                 ": " + sf_strerror(nullptr));
     // A peak chunk holds the time of writing, so that two runs would give different files.
     sf_command(sound.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
-    auto quality = encodingQuality;
-    sf_command(sound.get(), SFC_SET_VBR_ENCODING_QUALITY, &quality, sizeof quality);
+    setQuality(usualQuality);
 }
 
 AudioFileWriter::~AudioFileWriter() = default;
 
+void AudioFileWriter::setQuality(double quality)
+{
+    constexpr double most = 10;
+    auto share = quality / most;
+    sf_command(sound.get(), SFC_SET_VBR_ENCODING_QUALITY, &share, sizeof share);
+}
+
+void AudioFileWriter::setValidBits(int bits)
+{
+    if (!quantiser || bits >= *integerBitsOf(fileFormat.getSubtype()))
+        return;
+    validBits = bits;
+    quantiser.emplace(fileFormat, bits);
+}
+
+void AudioFileWriter::insert(std::int64_t offset, std::span<const std::byte> bytes)
+{
+    if (!bytes.empty())
+        sink->insert(offset, bytes);
+}
+
+void AudioFileWriter::setTags(const Tags& newTags)
+{
+    tags = newTags;
+    if (fileFormat.getContainer() == SF_FORMAT_MPEG)
+        insert(0, id3Of(tags));
+    if (fileFormat.getContainer() == SF_FORMAT_FLAC)
+        insert(behindFirstFlacBlock, flacBlocksOf(tags));
+}
+
 void AudioFileWriter::setChunks(std::vector<RawChunk> chunks)
 {
-    std::size_t used = 0;
-    for (auto& chunk : chunks)
-    {
-        const bool fits = used + chunk.data.size() + 16 <= largestFront;
-        const bool isInFront = fileFormat.isWav() && chunk.precedesAudio && fits;
-        used += isInFront ? chunk.data.size() + 16 : 0;
-        (isInFront ? chunksInFront : chunksBehind).push_back(std::move(chunk));
-    }
-    reserveChunks();
+    const auto isBehind = [&](const RawChunk& chunk) { return !belongsInFront(fileFormat, chunk); };
+    const auto behind = std::stable_partition(chunks.begin(), chunks.end(), std::not_fn(isBehind));
+    chunksBehind.assign(std::make_move_iterator(behind), std::make_move_iterator(chunks.end()));
+    chunks.erase(behind, chunks.end());
+    if (!chunks.empty())
+        insertChunks(chunks);
 }
 
-void AudioFileWriter::reserveChunks()
+void AudioFileWriter::insertChunks(const std::vector<RawChunk>& chunks)
 {
-    if (chunksInFront.empty())
-        return;
-    const auto layout = riffLayout(fileFormat.getByteOrder() == SF_ENDIAN_BIG);
-    std::vector<char> filler(ChunkedFile::fillerSize(layout, chunksInFront));
-    SF_CHUNK_INFO info{};
-    std::strcpy(info.id, ChunkedFile::fillerId);
-    info.id_size = 4;
-    info.datalen = static_cast<unsigned>(filler.size());
-    info.data = filler.data();
-    sf_set_chunk(sound.get(), &info);
+    sf_command(sound.get(), SFC_UPDATE_HEADER_NOW, nullptr, 0);
+    const auto file = ChunkedFile::open(output.getDescriptor());
+    const auto audio = file ? file->findAudio() : std::nullopt;
+    if (!audio)
+        throw FileError(output.getTarget(), sink->getError() != 0 ? sink->getError() : EIO);
+    std::vector<std::byte> bytes;
+    for (const auto& chunk : chunks)
+        std::ranges::copy(file->getLayout().serialised(chunk.id, chunk.data),
+                          std::back_inserter(bytes));
+    insert(audio->start, bytes);
 }
 
-void AudioFileWriter::writeIntegers(std::span<const float> interleaved, int bits)
+template <typename Sample>
+void AudioFileWriter::writePart(std::span<const Sample> interleaved)
 {
-    const Quantiser quantiser(fileFormat, bits);
-    integers.resize(interleaved.size());
-    for (std::size_t n = 0; n < interleaved.size(); ++n)
+    const auto count = static_cast<sf_count_t>(interleaved.size());
+    if (quantiser)
     {
-        const QuantisedSample sample = quantiser.quantise(interleaved[n]);
-        integers[n] = sample.leftAligned;
-        clipped += sample.isClipped ? 1 : 0;
+        integers.resize(interleaved.size());
+        std::ranges::transform(interleaved, integers.begin(),
+                               [this](Sample sample)
+                               { return quantiser->quantise(static_cast<double>(sample)); });
+        requireWritten(sf_write_int(sound.get(), integers.data(), count), interleaved.size());
     }
-    const auto count = static_cast<sf_count_t>(integers.size());
-    requireWritten(sf_write_int(sound.get(), integers.data(), count), interleaved.size());
+    else if constexpr (std::is_same_v<Sample, double>)
+        requireWritten(sf_write_double(sound.get(), interleaved.data(), count), interleaved.size());
+    else
+        requireWritten(sf_write_float(sound.get(), interleaved.data(), count), interleaved.size());
 }
 
-void AudioFileWriter::write(std::span<const float> interleaved)
+template <typename Sample>
+void AudioFileWriter::writeAll(std::span<const Sample> interleaved)
 {
     constexpr std::size_t samplesAtOnce = 65536;
     const auto channelsAsSize = static_cast<std::size_t>(channelCount);
     const auto largest = std::max(samplesAtOnce / channelsAsSize, std::size_t{1}) * channelsAsSize;
-    const auto bits = integerBitsOf(fileFormat.getSubtype());
     while (!interleaved.empty())
     {
         const auto part = interleaved.first(std::min(largest, interleaved.size()));
-        if (bits)
-            writeIntegers(part, *bits);
-        else
-            requireWritten(
-                sf_write_float(sound.get(), part.data(), static_cast<sf_count_t>(part.size())),
-                part.size());
+        writePart(part);
         frames += static_cast<std::int64_t>(part.size() / channelsAsSize);
         interleaved = interleaved.subspan(part.size());
     }
+}
+
+void AudioFileWriter::write(std::span<const float> interleaved)
+{
+    writeAll(interleaved);
+}
+
+void AudioFileWriter::write(std::span<const double> interleaved)
+{
+    writeAll(interleaved);
 }
 
 void AudioFileWriter::requireWritten(std::int64_t written, std::size_t wanted) const
@@ -243,14 +305,37 @@ void AudioFileWriter::close()
 
 void AudioFileWriter::placeChunks()
 {
+    if (fileFormat.getContainer() == SF_FORMAT_FLAC)
+        finishFlacBlocks();
+    if (fileFormat.getContainer() == SF_FORMAT_OGG)
+        writeOggTags(output.getDescriptor(), fileFormat, tags);
     const auto file = ChunkedFile::open(output.getDescriptor());
     if (!file)
         return;
-    auto behind = chunksBehind;
-    if (!chunksInFront.empty() && !file->fill(chunksInFront))
-        behind.insert(behind.begin(), chunksInFront.begin(), chunksInFront.end());
-    if (!behind.empty())
-        file->append(behind);
+    file->stateTotalSize();
+    if (validBits)
+        stateValidBits(output.getDescriptor(), *validBits);
+    if (!chunksBehind.empty())
+        file->append(chunksBehind);
+}
+
+/// The encoder wrote tags of its own behind ours, without any, and there must be one block of them
+/// only.
+void AudioFileWriter::finishFlacBlocks() const
+{
+    const auto inserted = std::ssize(flacBlocksOf(tags));
+    if (inserted == 0)
+        return;
+    constexpr auto lastComments = std::byte{0x84};
+    constexpr auto lastPadding = std::byte{0x81};
+    const auto offset = behindFirstFlacBlock + inserted;
+    const auto header = readBytesAt(output.getDescriptor(), offset, 4);
+    if (header.size() < 4 || header[0] != lastComments)
+        throw FileError(output.getTarget(), "the encoder wrote unexpected blocks");
+    std::vector<std::byte> padding(4 + bigEndian(std::span(header).subspan(1)));
+    std::ranges::copy(header, padding.begin());
+    padding[0] = lastPadding;
+    writeBytesAt(output.getDescriptor(), offset, padding);
 }
 
 } // namespace kalim

@@ -76,22 +76,39 @@ ChunkLayout riffLayout(bool isBigEndian)
     return {ChunkFamily::riff, isBigEndian, false, 12, 4, 4, false, 2};
 }
 
+ChunkLayout layoutOf(ChunkFamily family, bool isBigEndian)
+{
+    switch (family)
+    {
+    case ChunkFamily::aiff:
+        return {family, true, false, 12, 4, 4, false, 2};
+    case ChunkFamily::caf:
+        return {family, true, false, 8, 4, 8, false, 1};
+    case ChunkFamily::wave64:
+        return {family, false, false, 40, longIdBytes, 8, true, 8};
+    case ChunkFamily::riff:
+        break;
+    }
+    return riffLayout(isBigEndian);
+}
+
 std::optional<ChunkLayout> chunkLayoutOf(int descriptor)
 {
     const auto start = readBytesAt(descriptor, 0, 16);
     const auto text = asText(start);
     if (text.size() < 16)
         return {};
-    if (text.starts_with("RIFF") || text.starts_with("RIFX"))
+    const auto kind = text.substr(8, 4);
+    if (kind == "WAVE" && (text.starts_with("RIFF") || text.starts_with("RIFX")))
         return riffLayout(text[3] == 'X');
-    if (text.starts_with("RF64"))
+    if (text.starts_with("RF64") || text.starts_with("BW64"))
         return largeRiffLayout();
-    if (text.starts_with("FORM"))
-        return ChunkLayout{ChunkFamily::aiff, true, false, 12, 4, 4, false, 2};
+    if (text.starts_with("FORM") && kind.starts_with("AIF"))
+        return layoutOf(ChunkFamily::aiff, true);
     if (text.starts_with("caff"))
-        return ChunkLayout{ChunkFamily::caf, true, false, 8, 4, 8, false, 1};
+        return layoutOf(ChunkFamily::caf, true);
     if (text == wave64Start)
-        return ChunkLayout{ChunkFamily::wave64, false, false, 40, longIdBytes, 8, true, 8};
+        return layoutOf(ChunkFamily::wave64, false);
     return {};
 }
 

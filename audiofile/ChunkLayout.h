@@ -66,6 +66,9 @@ struct ChunkLayout
 /// The layout of a WAV file; the big-endian kind starts with RIFX.
 ChunkLayout riffLayout(bool isBigEndian);
 
+/// The layout of a file of that kind; only the RIFF kind has two byte orders.
+ChunkLayout layoutOf(ChunkFamily family, bool isBigEndian);
+
 /// The layout of an open file by its first bytes, nothing if it is no list of chunks.
 std::optional<ChunkLayout> chunkLayoutOf(int descriptor);
 

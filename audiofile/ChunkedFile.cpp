@@ -6,6 +6,7 @@
 #include <array>
 #include <limits>
 #include <string_view>
+#include <utility>
 
 namespace kalim
 {
@@ -38,6 +39,15 @@ bool isAudio(std::string_view id)
 bool isPrintable(char character)
 {
     return character >= 0x20 && character < 0x7f;
+}
+
+/// Samples that a header leaves out look like chunks when they are zeros, one in every few bytes.
+bool isIdentifier(const std::string& id)
+{
+    constexpr std::size_t usualSize = 4;
+    if (id.size() == usualSize)
+        return std::ranges::all_of(id, isPrintable);
+    return std::ranges::any_of(id, [](char character) { return character != 0; });
 }
 
 std::vector<std::byte> serialisedWith(const ChunkLayout& layout,
@@ -83,9 +93,8 @@ std::optional<ChunkPlace> ChunkedFile::placeAt(std::int64_t offset,
     if (static_cast<std::int64_t>(header.size()) < layout.getHeaderBytes())
         return {};
     const auto stated = layout.number(std::span(header).subspan(layout.idBytes));
-    auto size = static_cast<std::int64_t>(stated);
-    if (layout.sizeCountsHeader)
-        size -= layout.getHeaderBytes();
+    const auto counted = layout.sizeCountsHeader ? layout.getHeaderBytes() : 0;
+    auto size = static_cast<std::int64_t>(stated - static_cast<std::uint64_t>(counted));
     const auto id = layout.identifier(header);
     const bool isInDs64 = isAudio(id) && stated == unknownSmallSize && statedDataSize >= 0;
     if (isInDs64)
@@ -105,15 +114,25 @@ std::optional<ChunkPlace> ChunkedFile::placeAt(std::int64_t offset,
     return place;
 }
 
+/// The chunk behind an end; some programs leave out the padding.
+std::optional<ChunkPlace> ChunkedFile::placeBehind(std::int64_t end, std::int64_t largeSize) const
+{
+    for (const auto offset : {layout.aligned(end), end})
+        if (auto place = placeAt(offset, largeSize); place && isIdentifier(place->id))
+            return place;
+    return {};
+}
+
 std::vector<ChunkPlace> ChunkedFile::findChunks() const
 {
     std::vector<ChunkPlace> result;
     const auto stated = readLargeDataSize();
-    auto offset = layout.firstChunk;
-    while (const auto place = placeAt(offset, stated))
+    auto place = placeBehind(layout.firstChunk, stated);
+    while (place)
     {
-        result.push_back(*place);
-        offset = layout.aligned(place->dataStart + place->dataSize);
+        const auto end = place->dataStart + place->dataSize;
+        result.push_back(std::move(*place));
+        place = placeBehind(end, stated);
     }
     return result;
 }
@@ -132,11 +151,26 @@ std::int64_t ChunkedFile::findUnclaimedAudioBytes() const
     const auto found = std::ranges::find_if(all, isAudio, &ChunkPlace::id);
     if (found == all.end() || !found->statedSize || *found->statedSize > getAudioFieldBytes())
         return 0;
-    const auto next = std::next(found);
-    if (next != all.end() && std::ranges::all_of(next->id, isPrintable))
+    if (std::next(found) != all.end())
         return 0;
     const auto start = found->dataStart + getAudioFieldBytes();
     return std::max<std::int64_t>(fileSizeOf(descriptor) - start, 0);
+}
+
+ChunkedFile::Rest ChunkedFile::findRest() const
+{
+    const auto all = findChunks();
+    if (all.empty())
+        return {};
+    const auto end = layout.aligned(all.back().dataStart + all.back().dataSize);
+    constexpr std::int64_t mostLookedAt = 1 << 20;
+    const auto bytes = readBytesAt(descriptor, end, mostLookedAt);
+    const bool isEmpty =
+        std::ranges::all_of(bytes, [](std::byte byte) { return byte == std::byte{0}; });
+    const auto text = asText(bytes);
+    const bool isTag =
+        text.starts_with("TAG") || text.starts_with("ID3") || text.starts_with("APETAGEX");
+    return {std::max<std::int64_t>(fileSizeOf(descriptor) - end, 0), isEmpty, isTag};
 }
 
 std::int64_t ChunkedFile::getAudioFieldBytes() const
@@ -162,39 +196,6 @@ std::vector<RawChunk> ChunkedFile::readDescriptions() const
     return result;
 }
 
-std::size_t ChunkedFile::fillerSize(const ChunkLayout& layout, const std::vector<RawChunk>& chunks)
-{
-    const auto header = static_cast<std::size_t>(layout.getHeaderBytes());
-    const auto needed = serialisedWith(layout, chunks).size();
-    std::size_t size = 4;
-    // What is left over must be nothing or large enough for a filler of its own.
-    while (size + header < needed || (size + header > needed && size < needed))
-        size += 4;
-    return size;
-}
-
-bool ChunkedFile::fill(const std::vector<RawChunk>& chunks) const
-{
-    auto bytes = serialisedWith(layout, chunks);
-    const auto size = static_cast<std::int64_t>(fillerSize(layout, chunks));
-    for (const auto& place : findChunks())
-    {
-        if (place.id != fillerId || place.dataSize != size)
-            continue;
-        const auto room = static_cast<std::size_t>(place.dataStart + size - place.start);
-        if (room > bytes.size())
-        {
-            const auto header = static_cast<std::size_t>(layout.getHeaderBytes());
-            const std::vector<std::byte> nothing(room - bytes.size() - header);
-            const auto filler = layout.serialised(fillerId, nothing);
-            bytes.insert(bytes.end(), filler.begin(), filler.end());
-        }
-        writeBytesAt(descriptor, place.start, bytes);
-        return true;
-    }
-    return false;
-}
-
 bool ChunkedFile::append(const std::vector<RawChunk>& chunks) const
 {
     // Common readers of W64 play everything behind the samples as further samples.
@@ -213,9 +214,19 @@ bool ChunkedFile::append(const std::vector<RawChunk>& chunks) const
     return true;
 }
 
+void ChunkedFile::stateTotalSize() const
+{
+    stateTotalSize(fileSizeOf(descriptor));
+}
+
 void ChunkedFile::stateTotalSize(std::int64_t size) const
 {
     constexpr std::int64_t outerHeader = 8;
+    if (layout.family == ChunkFamily::wave64)
+    {
+        writeBytesAt(descriptor, 16, layout.bytes(static_cast<std::uint64_t>(size), 8));
+        return;
+    }
     const auto inside = static_cast<std::uint64_t>(size - outerHeader);
     if (layout.hasLargeSizes)
         writeBytesAt(descriptor, 20, layout.bytes(inside, 8));

@@ -39,6 +39,8 @@ public:
 
     ChunkFamily getFamily() const { return layout.family; }
 
+    const ChunkLayout& getLayout() const { return layout; }
+
     /// All chunks in the order of the file, up to damage or the end.
     std::vector<ChunkPlace> findChunks() const;
 
@@ -49,20 +51,28 @@ public:
     /// leaves it that was cut off; 0 when all is well.
     std::int64_t findUnclaimedAudioBytes() const;
 
+    /// What stands behind the last chunk of a file and is none.
+    struct Rest
+    {
+        std::int64_t bytes = 0;
+
+        /// Whether they are nothing but zeros.
+        bool isEmpty = true;
+
+        /// Whether they begin like a tag, as some programs append it.
+        bool isTag = false;
+    };
+
+    /// Looks at no more than the first megabyte of it.
+    Rest findRest() const;
+
     /// The chunks that describe the recording: neither samples and their format, which the writer
     /// of samples makes, nor fillers, nor caches and checksums of the samples, which are wrong once
     /// these change.
     std::vector<RawChunk> readDescriptions() const;
 
-    /// Data bytes, a multiple of 4, of the filler that takes exactly these chunks later, see
-    /// fill().
-    static std::size_t fillerSize(const ChunkLayout& layout, const std::vector<RawChunk>& chunks);
-
-    /// Identifier of the filler.
-    static constexpr auto fillerId = "JUNK";
-
-    /// Replaces the filler by the chunks; false if there is no filler of their size.
-    bool fill(const std::vector<RawChunk>& chunks) const;
+    /// States the size of the whole file, which grew by chunks in front of the samples.
+    void stateTotalSize() const;
 
     /// Adds chunks at the end; false for W64, and if the file would outgrow its sizes.
     bool append(const std::vector<RawChunk>& chunks) const;
@@ -70,6 +80,7 @@ public:
 private:
     ChunkedFile(int descriptor, const ChunkLayout& layout);
 
+    std::optional<ChunkPlace> placeBehind(std::int64_t end, std::int64_t largeDataSize) const;
     std::optional<ChunkPlace> placeAt(std::int64_t offset, std::int64_t largeDataSize) const;
     std::int64_t readLargeDataSize() const;
 

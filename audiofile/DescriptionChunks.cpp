@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
@@ -14,61 +16,6 @@ namespace kalim
 {
 namespace
 {
-
-class ByteList
-{
-public:
-    void add(std::span<const std::byte> added)
-    {
-        std::ranges::copy(added, std::back_inserter(bytes));
-    }
-
-    void addText(std::string_view text) { add(std::as_bytes(std::span(text))); }
-
-    void addNumber(std::uint32_t number) { add(layout.bytes(number, sizeof number)); }
-
-    ChunkLayout layout = riffLayout(false);
-    std::vector<std::byte> bytes;
-};
-
-std::string_view nameOf(const SF_CUE_POINT& cue)
-{
-    return {static_cast<const char*>(cue.name), strnlen(cue.name, sizeof cue.name)};
-}
-
-RawChunk positions(const std::vector<SF_CUE_POINT>& cues)
-{
-    ByteList list;
-    list.addNumber(static_cast<std::uint32_t>(cues.size()));
-    for (const auto& cue : cues)
-    {
-        list.addNumber(static_cast<std::uint32_t>(cue.indx));
-        list.addNumber(cue.sample_offset);
-        list.addText("data");
-        list.addNumber(0);
-        list.addNumber(0);
-        list.addNumber(cue.sample_offset);
-    }
-    return {"cue ", list.bytes, true};
-}
-
-RawChunk labels(const std::vector<SF_CUE_POINT>& cues)
-{
-    ByteList list;
-    list.addText("adtl");
-    for (const auto& cue : cues)
-    {
-        const auto name = nameOf(cue);
-        if (name.empty())
-            continue;
-        ByteList label;
-        label.addNumber(static_cast<std::uint32_t>(cue.indx));
-        label.addText(name);
-        label.bytes.push_back(std::byte{0});
-        list.add(list.layout.serialised("labl", label.bytes));
-    }
-    return {"LIST", list.bytes, true};
-}
 
 /// The history follows the fields of fixed size.
 constexpr std::size_t historyStart = 602;
@@ -102,18 +49,6 @@ std::string codingHistoryLine(const CodingStep& step)
 
 } // namespace
 
-std::vector<RawChunk> cueChunks(const std::vector<SF_CUE_POINT>& cues)
-{
-    std::vector<RawChunk> chunks;
-    if (cues.empty())
-        return chunks;
-    chunks.push_back(positions(cues));
-    constexpr std::size_t emptyList = 4;
-    if (auto named = labels(cues); named.data.size() > emptyList)
-        chunks.push_back(std::move(named));
-    return chunks;
-}
-
 RawChunk withCodingStep(const RawChunk& broadcastExtension, const CodingStep& step)
 {
     auto result = broadcastExtension;
@@ -129,6 +64,29 @@ RawChunk withCodingStep(const RawChunk& broadcastExtension, const CodingStep& st
                            [](char c) { return static_cast<std::byte>(c); });
     if (data.size() % 2 != 0)
         data.push_back(std::byte{0});
+    return result;
+}
+
+RawChunk inUsualByteOrder(const RawChunk& broadcastExtension)
+{
+    struct Number
+    {
+        std::ptrdiff_t offset;
+        std::ptrdiff_t size;
+    };
+
+    // The time in two halves, the version, and five figures of loudness.
+    constexpr std::array numbers{Number{338, 4}, Number{342, 4}, Number{346, 2}, Number{412, 2},
+                                 Number{414, 2}, Number{416, 2}, Number{418, 2}, Number{420, 2}};
+    constexpr std::size_t largeHalfOfVersion = 346;
+    auto result = broadcastExtension;
+    // Some programs write it in the usual order into files of the other; versions are small.
+    const bool isBigEndian =
+        result.data.size() >= historyStart && result.data[largeHalfOfVersion] == std::byte{0};
+    if (isBigEndian)
+        for (const auto& number : numbers)
+            std::reverse(result.data.begin() + number.offset,
+                         result.data.begin() + number.offset + number.size);
     return result;
 }
 

@@ -39,28 +39,54 @@ bool isFrameOrMore(const AudioFileReader& reader, std::int64_t bytes)
     return bytes >= std::max<std::int64_t>(reader.getFormat().bytesFor(reader.getNumChannels()), 2);
 }
 
-std::vector<std::string> shortage(const AudioFileReader& reader, const Extent& extent)
+std::vector<FileNote> shortage(const AudioFileReader& reader, const Extent& extent)
 {
     const auto missing = extent.stated - extent.there;
     if (!isFrameOrMore(reader, missing))
         return {};
-    return {fmt::format("the file is cut short: {}, {} bytes are missing", lengths(reader, extent),
-                        missing)};
+    return {{fmt::format("the file is cut short: {}, {} bytes are missing", lengths(reader, extent),
+                         missing),
+             true}};
 }
 
-std::vector<std::string> damagesOfChunks(const AudioFileReader& reader, const ChunkedFile& file)
+/// What stands behind the last chunk and is none.
+std::vector<FileNote> leftovers(const AudioFileReader& reader, const ChunkedFile& file)
+{
+    const auto chunks = file.findChunks();
+    const auto isAudio = [](const ChunkPlace& place) { return place.id == "data"; };
+    if (std::ranges::count_if(chunks, isAudio) > 1)
+        return {{"it holds a second block of samples, which is not read", true}};
+    if (file.findAudio() && std::ranges::count(chunks, "RIFF", &ChunkPlace::id) > 0)
+        return {{"another recording follows behind its end, which is not read", true}};
+    const auto rest = file.findRest();
+    if (!isFrameOrMore(reader, rest.bytes) || rest.isEmpty || rest.isTag)
+        return {};
+    return {
+        {fmt::format("{} bytes behind its last block are not read, {:.1f} s if they are samples",
+                     rest.bytes,
+                     static_cast<double>(rest.bytes) /
+                         static_cast<double>(reader.getFormat().bytesFor(
+                             std::int64_t{reader.getNumChannels()} * reader.getSampleRate()))),
+         true}};
+}
+
+std::vector<FileNote> damagesOfChunks(const AudioFileReader& reader, const ChunkedFile& file)
 {
     if (const auto bytes = file.findUnclaimedAudioBytes(); isFrameOrMore(reader, bytes))
-        return {fmt::format("the header claims no samples although {} bytes follow, which {}",
-                            bytes,
-                            reader.getNumFrames() > 0 ? "are taken for them" : "are left out")};
+    {
+        const bool isRead = reader.getNumFrames() > 0;
+        return {{fmt::format("the header claims no samples although {} bytes follow, which {}",
+                             bytes, isRead ? "are taken for them" : "are left out"),
+                 !isRead}};
+    }
     if (const auto audio = file.findAudio(); audio && audio->statedSize)
-        return shortage(reader, {*audio->statedSize, audio->dataSize});
-    return {};
+        if (auto notes = shortage(reader, {*audio->statedSize, audio->dataSize}); !notes.empty())
+            return notes;
+    return leftovers(reader, file);
 }
 
 /// The header is a mark and numbers of four bytes, of which two are the start and the size.
-std::vector<std::string> damagesOfAu(const AudioFileReader& reader)
+std::vector<FileNote> damagesOfAu(const AudioFileReader& reader)
 {
     constexpr std::int64_t unknownSize = 0xffffffff;
     const auto header = readBytesAt(reader.getDescriptor(), 0, 12);
@@ -77,28 +103,35 @@ std::vector<std::string> damagesOfAu(const AudioFileReader& reader)
     return shortage(reader, {stated, std::max<std::int64_t>(there, 0)});
 }
 
-std::vector<std::string> damagesOfOgg(const AudioFileReader& reader)
+std::vector<FileNote> damagesOfOgg(const AudioFileReader& reader)
 {
-    if (endsWithLastOggPage(reader.getDescriptor()))
-        return {};
-    return {"the file is cut short: its stream has no end"};
+    const auto survey = surveyOgg(reader.getDescriptor());
+    const bool isCut =
+        std::ranges::any_of(survey.links, [](const OggLink& link) { return !link.isEnded; });
+    std::vector<FileNote> notes;
+    if (isCut)
+        notes.push_back({"the file is cut short: its stream has no end", true});
+    else if (survey.damagedBytes > 0)
+        notes.push_back({fmt::format("{} bytes are damaged", survey.damagedBytes), true});
+    if (survey.missingPages > 0)
+        notes.push_back({fmt::format("{} pages are missing", survey.missingPages), true});
+    return notes;
 }
 
 } // namespace
 
-std::vector<std::string> damagesOf(const AudioFileReader& reader)
+std::vector<FileNote> damagesOf(const AudioFileReader& reader)
 {
+    auto notes = reader.getNotes();
+    const auto add = [&notes](const std::vector<FileNote>& more)
+    { notes.insert(notes.end(), more.begin(), more.end()); };
     if (const auto file = ChunkedFile::open(reader.getDescriptor()))
-        return damagesOfChunks(reader, *file);
-    switch (reader.getFormat().getContainer())
-    {
-    case SF_FORMAT_AU:
-        return damagesOfAu(reader);
-    case SF_FORMAT_OGG:
-        return damagesOfOgg(reader);
-    default:
-        return {};
-    }
+        add(damagesOfChunks(reader, *file));
+    else if (reader.getFormat().getContainer() == SF_FORMAT_AU)
+        add(damagesOfAu(reader));
+    else if (asText(readBytesAt(reader.getDescriptor(), 0, 4)) == "OggS")
+        add(damagesOfOgg(reader));
+    return notes;
 }
 
 } // namespace kalim

@@ -1,18 +1,21 @@
 #include "audiofile/FileMetadata.h"
 
+#include "audiofile/ChunkTags.h"
 #include "audiofile/ChunkedFile.h"
 #include "audiofile/DescriptionChunks.h"
-#include "audiofile/UncarriedTags.h"
+#include "audiofile/FileBytes.h"
+#include "audiofile/Instrument.h"
+#include "audiofile/TagFiles.h"
 #include "base/Text.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
+#include <iterator>
+#include <set>
 #include <string_view>
+#include <utility>
 
 namespace kalim
 {
@@ -21,63 +24,57 @@ namespace
 
 constexpr auto broadcastExtension = "bext";
 
-struct NamedString
+/// Names of what the audio library reads from containers that we know nothing of.
+constexpr std::array namedStrings{std::pair{SF_STR_TITLE, "TITLE"},
+                                  std::pair{SF_STR_COPYRIGHT, "COPYRIGHT"},
+                                  std::pair{SF_STR_SOFTWARE, "ENCODER"},
+                                  std::pair{SF_STR_ARTIST, "ARTIST"},
+                                  std::pair{SF_STR_COMMENT, "COMMENT"},
+                                  std::pair{SF_STR_DATE, "DATE"},
+                                  std::pair{SF_STR_ALBUM, "ALBUM"},
+                                  std::pair{SF_STR_LICENSE, "LICENSE"},
+                                  std::pair{SF_STR_TRACKNUMBER, "TRACKNUMBER"},
+                                  std::pair{SF_STR_GENRE, "GENRE"}};
+
+/// Chunks of text, which mean the same in either byte order.
+constexpr std::array<std::string_view, 4> textChunks{"iXML", "axml", "aXML", "_PMX"};
+
+bool contains(const auto& list, std::string_view item)
 {
-    int number;
-    std::string_view name;
-};
+    return std::ranges::find(list, item) != list.end();
+}
 
-constexpr std::array namedStrings{
-    NamedString{SF_STR_TITLE, "title"},
-    NamedString{SF_STR_COPYRIGHT, "copyright"},
-    NamedString{SF_STR_SOFTWARE, "software"},
-    NamedString{SF_STR_ARTIST, "artist"},
-    NamedString{SF_STR_COMMENT, "comment"},
-    NamedString{SF_STR_DATE, "date"},
-    NamedString{SF_STR_ALBUM, "album"},
-    NamedString{SF_STR_LICENSE, "license"},
-    NamedString{SF_STR_TRACKNUMBER, "track number"},
-    NamedString{SF_STR_GENRE, "genre"},
-};
-
-/// Chunks whose content the audio library reads as strings, cue points or instrument.
-constexpr std::array<std::string_view, 14> translatedChunks{"cue ", "smpl", "inst", "NAME", "AUTH",
-                                                            "ANNO", "(c) ", "APPL", "MARK", "INST",
-                                                            "COMT", "info", "strg", "mark"};
-
-bool isRiffLike(std::optional<ChunkFamily> family)
+bool isRiffLike(ChunkFamily family)
 {
     return family == ChunkFamily::riff || family == ChunkFamily::wave64;
 }
 
-std::optional<ChunkFamily> familyOf(const AudioFileFormat& format)
+/// How a file to write lays out its chunks, nothing if it is no list of them.
+std::optional<ChunkLayout> layoutOf(const AudioFileFormat& format)
 {
+    const bool isBigEndian = format.getByteOrder() == SF_ENDIAN_BIG;
     if (format.isWav())
-        return ChunkFamily::riff;
+        return layoutOf(ChunkFamily::riff, isBigEndian);
     switch (format.getContainer())
     {
     case SF_FORMAT_W64:
-        return ChunkFamily::wave64;
+        return layoutOf(ChunkFamily::wave64, false);
     case SF_FORMAT_AIFF:
-        return ChunkFamily::aiff;
+        return layoutOf(ChunkFamily::aiff, true);
     case SF_FORMAT_CAF:
-        return ChunkFamily::caf;
+        return layoutOf(ChunkFamily::caf, true);
     default:
         return {};
     }
 }
 
-bool startsWith(const RawChunk& chunk, std::string_view text)
+/// Lengths and notes of markers, which only the RIFF kind has.
+bool hasNotesOfMarkers(const RawChunk& chunk)
 {
-    return chunk.data.size() >= text.size() &&
-           std::memcmp(chunk.data.data(), text.data(), text.size()) == 0;
-}
-
-bool isTranslated(const RawChunk& chunk)
-{
-    if (chunk.id == "LIST")
-        return startsWith(chunk, "INFO") || startsWith(chunk, "adtl");
-    return std::ranges::find(translatedChunks, chunk.id) != translatedChunks.end();
+    const auto text = asText(chunk.data);
+    return chunk.id == "LIST" && text.starts_with("adtl") &&
+           (text.find("ltxt") != std::string_view::npos ||
+            text.find("note") != std::string_view::npos);
 }
 
 std::string describe(const RawChunk& chunk)
@@ -94,47 +91,13 @@ std::string describe(const RawChunk& chunk)
     return fmt::format("the block '{}'", name);
 }
 
-std::map<int, std::string> stringsOf(SNDFILE* sound)
+Tags tagsOfLibrary(SNDFILE* sound)
 {
-    std::map<int, std::string> strings;
-    for (const auto& named : namedStrings)
-        if (const char* text = sf_get_string(sound, named.number); text != nullptr && *text != 0)
-            strings.emplace(named.number, text);
-    return strings;
-}
-
-std::vector<SF_CUE_POINT> cuesOf(SNDFILE* sound)
-{
-    std::uint32_t count = 0;
-    sf_command(sound, SFC_GET_CUE_COUNT, &count, sizeof count);
-    constexpr std::uint32_t most = 65536;
-    if (count == 0 || count > most)
-        return {};
-    constexpr auto firstPoint = offsetof(SF_CUES, cue_points);
-    std::vector<std::byte> bytes(firstPoint + count * sizeof(SF_CUE_POINT));
-    if (sf_command(sound, SFC_GET_CUE, bytes.data(), static_cast<int>(bytes.size())) != SF_TRUE)
-        return {};
-    std::vector<SF_CUE_POINT> cues(count);
-    std::memcpy(cues.data(), bytes.data() + firstPoint, count * sizeof(SF_CUE_POINT));
-    return cues;
-}
-
-void setCues(SNDFILE* sound, const std::vector<SF_CUE_POINT>& cues)
-{
-    constexpr auto firstPoint = offsetof(SF_CUES, cue_points);
-    std::vector<std::byte> bytes(firstPoint + cues.size() * sizeof(SF_CUE_POINT));
-    const auto count = static_cast<std::uint32_t>(cues.size());
-    std::memcpy(bytes.data(), &count, sizeof count);
-    std::memcpy(bytes.data() + firstPoint, cues.data(), cues.size() * sizeof(SF_CUE_POINT));
-    sf_command(sound, SFC_SET_CUE, bytes.data(), static_cast<int>(bytes.size()));
-}
-
-std::optional<SF_INSTRUMENT> instrumentOf(SNDFILE* sound)
-{
-    SF_INSTRUMENT instrument{};
-    if (sf_command(sound, SFC_GET_INSTRUMENT, &instrument, sizeof instrument) != SF_TRUE)
-        return {};
-    return instrument;
+    Tags tags;
+    for (const auto& [number, name] : namedStrings)
+        if (const char* text = sf_get_string(sound, number); text != nullptr)
+            tags.add(name, text);
+    return tags;
 }
 
 std::vector<int> channelMapOf(SNDFILE* sound, int channels)
@@ -147,49 +110,73 @@ std::vector<int> channelMapOf(SNDFILE* sound, int channels)
     return isEmpty ? std::vector<int>{} : map;
 }
 
-bool hasSamePlaces(const std::vector<SF_CUE_POINT>& a, const std::vector<SF_CUE_POINT>& b)
+/// How many of some places others lack.
+std::ptrdiff_t countMissing(const std::vector<Marker>& wanted, const std::vector<Marker>& written)
 {
-    return std::ranges::equal(a, b, {}, &SF_CUE_POINT::sample_offset, &SF_CUE_POINT::sample_offset);
+    return std::ranges::count_if(
+        wanted, [&](const Marker& marker)
+        { return std::ranges::find(written, marker.frame, &Marker::frame) == written.end(); });
 }
 
-bool hasSameNames(const std::vector<SF_CUE_POINT>& a, const std::vector<SF_CUE_POINT>& b)
+bool hasSameNames(const std::vector<Marker>& wanted, const std::vector<Marker>& written)
 {
-    return std::ranges::equal(a, b,
-                              [](const SF_CUE_POINT& x, const SF_CUE_POINT& y)
-                              { return std::strncmp(x.name, y.name, sizeof x.name) == 0; });
+    return std::ranges::all_of(
+        wanted,
+        [&](const Marker& marker)
+        {
+            return std::ranges::any_of(
+                written, [&](const Marker& other)
+                { return other.frame == marker.frame && other.name == marker.name; });
+        });
 }
 
 } // namespace
 
 FileMetadata::FileMetadata(const AudioFileReader& reader)
-    : family(familyOf(reader.getFormat()))
-    , uncarried(uncarriedTags(reader))
-    , strings(stringsOf(reader.getHandle()))
-    , cues(cuesOf(reader.getHandle()))
-    , instrument(instrumentOf(reader.getHandle()))
+    : format(reader.getFormat())
+    , sampleRate(reader.getSampleRate())
     , channelMap(channelMapOf(reader.getHandle(), reader.getNumChannels()))
     , isAmbisonic(sf_command(reader.getHandle(), SFC_WAVEX_GET_AMBISONIC, nullptr, 0) ==
                   SF_AMBISONIC_B_FORMAT)
-    , container(reader.getFormat().getContainerName())
 {
-    if (const auto file = ChunkedFile::open(reader.getDescriptor()); file && family)
-        chunks = file->readDescriptions();
-}
-
-bool FileMetadata::sharesChunksWith(std::optional<ChunkFamily> other) const
-{
-    return family && (family == other || (isRiffLike(family) && isRiffLike(other)));
-}
-
-void FileMetadata::applyTo(AudioFileWriter& writer, const std::string& note) const
-{
-    applyChannelMap(writer.getHandle());
-    if (!sharesChunksWith(familyOf(writer.getFormat())))
+    if (const auto file = ChunkedFile::open(reader.getDescriptor()))
     {
-        applyTranslated(writer);
+        layout = file->getLayout();
+        chunks = file->readDescriptions();
+        tags = tagsOfChunks(*layout, chunks);
+        markers = markersOf(*layout, chunks);
+        instrument = instrumentOf(*layout, chunks);
         return;
     }
-    auto described = chunks;
+    tags = readFileTags(reader);
+    if (tags.isEmpty())
+        tags = tagsOfLibrary(reader.getHandle());
+}
+
+bool FileMetadata::sharesChunksWith(const std::optional<ChunkLayout>& other) const
+{
+    return layout && other &&
+           (layout->family == other->family ||
+            (isRiffLike(layout->family) && isRiffLike(other->family)));
+}
+
+void FileMetadata::applyTo(AudioFileWriter& writer, const std::string& note,
+                           const std::string& comment) const
+{
+    applyChannelMap(writer.getHandle());
+    const auto target = layoutOf(writer.getFormat());
+    if (!target)
+    {
+        Tags all = tagsFor(writer.getFormat());
+        auto& comments = all.fields["COMMENT"];
+        if (!comment.empty() && !contains(comments, comment))
+            comments.push_back(comment);
+        if (comments.empty())
+            all.fields.erase("COMMENT");
+        writer.setTags(all);
+        return;
+    }
+    auto described = chunksFor(*target);
     for (auto& chunk : described)
         if (chunk.id == broadcastExtension)
             chunk = withCodingStep(
@@ -197,19 +184,55 @@ void FileMetadata::applyTo(AudioFileWriter& writer, const std::string& note) con
     writer.setChunks(std::move(described));
 }
 
-void FileMetadata::applyTranslated(AudioFileWriter& writer) const
+/// Blocks in which a converter keeps the headers of another format fit only samples like those.
+Tags FileMetadata::tagsFor(const AudioFileFormat& target) const
 {
-    for (const auto& [number, text] : strings)
-        sf_set_string(writer.getHandle(), number, text.c_str());
-    if (instrument)
+    auto result = tags;
+    if (target.getSubtype() != format.getSubtype())
+        std::erase_if(result.flacBlocks,
+                      [](const FlacBlock& block)
+                      {
+                          const auto text = asText(block.data);
+                          return block.type == FlacBlock::application &&
+                                 (text.starts_with("riff") || text.starts_with("aiff") ||
+                                  text.starts_with("w64 "));
+                      });
+    return result;
+}
+
+std::vector<RawChunk> FileMetadata::chunksFor(const ChunkLayout& target) const
+{
+    if (!sharesChunksWith(target))
+        return translatedChunks(target);
+    const bool isSameOrder = layout->isBigEndian == target.isBigEndian;
+    if (layout->family == target.family && isSameOrder)
+        return chunks;
+    std::vector<RawChunk> result;
+    for (const auto& chunk : chunks)
     {
-        auto copy = *instrument;
-        sf_command(writer.getHandle(), SFC_SET_INSTRUMENT, &copy, sizeof copy);
+        const bool isPortable = chunk.id.size() == 4 && !isTagChunk(*layout, chunk);
+        if (isPortable && isSameOrder)
+            result.push_back(chunk);
+        else if (isPortable && contains(textChunks, chunk.id))
+            result.push_back(chunk);
+        else if (isPortable && layout->isBigEndian && chunk.id == broadcastExtension)
+            result.push_back(inUsualByteOrder(chunk));
     }
-    if (isRiffLike(familyOf(writer.getFormat())))
-        writer.setChunks(cueChunks(cues));
-    else if (!cues.empty())
-        setCues(writer.getHandle(), cues);
+    std::ranges::copy(isSameOrder ? chunksOfTags(target, tags) : translatedChunks(target),
+                      std::back_inserter(result));
+    return result;
+}
+
+std::vector<RawChunk> FileMetadata::translatedChunks(const ChunkLayout& target) const
+{
+    auto result = chunksOfTags(target, tags);
+    auto places = markers;
+    makeValid(target, places);
+    if (instrument)
+        std::ranges::copy(instrumentChunks(target, *instrument, sampleRate, places),
+                          std::back_inserter(result));
+    std::ranges::copy(markerChunks(target, places), std::back_inserter(result));
+    return result;
 }
 
 void FileMetadata::applyChannelMap(SNDFILE* sound) const
@@ -231,52 +254,58 @@ std::vector<std::string> FileMetadata::lossesIn(const std::filesystem::path& pat
     const FileMetadata written(reader);
     std::vector<std::string> items;
     listChunkLosses(written, items);
-    if (!sharesChunksWith(written.family))
-        listTranslationLosses(written, items);
+    listMarkerLosses(written, items);
     if (!saysOfChannels(written))
         items.emplace_back("the loudspeaker positions of the channels");
-    std::ranges::copy(uncarried, std::back_inserter(items));
+    std::ranges::copy(lostTags(tags, written.tags), std::back_inserter(items));
 
     std::vector<std::string> lines;
     for (const auto& item : items)
-        lines.push_back(fmt::format("not kept in the {} file: {}", written.container, item));
+        lines.push_back(
+            fmt::format("not kept in the {} file: {}", written.format.getContainerName(), item));
     return lines;
+}
+
+bool FileMetadata::isTranslated(const RawChunk& chunk) const
+{
+    return isTagChunk(*layout, chunk) || isMarkerChunk(*layout, chunk) ||
+           isInstrumentChunk(*layout, chunk);
 }
 
 void FileMetadata::listChunkLosses(const FileMetadata& written,
                                    std::vector<std::string>& items) const
 {
-    const bool isShared = sharesChunksWith(written.family);
+    const bool isShared = sharesChunksWith(written.layout);
+    // A set, for there may be tens of thousands of chunks. That of the broadcast extension changed.
+    const auto keyOf = [](const RawChunk& chunk)
+    { return std::pair(chunk.id, chunk.id == broadcastExtension ? "" : asText(chunk.data)); };
+    std::set<std::pair<std::string, std::string_view>> copies;
+    for (const auto& chunk : written.chunks)
+        copies.insert(keyOf(chunk));
     for (const auto& chunk : chunks)
     {
-        const auto isCopy = [&](const RawChunk& other)
-        { return other == chunk || (chunk.id == broadcastExtension && other.id == chunk.id); };
-        const bool isKept =
-            isShared ? std::ranges::any_of(written.chunks, isCopy) : isTranslated(chunk);
-        if (!isKept)
+        if (isShared && copies.contains(keyOf(chunk)))
+            continue;
+        if (!isTranslated(chunk))
             items.push_back(describe(chunk));
+        else if (hasNotesOfMarkers(chunk))
+            items.emplace_back("lengths and notes of cue points");
+        else if (hasDatedComments(chunk))
+            items.emplace_back("dates and places of comments");
     }
 }
 
-void FileMetadata::listTranslationLosses(const FileMetadata& written,
-                                         std::vector<std::string>& items) const
+void FileMetadata::listMarkerLosses(const FileMetadata& written,
+                                    std::vector<std::string>& items) const
 {
-    for (const auto& named : namedStrings)
-    {
-        const auto own = strings.find(named.number);
-        const auto other = written.strings.find(named.number);
-        // The library adds its own name to that of the software.
-        const bool isKept = own == strings.end() || (other != written.strings.end() &&
-                                                     other->second.starts_with(own->second));
-        if (!isKept)
-            items.push_back(fmt::format("the {} \"{}\"", named.name, own->second));
-    }
-    if (!hasSamePlaces(cues, written.cues))
-        items.push_back(counted(std::ssize(cues), "cue point"));
-    else if (!hasSameNames(cues, written.cues))
+    if (const auto missing = countMissing(markers, written.markers); missing > 0)
+        items.push_back(counted(missing, "cue point"));
+    else if (!hasSameNames(markers, written.markers))
         items.emplace_back("names of cue points");
     if (instrument && !written.instrument)
         items.emplace_back("the instrument and its loops");
+    else if (instrument && written.instrument->loop_count < instrument->loop_count)
+        items.emplace_back("loops of the instrument");
 }
 
 bool FileMetadata::saysOfChannels(const FileMetadata& written) const

@@ -3,11 +3,12 @@
 #include "audiofile/AudioFileReader.h"
 #include "audiofile/AudioFileWriter.h"
 #include "audiofile/ChunkLayout.h"
+#include "audiofile/Markers.h"
+#include "audiofile/Tags.h"
 
 #include <sndfile.h>
 
 #include <filesystem>
-#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,8 +24,10 @@ public:
     explicit FileMetadata(const AudioFileReader& reader);
 
     /// Sets it in a file to write, before its first samples. The note goes into the history of a
-    /// broadcast extension: program, version, what it did.
-    void applyTo(AudioFileWriter& writer, const std::string& note) const;
+    /// broadcast extension: program, version, what it did; the comment, unless it is empty, to
+    /// those of formats that are no list of chunks.
+    void applyTo(AudioFileWriter& writer, const std::string& note,
+                 const std::string& comment) const;
 
     /// What did not get into a written file, one line each; looks into the file, because libraries
     /// accept much that they then leave out. To be called after AudioFileWriter::close(), with the
@@ -32,22 +35,25 @@ public:
     std::vector<std::string> lossesIn(const std::filesystem::path& written) const;
 
 private:
-    bool sharesChunksWith(std::optional<ChunkFamily> other) const;
-    void applyTranslated(AudioFileWriter& writer) const;
+    bool sharesChunksWith(const std::optional<ChunkLayout>& other) const;
+    std::vector<RawChunk> chunksFor(const ChunkLayout& target) const;
+    std::vector<RawChunk> translatedChunks(const ChunkLayout& target) const;
+    Tags tagsFor(const AudioFileFormat& format) const;
     void applyChannelMap(SNDFILE* sound) const;
+    bool isTranslated(const RawChunk& chunk) const;
     void listChunkLosses(const FileMetadata& written, std::vector<std::string>& items) const;
-    void listTranslationLosses(const FileMetadata& written, std::vector<std::string>& items) const;
+    void listMarkerLosses(const FileMetadata& written, std::vector<std::string>& items) const;
     bool saysOfChannels(const FileMetadata& written) const;
 
-    std::optional<ChunkFamily> family;
+    AudioFileFormat format;
+    int sampleRate;
+    std::optional<ChunkLayout> layout;
     std::vector<RawChunk> chunks;
-    std::vector<std::string> uncarried;
-    std::map<int, std::string> strings;
-    std::vector<SF_CUE_POINT> cues;
+    Tags tags;
+    std::vector<Marker> markers;
     std::optional<SF_INSTRUMENT> instrument;
     std::vector<int> channelMap;
     bool isAmbisonic = false;
-    std::string container;
 };
 
 } // namespace kalim

@@ -7,6 +7,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -128,10 +129,18 @@ void checkFolder(const std::filesystem::path& target)
         throw FileError(target, fmt::format("{} is not a folder", printable(folder)));
 }
 
+constexpr const char* hiddenStart = ".kalim-";
+constexpr const char* hiddenEnd = ".tmp";
+
 std::string hiddenName()
 {
     std::random_device random;
-    return fmt::format(".kalim-{:08x}{:08x}.tmp", random(), random());
+    return fmt::format("{}{:08x}{:08x}{}", hiddenStart, random(), random(), hiddenEnd);
+}
+
+bool isHiddenName(const std::string& name)
+{
+    return name.starts_with(hiddenStart) && name.ends_with(hiddenEnd);
 }
 
 /// A move that never replaces, for file systems where the system has no single call for it.
@@ -230,7 +239,7 @@ void OutputFile::create()
         // Created with all permissions and not through mkstemp, so that the umask decides.
         file =
             FileDescriptor(open(hiddenPath.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-    } while (!file.isOpen() && errno == EEXIST);
+    } while (file.isOpen() ? !holdLock() : errno == EEXIST);
 
     if (!file.isOpen())
         throw FileError(targetPath, fmt::format("cannot create a file in {}: {}",
@@ -238,6 +247,29 @@ void OutputFile::create()
                                                 std::generic_category().message(errno)));
     if (const auto replaced = statusOf(finalPath))
         fchmod(file.get(), replaced->st_mode & 0777U);
+}
+
+/// False where the file was taken for an abandoned one before it was locked. File systems without
+/// locks know no abandoned files.
+bool OutputFile::holdLock()
+{
+    lock = FileDescriptor(dup(file.get()));
+    const bool isTaken = flock(lock.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    struct stat status = {};
+    return !isTaken && fstat(file.get(), &status) == 0 && status.st_nlink > 0;
+}
+
+void OutputFile::removeAbandoned(const std::filesystem::path& folder)
+{
+    std::error_code failed;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, failed))
+    {
+        if (!isHiddenName(entry.path().filename().native()))
+            continue;
+        const FileDescriptor found(open(entry.path().c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW));
+        if (found.isOpen() && flock(found.get(), LOCK_EX | LOCK_NB) == 0)
+            unlink(entry.path().c_str());
+    }
 }
 
 void OutputFile::write(std::span<const std::byte> bytes)

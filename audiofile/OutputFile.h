@@ -80,8 +80,12 @@ public:
     /// to be kept.
     void commit();
 
+    /// Removes unfinished files that processes which were killed have left in a folder.
+    static void removeAbandoned(const std::filesystem::path& folder);
+
 private:
     void create();
+    bool holdLock();
     void moveToTarget() const;
 
     std::filesystem::path targetPath;
@@ -90,6 +94,9 @@ private:
     Existing existing;
     std::optional<TemporaryFileRegistry::Entry> registration;
     FileDescriptor file;
+
+    /// Keeps the file locked, as a sign that somebody works on it, until it has its name.
+    FileDescriptor lock;
 };
 
 /// The full path at which an output of that name will appear: without "." and "..", and behind

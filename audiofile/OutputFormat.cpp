@@ -261,6 +261,11 @@ FormatRequest parseFormatRequest(std::string_view text)
                                             knownSampleFormats()));
 }
 
+std::string extensionOf(ContainerName container)
+{
+    return std::string(containerOf(container == rf64 ? wav : container).word);
+}
+
 ContainerName containerOfExtension(const std::filesystem::path& path)
 {
     const auto text = lowered(path.extension().native());
@@ -270,6 +275,25 @@ ContainerName containerOfExtension(const std::filesystem::path& path)
     throw FileError(path,
                     fmt::format("unknown file name extension '{}' (known: {})",
                                 printable(path.extension()), listed(extensions, &Extension::text)));
+}
+
+void requireMatchingName(const std::filesystem::path& path, const FormatRequest& request)
+{
+    if (!request.container)
+    {
+        containerOfExtension(path);
+        return;
+    }
+    const auto text = lowered(path.extension().native());
+    const auto* found = std::ranges::find(extensions, text, &Extension::text);
+    if (found == extensions.end() || found->container == *request.container)
+        return;
+    const bool isKin = (found->container == wav && *request.container == rf64) ||
+                       (found->container == ogg && *request.container == opus);
+    if (!isKin)
+        throw FileError(path, fmt::format("its name says {}, but {} is asked for",
+                                          containerOf(found->container).display,
+                                          containerOf(*request.container).display));
 }
 
 OutputFormat chooseOutputFormat(const AudioFileFormat& input, const AudioShape& shape,

@@ -57,6 +57,13 @@ FormatRequest parseFormatRequest(std::string_view text);
 /// missing extension, with a list of the known ones.
 ContainerName containerOfExtension(const std::filesystem::path& path);
 
+/// The usual extension of a container without the dot, "wav" for RF64 as well.
+std::string extensionOf(ContainerName container);
+
+/// Throws FileError where a name does not tell a container and none is asked for, and where it
+/// tells another than is asked for. WAV files may be RF64 inside, and Ogg files hold Opus.
+void requireMatchingName(const std::filesystem::path& path, const FormatRequest& request);
+
 /// The format to write: the container asked for, else the one that the output's name asks for, with
 /// the sample format asked for, else the input's own, else the one that loses least. A WAV file
 /// that would pass 4 GiB becomes RF64, and RF64 becomes WAV where WAV is asked for and suffices.

@@ -57,4 +57,26 @@ std::string counted(std::ptrdiff_t count, std::string_view thing)
     return std::to_string(count).append(" ").append(thing).append(count == 1 ? "" : "s");
 }
 
+std::string_view withoutUnit(std::string_view text, std::string_view unit)
+{
+    const bool isUnit = !unit.empty() && text.size() > unit.size() &&
+                        lowered(text.substr(text.size() - unit.size())) == lowered(unit);
+    if (!isUnit)
+        return text;
+    text.remove_suffix(unit.size());
+    while (!text.empty() && text.back() == ' ')
+        text.remove_suffix(1);
+    return text;
+}
+
+std::string shortened(const std::string& text, std::size_t mostBytes)
+{
+    if (text.size() <= mostBytes)
+        return text;
+    auto end = mostBytes;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0) == 0x80)
+        --end;
+    return text.substr(0, end) + "...";
+}
+
 } // namespace kalim

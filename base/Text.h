@@ -17,4 +17,11 @@ std::string validUtf8(std::string_view text);
 /// A number of things for a message: "1 picture", "2 pictures".
 std::string counted(std::ptrdiff_t count, std::string_view thing);
 
+/// The number in front of a unit, which may follow behind spaces and in any letter case: "50" for
+/// "50 hz". The text itself where it does not end in the unit.
+std::string_view withoutUnit(std::string_view text, std::string_view unit);
+
+/// The text, or its start and an ellipsis where it is longer than so many bytes.
+std::string shortened(const std::string& text, std::size_t mostBytes);
+
 } // namespace kalim

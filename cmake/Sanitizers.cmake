@@ -9,8 +9,14 @@ elseif(NOT KALIM_SANITIZE STREQUAL "")
 endif()
 
 if(sanitizers)
-  add_compile_options(-fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
-  # g++ 12 takes values for uninitialised once it has instrumented them.
-  add_compile_options(-Wno-maybe-uninitialized)
+  add_compile_options(-fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  if(KALIM_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+  endif()
+  # g++ 12 takes values for uninitialised, and sums of sizes for overflowing, once it has
+  # instrumented them.
+  if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    add_compile_options(-Wno-maybe-uninitialized -Wno-stringop-overflow)
+  endif()
   add_link_options(-fsanitize=${sanitizers})
 endif()

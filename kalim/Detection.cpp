@@ -1,5 +1,6 @@
 #include "kalim/Detection.h"
 
+#include "audiofile/FileDamage.h"
 #include "base/FileError.h"
 #include "base/Text.h"
 #include "kalim/Options.h"
@@ -67,9 +68,8 @@ std::optional<DetectionOptions> parse(int argc, const char* const* argv)
     return options;
 }
 
-HumSummary detect(const std::filesystem::path& file, const DetectionOptions& options)
+HumSummary detect(AudioFileReader& reader, const DetectionOptions& options)
 {
-    AudioFileReader reader(file);
     std::optional<ProgressBar> progress;
     if (!options.isQuiet)
         progress.emplace(stderr);
@@ -96,6 +96,19 @@ std::string toText(const std::filesystem::path& file, const HumSummary& hum, boo
     return text + harmonicsToText(hum);
 }
 
+/// Whether sound of the file was not looked at.
+bool tellDamages(const AudioFileReader& reader)
+{
+    bool isLoss = false;
+    for (const FileNote& damage : damagesOf(reader))
+        if (damage.isLoss)
+        {
+            fmt::print(stderr, "kalim: {}: {}\n", printable(reader.getPath()), damage.text);
+            isLoss = true;
+        }
+    return isLoss;
+}
+
 } // namespace
 
 int runDetection(int argc, const char* const* argv)
@@ -108,11 +121,14 @@ int runDetection(int argc, const char* const* argv)
     for (const std::filesystem::path& file : options->files)
         try
         {
-            const HumSummary hum = detect(file, *options);
+            AudioFileReader reader(file, Damaged::salvage);
+            const HumSummary hum = detect(reader, *options);
             if (options->reportsJson)
                 list.push_back({{"file", printable(file)}, {"hum", humToJson(hum)}});
             else
                 fmt::print("{}", toText(file, hum, options->isQuiet));
+            if (tellDamages(reader))
+                exitCode = 1;
         }
         catch (const FileError& error)
         {

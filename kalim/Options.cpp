@@ -1,11 +1,20 @@
 #include "kalim/Options.h"
 
+#ifdef KALIM_HAS_FFMPEG
+#include "audiofile/media/FilmWriter.h"
+#endif
+
 #include "base/FileError.h"
+#include "base/Text.h"
 #include "dsp/hum/HumParameters.h"
 #include "dsp/signal/DspCore.h"
+#include "kalim/HumOptions.h"
+#include "kalim/OptionSpelling.h"
 #include "kalim/PreciseOptions.h"
 #include "kalim/Version.h"
+#include "kalim/report/Provenance.h"
 #include "kalim/report/SpectrumPlot.h"
+#include "kalim/report/SpeedReport.h"
 #include "presets/PresetFile.h"
 #include "presets/PresetFolders.h"
 
@@ -15,9 +24,8 @@
 #include <fmt/format.h>
 
 #include <array>
-#include <cmath>
 #include <iostream>
-#include <string_view>
+#include <span>
 #include <vector>
 
 namespace kalim::program
@@ -54,50 +62,13 @@ std::string makeFooter()
     return fmt::format(footerPattern, switches);
 }
 
-/// Refuses anything but a number of that kind within the range; NaN is refused too.
-CLI::Validator within(double min, double max, std::string_view unit, HumParameter::Kind kind)
+bool isFilm([[maybe_unused]] const std::filesystem::path& output)
 {
-    const std::string range = fmt::format("{} to {}{}{}", min, max, unit.empty() ? "" : " ", unit);
-    const auto check = [=](std::string& text)
-    {
-        double value = 0.0;
-        const bool isNumber = CLI::detail::lexical_cast(text, value);
-        if (!isNumber || !(value >= min && value <= max))
-            return fmt::format("'{}' is not in the range {}", text, range);
-        if (kind == HumParameter::Kind::whole && value != std::floor(value))
-            return fmt::format("'{}' is no whole number in the range {}", text, range);
-        return std::string();
-    };
-    return {check, range};
-}
-
-/// Parameters whose value can be taken from the recording.
-bool canBeAutomatic(orvo::audio::HumParameterId id)
-{
-    return id == Kalimmer::FundamentalFrequency || id == Kalimmer::NumberOfHarmonics ||
-           id == Kalimmer::OnlyOddHarmonics;
-}
-
-constexpr const char* automatic = "auto";
-constexpr std::int64_t automaticCount = 2; // what stands for it in a switch
-
-/// Refuses what is neither on nor off, and spells the others as the parser can read them.
-CLI::Validator onOrOff(orvo::audio::HumParameterId id)
-{
-    const auto read = [id](std::string& text)
-    {
-        if (text == automatic && canBeAutomatic(id))
-        {
-            text = std::to_string(automaticCount);
-            return std::string();
-        }
-        bool isOn = false;
-        if (!CLI::detail::lexical_cast(text, isOn))
-            return fmt::format("'{}' is neither on nor off", text);
-        text = isOn ? "true" : "false";
-        return std::string();
-    };
-    return {read, ""};
+#ifdef KALIM_HAS_FFMPEG
+    return media::isFilmName(output);
+#else
+    return false;
+#endif
 }
 
 /// The options of the command line: those of the engine's parameters, all made from their table,
@@ -111,12 +82,16 @@ public:
                                                  orvo::audio::DspCore::getInstructionSet() + ")");
         app.set_help_flag("-h,--help", "Show this help and exit");
         app.footer(makeFooter());
-        app.add_option("INPUT", input, "Audio file to clean")->required()->type_name("FILE");
-        app.add_option("OUTPUT", output, "Audio file to write")->required()->type_name("FILE");
+        app.add_option("INPUT", files,
+                       "Audio file to clean, and the file to write; with --output-dir all that are "
+                       "to be cleaned, files and folders")
+            ->required()
+            ->type_name("FILE OUTPUT");
         addMethod();
-        addParameters();
+        hum.add(app, "Hum");
         addPresets();
         addProcessing();
+        batch.add(app, "Many files");
         addReporting();
     }
 
@@ -124,6 +99,7 @@ public:
     {
         try
         {
+            requireKnownOptions(app, std::span(argv + 1, argv + argc));
             app.parse(argc, argv);
         }
         catch (const CLI::Success& success) // help or version was asked for
@@ -158,71 +134,6 @@ private:
         precise.addFundamental(app, "Method");
     }
 
-    void addParameters()
-    {
-        for (const HumParameter& parameter : orvo::audio::humParameters)
-            if (parameter.kind == HumParameter::Kind::toggle)
-                addSwitch(parameter);
-            else
-                addValue(parameter);
-    }
-
-    void addValue(const HumParameter& parameter)
-    {
-        const bool takesAuto = canBeAutomatic(parameter.id);
-        const CLI::Validator limits =
-            within(static_cast<double>(parameter.min), static_cast<double>(parameter.max),
-                   parameter.unit, parameter.kind);
-        app.add_option_function<std::string>(
-               flagsOf(parameter),
-               [this, id = parameter.id](const std::string& text) { setValue(id, text); },
-               fmt::format("{} ({}default {:g})", parameter.help,
-                           takesAuto ? "auto: from the recording; " : "", parameter.defaultValue))
-            ->check(CLI::Validator(
-                [=](std::string& text)
-                { return takesAuto && text == automatic ? std::string() : limits(text); },
-                limits.get_description()))
-            ->type_name(parameter.argument)
-            ->group("Hum");
-    }
-
-    void setValue(orvo::audio::HumParameterId id, const std::string& text)
-    {
-        if (text == automatic)
-        {
-            options.automatic.insert(id);
-            return;
-        }
-        options.automatic.erase(id);
-        float value = 0.0F;
-        CLI::detail::lexical_cast(text, value);
-        explicitValues.push_back({id, value});
-    }
-
-    void addSwitch(const HumParameter& parameter)
-    {
-        app.add_flag_function(
-               flagsOf(parameter),
-               [this, id = parameter.id](std::int64_t count)
-               {
-                   if (count == automaticCount)
-                       options.automatic.insert(id);
-                   else
-                       explicitValues.push_back({id, count > 0 ? 1.0F : 0.0F});
-               },
-               parameter.help)
-            ->transform(onOrOff(parameter.id))
-            ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
-            ->group("Hum");
-    }
-
-    static std::string flagsOf(const HumParameter& parameter)
-    {
-        return parameter.shortOption != 0
-                   ? fmt::format("-{},--{}", parameter.shortOption, parameter.option)
-                   : fmt::format("--{}", parameter.option);
-    }
-
     void addPresets()
     {
         app.add_option_function<std::string>(
@@ -240,8 +151,7 @@ private:
     void listPresetsOnly()
     {
         options.listsPresets = true;
-        for (const char* const name : {"INPUT", "OUTPUT"})
-            app.get_option(name)->required(false);
+        app.get_option("INPUT")->required(false);
     }
 
     void addProcessing()
@@ -256,7 +166,25 @@ private:
                        "CONTAINER, SAMPLES or CONTAINER:SAMPLES, such as rf64, pcm24 or caf:float")
             ->type_name("FORMAT")
             ->group("Files");
-        app.add_flag("--force", options.overwrites, "Replace files that exist")->group("Files");
+        app.add_option("--quality", options.quality,
+                       "How good MP3, Ogg and Opus files are to be (default 8)")
+            ->check(within(0, 10, "", HumParameter::Kind::real))
+            ->type_name("0-10")
+            ->group("Files");
+        app.add_flag_function(
+               "--force",
+               [this](std::int64_t count)
+               {
+                   options.overwrites = count > 0;
+                   options.overwritesAnything = count > 1;
+               },
+               "Replace files that exist; given twice, even OUTPUT in INPUT's folder that is a "
+               "recording of another length")
+            ->group("Files");
+        app.add_flag("--salvage", options.salvages,
+                     "Clean what can be read of a damaged file; exit code 1 tells that not all is "
+                     "there")
+            ->group("Files");
     }
 
     void addReporting()
@@ -274,6 +202,19 @@ private:
                        "Write time, fundamental and harmonics present of every analysis as CSV")
             ->type_name("FILE")
             ->group("Reports");
+        app.add_option("--speed-report", speedReports,
+                       "Write the speed error over time that the hum shows against mains of 50 or "
+                       "60 Hz, as CSV, PNG or SVG by the name; may be given several times")
+            ->type_name("FILE")
+            ->allow_extra_args(false)
+            ->group("Reports");
+        app.add_flag("--checksums", options.makesChecksums,
+                     "Report MD5 and SHA-256 of the samples before and after")
+            ->group("Reports");
+        app.add_flag(
+               "--provenance", recordsProvenance,
+               "Tell in OUTPUT.premis.xml, in PREMIS, what was done by what with which result")
+            ->group("Reports");
         app.add_flag("--json", options.reportsJson, "Report as JSON on standard output")
             ->group("Reports");
         app.add_flag("-q,--quiet", options.isQuiet,
@@ -286,8 +227,6 @@ private:
         if (options.listsPresets)
             return options;
         requireFileNames();
-        options.input = input;
-        options.output = output;
         if (!format.empty())
             options.format = withUsageError<std::invalid_argument>(
                 "--format: ", [&] { return parseFormatRequest(format); });
@@ -298,34 +237,65 @@ private:
             options.plot = plot;
         if (!trace.empty())
             options.trace = trace;
+        options.speedReports.assign(speedReports.begin(), speedReports.end());
+        if (recordsProvenance)
+            options.provenance = provenanceOf(options.output);
         withUsageError<FileError>("", [&] { requireKnownKinds(); });
         if (preset)
             applyPreset();
-        options.settings.update(explicitValues);
+        options.settings.update(hum.getValues());
+        options.automatic = hum.getAutomatic();
         chooseMethod();
         applyPrecise();
+        if (batch.isGiven())
+            applyBatch();
         return options;
     }
 
-    void requireFileNames() const
+    void requireFileNames()
     {
-        for (const std::string& name : {input, output})
+        for (const std::string& name : files)
         {
             if (name.empty())
                 throw UsageError("an empty file name");
             if (name == "-")
                 throw UsageError("-: standard streams are not supported, name a file");
         }
+        if (const std::string orphan = batch.findOrphan(app); !orphan.empty())
+            throw UsageError(orphan + ": needs --output-dir");
+        if (batch.isGiven())
+            return;
+        if (files.size() != 2)
+            throw UsageError(files.size() < 2
+                                 ? "OUTPUT is required"
+                                 : files[2] + ": one input and one output are expected; "
+                                              "--output-dir takes many inputs");
+        options.input = files[0];
+        options.output = files[1];
     }
 
-    /// The first option given that only the engine has; residual mode both have.
+    void applyBatch()
+    {
+        for (const char* const name : {"--plot", "--trace", "--speed-report"})
+            if (app.count(name) > 0)
+                throw UsageError(std::string(name) +
+                                 ": cannot be given together with --output-dir");
+        options.batch = batch.parse();
+        auto& inputs = options.batch->request.inputs;
+        inputs.insert(inputs.end(), files.begin(), files.end());
+        if (options.format.container)
+            options.batch->request.extension = extensionOf(*options.format.container);
+        options.batch->settings = BatchOptionTexts::describeSettings(app);
+        if (options.preset)
+            for (const HumParameter& parameter : orvo::audio::humParameters)
+                options.batch->settings +=
+                    fmt::format(" {}={}", parameter.name, options.settings.get(parameter.id));
+    }
+
     std::string findEngineOption() const
     {
-        for (const HumParameter& parameter : orvo::audio::humParameters)
-            if (parameter.id != Kalimmer::ResidualMode &&
-                app.count(fmt::format("--{}", parameter.option)) > 0)
-                return fmt::format("--{}", parameter.option);
-        return preset ? "--preset" : "";
+        const std::string option = HumOptions::findEngineOption(app);
+        return option.empty() && preset ? "--preset" : option;
     }
 
     void chooseMethod()
@@ -333,7 +303,7 @@ private:
         for (const Method known : {Method::precise, Method::tracking, Method::notch})
             if (method == nameOf(known))
                 options.method = known;
-        if (method.empty() && (!explicitValues.empty() || !options.automatic.empty() || preset))
+        if (method.empty() && (!hum.getValues().empty() || !options.automatic.empty() || preset))
             options.method = Method::tracking;
         if (options.method == Method::precise && !findEngineOption().empty())
             throw UsageError(findEngineOption() + ": is not known to precise removal");
@@ -350,6 +320,8 @@ private:
             throw UsageError("--mains, --range: belong to the precise method");
         options.precise =
             withUsageError<std::invalid_argument>("", [&] { return precise.parse(); });
+        if (precise.mains == "50" || precise.mains == "60")
+            options.mains = std::stod(precise.mains);
         if (!precise.learn.empty())
             options.learned = withUsageError<std::invalid_argument>(
                 "--learn: ", [&] { return parseMeasuredRange(precise.learn); });
@@ -365,24 +337,36 @@ private:
     /// What the names alone tell to be wrong is told before any work is done.
     void requireKnownKinds() const
     {
-        if (!options.format.container)
-            containerOfExtension(options.output);
+        if (batch.isGiven())
+            return;
+        if (!isFilm(options.output))
+            requireMatchingName(options.output, options.format);
+        else if (options.makesChecksums)
+            throw UsageError("--checksums: are not made of the sound of films");
+        else if (options.format.container || options.format.samples || options.quality)
+            throw UsageError("--format, --quality: the coding of sound in a film follows from its "
+                             "name");
         if (options.plot)
             pictureKindOf(*options.plot);
+        for (const std::filesystem::path& file : options.speedReports)
+            requireSpeedReportName(file);
     }
 
     CLI::App app{description, "kalim"};
     Options options;
 
-    /// A preset is read when all is parsed, and must not replace what was given.
-    std::vector<ParameterValue> explicitValues;
+    HumOptions hum;
+
+    /// Is read when all is parsed, and must not replace what was given.
     std::optional<std::string> preset;
-    std::string input;
-    std::string output;
+    std::vector<std::string> files;
+    BatchOptionTexts batch;
     std::string format;
     std::string measured;
     std::string plot;
     std::string trace;
+    std::vector<std::string> speedReports;
+    bool recordsProvenance = false;
     std::string method;
     PreciseOptions precise;
 };

@@ -4,6 +4,7 @@
 #include "dsp/precise/PreciseRemover.h"
 #include "kalim/HumSettings.h"
 #include "kalim/MeasuredRange.h"
+#include "kalim/batch/BatchOptions.h"
 #include "presets/PresetCatalogue.h"
 
 #include <filesystem>
@@ -11,6 +12,7 @@
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace kalim::program
 {
@@ -52,6 +54,9 @@ struct Options
 {
     std::filesystem::path input;
     std::filesystem::path output;
+
+    /// The stream of sound to clean where the input is a film.
+    std::optional<int> stream;
     Method method = Method::precise;
 
     /// Of the hum engine; precise removal takes ResidualMode from them.
@@ -72,15 +77,37 @@ struct Options
 
     int blockSize = 512;
     FormatRequest format;
+
+    /// 0 to 10, of lossy outputs.
+    std::optional<double> quality;
     std::optional<MeasuredRange> measured;
     std::optional<std::filesystem::path> trace;
     std::optional<std::filesystem::path> plot;
+
+    /// Tables and pictures of the speed error, and the mains' frequency in Hz where it is known.
+    std::vector<std::filesystem::path> speedReports;
+    std::optional<double> mains;
+
+    /// Whether the samples get checksums.
+    bool makesChecksums = false;
+
+    /// Where the origin of the output is told, if it is.
+    std::optional<std::filesystem::path> provenance;
     bool overwrites = false;
+
+    /// Whether even another recording may be replaced.
+    bool overwritesAnything = false;
+
+    /// Whether what can be read of a damaged file is cleaned.
+    bool salvages = false;
     bool isQuiet = false;
     bool reportsJson = false;
 
     /// Show the presets and do nothing else; input and output are empty then.
     bool listsPresets = false;
+
+    /// A run over many files, which has no single input and output.
+    std::optional<BatchOptions> batch;
 };
 
 /// Reads the command line. Returns nothing when it asked for help or the version, which are then on

@@ -1,5 +1,7 @@
 #include "kalim/PreciseOptions.h"
 
+#include "base/Text.h"
+
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
@@ -14,21 +16,19 @@ namespace kalim::program
 namespace
 {
 
-/// From railway mains to aircraft.
-constexpr double lowest = 15.0;
-constexpr double highest = 440.0;
+constexpr double lowest = orvo::audio::precise::possibleFundamentals.lowest;
+constexpr double highest = orvo::audio::precise::possibleFundamentals.highest;
 
-/// Mains and tape speeds stay within 2.5 %.
-constexpr double reach = 0.025;
-
-double parseNumber(const char* option, std::string_view text, double least, double most)
+double parseNumber(const char* option, std::string_view given, std::string_view unit, double least,
+                   double most)
 {
+    const std::string_view text = withoutUnit(given, unit);
     double value = 0.0;
     const char* const end = text.data() + text.size();
     const auto result = std::from_chars(text.data(), end, value);
     if (result.ec != std::errc() || result.ptr != end || !(value >= least && value <= most))
         throw std::invalid_argument(
-            fmt::format("{}: '{}' is not in the range {:g} to {:g}", option, text, least, most));
+            fmt::format("{}: '{}' is not in the range {:g} to {:g}", option, given, least, most));
     return value;
 }
 
@@ -37,8 +37,8 @@ orvo::audio::precise::FundamentalRange parseRange(std::string_view text)
     const std::size_t colon = text.find(':');
     if (colon == std::string_view::npos)
         throw std::invalid_argument(fmt::format("--range: '{}' is no range such as 49:51", text));
-    const double low = parseNumber("--range", text.substr(0, colon), lowest, highest);
-    const double high = parseNumber("--range", text.substr(colon + 1), lowest, highest);
+    const double low = parseNumber("--range", text.substr(0, colon), "Hz", lowest, highest);
+    const double high = parseNumber("--range", text.substr(colon + 1), "Hz", lowest, highest);
     if (!(low < high))
         throw std::invalid_argument(fmt::format("--range: '{}' does not rise", text));
     return {low, high};
@@ -76,11 +76,11 @@ orvo::audio::precise::PreciseSettings PreciseOptions::parse() const
     if (!mains.empty() && !range.empty())
         throw std::invalid_argument("--range: cannot be given together with --mains");
     if (!strength.empty())
-        settings.strength = parseNumber("--strength", strength, 0.0, 100.0) / 100.0;
+        settings.strength = parseNumber("--strength", strength, "%", 0.0, 100.0) / 100.0;
     if (!mains.empty() && mains != "auto")
     {
-        const double fundamental = parseNumber("--mains", mains, lowest, highest);
-        settings.ranges = {{(1.0 - reach) * fundamental, (1.0 + reach) * fundamental}};
+        const double fundamental = parseNumber("--mains", mains, "Hz", lowest, highest);
+        settings.ranges = {orvo::audio::precise::getRangeAround(fundamental)};
         settings.distrustsOthers = false;
     }
     if (!range.empty())

@@ -1,8 +1,10 @@
 #include "audiofile/OutputFile.h"
 #include "base/FileError.h"
+#include "base/Text.h"
 #include "kalim/Cleaning.h"
 #include "kalim/Detection.h"
 #include "kalim/Options.h"
+#include "kalim/batch/Batch.h"
 #include "presets/PresetCatalogue.h"
 
 #include <fmt/format.h>
@@ -26,7 +28,8 @@ constexpr int wrongUsage = 2;
 
 void say(const std::string& message)
 {
-    fmt::print(stderr, "kalim: {}\n", message);
+    constexpr std::size_t mostBytes = 5000; // a path may have 4096
+    fmt::print(stderr, "kalim: {}\n", kalim::shortened(message, mostBytes));
 }
 
 void showPresets(bool asJson)
@@ -38,24 +41,31 @@ void showPresets(bool asJson)
     fmt::print("{}", asJson ? presetsToJson(presets, folders) : presetsToText(presets, folders));
 }
 
-/// Throws what went wrong.
-void cleanOrList(int argc, char** argv)
+/// Gives the exit code; throws what went wrong.
+int cleanOrList(int argc, char** argv)
 {
     using namespace kalim;
     using namespace kalim::program;
     const auto options = parseOptions(argc, argv);
     if (!options)
-        return;
+        return 0;
     if (options->listsPresets)
-        return showPresets(options->reportsJson);
+    {
+        showPresets(options->reportsJson);
+        return 0;
+    }
+    if (options->batch)
+        return runBatch(*options);
     const Report report = clean(*options);
-    if (!options->isQuiet)
+    // That something is missing is an error, not a remark.
+    if (!options->isQuiet || report.isSalvaged)
         for (const std::string& warning : report.warnings)
             say(fmt::format("warning: {}", warning));
     if (options->reportsJson)
         fmt::print("{}", report.toJson());
     else if (!options->isQuiet)
         fmt::print("{}", report.toText());
+    return report.isSalvaged ? couldNotProcess : 0;
 }
 
 /// Gives the exit code; throws what went wrong.
@@ -63,8 +73,7 @@ int runProgram(int argc, char** argv)
 {
     if (argc > 1 && std::string_view(argv[1]) == "detect")
         return kalim::program::runDetection(argc - 1, argv + 1);
-    cleanOrList(argc, argv);
-    return 0;
+    return cleanOrList(argc, argv);
 }
 
 /// A report that did not arrive is a failure, for a script may wait for it.

@@ -72,7 +72,7 @@ void Bypass::mix(std::span<float* const> made, std::span<float* const> output, i
     for (std::size_t channel = 0; channel < rings.size(); ++channel)
         for (std::size_t n = 0; n < count; ++n)
         {
-            // Each side alone is itself to the last bit, also beside what is no number.
+            // Each side alone is itself to the last bit, also beside NaN.
             const float late = rings[channel][(start + n) & mask];
             const float other = made[channel][n];
             const float part = shares[n];

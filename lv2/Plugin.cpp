@@ -1,4 +1,5 @@
 #include "dsp/signal/DspCore.h"
+#include "dsp/signal/FourierTransform.h"
 #include "lv2/Bypass.h"
 #include "lv2/Plugins.h"
 #include "lv2/Remover.h"
@@ -180,6 +181,13 @@ constexpr auto descriptors = []
                      nullptr,        cleanUp,     nullptr};
     return result;
 }();
+
+/// Hosts load and unload plug-ins just to look at them, and would lose the planner's tables each
+/// time.
+const struct AtUnloading
+{
+    ~AtUnloading() { orvo::audio::FourierTransform::releasePlanner(); }
+} atUnloading;
 
 } // namespace
 } // namespace kalim::lv2

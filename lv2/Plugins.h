@@ -8,6 +8,7 @@
 namespace kalim::lv2
 {
 
+/// How a plug-in removes hum: by the engine, or by the live form of precise removal.
 enum class Method
 {
     tracking,

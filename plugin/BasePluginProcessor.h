@@ -278,6 +278,8 @@ private:
     void loadAndTellHost(const juce::MemoryBlock& block);
 
     std::unique_ptr<juce::PropertiesFile> createPropertiesFile() const;
+    juce::File getTranslationFile(const juce::String& language) const;
+    juce::String findDisplayLanguage() const;
     void initializeLocalization();
     void initializePresetHandling();
     bool loadPresetFile(const juce::File& file);

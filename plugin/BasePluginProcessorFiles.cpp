@@ -54,10 +54,22 @@ std::unique_ptr<juce::PropertiesFile> BasePlugInProcessor::createPropertiesFile(
         juce::File::getSpecialLocation(juce::File::currentExecutableFile).getParentDirectory());
 }
 
+juce::File BasePlugInProcessor::getTranslationFile(const juce::String& language) const
+{
+    return juce::File(getResourcesPath() + withoutSpaces(bundleName) + "_" + language + ".loc");
+}
+
+juce::String BasePlugInProcessor::findDisplayLanguage() const
+{
+    // The texts in the program are English.
+    return kalim::plugin::getDisplayLanguage(
+        [this](const juce::String& code)
+        { return code == "en" || getTranslationFile(code).existsAsFile(); });
+}
+
 void BasePlugInProcessor::initializeLocalization()
 {
-    const juce::File file(getResourcesPath() + withoutSpaces(bundleName) + "_" +
-                          kalim::plugin::getDisplayLanguage() + ".loc");
+    const juce::File file = getTranslationFile(findDisplayLanguage());
     if (file.existsAsFile())
         juce::LocalisedStrings::setCurrentMappings(
             std::make_unique<juce::LocalisedStrings>(file, false).release());
@@ -120,7 +132,7 @@ juce::String BasePlugInProcessor::getHelpFilePath(const juce::String& language) 
 
 void BasePlugInProcessor::showHelp()
 {
-    juce::Process::openDocument(getHelpFilePath(kalim::plugin::getDisplayLanguage()), {});
+    juce::Process::openDocument(getHelpFilePath(findDisplayLanguage()), {});
 }
 
 const juce::String BasePlugInProcessor::getProgramName(int index)

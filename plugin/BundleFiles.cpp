@@ -2,6 +2,8 @@
 
 #include "presets/PresetFolders.h"
 
+#include <algorithm>
+
 namespace kalim::plugin
 {
 namespace
@@ -42,26 +44,33 @@ juce::File getResourcesFolder()
     return own.getChildFile(resources);
 }
 
-juce::String getDisplayLanguage()
+juce::String getDisplayLanguage([[maybe_unused]] const LanguageTest& isAvailable)
 {
 #if JUCE_LINUX || JUCE_BSD
     // The framework gives the language's English name here, or nothing where the locale is not
     // installed.
-    return getLanguageCode(getMessagesLocale(), getVariable("LANGUAGE"));
+    return getLanguageCode(getMessagesLocale(), getVariable("LANGUAGE"), isAvailable);
 #else
     return juce::SystemStats::getDisplayLanguage().upToFirstOccurrenceOf("-", false, false);
 #endif
 }
 
-juce::String getLanguageCode(const juce::String& locale, const juce::String& preferences)
+juce::String getLanguageCode(const juce::String& locale, const juce::String& preferences,
+                             const LanguageTest& isAvailable)
 {
     const auto codeOf = [](const juce::String& name)
     { return name.initialSectionNotContaining("_-.@:").toLowerCase(); };
     const juce::String code = codeOf(locale);
     if (code.isEmpty() || code == "c" || code == "posix")
         return "en"; // what the texts in the program are written in
-    const juce::String preferred = codeOf(preferences);
-    return preferred.isEmpty() ? code : preferred;
+    juce::StringArray languages = juce::StringArray::fromTokens(preferences, ":", {});
+    languages.add(locale);
+    juce::StringArray codes;
+    for (const juce::String& language : languages)
+        codes.add(codeOf(language));
+    codes.removeEmptyStrings();
+    const auto* const found = std::find_if(codes.begin(), codes.end(), isAvailable);
+    return found == codes.end() ? codes[0] : *found;
 }
 
 } // namespace kalim::plugin

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <juce_core/juce_core.h>
 
 /// What comes with the plug-in: presets, translations, manuals. Message thread.
@@ -10,12 +11,17 @@ namespace kalim::plugin
 /// programs beside their resources find them alike.
 juce::File getResourcesFolder();
 
-/// The two-letter code of the system's display language, such as "en".
-juce::String getDisplayLanguage();
+/// Whether there are texts in the language of a code.
+using LanguageTest = std::function<bool(const juce::String& code)>;
+
+/// The two-letter code of the system's display language, such as "en". Where users name several, it
+/// is the first one that is available, or else the first.
+juce::String getDisplayLanguage(const LanguageTest& isAvailable);
 
 /// The code by the rules that programs follow on POSIX systems: `locale` is that of messages, and
 /// `preferences` a list of languages, separated by colons, which counts unless the locale is the
 /// neutral one.
-juce::String getLanguageCode(const juce::String& locale, const juce::String& preferences);
+juce::String getLanguageCode(const juce::String& locale, const juce::String& preferences,
+                             const LanguageTest& isAvailable);
 
 } // namespace kalim::plugin

@@ -13,6 +13,11 @@ namespace
     throw std::runtime_error("Unknown mapping mode");
 }
 
+juce::String getSwitchText(bool isOn)
+{
+    return isOn ? juce::translate("On") : juce::translate("Off");
+}
+
 } // namespace
 
 ParameterDescription::ParameterDescription(std::shared_ptr<orvo::audio::BaseAudioProcessor> owner,
@@ -84,7 +89,7 @@ juce::String ParameterDescription::getText(float normalized) const
 juce::String ParameterDescription::makeText(float natural) const
 {
     const juce::String valueText =
-        isSwitch() ? juce::String(natural > 0.5F ? "On" : "Off")
+        isSwitch() ? getSwitchText(natural > 0.5F)
                    : juce::String::formatted("%.2f", static_cast<double>(natural));
     return valueText + " " + unit;
 }
@@ -93,8 +98,10 @@ std::optional<float> ParameterDescription::parse(const juce::String& text) const
 {
     const auto [min, max] = getRange();
     juce::String number = text.trim();
-    if (isSwitch() && (number.equalsIgnoreCase("On") || number.equalsIgnoreCase("Off")))
-        return number.equalsIgnoreCase("On") ? max : min;
+    for (const bool isOn : {true, false})
+        if (isSwitch() && (number.equalsIgnoreCase(isOn ? "On" : "Off") ||
+                           number.equalsIgnoreCase(getSwitchText(isOn))))
+            return isOn ? max : min;
     if (unit.isNotEmpty() && number.endsWithIgnoreCase(unit))
         number = number.dropLastCharacters(unit.length()).trimEnd();
     number = number.replaceCharacter(',', '.');

@@ -13,6 +13,7 @@
 class ParameterDescription
 {
 public:
+    /// How 0..1 stands for the natural range.
     enum ParameterMappingMode : int
     {
         Linear = 0,

@@ -184,6 +184,16 @@ juce::File putAsideIfUnsafe(const juce::File& file)
     return isAside ? file : file.getNonexistentSibling();
 }
 
+/// The framework takes every value for XML that begins like it, and parses it with each saving.
+void removeUnsafeValues(juce::PropertiesFile& properties)
+{
+    const juce::StringPairArray all = properties.getAllProperties();
+    for (const juce::String& key : all.getAllKeys())
+        if (all[key].trimStart().startsWithChar('<') &&
+            parseSafely(all[key].toRawUTF8()) == nullptr)
+            properties.removeValue(key);
+}
+
 } // namespace
 
 std::unique_ptr<juce::PropertiesFile> openSettingsFile(const juce::String& applicationName,
@@ -193,13 +203,16 @@ std::unique_ptr<juce::PropertiesFile> openSettingsFile(const juce::String& appli
     const juce::File portable = folderOfBinary.getChildFile(applicationName + "." + extension);
     const bool isPortable = folderOfBinary.hasWriteAccess() && portable.existsAsFile();
     const juce::File file = isPortable ? portable : options.getDefaultFile();
-    return std::make_unique<juce::PropertiesFile>(putAsideIfUnsafe(file), options);
+    auto properties = std::make_unique<juce::PropertiesFile>(putAsideIfUnsafe(file), options);
+    removeUnsafeValues(*properties);
+    return properties;
 }
 
 void reloadSettingsFile(juce::PropertiesFile& properties)
 {
     if (putAsideIfUnsafe(properties.getFile()) == properties.getFile())
         properties.reload();
+    removeUnsafeValues(properties);
 }
 
 std::unique_ptr<juce::XmlElement> parseSafely(std::string_view xml)

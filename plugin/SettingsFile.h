@@ -11,7 +11,7 @@ namespace kalim::plugin
 /// Opens the file of that name: one beside the plug-in's binary if there is one in a folder that
 /// can be written to, so that the plug-in can be carried along with its settings, otherwise the one
 /// in the user's own folders. A file that cannot be read safely is put aside under another
-/// extension and counts as empty.
+/// extension and counts as empty; a value that cannot is left out.
 std::unique_ptr<juce::PropertiesFile> openSettingsFile(const juce::String& applicationName,
                                                        const juce::File& folderOfBinary);
 

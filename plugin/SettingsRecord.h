@@ -11,6 +11,7 @@
 namespace kalim::plugin
 {
 
+/// A parameter's id in the processor and its value in its natural unit.
 struct SettingsEntry
 {
     int id = 0;

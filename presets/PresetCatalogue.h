@@ -10,6 +10,7 @@
 namespace kalim
 {
 
+/// Whose preset it is.
 enum class PresetOrigin
 {
     factory,

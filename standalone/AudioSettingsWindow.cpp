@@ -81,6 +81,12 @@ void AudioSettingsWindow::showOver(juce::Component& component)
     toFront(true);
 }
 
+void AudioSettingsWindow::lookAndFeelChanged()
+{
+    juce::DocumentWindow::lookAndFeelChanged();
+    setBackgroundColour(findColour(juce::ResizableWindow::backgroundColourId));
+}
+
 void AudioSettingsWindow::closeButtonPressed()
 {
     onClosed();

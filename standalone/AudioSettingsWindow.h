@@ -21,6 +21,7 @@ public:
 
     void closeButtonPressed() override;
     bool keyPressed(const juce::KeyPress& key) override;
+    void lookAndFeelChanged() override;
 
 private:
     std::function<void()> onClosed;

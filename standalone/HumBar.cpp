@@ -1,6 +1,6 @@
 #include "standalone/HumBar.h"
 
-#include "standalone/HumFinder.h"
+#include "standalone/ErrorText.h"
 
 #include <chrono>
 #include <exception>
@@ -62,7 +62,7 @@ HumBar::HumBar(FilePlayer& playerToUse, BasePlugInProcessor& plugInToSet)
         else
             lookForHum();
     };
-    saveButton.setButtonText(juce::translate("Save..."));
+    saveButton.setButtonText(juce::translate("Save cleaned..."));
     saveButton.setTitle(juce::translate("Save the cleaned file"));
     saveButton.setTooltip(juce::translate("Save the cleaned file"));
     saveButton.onClick = [this] { askForMethod(); };
@@ -171,7 +171,7 @@ void HumBar::finish()
     }
     catch (const std::exception& error)
     {
-        say(juce::String::fromUTF8(error.what()));
+        say(translateError(juce::String::fromUTF8(error.what())));
     }
 }
 

@@ -11,9 +11,10 @@ namespace
 
 constexpr int refreshesPerSecond = 20;
 
-/// What libsndfile reads; others may be chosen with the last entry.
+/// What is usually read; others may be chosen with the last entry.
 constexpr const char* audioFiles = "*.wav;*.wave;*.rf64;*.w64;*.bwf;*.aif;*.aiff;*.aifc;*.caf;"
-                                   "*.flac;*.au;*.snd;*.ogg;*.oga;*.opus;*.mp3";
+                                   "*.flac;*.au;*.snd;*.ogg;*.oga;*.opus;*.mp3;*.m4a;*.mp4;"
+                                   "*.mov;*.mkv;*.mka;*.webm;*.avi;*.wma;*.aac";
 
 /// An invisible part of another component that tells when that one's look changes.
 class LookAndFeelWatcher : public juce::Component
@@ -29,6 +30,26 @@ public:
 
 private:
     std::function<void()> onChange;
+};
+
+/// The tooltips of a component but for a part that shows its own.
+class TooltipsBeside : public juce::TooltipWindow
+{
+public:
+    TooltipsBeside(juce::Component& parent, juce::Component& part)
+        : juce::TooltipWindow(&parent)
+        , excluded(part)
+    {
+    }
+
+    juce::String getTipFor(juce::Component& component) override
+    {
+        const bool isOwn = &component != &excluded && !excluded.isParentOf(&component);
+        return isOwn ? juce::TooltipWindow::getTipFor(component) : juce::String();
+    }
+
+private:
+    juce::Component& excluded;
 };
 
 } // namespace
@@ -85,8 +106,8 @@ MainComponent::MainComponent(Session& sessionToShow)
     , noticeBar(std::make_unique<NoticeBar>())
     , humBar(session.getPlayer(), dynamic_cast<BasePlugInProcessor&>(session.getProcessor()))
     , transportBar(session.getPlayer())
-    , tooltips(this)
     , editor(session.getProcessor().createEditorIfNeeded())
+    , tooltips(std::make_unique<TooltipsBeside>(*this, *editor))
 {
     setWantsKeyboardFocus(true);
     transportBar.onOpen = [this] { chooseFile(); };
@@ -105,8 +126,10 @@ MainComponent::MainComponent(Session& sessionToShow)
 MainComponent::~MainComponent()
 {
     stopTimer();
+    tooltips.reset();
     audioSettings.reset();
     // The look may belong to the editor.
+    juce::LookAndFeel::setDefaultLookAndFeel(nullptr);
     setLookAndFeel(nullptr);
     lookWatcher.reset();
     editor.reset();
@@ -157,7 +180,12 @@ void MainComponent::fitEditor()
 
 void MainComponent::followLook()
 {
-    setLookAndFeel(&editor->getLookAndFeel());
+    juce::LookAndFeel& look = editor->getLookAndFeel();
+    setLookAndFeel(&look);
+    // For windows of their own: settings, and the framework's dialogs. All are told, even of the
+    // same one, and the editor would lead here again.
+    if (&juce::LookAndFeel::getDefaultLookAndFeel() != &look)
+        juce::LookAndFeel::setDefaultLookAndFeel(&look);
     humBar.repaint();
     transportBar.repaint();
 }
@@ -167,6 +195,11 @@ void MainComponent::timerCallback()
     humBar.refresh();
     transportBar.refresh();
     updateNotice();
+    // What a dialog has covered is told by the window system, but the framework may hear of it only
+    // when something else happens.
+    const int count = juce::Desktop::getInstance().getNumComponents();
+    if (std::exchange(numWindows, count) != count)
+        repaint();
 }
 
 std::optional<MainComponent::Notice> MainComponent::findNotice()

@@ -65,12 +65,13 @@ private:
     std::unique_ptr<NoticeBar> noticeBar;
     HumBar humBar;
     TransportBar transportBar;
-    juce::TooltipWindow tooltips;
     std::unique_ptr<juce::AudioProcessorEditor> editor;
+    std::unique_ptr<juce::TooltipWindow> tooltips;
     std::unique_ptr<juce::Component> lookWatcher;
     std::unique_ptr<juce::FileChooser> fileChooser;
     std::unique_ptr<AudioSettingsWindow> audioSettings;
     bool isLayingOut = false;
+    int numWindows = 0;
 };
 
 } // namespace kalim::standalone

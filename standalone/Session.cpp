@@ -1,6 +1,7 @@
 #include "standalone/Session.h"
 
 #include "base/FileError.h"
+#include "standalone/ErrorText.h"
 
 namespace kalim::standalone
 {
@@ -45,7 +46,7 @@ juce::String Session::openFile(const juce::File& file)
     }
     catch (const FileError& error)
     {
-        return juce::String::fromUTF8(error.what());
+        return translateError(juce::String::fromUTF8(error.what()));
     }
     settings.setFolder(file.getParentDirectory());
     return {};

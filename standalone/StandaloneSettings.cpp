@@ -21,28 +21,11 @@ constexpr const char* windowKeys[] = {"WindowX", "WindowY", "EditorWidth", "Edit
 /// No coordinate is anywhere near, and sums of some of them are still numbers.
 constexpr int coordinateLimit = 100000;
 
-/// Whether the framework, which takes every value for XML that begins like it, can parse the value
-/// without harm: the depth of elements is limited by the length, and none is replaced by another.
-bool isHarmless(const juce::String& value)
-{
-    constexpr int maximumLength = 8192;
-    return value.length() <= maximumLength && !value.contains("<!");
-}
-
-void removeHarmful(juce::PropertiesFile& properties)
-{
-    const juce::StringPairArray all = properties.getAllProperties();
-    for (const juce::String& key : all.getAllKeys())
-        if (!isHarmless(all[key]))
-            properties.removeValue(key);
-}
-
 } // namespace
 
 StandaloneSettings::StandaloneSettings(const juce::File& folderOfBinary)
     : properties(kalim::plugin::openSettingsFile(applicationName, folderOfBinary))
 {
-    removeHarmful(*properties);
 }
 
 StandaloneSettings::~StandaloneSettings()

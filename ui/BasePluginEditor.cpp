@@ -34,23 +34,35 @@ class ScopedDefaultLook
 {
 public:
     explicit ScopedDefaultLook(juce::LookAndFeel& look)
+        : previous(&juce::LookAndFeel::getDefaultLookAndFeel())
     {
         juce::LookAndFeel::setDefaultLookAndFeel(&look);
     }
 
-    ~ScopedDefaultLook() { juce::LookAndFeel::setDefaultLookAndFeel(nullptr); }
+    ~ScopedDefaultLook() { juce::LookAndFeel::setDefaultLookAndFeel(previous.get()); }
 
     ScopedDefaultLook(const ScopedDefaultLook&) = delete;
     ScopedDefaultLook& operator=(const ScopedDefaultLook&) = delete;
+
+private:
+    juce::WeakReference<juce::LookAndFeel> previous;
 };
 
-/// A name without the extension gets it, or the preset would not be listed; it then must not
-/// replace one that the user was not asked about.
+/// A name without the extension gets it, or the preset would not be listed.
 juce::File withPresetExtension(const juce::File& file)
 {
-    if (file.hasFileExtension("xml"))
-        return file;
-    return file.getSiblingFile(file.getFileName() + ".xml").getNonexistentSibling();
+    return file.hasFileExtension("xml") ? file : file.getSiblingFile(file.getFileName() + ".xml");
+}
+
+/// Asks as the framework's file chooser does.
+bool mayBeReplaced(const juce::File& file, juce::Component* associated)
+{
+    return juce::AlertWindow::showOkCancelBox(
+        juce::MessageBoxIconType::WarningIcon, juce::translate("File already exists"),
+        juce::translate("There's already a file called: FLNM")
+                .replace("FLNM", file.getFullPathName()) +
+            "\n\n" + juce::translate("Are you sure you want to overwrite it?"),
+        juce::translate("Overwrite"), juce::translate("Cancel"), associated);
 }
 
 } // namespace
@@ -168,6 +180,10 @@ void BasePluginEditor::savePresetFile(const juce::String& path)
         if (!chooser.browseForFileToSave(true) || self == nullptr)
             return;
         file = withPresetExtension(chooser.getResult());
+        // Of this name the file chooser knows nothing.
+        if (file != chooser.getResult() && file.exists() &&
+            (!mayBeReplaced(file, this) || self == nullptr))
+            return;
     }
     if (!plugIn->exportToPresetFile(file))
         return;

@@ -22,7 +22,7 @@ constexpr const char* heightKey = "Kalim-LastWindowHeight";
 KalimAudioProcessorEditor::KalimAudioProcessorEditor(BasePlugInProcessor* owner)
     : BasePluginEditor(owner)
     , plugIn(owner)
-    , kalimmer(dynamic_cast<Kalimmer*>(owner->getBaseProcessor().get()))
+    , engine(dynamic_cast<Kalimmer*>(owner->getBaseProcessor().get()))
 {
     addAndMakeVisible(header);
     addAndMakeVisible(spectrumCurveEditor);
@@ -203,11 +203,11 @@ void KalimAudioProcessorEditor::resized()
 void KalimAudioProcessorEditor::updateParameterControls()
 {
     for (const auto& [slider, id] : knobs)
-        slider->attachParameter(plugIn, kalimmer, id, true);
+        slider->attachParameter(plugIn, engine, id, true);
     for (const auto& [toggle, id] : toggles)
-        toggle->setToggleState(kalimmer->getParameterValue(id) > 0.5F, juce::dontSendNotification);
+        toggle->setToggleState(engine->getParameterValue(id) > 0.5F, juce::dontSendNotification);
     // Exactly 0.5, which no switch writes, is off for the switch and on for the sensitivity.
-    sensitivitySlider.setEnabled(kalimmer->getParameterValue(Kalimmer::AggressiveMode) < 0.5F);
+    sensitivitySlider.setEnabled(engine->getParameterValue(Kalimmer::AggressiveMode) < 0.5F);
     header.updatePresetName();
 }
 
@@ -230,7 +230,7 @@ void KalimAudioProcessorEditor::buttonClicked(juce::Button* button)
     const int id = std::ranges::find(toggles, button, &Toggle::button)->parameterId;
     const int index = plugIn->findPublicParameterIndex(id);
     plugIn->beginParameterGesture(index);
-    kalimmer->setParameterValue(id, button->getToggleState() ? 1.0F : 0.0F, true);
+    engine->setParameterValue(id, button->getToggleState() ? 1.0F : 0.0F, true);
     plugIn->notifyInternalParameterChange(id);
     plugIn->endParameterGesture(index);
     plugIn->removeUndoStateIfUnchanged();
@@ -282,7 +282,7 @@ void KalimAudioProcessorEditor::handlePositionChanged(CurveEditor*, int index,
     handle.y = 1.0F;
     float min = 0.0F;
     float max = 0.0F;
-    kalimmer->getParameterRange(Kalimmer::FundamentalFrequency, min, max);
+    engine->getParameterRange(Kalimmer::FundamentalFrequency, min, max);
     const float frequency = std::clamp(scale.toFrequency(handle.x), min, max);
     frequencySlider.setValue(static_cast<double>(frequency), juce::sendNotificationAsync);
     handle.x = scale.toPosition(frequency);
@@ -291,10 +291,11 @@ void KalimAudioProcessorEditor::handlePositionChanged(CurveEditor*, int index,
 juce::String KalimAudioProcessorEditor::getCursorInfoFromPoint(CurveEditor*,
                                                                juce::Point<float> position)
 {
-    return juce::String(scale.toFrequency(position.x), 1) + " Hz";
+    return juce::String(scale.toFrequency(position.x), 2) + " Hz";
 }
 
-std::unique_ptr<juce::AudioProcessorEditor> createKalimEditor(BasePlugInProcessor& plugIn)
+std::unique_ptr<juce::AudioProcessorEditor>
+kalim::ui::createKalimEditor(BasePlugInProcessor& plugIn)
 {
     return std::make_unique<KalimAudioProcessorEditor>(&plugIn);
 }

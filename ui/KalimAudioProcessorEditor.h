@@ -96,7 +96,6 @@ private:
     void updateGrid(double sampleRate);
     void updateSpectrum(float sampleRate);
     void updateHandles();
-    juce::Colour getSpectrumColour() const;
 
     void beginUndoStep(const juce::Slider* slider);
     void parameterChanged(int index) override;
@@ -115,7 +114,7 @@ private:
     const kalim::ui::FrequencyScale scale{displayMinFrequency, displayMaxFrequency};
 
     BasePlugInProcessor* plugIn;
-    orvo::audio::Kalimmer* kalimmer = nullptr;
+    orvo::audio::Kalimmer* engine = nullptr;
     double lastSampleRate = 44100.0;
     std::atomic<bool> parametersChanged{false};
     ParameterControlHighlightInfo highlight{-1, false, juce::Colours::transparentBlack};
@@ -143,5 +142,10 @@ private:
     juce::ResizableCornerComponent resizer{this, &constrainer};
 };
 
-/// An editor for hosts, which own it.
+namespace kalim::ui
+{
+
+/// An editor for hosts, which own it. Message thread.
 std::unique_ptr<juce::AudioProcessorEditor> createKalimEditor(BasePlugInProcessor& plugIn);
+
+} // namespace kalim::ui

@@ -60,29 +60,25 @@ void KalimAudioProcessorEditor::timerCallback()
 
 void KalimAudioProcessorEditor::updateSpectrum(float sampleRate)
 {
-    const Signal32 magnitudes = kalimmer->getInputMagnitudes();
+    const Signal32 magnitudes = engine->getInputMagnitudes();
     if (magnitudes.getNumChannels() == 0 || magnitudes.getNumSamples() == 0)
         return;
-    spectrumCurveEditor.setCurve(0, createCurve(magnitudes, juce::Colours::transparentBlack,
-                                                getSpectrumColour(), sampleRate,
-                                                spectrumCurveEditor.getWidth()));
-}
-
-juce::Colour KalimAudioProcessorEditor::getSpectrumColour() const
-{
-    // None for an unknown theme, though the rest of the window is dark then.
+    // No colours for an unknown theme, though the rest of the window is dark then.
     const Theme* const theme = findTheme(getTheme());
-    return theme == nullptr ? juce::Colours::transparentBlack : juce::Colour(theme->spectrumColour);
+    const juce::Colour fill(theme == nullptr ? 0 : theme->spectrumFill);
+    const juce::Colour line(theme == nullptr ? 0 : theme->spectrumColour);
+    spectrumCurveEditor.setCurve(
+        0, createCurve(magnitudes, fill, line, sampleRate, spectrumCurveEditor.getWidth()));
 }
 
 void KalimAudioProcessorEditor::updateHandles()
 {
     spectrumCurveEditor.clearHandles();
-    const float fundamental = kalimmer->getParameterValue(Kalimmer::FundamentalFrequency);
+    const float fundamental = engine->getParameterValue(Kalimmer::FundamentalFrequency);
     spectrumCurveEditor.setHandle(
         0, makeHandle(scale.toPosition(fundamental), CurveHandle::triangle, fundamentalColour));
     int number = 0;
-    for (const orvo::audio::HarmonicStatus& harmonic : kalimmer->getDetectionStatus())
+    for (const orvo::audio::HarmonicStatus& harmonic : engine->getDetectionStatus())
     {
         CurveHandle handle =
             makeHandle(scale.toPosition(harmonic.frequency), CurveHandle::marker,

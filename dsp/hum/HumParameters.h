@@ -26,6 +26,7 @@ inline constexpr int maximumNumberOfHarmonics = 96;
 /// made from it; LV2 description and manuals are tested against it.
 struct HumParameter
 {
+    /// What its values are; a toggle is 0 or 1.
     enum class Kind
     {
         real,

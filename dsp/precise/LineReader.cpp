@@ -168,7 +168,7 @@ const LineReader::Bin* LineReader::transformFrame(const float* samples, int cent
 
 Complex LineReader::getBin(const Bin* bins, double wanted) const
 {
-    const double position = std::min(wanted, 0.5 * (size - taps));
+    const double position = std::min(wanted, 0.5 * size);
     const auto below = static_cast<int>(std::floor(position));
     const double step = (position - below) * tableSteps;
     const auto entry = static_cast<int>(step);
@@ -180,7 +180,9 @@ Complex LineReader::getBin(const Bin* bins, double wanted) const
     {
         const float weight = weights[tap] + share * (weights[tap + taps] - weights[tap]);
         const int bin = below - taps / 2 + 1 + tap;
-        const Bin value = bin >= 0 ? bins[bin] : std::conj(bins[-bin]);
+        const Bin value = bin < 0          ? std::conj(bins[-bin])
+                          : bin > size / 2 ? std::conj(bins[size - bin])
+                                           : bins[bin];
         real += weight * value.real();
         imaginary += weight * value.imag();
     }

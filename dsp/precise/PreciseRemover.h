@@ -25,6 +25,16 @@ struct PreciseSettings
     std::optional<HumPattern> pattern{};
 };
 
+/// Where a fundamental can be looked for: from railway mains to aircraft.
+inline constexpr FundamentalRange possibleFundamentals{15.0, 440.0};
+
+/// Where hum of mains of `frequency` Hz lies: they and the speeds of tapes stay within 2.5 %.
+constexpr FundamentalRange getRangeAround(double frequency)
+{
+    constexpr double reach = 0.025;
+    return {(1.0 - reach) * frequency, (1.0 + reach) * frequency};
+}
+
 /// Settings for a recording of which `view` holds a part where nothing but hum sounds: only that
 /// hum is looked for, and its harmonics are what they are there. No value without hum there. Longer
 /// parts than half a minute are heard no further. Samples must be finite; throws std::bad_alloc.
@@ -70,7 +80,8 @@ public:
     using Sink =
         std::function<void(const float* const* samples, const float* const* hum, int count)>;
 
-    /// Rates from 8 kHz to 384 kHz, 1 to 64 channels.
+    /// Rates from 100 Hz to 384 kHz; harmonics above 0.45 of the rate are left alone. Any number of
+    /// channels; time and memory grow with it.
     PreciseRemover(double sampleRate, int numChannels, PreciseSettings settings, Sink sink);
 
     PreciseRemover(const PreciseRemover&) = delete;

@@ -318,7 +318,7 @@ std::optional<HumModel> StretchRemover::find(const Views& views, double fundamen
                                              StretchResult& result) const
 {
     const FrameGrid grid(fundamental, views.low.sampleRate, views.low.numSamples);
-    if (grid.getNumFrames() < 2)
+    if (grid.getNumFrames() < 2 || fundamental > highestShareOfRate * views.full.sampleRate)
         return {};
     const HumModel model = HumFitter(views.low, grid, fundamental).fit();
     const double found = getMeanFrequency(model);
@@ -326,6 +326,8 @@ std::optional<HumModel> StretchRemover::find(const Views& views, double fundamen
         return {};
     const int most = std::min(settings.mostHarmonics,
                               static_cast<int>(highestShareOfRate * views.full.sampleRate / found));
+    if (most < 1)
+        return {};
     const int first = std::min(most, firstHarmonics);
     HumModel extended = extend(model, views.middle, grid, fundamental, first);
     const bool isKnownToReach =

@@ -121,6 +121,13 @@ void FourierTransform::forwardReal(const Signal32& input, ComplexSignal32& outpu
                                output.getWriteChannelPtr(channel));
 }
 
+void FourierTransform::releasePlanner() noexcept
+{
+    // Every plan of the process becomes invalid by this, whoever has made it.
+    if constexpr (KALIM_HAS_OWN_FFTW)
+        fftwf_cleanup();
+}
+
 ComplexSignal32 FourierTransform::forwardReal(const Signal32& input)
 {
     ComplexSignal32 output(input.getNumChannels(), input.getNumSamples() / 2 + 1);

@@ -36,6 +36,11 @@ public:
     /// The same into a new signal of N/2 + 1 bins.
     ComplexSignal32 forwardReal(const Signal32& input);
 
+    /// Gives back the tables that planning leaves behind for good. For a module that is unloaded
+    /// with the copy of the transform library which it alone has, when all its transforms are gone;
+    /// does nothing where the library is one that others use too.
+    static void releasePlanner() noexcept;
+
 private:
     class Plan;
     using Key = std::pair<int, bool>;

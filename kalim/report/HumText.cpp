@@ -1,12 +1,13 @@
 #include "kalim/report/HumText.h"
 
+#include "dsp/precise/HumDoubts.h"
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
 #include <algorithm>
 #include <cmath>
 #include <iterator>
-#include <map>
 #include <set>
 
 namespace kalim::program
@@ -20,13 +21,6 @@ constexpr double leastUncertainty = 0.0005;
 using orvo::audio::precise::HarmonicSummary;
 using orvo::audio::precise::HumKind;
 using orvo::audio::precise::HumSummary;
-
-/// A harmonic of less evidence (logarithm of the likelihood ratio) may be chance.
-constexpr double sureEvidence = 25.0;
-
-/// What sounds on a harmonic is that much louder than beside its neighbours.
-constexpr double noteRatio = 30.0;
-constexpr int neighbours = 3;
 
 /// So many changes fit into a line.
 constexpr std::size_t mostChanges = 8;
@@ -48,20 +42,6 @@ std::set<int> numbersOf(const std::vector<HarmonicSummary>& harmonics)
     for (const HarmonicSummary& harmonic : harmonics)
         numbers.insert(harmonic.harmonic);
     return numbers;
-}
-
-/// The larger one of two middle values counts.
-double medianNoiseNear(const std::vector<HarmonicSummary>& harmonics, const HarmonicSummary& one)
-{
-    std::vector<double> noises;
-    for (const HarmonicSummary& other : harmonics)
-        if (other.channel == one.channel && other.harmonic != one.harmonic &&
-            std::abs(other.harmonic - one.harmonic) <= neighbours)
-            noises.push_back(other.noise);
-    if (noises.empty())
-        return one.noise;
-    std::ranges::sort(noises);
-    return noises[noises.size() / 2];
 }
 
 } // namespace
@@ -120,25 +100,12 @@ nlohmann::ordered_json humToJson(const HumSummary& hum)
 
 std::vector<std::string> findDoubts(const HumSummary& hum)
 {
-    const std::vector<HarmonicSummary> harmonics = hum.getHarmonics();
-    std::map<int, double> evidence;
-    std::set<int> notes;
-    for (const HarmonicSummary& harmonic : harmonics)
-    {
-        evidence[harmonic.harmonic] += harmonic.evidence;
-        if (harmonic.noise > noteRatio * medianNoiseNear(harmonics, harmonic) &&
-            harmonic.getProminence() < 20.0)
-            notes.insert(harmonic.harmonic);
-    }
-    std::vector<int> unsure;
-    for (const auto& [number, sum] : evidence)
-        if (sum < sureEvidence)
-            unsure.push_back(number);
+    const orvo::audio::precise::HumDoubts found = findDoubtfulHarmonics(hum);
     std::vector<std::string> doubts;
-    if (!unsure.empty())
-        doubts.push_back(fmt::format("unsure of harmonic{} {}", unsure.size() == 1 ? "" : "s",
-                                     fmt::join(unsure, ", ")));
-    for (const int number : notes)
+    if (!found.unsure.empty())
+        doubts.push_back(fmt::format("unsure of harmonic{} {}", found.unsure.size() == 1 ? "" : "s",
+                                     fmt::join(found.unsure, ", ")));
+    for (const int number : found.notes)
         doubts.push_back(fmt::format("something else sounds on harmonic {} ({:.1f} Hz)", number,
                                      number * hum.getMeanFrequency()));
     return doubts;

@@ -1,9 +1,8 @@
 #pragma once
 
 #include "audiofile/AudioFileReader.h"
-#include "audiofile/AudioFileWriter.h"
-#include "audiofile/FileMetadata.h"
 #include "audiofile/OutputFile.h"
+#include "audiofile/RecordingCopy.h"
 #include "tests/audiofile/ScratchFolder.h"
 
 #include <sndfile.h>
@@ -79,16 +78,15 @@ inline std::vector<float> readAll(const std::filesystem::path& path)
 inline std::vector<std::string> copyAudio(const std::filesystem::path& from,
                                           const std::filesystem::path& to, int format)
 {
-    AudioFileReader reader(from);
-    const FileMetadata metadata(reader);
-    OutputFile output(to, Existing::replace);
-    AudioFileWriter writer(output, AudioFileFormat(format), reader.getNumChannels(),
-                           reader.getSampleRate());
-    metadata.applyTo(writer, "Kalim test");
-    writer.write(readAll(from));
-    writer.close();
-    auto warnings = metadata.lossesIn(output.getTemporaryPath());
-    output.commit();
+    const AudioFileReader reader(from);
+    CopySettings settings;
+    settings.existing = Existing::replace;
+    settings.note = "Kalim test";
+    RecordingCopy copy(reader, to, settings, {AudioFileFormat(format), {}});
+    copy.write(readAll(from));
+    copy.close();
+    auto warnings = copy.findWarnings();
+    copy.commit();
     return warnings;
 }
 

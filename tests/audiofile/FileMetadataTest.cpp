@@ -50,21 +50,6 @@ void describeFully(SNDFILE* file)
     setChunk(file, "LIST", "adtllabl\x0c\0\0\0\x07\0\0\0Refrain\0"s);
 }
 
-/// Gives the pages of a changed Ogg file valid checksums again.
-void sumOggPages(std::string& bytes)
-{
-    for (std::size_t start = 0, end = 0; start < bytes.size(); start = end)
-    {
-        end = std::min(bytes.find("OggS", start + 4), bytes.size());
-        bytes.replace(start + 22, 4, 4, '\0');
-        std::uint32_t sum = 0;
-        for (std::size_t bit = 8 * start; bit < 8 * end; ++bit)
-            sum = sum << 1 ^ (sum >> 31 ^ (bytes[bit / 8] >> (7 - bit % 8) & 1U)) * 0x04c11db7;
-        for (std::size_t i = 0; i < 4; ++i)
-            bytes[start + 22 + i] = static_cast<char>(sum >> 8 * i);
-    }
-}
-
 class FileMetadataTest : public ScratchFolder
 {
 protected:
@@ -75,15 +60,6 @@ protected:
         auto warnings = copyAudio(path("in"), path("out"), to);
         EXPECT_EQ(readAll(path("out")), readAll(path("in")));
         return warnings;
-    }
-
-    /// What the copy of a file with these bytes lacks, without the words that are always the same.
-    std::vector<std::string> lossesOf(const std::string& bytes, int to) const
-    {
-        auto losses = copyAudio(writeText("in", bytes), path("out"), to);
-        for (auto& loss : losses)
-            loss.erase(0, loss.find(": ") + 2);
-        return losses;
     }
 
     std::vector<RawChunk> chunksOf(const std::string& name) const
@@ -127,7 +103,8 @@ TEST_F(FileMetadataTest, KeepsEveryBroadcastChunkWithinTheFamilyAndAddsALineToTh
         EXPECT_EQ(is.substr(602).c_str(),
                   was.substr(602).c_str() + "A=PCM,F=48000,W=16,M=mono,T=Kalim test\r\n"s);
     }
-    EXPECT_EQ(copied(wav16, w64, describeFully).size(), chunksOf("in").size());
+    EXPECT_THAT(copied(wav16, w64, describeFully), IsEmpty());
+    EXPECT_THAT(chunkText("out", "iXML"), HasSubstr("BWFXML"));
 }
 
 TEST_F(FileMetadataTest, ChunksOfAnySizeAndParityGoOverByteForByteInFrontAndBehind)
@@ -175,7 +152,7 @@ TEST_F(FileMetadataTest, TranslatesBetweenKindsAndNamesWhatIsLost)
                             "not kept in the FLAC file: 1 cue point"));
     EXPECT_EQ(copiedTitle(), "Night train");
     EXPECT_THAT(copied(flac16, SF_FORMAT_AU | SF_FORMAT_PCM_16, setStrings),
-                testing::Contains(HasSubstr("Night train")));
+                ElementsAre(HasSubstr("the tags ARTIST, TITLE")));
 }
 
 TEST_F(FileMetadataTest, KeepsLoudspeakerPositions)
@@ -188,51 +165,6 @@ TEST_F(FileMetadataTest, KeepsLoudspeakerPositions)
     EXPECT_THAT(copyAudio(path("in"), path("out"), rf64), IsEmpty());
     EXPECT_THAT(copyAudio(path("in"), path("out"), w64),
                 ElementsAre(HasSubstr("loudspeaker positions")));
-}
-
-TEST_F(FileMetadataTest, WarnsOfFlacBlocksThatAreLost)
-{
-    auto bytes = writeLibraryFile(path("a"), flac16, {0, 65536, 0}, 1, setStrings);
-    const auto picture = "\x06\0\0\x20"s + std::string(32, '\0');
-    const auto application = "\2\0\0\4abcd"s;
-    const auto comments = "\x04\0\0\x15\0\0\0\0\x01\0\0\0\x09\0\0\0MOOD=calm"s;
-    // Behind the marker and the first block, whose length is fixed.
-    bytes.insert(4 + 4 + 34, picture + application + comments);
-    EXPECT_THAT(lossesOf(bytes, flac16),
-                ElementsAre("1 picture", "1 application block", "the tags MOOD"));
-}
-
-TEST_F(FileMetadataTest, WarnsOfOggTagsThatAreLost)
-{
-    const auto describe = [](SNDFILE* file)
-    {
-        setStrings(file);
-        sf_set_string(file, SF_STR_COMMENT, "Bach");
-        sf_set_string(file, SF_STR_ALBUM, std::string(70000, 'x').c_str());
-    };
-    auto bytes = writeLibraryFile(path("a"), oggVorbis, {0, 65536, 0}, 1, describe);
-    bytes.replace(bytes.find("COMMENT="), 7, "CMPOSER");
-    bytes.replace(bytes.find("ALBUM="), 5, "tITLE");
-    sumOggPages(bytes);
-    EXPECT_THAT(lossesOf(bytes, flac16), ElementsAre("the tags CMPOSER, a second tITLE"));
-}
-
-TEST_F(FileMetadataTest, WarnsOfId3FramesThatAreLost)
-{
-    const auto sound = writeLibraryFile(path("a"), mp3, std::vector<int>(3000));
-    const auto title = "TIT2\0\0\0\x04\0\0\0one"s;
-    const auto composer = "TCOM\0\0\0\x05\0\0\0Bach"s;
-    const auto picture = "APIC\0\0\x01\x02\0\0"s + std::string(130, 'x');
-    const auto losses = [&](char version, const std::string& frames)
-    {
-        const auto tag = "ID3"s + version + "\0\0\0\0"s + static_cast<char>(frames.size() / 128) +
-                         static_cast<char>(frames.size() % 128) + frames;
-        return lossesOf(tag + sound, wav16);
-    };
-    EXPECT_THAT(losses(4, title + picture + composer + std::string(20, '\0')),
-                ElementsAre("1 picture", "the tags TCOM"));
-    EXPECT_THAT(losses(3, composer + "TSRC\0\0\0\0\0\0"s), ElementsAre("the tags TCOM, TSRC"));
-    EXPECT_THAT(losses(2, "TT2\0\0\x02\0xTCM\0\0\x02\0y"s), ElementsAre("the tags TCM"));
 }
 
 } // namespace kalim::test

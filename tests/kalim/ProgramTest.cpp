@@ -1,3 +1,4 @@
+#include "audiofile/SoundChecksum.h"
 #include "dsp/hum/HumParameters.h"
 #include "tests/kalim/RunningProgram.h"
 #include "tests/support/TestSignals.h"
@@ -53,7 +54,7 @@ protected:
     /// Runs the program from a file to the output, which must succeed.
     json clean(const std::string& input, Words options) const
     {
-        options.insert(options.end(), {input, output(), "--json", "--force"});
+        options.insert(options.end(), {input, output(), "--json", "--force", "--force"});
         return report(options);
     }
 
@@ -118,7 +119,8 @@ TEST_F(Program, findsHumByItselfTakesItOffAndLeavesTheRestAlone)
     EXPECT_THAT(reductionsIn(learned), AllOf(SizeIs(20), Each(Ge(30.0))));
     const Signal32 noise = makeNoise(-20.0, 48000.0, 3.0);
     const std::vector<float> plain(noise.getReadChannelPtr(0), noise.getReadChannelPtr(0) + 144000);
-    const RunResult run = runKalim({writeFloats("plain.wav", plain), output(), "--force"});
+    const RunResult run =
+        runKalim({writeFloats("plain.wav", plain), output(), "--force", "--force"});
     EXPECT_THAT(run.output, HasSubstr("no hum; the output equals the input sample for sample"));
     EXPECT_EQ(readAll(output()), plain);
     EXPECT_THAT(runKalim({path("plain.wav"), path("x.wav"), "--learn=1:2"}).errors,
@@ -171,6 +173,38 @@ TEST_F(Program, tellsWhatHumThereIsAndSetsTheEngineFromIt)
     }
 }
 
+TEST_F(Program, recordsWhatWasDone)
+{
+    const std::string input = writeFloats("hum.wav", makeHumSamples(50.5, 50.5, 9.0));
+    const std::string flac = path("out.flac");
+    const json cleaned =
+        report({input, flac, "--json", "--format=pcm24", "--checksums", "--provenance",
+                "--speed-report", path("speed.csv"), "--speed-report", path("speed.svg")});
+    EXPECT_EQ(cleaned["speed"]["mains"], 50.0);
+    EXPECT_NEAR(cleaned["speed"]["meanPercent"].get<double>(), 1.0, 0.002);
+    EXPECT_NEAR(cleaned["speed"]["correction"].get<double>(), 1.0 / 1.01, 2e-5);
+    EXPECT_THAT(contentsOf(path("speed.csv")), ContainsRegex("\n[0-9.]+,50\\.50[0-9]*,1\\.00"));
+    EXPECT_THAT(contentsOf(path("speed.svg")), HasSubstr("<svg"));
+
+    std::string bytes = contentsOf(flac);
+    constexpr std::size_t checksum = 26;
+    std::string stated;
+    for (const char byte : bytes.substr(checksum, 16))
+        stated += fmt::format("{:02x}", static_cast<unsigned char>(byte));
+    EXPECT_EQ(cleaned["checksums"]["output"]["md5"], stated);
+    EXPECT_NE(bytes.find("=mains hum removal by Kalim"), std::string::npos);
+    const std::string provenance = contentsOf(path("out.flac.premis.xml"));
+    for (const std::string& part :
+         {fileChecksumOf(input), fileChecksumOf(flac), std::string("hum at 50.5"),
+          cleaned["checksums"]["input"]["sha256"].get<std::string>()})
+        EXPECT_THAT(provenance, HasSubstr(part));
+
+    bytes[checksum] = static_cast<char>(bytes[checksum] ^ 1);
+    writeText("wrong.flac", bytes);
+    EXPECT_THAT(refusal(1, {path("wrong.flac"), output()}), HasSubstr("states the checksum"));
+    EXPECT_EQ(runKalim({path("wrong.flac"), output(), "-q", "--salvage"}).exitCode, 1);
+}
+
 TEST_F(Program, hasAnOptionAndAPlaceInTheReportForEveryParameterOfTheEngine)
 {
     const std::string input = writeFloats("in.wav", std::vector<float>(5000));
@@ -207,7 +241,6 @@ TEST_F(Program, reportsWhatItTookOffASteadyHumAndSamplesThatAreNoNumbers)
     std::vector<float> samples = makeHumSamples(50.0, 50.0, 9.0);
     samples[30000] = std::nanf("");
     samples[30001] = HUGE_VALF;
-    samples[30002] = 3.0e38F;
     const std::string input = writeFloats("hum.wav", samples);
     for (const char* const mode : {"--aggressive=off", "--aggressive"})
     {
@@ -220,8 +253,12 @@ TEST_F(Program, reportsWhatItTookOffASteadyHumAndSamplesThatAreNoNumbers)
                     ElementsAre(Ge(45.0), Ge(40.0), Ge(37.0)));
     }
     samples[30000] = samples[30001] = 0.0F;
+    samples[30002] = 3.0e38F;
+    const RunResult limiting =
+        runKalim({writeFloats("hum.wav", samples), output(), "-n0", "--force"});
+    EXPECT_THAT(limiting.errors, HasSubstr("hum.wav: 1 sample is too large to be sound"));
     samples[30002] = 1.0e6F; // the loudest that the engine takes
-    clean(input, {"-n0"});
+    clean(writeFloats("hum.wav", samples), {"-n0"});
     EXPECT_EQ(readAll(output()), samples);
 }
 
@@ -235,7 +272,8 @@ TEST_F(Program, keepsLengthAndPlaceOfEverySampleAtEveryBlockSize)
             std::vector<float> samples(2 * length);
             std::ranges::generate(samples, [x = 0.0F]() mutable { return std::sin(x += 1.7F); });
             const std::string input = writeFloats("in.wav", samples, 2);
-            const RunResult run = runKalim({input, output(), "--force", "-n", "0", option});
+            const RunResult run =
+                runKalim({input, output(), "--force", "--force", "-n", "0", option});
             ASSERT_EQ(run.exitCode, 0) << run.errors;
             EXPECT_EQ(run.output.empty(), option == "-q");
             EXPECT_EQ(readAll(output()), samples) << length << option;
@@ -278,6 +316,36 @@ TEST_F(Program, refusesWhatIsWrongWithTheReasonAndLeavesNothingBehind)
         EXPECT_THAT(refusal(exitCode, words), HasSubstr(reason));
     EXPECT_EQ(filesInFolder(), 2);
     EXPECT_EQ(contentsOf(text), "this is not audio at all, only text");
+}
+
+TEST_F(Program, refusesDamagedFilesUnlessToldToSalvageThem)
+{
+    const std::string input = writeFloats("in.wav", std::vector<float>(48000, 0.1F));
+    const std::string cut = writeText("cut.wav", contentsOf(input).substr(0, 100000));
+    EXPECT_THAT(refusal(1, {cut, output()}), HasSubstr("bytes are missing; --salvage"));
+    EXPECT_FALSE(std::filesystem::exists(output()));
+    const RunResult run = runKalim({cut, output(), "--salvage", "-q"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_THAT(run.errors, MatchesRegex("kalim: [^\n]*bytes are missing\n"));
+    EXPECT_NEAR(static_cast<double>(readAll(output()).size()), 25000.0, 50.0);
+    EXPECT_EQ(runKalim({"detect", cut, "-q"}).exitCode, 1);
+}
+
+TEST_F(Program, understandsUnitsAndBlamesTheRightWord)
+{
+    const std::string input = writeFloats("in.wav", std::vector<float>(48000, 0.1F));
+    const auto settings = clean(input, {"-f60 Hz", "--sensitivity=20%"})["settings"];
+    EXPECT_EQ(settings["fundamental"], 60.0);
+    EXPECT_EQ(settings["sensitivity"], 20.0);
+    clean(input, {"--mains=50Hz", "--strength=90 %"});
+    for (const auto& [words, reason] :
+         {std::pair(Words{"--strenght", "50", input, path("b.wav")}, "--strenght: unknown option; "
+                                                                     "is --strength meant"),
+          {{"-z", input, path("b.wav")}, "-z: unknown option"},
+          {{"--format=flac", input, path("b.wav")}, "its name says WAV, but FLAC"}})
+        EXPECT_THAT(refusal(2, words), HasSubstr(reason));
+    const std::string other = writeFloats("b.wav", std::vector<float>(96000, 0.1F));
+    EXPECT_THAT(refusal(2, {"--force", input, other}), HasSubstr("another recording, 2.0 s"));
 }
 
 TEST_F(Program, takesFromAPresetWhatIsNotGiven)

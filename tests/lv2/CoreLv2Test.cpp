@@ -318,6 +318,13 @@ TEST_F(CoreLv2, startsAnewWhenItIsActivatedAgain)
     }
 }
 
+TEST_F(CoreLv2, leavesNothingBehindWhenItIsUnloaded)
+{
+    for (const Method method : {Method::tracking, Method::precise})
+        // The planner's tables took 160 kB; the system's loader remembers less than one.
+        EXPECT_LT(getLossPerCall([&] { load(method); }), 2000.0);
+}
+
 TEST_F(CoreLv2, tellsItsLatencyWithoutSound)
 {
     const auto plugin = load(Method::tracking);

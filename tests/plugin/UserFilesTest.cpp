@@ -33,11 +33,16 @@ std::string repeat(const char* text, int count)
 
 TEST(DisplayLanguage, followsTheLocaleAndThenThePreferences)
 {
+    const auto isAvailable = [](const juce::String& code) { return code != "nl" && code != "xx"; };
     for (const auto& [locale, preferences, code] : {std::tuple{"de_DE.UTF-8", "", "de"},
                                                     {"en_US.UTF-8", "fr_CA:de", "fr"},
+                                                    {"nl_NL.UTF-8", "nl_NL:nl:de_AT:fr", "de"},
+                                                    {"fr_FR.UTF-8", ":nl:xx", "fr"},
+                                                    {"nl_NL.UTF-8", "xx:nl", "xx"},
                                                     {"C.UTF-8", "de", "en"},
                                                     {"POSIX", "de", "en"}})
-        EXPECT_EQ(kalim::plugin::getLanguageCode(locale, preferences), code);
+        EXPECT_EQ(kalim::plugin::getLanguageCode(locale, preferences, isAvailable), code)
+            << preferences;
 }
 
 TEST(BundleFiles, areTranslationsAndManualsInTheLanguageOrInEnglish)
@@ -75,9 +80,13 @@ TEST_F(ScratchFiles, keepSettingsBesideTheBinaryWhereThereAreAnyThatAreSafe)
 {
     EXPECT_EQ(openSettingsFile("Test", folder)->getFile(), juce::File("~/Orvotech/Test.prop"));
     const juce::File file =
-        write("Test.prop", "<PROPERTIES><VALUE name=\"ThemeId\" val=\"1\"/></PROPERTIES>");
+        write("Test.prop", "<PROPERTIES><VALUE name=\"ThemeId\" val=\"1\"/>"
+                           "<VALUE name=\"X\" val=\" &lt;a>&lt;?y?>x&lt;/a>\"/></PROPERTIES>");
     const juce::File aside = folder.getChildFile("Test.damaged");
-    EXPECT_EQ(openSettingsFile("Test", folder)->getIntValue("ThemeId"), 1);
+    const auto open = openSettingsFile("Test", folder);
+    EXPECT_EQ(open->getIntValue("ThemeId"), 1);
+    kalim::plugin::reloadSettingsFile(*open);
+    EXPECT_TRUE(open->save()); // which would not end with the other value
     for (const std::string& hostile :
          {"<PROPERTIES><?y?>x</PROPERTIES>" + std::string(), std::string("<PROPERTIES>\xff"),
           "<PROPERTIES>" + std::string(1U << 20U, ' ') + "</PROPERTIES>"})

@@ -2,7 +2,12 @@
 
 #include "dsp/hum/HumParameters.h"
 #include "plugin/KalimAudioProcessor.h"
+#include "standalone/AudioSettingsWindow.h"
+#include "standalone/ErrorText.h"
+#include "standalone/TransportBar.h"
+#include "tests/standalone/ProbeProcessor.h"
 #include "tests/standalone/SoundFiles.h"
+#include "tests/support/framework/MarkedLanguage.h"
 
 #include <cmath>
 #include <numbers>
@@ -112,6 +117,38 @@ TEST_F(HumOfAFile, isTakenOffTheSavedFile)
     EXPECT_LT(saveAndCompare(asHeard), -50.0);
     bar->save(player.getFile(), player.getFile(), precise);
     EXPECT_TRUE(waitForText().contains("choose another name"));
+}
+
+TEST(WordsOfTheStandalone, areThoseOfErrorsToo)
+{
+    EXPECT_EQ(standalone::translateError("/a/b: c.wav: ends early: 3 of 8 frames; --salvage does"),
+              "/a/b: c.wav: ends early: 3 of 8 frames");
+    EXPECT_EQ(standalone::translateError("something else"), "something else");
+    const MarkedLanguage language;
+    const juce::String text = standalone::translateError(
+        "/x #1.wav: cannot create a file in /x #2: No space left on device");
+    EXPECT_TRUE(text.startsWith("/x #1.wav: ")) << text;
+    EXPECT_TRUE(text.contains("/x #2: No space left on device")) << text;
+    EXPECT_TRUE(text.containsChar(0xab)) << text;
+}
+
+TEST(WordsOfTheStandalone, areAllTranslated)
+{
+    if (testing_support::isForThreadsOnly)
+        GTEST_SKIP();
+    const MarkedLanguage language;
+    ProbeProcessor probe;
+    standalone::AudioEngine engine(probe);
+    KalimAudioProcessor plugIn;
+    standalone::HumBar hums(engine.getPlayer(), plugIn);
+    standalone::TransportBar transport(engine.getPlayer());
+    standalone::AudioSettingsWindow settings(engine, [] {});
+    for (juce::Component* const part :
+         std::initializer_list<juce::Component*>{&hums, &transport, &settings})
+    {
+        const auto unmarked = MarkedLanguage::findUnmarked(*part, {"JACK", "ALSA", "Hz"});
+        EXPECT_TRUE(unmarked.isEmpty()) << unmarked.joinIntoString("\n");
+    }
 }
 
 } // namespace kalim::test

@@ -49,7 +49,8 @@ TEST_F(StandaloneSettingsTest, areNotHarmedByHostileValues)
     const Area screen(0, 20, 1280, 700);
     for (const auto& [device, place, width, isWindow] :
          {std::tuple(laughs, "99999999999999999999", "2147483647", true),
-          std::tuple(deep, "1", "-5", false), std::tuple(deep, "-2147483648", "x", false)})
+          std::tuple(juce::String("<a><?y?>x</a>"), "1", "-5", false),
+          std::tuple(deep, "-2147483648", "x", false)})
     {
         juce::PropertySet values;
         values.setValue("AudioDevice", device);

@@ -6,6 +6,18 @@
 
 namespace kalim::ui
 {
+namespace
+{
+
+constexpr float labelMargin = 3.0F;
+
+/// The plot's edge, which stays to be seen.
+constexpr float frame = 2.0F;
+
+/// In heights of the text, with the margins.
+constexpr float longestInfo = 8.0F;
+
+} // namespace
 
 CurveEditor::CurveEditor(const juce::String& name)
     : juce::Component(name)
@@ -67,7 +79,7 @@ void CurveEditor::handleAsyncUpdate()
             continue;
         for (const std::vector<NumberedHandle>* list : {&next, &shown})
             if (i < list->size())
-                changed = changed.getUnion(stripAround((*list)[i].second));
+                changed = changed.getUnion(stripAround((*list)[i].first, (*list)[i].second));
     }
     shown.swap(next);
     updateMarkerLines();
@@ -128,9 +140,18 @@ bool CurveEditor::isHighlighted(int index) const
            (isFocusShown && index == getKeyboardHandle());
 }
 
-void CurveEditor::drawHandle(juce::Graphics& graphics, int index, const Handle& handle) const
+/// Handles that can be grabbed tell at all times where they are, markers under the mouse.
+bool CurveEditor::showsInfo(int index, const Handle& handle) const
 {
-    drawLabel(graphics, handle);
+    return hasOutline(handle) || index == hoveredMarker;
+}
+
+void CurveEditor::drawHandle(juce::Graphics& graphics, int index, const Handle& handle)
+{
+    if (handle.label.isNotEmpty())
+        drawLabel(graphics, handle, handle.label);
+    else if (showsInfo(index, handle))
+        drawLabel(graphics, handle, getCursorInfo({handle.x, handle.y}));
     if (!hasOutline(handle))
         return;
     const juce::Path outline = handleOutline(handle, getLocalBounds().toFloat());
@@ -157,31 +178,42 @@ void CurveEditor::drawHandle(juce::Graphics& graphics, int index, const Handle& 
     }
 }
 
-void CurveEditor::drawLabel(juce::Graphics& graphics, const Handle& handle) const
+/// To the right of the handle, or to the left where there is no room; that of a marker below the
+/// row of the others, for the fundamental's lies where its handle is.
+void CurveEditor::drawLabel(juce::Graphics& graphics, const Handle& handle,
+                            const juce::String& text) const
 {
-    if (handle.label.isEmpty() || handle.labelHeight <= 0)
+    if (text.isEmpty() || handle.labelHeight <= 0)
         return;
     const auto height = static_cast<float>(handle.labelHeight);
     const juce::Font font(height);
+    const float width = font.getStringWidthFloat(text) + 2.0F * labelMargin;
+    const float distance = handle.size / 2.0F + 1.0F;
     const juce::Point<float> centre = toPixels({handle.x, handle.y});
-    const juce::Rectangle<float> room(centre.x + handle.size / 2.0F + 3.0F,
-                                      centre.y - height / 2.0F,
-                                      font.getStringWidthFloat(handle.label) + 2.0F, height);
+    const bool isLeft = centre.x + distance + width > static_cast<float>(getWidth());
+    const juce::Rectangle<float> room(isLeft ? centre.x - distance - width : centre.x + distance,
+                                      centre.y - height / 2.0F, width, height);
+    const auto area = room.constrainedWithin(getLocalBounds().toFloat().reduced(frame))
+                          .translated(0.0F, hasOutline(handle) ? 0.0F : height + labelMargin);
+    graphics.setColour(background.withAlpha(0.85F)); // caps and lines of markers lie below
+    graphics.fillRoundedRectangle(area, labelMargin);
     graphics.setFont(font);
     graphics.setColour(legibleShade(handle.colour, background));
-    graphics.drawText(handle.label, room.constrainedWithin(getLocalBounds().toFloat()),
-                      juce::Justification::centredLeft, false);
+    graphics.drawText(text, area, juce::Justification::centred, false);
 }
 
-/// All that a handle may touch: its outline, the line over the whole height, its neighbours' caps.
-juce::Rectangle<int> CurveEditor::stripAround(const Handle& handle) const
+/// All that a handle may touch: its outline, the line over the whole height, its neighbours' caps
+/// and what is told of it.
+juce::Rectangle<int> CurveEditor::stripAround(int index, const Handle& handle) const
 {
     if (!handle.isOnPlot())
         return {};
     if (handle.label.isNotEmpty())
         return getLocalBounds();
     constexpr float neighbours = 12.0F;
-    const float reach = handle.size + neighbours;
+    const float reach = handle.size + (showsInfo(index, handle)
+                                           ? longestInfo * static_cast<float>(handle.labelHeight)
+                                           : neighbours);
     const float x = toPixels({handle.x, 0.0F}).x;
     return juce::Rectangle<float>(x - reach, 0.0F, 2.0F * reach, static_cast<float>(getHeight()))
         .getSmallestIntegerContainer();
@@ -190,7 +222,7 @@ juce::Rectangle<int> CurveEditor::stripAround(const Handle& handle) const
 void CurveEditor::repaintHandle(int index)
 {
     if (const Handle* handle = getHandle(index))
-        repaint(stripAround(*handle));
+        repaint(stripAround(index, *handle));
 }
 
 juce::Point<float> CurveEditor::toPixels(juce::Point<float> normalised) const

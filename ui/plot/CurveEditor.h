@@ -57,8 +57,9 @@ public:
         {
         }
 
-        /// What to tell about a place in the plot: shown as tooltip, and told by screen readers as
-        /// the value of a handle there. Empty for nothing.
+        /// What to tell about a place in the plot: shown as tooltip, beside handles that can be
+        /// grabbed and the marker under the mouse, and told by screen readers as the value of a
+        /// handle there. Empty for nothing.
         virtual juce::String getCursorInfoFromPoint(CurveEditor* /*editor*/,
                                                     juce::Point<float> /*position*/)
         {
@@ -129,14 +130,18 @@ private:
     void handleAsyncUpdate() override;
     void updateColours();
     void updateMarkerLines();
-    juce::Rectangle<int> stripAround(const Handle& handle) const;
+    juce::Rectangle<int> stripAround(int index, const Handle& handle) const;
     void repaintHandle(int index);
+    void notifyFocusChanged();
     bool isHighlighted(int index) const;
-    void drawHandle(juce::Graphics& graphics, int index, const Handle& handle) const;
-    void drawLabel(juce::Graphics& graphics, const Handle& handle) const;
+    bool showsInfo(int index, const Handle& handle) const;
+    void drawHandle(juce::Graphics& graphics, int index, const Handle& handle);
+    void drawLabel(juce::Graphics& graphics, const Handle& handle, const juce::String& text) const;
 
     int handleAt(juce::Point<float> position) const;
+    int markerAt(juce::Point<float> position) const;
     void setHovered(int index);
+    void setHoveredMarker(int index);
     bool notify(Callback callback, int index, Handle& handle);
     void stepHandle(int index, float step);
     juce::Point<float> toPixels(juce::Point<float> normalised) const;
@@ -152,6 +157,7 @@ private:
     juce::ListenerList<Listener> listeners;
     std::optional<Drag> drag;
     int hovered = -1;
+    int hoveredMarker = -1;
     int lastUsed = -1;
     bool isFocusShown = false;
     /// Where the keyboard has moved the handle, before the listener had its say.

@@ -126,14 +126,42 @@ void CurveEditor::setHovered(int index)
     updateMouseCursor();
 }
 
+/// The marker that is nearest to the mouse, if it is near.
+int CurveEditor::markerAt(juce::Point<float> position) const
+{
+    constexpr float farthest = 8.0F;
+    int found = none;
+    float nearest = farthest;
+    for (const auto& [index, handle] : handles)
+    {
+        const float distance = std::abs(toPixels({handle.x, 0.0F}).x - position.x);
+        if (handle.shape != Handle::marker || !handle.isOnPlot() || distance >= nearest)
+            continue;
+        found = index;
+        nearest = distance;
+    }
+    return found;
+}
+
+void CurveEditor::setHoveredMarker(int index)
+{
+    if (index == hoveredMarker)
+        return;
+    repaintHandle(hoveredMarker);
+    hoveredMarker = index;
+    repaintHandle(hoveredMarker);
+}
+
 void CurveEditor::mouseMove(const juce::MouseEvent& event)
 {
     setHovered(handleAt(event.position));
+    setHoveredMarker(markerAt(event.position));
 }
 
 void CurveEditor::mouseExit(const juce::MouseEvent& /*event*/)
 {
     setHovered(none);
+    setHoveredMarker(none);
 }
 
 void CurveEditor::mouseDown(const juce::MouseEvent& event)
@@ -261,18 +289,18 @@ void CurveEditor::moveHandle(int index, juce::Point<float> position)
 void CurveEditor::focusGained(FocusChangeType cause)
 {
     isFocusShown = cause == focusChangedByTabKey;
-    const int index = getKeyboardHandle();
-    repaintHandle(index);
-    if (index == none)
-        return;
-    Handle handle = handles[index];
-    notify(&Listener::handleFocusChanged, index, handle);
+    notifyFocusChanged();
 }
 
 void CurveEditor::focusLost(FocusChangeType /*cause*/)
 {
     isFocusShown = false;
     keyboardPosition.reset();
+    notifyFocusChanged();
+}
+
+void CurveEditor::notifyFocusChanged()
+{
     const int index = getKeyboardHandle();
     repaintHandle(index);
     if (index == none)

@@ -140,21 +140,27 @@ void PlotPicture::drawCurve(const Curve& curve)
             finitePoints.push_back(toPixels(point));
     if (finitePoints.size() < 2)
         return;
+    const auto isLeftOf = [](juce::Point<float> a, juce::Point<float> b) { return a.x < b.x; };
+    const bool isGraph = std::is_sorted(finitePoints.begin(), finitePoints.end(), isLeftOf);
+    const float thickness = curve.thickness * pixelScale;
     if (!curve.fill.isTransparent())
-        drawFilling(curve);
-    if (!curve.line.isTransparent() && curve.thickness > 0.0F)
-        drawLine(curve);
+    {
+        if (isGraph)
+            stroke.fillBelow(picture, finitePoints, curve.fill);
+        else
+            fillPath(curve);
+    }
+    if (!curve.line.isTransparent() && thickness > 0.0F)
+    {
+        if (isGraph)
+            stroke.draw(picture, finitePoints, thickness, curve.line);
+        else
+            strokePath(curve, thickness);
+    }
 }
 
-void PlotPicture::drawLine(const Curve& curve)
+void PlotPicture::strokePath(const Curve& curve, float thickness)
 {
-    const float thickness = curve.thickness * pixelScale;
-    const auto isLeftOf = [](juce::Point<float> a, juce::Point<float> b) { return a.x < b.x; };
-    if (std::is_sorted(finitePoints.begin(), finitePoints.end(), isLeftOf))
-    {
-        stroke.draw(picture, finitePoints, thickness, curve.line);
-        return;
-    }
     juce::Path path;
     path.startNewSubPath(finitePoints.front());
     for (const juce::Point<float>& point : finitePoints)
@@ -164,7 +170,7 @@ void PlotPicture::drawLine(const Curve& curve)
     graphics.strokePath(path, juce::PathStrokeType(thickness));
 }
 
-void PlotPicture::drawFilling(const Curve& curve)
+void PlotPicture::fillPath(const Curve& curve)
 {
     const auto bottom = static_cast<float>(picture.getHeight());
     juce::Path path;

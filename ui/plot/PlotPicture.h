@@ -73,8 +73,8 @@ private:
     void renderPicture();
     void drawGrid(juce::Graphics& graphics) const;
     void drawCurve(const Curve& curve);
-    void drawFilling(const Curve& curve);
-    void drawLine(const Curve& curve);
+    void fillPath(const Curve& curve);
+    void strokePath(const Curve& curve, float thickness);
     juce::Point<float> toPixels(juce::Point<float> normalised) const;
 
     Colours colours;

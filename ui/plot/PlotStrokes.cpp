@@ -65,16 +65,38 @@ void GraphStroke::Span::include(Span other)
 void GraphStroke::draw(juce::Image& image, const std::vector<juce::Point<float>>& points,
                        float thickness, juce::Colour colour)
 {
+    const float radius = thickness / 2.0F;
+    margin = static_cast<int>(std::ceil(radius * slices)) + 1;
+    sample(points, image.getWidth());
+    paintColumns(image, colour, [&](int slice) { return penSpan(slice, radius); });
+}
+
+void GraphStroke::fillBelow(juce::Image& image, const std::vector<juce::Point<float>>& points,
+                            juce::Colour colour)
+{
+    margin = 0;
+    sample(points, image.getWidth());
+    const auto bottom = static_cast<float>(image.getHeight());
+    paintColumns(
+        image, colour,
+        [&](int slice)
+        {
+            const Span span = line[static_cast<size_t>(slice)];
+            // Infinite where there is no line.
+            return Span{span.bottom < span.top ? bottom : (span.top + span.bottom) / 2.0F, bottom};
+        });
+}
+
+template <typename GetSpan>
+void GraphStroke::paintColumns(juce::Image& image, juce::Colour colour, const GetSpan& getSpan)
+{
     const juce::Image::BitmapData pixels(image, juce::Image::BitmapData::readWrite);
     const auto paint = pixels.pixelFormat == juce::Image::ARGB ? paintColumn<juce::PixelARGB>
                                                                : paintColumn<juce::PixelRGB>;
     const Shades shades = shadesOf(colour);
-    const float radius = thickness / 2.0F;
-    margin = static_cast<int>(std::ceil(radius * slices)) + 1;
-    sample(points, pixels.width);
     changes.assign(static_cast<size_t>(pixels.height) + 2, 0.0F);
     for (int column = 0; column < pixels.width; ++column)
-        paint(pixels, column, coverColumn(column, pixels.height, radius), changes, shades);
+        paint(pixels, column, coverColumn(column, pixels.height, getSpan), changes, shades);
 }
 
 void GraphStroke::sample(const std::vector<juce::Point<float>>& points, int width)
@@ -127,13 +149,14 @@ GraphStroke::Span GraphStroke::penSpan(int slice, float radius) const
 }
 
 /// Enters a column's coverage and returns its rows, of which the last may lie below the image.
-juce::Range<int> GraphStroke::coverColumn(int column, int height, float radius)
+template <typename GetSpan>
+juce::Range<int> GraphStroke::coverColumn(int column, int height, const GetSpan& getSpan)
 {
     const auto bottom = static_cast<float>(height);
     juce::Range<int> rows;
     for (int i = 0; i < slices; ++i)
     {
-        Span span = penSpan(margin + column * slices + i, radius);
+        Span span = getSpan(margin + column * slices + i);
         span = {juce::jlimit(0.0F, bottom, span.top), juce::jlimit(0.0F, bottom, span.bottom)};
         if (span.isEmpty())
             continue;

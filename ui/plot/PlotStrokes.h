@@ -19,6 +19,10 @@ public:
     void draw(juce::Image& image, const std::vector<juce::Point<float>>& points, float thickness,
               juce::Colour colour);
 
+    /// Fills what lies below the line, down to the image's lower edge.
+    void fillBelow(juce::Image& image, const std::vector<juce::Point<float>>& points,
+                   juce::Colour colour);
+
 private:
     /// A part of a slice from top to bottom.
     struct Span
@@ -35,7 +39,10 @@ private:
     void sampleLine(juce::Point<float> from, juce::Point<float> to);
     Span penSpan(int slice, float radius) const;
     Span reach(int slice, int slicesAround, float further) const;
-    juce::Range<int> coverColumn(int column, int height, float radius);
+    template <typename GetSpan>
+    void paintColumns(juce::Image& image, juce::Colour colour, const GetSpan& getSpan);
+    template <typename GetSpan>
+    juce::Range<int> coverColumn(int column, int height, const GetSpan& getSpan);
 
     /// Where the line is in each slice, with some slices more at either side of the image.
     std::vector<Span> line;

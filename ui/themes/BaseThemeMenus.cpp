@@ -1,5 +1,7 @@
 #include "ui/themes/BaseTheme.h"
 
+#include <initializer_list>
+
 namespace kalim::ui
 {
 namespace
@@ -11,55 +13,21 @@ constexpr int menuItemHeight = 25;
 constexpr int tickColumn = 28;
 constexpr int arrowColumn = 24;
 
-void strokeLine(juce::Graphics& g, const juce::Path& path)
-{
-    g.strokePath(path, juce::PathStrokeType(1.75F, juce::PathStrokeType::curved,
-                                            juce::PathStrokeType::rounded));
-}
+using Points = std::initializer_list<juce::Point<float>>;
 
-void drawSubMenuArrow(juce::Graphics& g, juce::Point<float> centre)
-{
-    juce::Path arrow;
-    arrow.startNewSubPath(centre.translated(-2.0F, -4.0F));
-    arrow.lineTo(centre.translated(2.0F, 0.0F));
-    arrow.lineTo(centre.translated(-2.0F, 4.0F));
-    strokeLine(g, arrow);
-}
-
-void drawTick(juce::Graphics& g, juce::Point<float> centre)
-{
-    juce::Path tick;
-    tick.startNewSubPath(centre.translated(-4.5F, 0.0F));
-    tick.lineTo(centre.translated(-1.5F, 3.5F));
-    tick.lineTo(centre.translated(4.5F, -3.5F));
-    strokeLine(g, tick);
-}
-
-juce::Path makeFolder(juce::Rectangle<float> area)
+juce::Path makeLine(juce::Point<float> origin, Points points)
 {
     juce::Path path;
-    path.startNewSubPath(1.0F, 12.0F);
-    path.lineTo(1.0F, 3.0F);
-    path.lineTo(5.5F, 3.0F);
-    path.lineTo(7.0F, 5.0F);
-    path.lineTo(13.0F, 5.0F);
-    path.lineTo(13.0F, 12.0F);
-    path.closeSubPath();
-    path.applyTransform(juce::AffineTransform::translation(area.getPosition()));
+    path.startNewSubPath(origin + *points.begin());
+    for (const juce::Point<float> point : points)
+        path.lineTo(origin + point);
     return path;
 }
 
-juce::Path makeDocument(juce::Rectangle<float> area)
+void strokeLine(juce::Graphics& g, juce::Point<float> origin, Points points)
 {
-    juce::Path path;
-    path.startNewSubPath(3.0F, 1.0F);
-    path.lineTo(8.5F, 1.0F);
-    path.lineTo(11.5F, 4.0F);
-    path.lineTo(11.5F, 13.0F);
-    path.lineTo(3.0F, 13.0F);
-    path.closeSubPath();
-    path.applyTransform(juce::AffineTransform::translation(area.getPosition()));
-    return path;
+    g.strokePath(makeLine(origin, points), juce::PathStrokeType(1.75F, juce::PathStrokeType::curved,
+                                                                juce::PathStrokeType::rounded));
 }
 
 } // namespace
@@ -109,9 +77,9 @@ void BaseTheme::drawPopupMenuItem(juce::Graphics& g, const juce::Rectangle<int>&
     if (icon != nullptr)
         icon->drawWithin(g, tickArea.reduced(4.0F), juce::RectanglePlacement::centred, 1.0F);
     else if (isTicked)
-        drawTick(g, tickArea.getCentre());
+        strokeLine(g, tickArea.getCentre(), {{-4.5F, 0.0F}, {-1.5F, 3.5F}, {4.5F, -3.5F}});
     if (hasSubMenu)
-        drawSubMenuArrow(g, arrowArea.getCentre());
+        strokeLine(g, arrowArea.getCentre(), {{-2.0F, -4.0F}, {2.0F, 0.0F}, {-2.0F, 4.0F}});
     g.setFont(getPopupMenuFont());
     g.drawFittedText(text, row, juce::Justification::centredLeft, 1, 0.9F);
     if (shortcut.isEmpty())
@@ -136,12 +104,8 @@ void BaseTheme::drawPopupMenuUpDownArrow(juce::Graphics& g, int width, int heigh
     const juce::Point<float> centre(static_cast<float>(width) * 0.5F,
                                     static_cast<float>(height) * 0.5F);
     const float tip = isScrollUpArrow ? -2.0F : 2.0F;
-    juce::Path arrow;
-    arrow.startNewSubPath(centre.translated(-4.0F, -tip));
-    arrow.lineTo(centre.translated(0.0F, tip));
-    arrow.lineTo(centre.translated(4.0F, -tip));
     g.setColour(palette.menu.text);
-    strokeLine(g, arrow);
+    strokeLine(g, centre, {{-4.0F, -tip}, {0.0F, tip}, {4.0F, -tip}});
 }
 
 void BaseTheme::getIdealPopupMenuItemSize(const juce::String& text, bool isSeparator,
@@ -177,8 +141,12 @@ void BaseTheme::drawScrollbar(juce::Graphics& g, juce::ScrollBar& bar, int x, in
 void BaseTheme::drawRowIcon(juce::Graphics& g, juce::Rectangle<float> area, bool isFolder) const
 {
     const auto box = area.withSizeKeepingCentre(14.0F, 14.0F).toNearestInt().toFloat();
-    g.strokePath(isFolder ? makeFolder(box) : makeDocument(box),
-                 juce::PathStrokeType(1.25F, juce::PathStrokeType::curved));
+    const Points folder{{1.0F, 12.0F}, {1.0F, 3.0F},  {5.5F, 3.0F},
+                        {7.0F, 5.0F},  {13.0F, 5.0F}, {13.0F, 12.0F}};
+    const Points document{{3.0F, 1.0F}, {8.5F, 1.0F}, {11.5F, 4.0F}, {11.5F, 13.0F}, {3.0F, 13.0F}};
+    juce::Path icon = makeLine(box.getPosition(), isFolder ? folder : document);
+    icon.closeSubPath();
+    g.strokePath(icon, juce::PathStrokeType(1.25F, juce::PathStrokeType::curved));
 }
 
 void BaseTheme::drawFileBrowserRow(juce::Graphics& g, int width, int height, const juce::File&,

@@ -22,13 +22,15 @@ struct Theme
     std::unique_ptr<BaseTheme> (*make)();
     /// The line of the spectrum, as ARGB.
     juce::uint32 spectrumColour;
+    /// Below that line, as ARGB.
+    juce::uint32 spectrumFill;
 };
 
 /// All themes: a theme is a row here and a file with its class. The row's place is the number that
 /// menus and the properties know the theme by, so new rows go to the end.
 inline constexpr std::array themes = {
-    Theme{NEEDS_TRANS("Simplistic dark"), makeDarkTheme, 0x40FFFFFF},
-    Theme{NEEDS_TRANS("Brushed steel"), makeSteelTheme, 0x80DAC26D},
+    Theme{NEEDS_TRANS("Simplistic dark"), makeDarkTheme, 0x40FFFFFF, 0x24FFFFFF},
+    Theme{NEEDS_TRANS("Brushed steel"), makeSteelTheme, 0x80DAC26D, 0x38DAC26D},
 };
 
 /// The theme of a number, or null where there is none.

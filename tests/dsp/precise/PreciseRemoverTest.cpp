@@ -127,6 +127,36 @@ TEST(PreciseRemover, takesOffEveryKindOfHum)
     }
 }
 
+/// Below the rates of sound few harmonics are left, and the bands beside the last of them reach
+/// over half the rate.
+TEST(PreciseRemover, takesOffTheHarmonicsThatALowRateHolds)
+{
+    for (const auto& [rate, fundamental] :
+         {std::pair(100.0, 16.7), {250.0, 50.0}, {512.0, 60.0}, {1000.0, 50.0}, {5000.0, 60.0}})
+    {
+        const testing::ScopedTrace trace(__FILE__, __LINE__, std::to_string(rate));
+        Dice dice;
+        Channels clean = makeSilence(3, rate, 20.0);
+        addNoise(clean, rate, 0.0, 20.0, 0.1, dice);
+        const Channels mixed = addHum(clean, rate, {.fundamental = fundamental}, 1.0, dice);
+        const Removal removal = removeHum(mixed, rate,
+                                          {.ranges = {getRangeAround(fundamental)},
+                                           .mostHarmonics = 200,
+                                           .distrustsOthers = false});
+        const double gain = getSiSdr(clean, add(mixed, removal.hum, -1.0)) - getSiSdr(clean, mixed);
+        EXPECT_GT(gain, 20.0);
+        EXPECT_NEAR(removal.summary.getMeanFrequency(), fundamental, 0.003);
+    }
+}
+
+TEST(PreciseRemover, leavesWhatCannotHoldTheFundamental)
+{
+    Dice dice;
+    Channels noise = makeSilence(2, 100.0, 20.0);
+    addNoise(noise, 100.0, 0.0, 20.0, 0.1, dice);
+    EXPECT_EQ(removeHum(noise, 100.0).hum, makeSilence(2, 100.0, 20.0));
+}
+
 TEST(PreciseRemover, takesOffTheShareThatIsAskedForHoweverTheRecordingIsCut)
 {
     const Channels mixed = makeMixture(2, 8000.0, 3.0);

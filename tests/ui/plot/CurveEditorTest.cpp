@@ -69,6 +69,36 @@ struct ACurveEditor : ::testing::Test
 
 } // namespace
 
+TEST_F(ThePlot, TellsTheFrequenciesOfItsHandleAndOfTheMarkerUnderTheMouse)
+{
+    setValue(Kalimmer::NumberOfHarmonics, 6.0F);
+    plugIn.prepareToPlay(48000.0, 512);
+    editor->timerCallback();
+    // What is written beside the place of a frequency, in the row of handles or of markers.
+    const auto countBright = [&](double hz, int row)
+    {
+        editor->timerCallback();
+        const juce::Rectangle<int> area(juce::roundToInt(toX(hz)) + 14, 18 * row, 50, 16);
+        const juce::Image picture = curves.createComponentSnapshot(area);
+        int numBright = 0;
+        for (int y = 0; y < picture.getHeight(); ++y)
+            for (int x = 0; x < picture.getWidth(); ++x)
+                numBright += picture.getPixelAt(x, y).getPerceivedBrightness() > 0.4F ? 1 : 0;
+        return numBright;
+    };
+    const auto isWritten = [&](double hz, int row) { return countBright(hz, row) > 60; };
+    EXPECT_TRUE(isWritten(50.0, 0));
+    EXPECT_FALSE(isWritten(100.0, 1));
+    curves.mouseMove(mouseAt(toX(100.0) + 5.0F, 120.0F));
+    EXPECT_TRUE(isWritten(100.0, 1));
+    curves.mouseMove(mouseAt(toX(150.0) - 5.0F, 120.0F));
+    EXPECT_TRUE(isWritten(150.0, 1));
+    EXPECT_FALSE(isWritten(100.0, 1));
+    curves.mouseExit(mouseAt(0.0F));
+    EXPECT_FALSE(isWritten(150.0, 1));
+    EXPECT_EQ(curves.getCursorInfo({curves.getHandle(0)->x, 1.0F}), "50.00 Hz");
+}
+
 TEST_F(ThePlot, LetsTheFundamentalBeDraggedWithinItsRangeInOneStepToUndo)
 {
     // Off the triangle but within easy reach, and right on a marker's line.

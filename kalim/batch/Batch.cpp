@@ -1,0 +1,311 @@
+#include "kalim/batch/Batch.h"
+
+#include "audiofile/OutputFile.h"
+#include "base/FileError.h"
+#include "base/Text.h"
+#include "kalim/Cleaning.h"
+#include "kalim/batch/BatchReport.h"
+#include "kalim/batch/JobPool.h"
+#include "kalim/batch/Journal.h"
+#include "kalim/report/ProgressBar.h"
+#include "kalim/report/Provenance.h"
+#include "kalim/report/TimeText.h"
+
+#include <fmt/format.h>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <new>
+#include <optional>
+#include <set>
+
+namespace kalim::program
+{
+namespace
+{
+
+constexpr const char* done = "done";
+constexpr const char* failed = "failed";
+constexpr const char* started = "started";
+
+/// Cleaned, but not all of the input could be read.
+constexpr const char* salvaged = "salvaged";
+
+/// What a process hands over about its file.
+std::string cleanOne(Options options, const BatchItem& item, BatchRow row)
+{
+    options.input = item.input;
+    options.output = item.output;
+    options.isQuiet = true;
+    if (options.provenance)
+        options.provenance = provenanceOf(item.output);
+    row["status"] = failed;
+    try
+    {
+        std::filesystem::create_directories(item.output.parent_path());
+        const Report report = clean(options);
+        addReport(row, report);
+        row["outputSize"] = std::filesystem::file_size(item.output);
+        row["status"] = report.isSalvaged ? salvaged : done;
+    }
+    catch (const std::bad_alloc&)
+    {
+        row["error"] = printable(item.input) + ": not enough memory";
+    }
+    catch (const std::exception& error)
+    {
+        row["error"] = error.what();
+    }
+    return row.dump(-1, ' ', false, BatchRow::error_handler_t::replace);
+}
+
+/// How far the whole is: a line that is drawn anew on a terminal, or else a line per file.
+class BatchProgress
+{
+    static std::string reasonOf(const BatchRow& row)
+    {
+        if (row["status"] == salvaged)
+            return fmt::format("{}: {}", row["input"].get<std::string>(),
+                               fmt::join(row["warnings"].get<std::vector<std::string>>(), "; "));
+        return row["error"].get<std::string>();
+    }
+
+public:
+    BatchProgress(const BatchPlan& plan, bool isQuiet)
+        : isShown(!isQuiet)
+        , isOnTerminal(isatty(STDERR_FILENO) == 1)
+        , numFiles(plan.items.size())
+    {
+        for (const BatchItem& item : plan.items)
+            numBytes += item.size;
+    }
+
+    void skip(const BatchItem& item)
+    {
+        ++numSkipped;
+        numBytes -= item.size;
+        draw();
+    }
+
+    void add(const BatchItem& item, const BatchRow& row)
+    {
+        const bool isDone = row["status"] == done;
+        ++(isDone ? numDone : numFailed);
+        numBytesDone += item.size;
+        if (isDone)
+            seconds += row["seconds"].get<double>();
+        if (!isDone)
+            say(fmt::format("kalim: {}", reasonOf(row)));
+        else if (isShown && !isOnTerminal)
+            say(fmt::format("kalim: {} of {}: {}", getNumFinished(), numFiles,
+                            row["output"].get<std::string>()));
+        if (isShown && isDone)
+            for (const auto& warning : row["warnings"])
+                say(fmt::format("kalim: {}: warning: {}", row["input"].get<std::string>(),
+                                warning.get<std::string>()));
+        draw();
+    }
+
+    /// Erases the line and says what became of all.
+    void finish(int numLeftOut)
+    {
+        if (!isShown)
+            return;
+        erase();
+        fmt::print(
+            "{}: {} cleaned, {} done before, {} failed{}; {} of sound in {}, {:.0f} times "
+            "real time\n",
+            counted(static_cast<std::ptrdiff_t>(numFiles), "file"), numDone, numSkipped, numFailed,
+            numLeftOut > 0 ? fmt::format(", {} other files left alone", numLeftOut) : "",
+            timeText(seconds), timeText(getElapsed()), seconds / std::max(getElapsed(), 1e-3));
+    }
+
+    int getNumFailed() const { return numFailed; }
+
+private:
+    std::size_t getNumFinished() const
+    {
+        return static_cast<std::size_t>(numDone + numFailed + numSkipped);
+    }
+
+    double getElapsed() const
+    {
+        return std::chrono::duration<double>(ProgressBar::Clock::now() - start).count();
+    }
+
+    void erase() const
+    {
+        if (isOnTerminal)
+            std::fputs("\r\x1b[K", stderr);
+    }
+
+    void say(const std::string& line) const
+    {
+        erase();
+        fmt::print(stderr, "{}\n", line);
+    }
+
+    void draw() const
+    {
+        if (!isShown || !isOnTerminal)
+            return;
+        erase();
+        std::string line = fmt::format("{} of {} files, {} of sound", getNumFinished(), numFiles,
+                                       timeText(seconds));
+        const double elapsed = getElapsed();
+        if (numBytesDone > 0)
+            line += fmt::format(", {:.0f} x real time, {} left", seconds / std::max(elapsed, 1e-3),
+                                timeText(elapsed * static_cast<double>(numBytes - numBytesDone) /
+                                         static_cast<double>(numBytesDone)));
+        std::fputs(line.c_str(), stderr);
+        std::fflush(stderr);
+    }
+
+    bool isShown;
+    bool isOnTerminal;
+    std::size_t numFiles;
+    std::uintmax_t numBytes = 0;
+    std::uintmax_t numBytesDone = 0;
+    int numDone = 0;
+    int numFailed = 0;
+    int numSkipped = 0;
+    double seconds = 0.0;
+    ProgressBar::Clock::time_point start = ProgressBar::Clock::now();
+};
+
+class BatchRun
+{
+public:
+    BatchRun(const Options& given, const BatchPlan& planned)
+        : options(given)
+        , plan(planned)
+        , journal(given.batch->journal)
+        , progress(planned, given.isQuiet)
+    {
+    }
+
+    /// Gives how many files have failed.
+    int run()
+    {
+        cleanAll();
+        progress.finish(plan.numLeftOut);
+        writeReports();
+        return progress.getNumFailed();
+    }
+
+private:
+    void cleanAll()
+    {
+        std::set<std::filesystem::path> folders;
+        for (const BatchItem& item : plan.items)
+            folders.insert(item.output.parent_path());
+        for (const std::filesystem::path& folder : folders)
+            OutputFile::removeAbandoned(folder);
+        JobPool pool(options.batch->numJobs);
+        for (const BatchItem& item : plan.items)
+        {
+            if (!options.batch->keepsGoing && progress.getNumFailed() > 0)
+                break;
+            if (journal.findFinished(item, options.batch->settings) != nullptr)
+                progress.skip(item);
+            else
+                startOne(pool, item);
+        }
+        pool.finish();
+    }
+
+    void startOne(JobPool& pool, const BatchItem& item)
+    {
+        const bool mayWrite = !std::filesystem::exists(item.output) || isOurs(item);
+        Options forOne = options;
+        forOne.overwrites = options.overwrites || mayWrite;
+        BatchRow row = makeRow(item, options.batch->settings);
+        if (mayWrite)
+        {
+            row["status"] = started;
+            journal.add(item, row);
+        }
+        pool.start([&] { return cleanOne(std::move(forOne), item, row); },
+                   [this, item, row](const std::string& result, const std::string& failure)
+                   { finishOne(item, row, result, failure); });
+    }
+
+    /// Whether the output is one that an earlier run has made, as it made it, or was making when it
+    /// was killed.
+    bool isOurs(const BatchItem& item) const
+    {
+        const Journal::Row* const row = journal.find(item);
+        std::error_code error;
+        const auto size = std::filesystem::file_size(item.output, error);
+        return row != nullptr && !error &&
+               (row->value("status", "") == started ||
+                (row->contains("outputSize") && (*row)["outputSize"] == size));
+    }
+
+    void finishOne(const BatchItem& item, BatchRow row, const std::string& result,
+                   const std::string& failure)
+    {
+        BatchRow told = BatchRow::parse(result, nullptr, false);
+        if (failure.empty() && told.is_object())
+            row = std::move(told);
+        else
+        {
+            row["status"] = failed;
+            row["error"] = fmt::format("{}: {}", printable(item.input), failure);
+        }
+        journal.add(item, row);
+        progress.add(item, row);
+    }
+
+    void writeReports() const
+    {
+        std::vector<BatchRow> rows;
+        for (const BatchItem& item : plan.items)
+            if (const Journal::Row* const row = journal.find(item))
+            {
+                rows.push_back(*row);
+                rows.back().erase("key");
+            }
+        for (const std::filesystem::path& report : options.batch->reports)
+            writeBatchReport(report, rows);
+        if (options.reportsJson)
+            fmt::print("{}", batchRowsToJson(rows));
+    }
+
+    const Options& options;
+    const BatchPlan& plan;
+    Journal journal;
+    BatchProgress progress;
+};
+
+void showPlan(const BatchPlan& plan, const BatchOptions& options)
+{
+    std::optional<Journal> journal;
+    std::error_code error;
+    if (std::filesystem::exists(options.journal, error))
+        journal.emplace(options.journal);
+    for (const BatchItem& item : plan.items)
+    {
+        const bool isDone = journal && journal->findFinished(item, options.settings) != nullptr;
+        fmt::print("{} -> {}{}\n", printable(item.input), printable(item.output),
+                   isDone ? " (done)" : "");
+    }
+}
+
+} // namespace
+
+int runBatch(const Options& options)
+{
+    const BatchPlan plan = planBatch(options.batch->request);
+    for (const std::string& problem : plan.problems)
+        fmt::print(stderr, "kalim: {}\n", problem);
+    if (options.batch->isDryRun)
+        showPlan(plan, *options.batch);
+    const bool hasFailed = !options.batch->isDryRun && BatchRun(options, plan).run() > 0;
+    return hasFailed || !plan.problems.empty() ? 1 : 0;
+}
+
+} // namespace kalim::program

@@ -1,0 +1,133 @@
+#include "python/src/Recording.h"
+
+#include <algorithm>
+#include <cmath>
+#include <type_traits>
+
+namespace kalim::python
+{
+namespace
+{
+
+/// Sound lies between these, in shares of full scale. Physical units mostly do not: volts of an
+/// electroencephalogram, counts of a converter.
+constexpr double quietestPeak = 1.0 / 8192.0;
+constexpr double loudestPeak = 8.0;
+
+/// Sound has hardly any offset; electrodes have one far above what they measure.
+constexpr double mostOffset = 3.0; // standard deviations
+
+struct Level
+{
+    double mean = 0.0;
+    double deviation = 0.0;
+    double lowest = 0.0;
+    double highest = 0.0;
+};
+
+/// Four sums side by side, for additions that wait for each other take most of the time.
+template <typename Sample>
+Level measure(const Sample* samples, std::int64_t length)
+{
+    constexpr std::int64_t lanes = 4;
+    const double first = length > 0 && std::isfinite(samples[0]) ? samples[0] : 0.0;
+    double sums[lanes] = {};
+    double squares[lanes] = {};
+    double lows[lanes] = {};
+    double highs[lanes] = {};
+    std::int64_t numFinite = length;
+    for (std::int64_t n = 0; n < length; ++n)
+    {
+        const double sample = samples[n];
+        if (!std::isfinite(sample))
+        {
+            --numFinite;
+            continue;
+        }
+        const auto lane = static_cast<std::size_t>(n % lanes);
+        const double value = sample - first; // far from an offset squares lose their digits
+        sums[lane] += value;
+        squares[lane] += value * value;
+        lows[lane] = std::min(lows[lane], value);
+        highs[lane] = std::max(highs[lane], value);
+    }
+    const auto count = static_cast<double>(std::max<std::int64_t>(numFinite, 1));
+    const double mean = (sums[0] + sums[1] + sums[2] + sums[3]) / count;
+    const double square = (squares[0] + squares[1] + squares[2] + squares[3]) / count;
+    return {first + mean, std::sqrt(std::max(square - mean * mean, 0.0)),
+            first + *std::min_element(lows, lows + lanes),
+            first + *std::max_element(highs, highs + lanes)};
+}
+
+bool looksLikeSound(const std::vector<Level>& levels)
+{
+    double peak = 0.0;
+    for (const Level& level : levels)
+    {
+        if (std::abs(level.mean) > mostOffset * level.deviation && level.mean != 0.0)
+            return false;
+        peak = std::max({peak, level.highest, -level.lowest});
+    }
+    return peak == 0.0 || (peak >= quietestPeak && peak <= loudestPeak);
+}
+
+Normal normalise(const Level& level)
+{
+    const double peak = std::max(level.highest - level.mean, level.mean - level.lowest);
+    int exponent = 0;
+    std::frexp(peak, &exponent);
+    return {level.mean, std::isfinite(peak) ? std::ldexp(1.0, -exponent) : 1.0};
+}
+
+} // namespace
+
+template <typename Sample>
+std::vector<Normal> findNormals(const Recording<Sample>& recording, bool always)
+{
+    std::vector<Level> levels;
+    for (int channel = 0; channel < recording.channels; ++channel)
+        levels.push_back(measure(recording.row(channel), recording.length));
+    std::vector<Normal> normals;
+    if (always || !looksLikeSound(levels))
+        for (const Level& level : levels)
+            normals.push_back(normalise(level));
+    return normals;
+}
+
+template <typename Sample>
+Pieces<Sample>::Pieces(const Recording<Sample>& recordingToRead)
+    : recording(recordingToRead)
+    , copies(static_cast<std::size_t>(recording.channels))
+    , pointers(static_cast<std::size_t>(recording.channels))
+{
+}
+
+template <typename Sample>
+const float* const* Pieces<Sample>::read(std::int64_t start, int count)
+{
+    for (int channel = 0; channel < recording.channels; ++channel)
+    {
+        const auto at = static_cast<std::size_t>(channel);
+        const Sample* const samples = recording.row(channel) + start;
+        if constexpr (std::is_same_v<Sample, float>)
+            if (recording.normals.empty())
+            {
+                pointers[at] = samples;
+                continue;
+            }
+        const Normal normal = recording.normalOf(channel);
+        copies[at].resize(static_cast<std::size_t>(count));
+        std::transform(samples, samples + count, copies[at].begin(),
+                       [normal](Sample sample)
+                       { return static_cast<float>((sample - normal.offset) * normal.scale); });
+        pointers[at] = copies[at].data();
+    }
+    return pointers.data();
+}
+
+template std::vector<Normal> findNormals(const Recording<float>&, bool);
+template std::vector<Normal> findNormals(const Recording<double>&, bool);
+template class Pieces<float>;
+template class Pieces<double>;
+
+} // namespace kalim::python
