@@ -1,6 +1,7 @@
 #include "dsp/hum/Kalimmer.h"
 #include "tests/plugin/HostSide.h"
 #include "tests/support/Heap.h"
+#include "tests/support/Sanitizers.h"
 
 #include <gtest/gtest.h>
 
