@@ -185,6 +185,8 @@ public:
         return collect();
     }
 
+    CLI::App& getApp() { return app; }
+
 private:
     /// The parser would take what follows a misspelt option for a file, and blame the last file.
     void requireKnownOptions(std::span<const char* const> words) const
@@ -522,6 +524,11 @@ const char* nameOf(Method method)
 std::optional<Options> parseOptions(int argc, const char* const* argv)
 {
     return CommandLine().parse(argc, argv);
+}
+
+void visitOptions(const std::function<void(CLI::App&)>& visit)
+{
+    visit(CommandLine().getApp());
 }
 
 } // namespace kalim::program
