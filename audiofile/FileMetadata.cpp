@@ -177,6 +177,17 @@ void FileMetadata::applyTo(AudioFileWriter& writer, const std::string& note) con
     writer.setChunks(std::move(described));
 }
 
+void FileMetadata::applyComment(AudioFileWriter& writer, const std::string& comment) const
+{
+    if (layoutOf(writer.getFormat()))
+        return;
+    Tags all = tagsFor(writer.getFormat());
+    auto& comments = all.fields["COMMENT"];
+    if (!contains(comments, comment))
+        comments.push_back(comment);
+    writer.setTags(all);
+}
+
 /// Blocks in which a converter keeps the headers of another format fit only samples like those.
 Tags FileMetadata::tagsFor(const AudioFileFormat& target) const
 {
@@ -283,6 +294,8 @@ void FileMetadata::listChunkLosses(const FileMetadata& written,
             items.push_back(describe(chunk));
         else if (hasNotesOfMarkers(chunk))
             items.emplace_back("lengths and notes of cue points");
+        else if (hasDatedComments(chunk))
+            items.emplace_back("dates and places of comments");
     }
 }
 

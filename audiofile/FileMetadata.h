@@ -27,6 +27,9 @@ public:
     /// broadcast extension: program, version, what it did.
     void applyTo(AudioFileWriter& writer, const std::string& note) const;
 
+    /// Adds a comment in formats that are no list of chunks, before the first samples.
+    void applyComment(AudioFileWriter& writer, const std::string& comment) const;
+
     /// What did not get into a written file, one line each; looks into the file, because libraries
     /// accept much that they then leave out. To be called after AudioFileWriter::close(), with the
     /// temporary file for example. Throws FileError when the file cannot be read back.

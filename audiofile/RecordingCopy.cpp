@@ -110,6 +110,11 @@ RecordingCopy::RecordingCopy(const AudioFileReader& original, const std::filesys
 
 RecordingCopy::~RecordingCopy() = default;
 
+void RecordingCopy::setComment(const std::string& text)
+{
+    metadata.applyComment(writer, text);
+}
+
 bool RecordingCopy::deservesExactSamples() const
 {
     const bool isMoreThanFloat = isWide(reader.getFormat()) && isWide(target.format);

@@ -56,6 +56,10 @@ public:
 
     std::int64_t getNumClippedSamples() const { return writer.getNumClippedSamples(); }
 
+    /// Adds a comment where the format has tags and no history as in a broadcast extension; before
+    /// the first samples only.
+    void setComment(const std::string& text);
+
     /// Appends frames, which belong to those of the input in their order. Where the format holds
     /// more than the samples of the reader, what was taken out is taken from the file's own
     /// numbers, so that untouched samples stay as they are. Throws FileError when the disk fails.

@@ -8,9 +8,13 @@
 #include "base/Text.h"
 #include "dsp/hum/HumParameters.h"
 #include "dsp/signal/DspCore.h"
+#include "kalim/HumOptions.h"
+#include "kalim/OptionSpelling.h"
 #include "kalim/PreciseOptions.h"
 #include "kalim/Version.h"
+#include "kalim/report/Provenance.h"
 #include "kalim/report/SpectrumPlot.h"
+#include "kalim/report/SpeedReport.h"
 #include "presets/PresetFile.h"
 #include "presets/PresetFolders.h"
 
@@ -19,14 +23,9 @@
 #include <CLI/Formatter.hpp>
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <array>
-#include <cmath>
 #include <iostream>
-#include <numeric>
 #include <span>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 namespace kalim::program
@@ -63,76 +62,6 @@ std::string makeFooter()
     return fmt::format(footerPattern, switches);
 }
 
-/// Refuses anything but a number of that kind within the range; NaN is refused too.
-CLI::Validator within(double min, double max, std::string_view unit, HumParameter::Kind kind)
-{
-    const std::string range = fmt::format("{} to {}{}{}", min, max, unit.empty() ? "" : " ", unit);
-    const auto check = [=](std::string& text)
-    {
-        text = withoutUnit(text, unit);
-        double value = 0.0;
-        const bool isNumber = CLI::detail::lexical_cast(text, value);
-        if (!isNumber || !(value >= min && value <= max))
-            return fmt::format("'{}' is not in the range {}", text, range);
-        if (kind == HumParameter::Kind::whole && value != std::floor(value))
-            return fmt::format("'{}' is no whole number in the range {}", text, range);
-        return std::string();
-    };
-    return {check, range};
-}
-
-bool isLetter(char character)
-{
-    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
-}
-
-/// Letters to insert, leave out or replace to make one word of the other (V. I. Levenshtein, 1966).
-std::size_t numChanges(std::string_view from, std::string_view to)
-{
-    std::vector<std::size_t> row(to.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 0; i < from.size(); ++i)
-    {
-        auto diagonal = std::exchange(row[0], i + 1);
-        for (std::size_t j = 0; j < to.size(); ++j)
-        {
-            const auto replaced = diagonal + (from[i] == to[j] ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
-        }
-    }
-    return row.back();
-}
-
-/// Parameters whose value can be taken from the recording.
-bool canBeAutomatic(orvo::audio::HumParameterId id)
-{
-    return id == Kalimmer::FundamentalFrequency || id == Kalimmer::NumberOfHarmonics ||
-           id == Kalimmer::OnlyOddHarmonics;
-}
-
-constexpr const char* automatic = "auto";
-constexpr std::int64_t automaticCount = 2; // what stands for it in a switch
-
-/// Refuses what is neither on nor off, and spells the others as the parser can read them.
-CLI::Validator onOrOff(orvo::audio::HumParameterId id)
-{
-    const auto read = [id](std::string& text)
-    {
-        if (text == automatic && canBeAutomatic(id))
-        {
-            text = std::to_string(automaticCount);
-            return std::string();
-        }
-        bool isOn = false;
-        if (!CLI::detail::lexical_cast(text, isOn))
-            return fmt::format("'{}' is neither on nor off", text);
-        text = isOn ? "true" : "false";
-        return std::string();
-    };
-    return {read, ""};
-}
-
 bool isFilm([[maybe_unused]] const std::filesystem::path& output)
 {
 #ifdef KALIM_HAS_FFMPEG
@@ -159,7 +88,7 @@ public:
             ->required()
             ->type_name("FILE OUTPUT");
         addMethod();
-        addParameters();
+        hum.add(app, "Hum");
         addPresets();
         addProcessing();
         batch.add(app, "Many files");
@@ -170,7 +99,7 @@ public:
     {
         try
         {
-            requireKnownOptions(std::span(argv + 1, argv + argc));
+            requireKnownOptions(app, std::span(argv + 1, argv + argc));
             app.parse(argc, argv);
         }
         catch (const CLI::Success& success) // help or version was asked for
@@ -188,33 +117,6 @@ public:
     CLI::App& getApp() { return app; }
 
 private:
-    /// The parser would take what follows a misspelt option for a file, and blame the last file.
-    void requireKnownOptions(std::span<const char* const> words) const
-    {
-        for (const std::string_view word : words)
-        {
-            if (word == "--")
-                return;
-            const bool isLong = word.starts_with("--");
-            const bool isShort = !isLong && word.size() > 1 && word[0] == '-' && isLetter(word[1]);
-            const std::string name(isShort ? word.substr(0, 2) : word.substr(0, word.find('=')));
-            if ((isLong || isShort) && app.get_option_no_throw(name) == nullptr)
-                throw UsageError(
-                    fmt::format("{}: unknown option{}", printable(name), likeness(name)));
-        }
-    }
-
-    /// A guess at what was meant, if one option is near enough.
-    std::string likeness(const std::string& name) const
-    {
-        constexpr std::size_t mostChanges = 2;
-        for (const CLI::Option* option : app.get_options())
-            for (const std::string& known : option->get_lnames())
-                if (numChanges(name, "--" + known) <= mostChanges)
-                    return fmt::format("; is --{} meant?", known);
-        return "; kalim --help lists them";
-    }
-
     static std::string firstLine(const std::string& text)
     {
         return text.substr(0, text.find('\n'));
@@ -232,71 +134,6 @@ private:
             ->group("Method");
         precise.addRemoval(app, "Method");
         precise.addFundamental(app, "Method");
-    }
-
-    void addParameters()
-    {
-        for (const HumParameter& parameter : orvo::audio::humParameters)
-            if (parameter.kind == HumParameter::Kind::toggle)
-                addSwitch(parameter);
-            else
-                addValue(parameter);
-    }
-
-    void addValue(const HumParameter& parameter)
-    {
-        const bool takesAuto = canBeAutomatic(parameter.id);
-        const CLI::Validator limits =
-            within(static_cast<double>(parameter.min), static_cast<double>(parameter.max),
-                   parameter.unit, parameter.kind);
-        app.add_option_function<std::string>(
-               flagsOf(parameter),
-               [this, id = parameter.id](const std::string& text) { setValue(id, text); },
-               fmt::format("{} ({}default {:g})", parameter.help,
-                           takesAuto ? "auto: from the recording; " : "", parameter.defaultValue))
-            ->transform(CLI::Validator(
-                [=](std::string& text)
-                { return takesAuto && text == automatic ? std::string() : limits(text); },
-                limits.get_description()))
-            ->type_name(parameter.argument)
-            ->group("Hum");
-    }
-
-    void setValue(orvo::audio::HumParameterId id, const std::string& text)
-    {
-        if (text == automatic)
-        {
-            options.automatic.insert(id);
-            return;
-        }
-        options.automatic.erase(id);
-        float value = 0.0F;
-        CLI::detail::lexical_cast(text, value);
-        explicitValues.push_back({id, value});
-    }
-
-    void addSwitch(const HumParameter& parameter)
-    {
-        app.add_flag_function(
-               flagsOf(parameter),
-               [this, id = parameter.id](std::int64_t count)
-               {
-                   if (count == automaticCount)
-                       options.automatic.insert(id);
-                   else
-                       explicitValues.push_back({id, count > 0 ? 1.0F : 0.0F});
-               },
-               parameter.help)
-            ->transform(onOrOff(parameter.id))
-            ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
-            ->group("Hum");
-    }
-
-    static std::string flagsOf(const HumParameter& parameter)
-    {
-        return parameter.shortOption != 0
-                   ? fmt::format("-{},--{}", parameter.shortOption, parameter.option)
-                   : fmt::format("--{}", parameter.option);
     }
 
     void addPresets()
@@ -367,6 +204,19 @@ private:
                        "Write time, fundamental and harmonics present of every analysis as CSV")
             ->type_name("FILE")
             ->group("Reports");
+        app.add_option("--speed-report", speedReports,
+                       "Write the speed error over time that the hum shows against mains of 50 or "
+                       "60 Hz, as CSV, PNG or SVG by the name; may be given several times")
+            ->type_name("FILE")
+            ->allow_extra_args(false)
+            ->group("Reports");
+        app.add_flag("--checksums", options.makesChecksums,
+                     "Report MD5 and SHA-256 of the samples before and after")
+            ->group("Reports");
+        app.add_flag(
+               "--provenance", recordsProvenance,
+               "Tell in OUTPUT.premis.xml, in PREMIS, what was done by what with which result")
+            ->group("Reports");
         app.add_flag("--json", options.reportsJson, "Report as JSON on standard output")
             ->group("Reports");
         app.add_flag("-q,--quiet", options.isQuiet,
@@ -389,10 +239,14 @@ private:
             options.plot = plot;
         if (!trace.empty())
             options.trace = trace;
+        options.speedReports.assign(speedReports.begin(), speedReports.end());
+        if (recordsProvenance)
+            options.provenance = provenanceOf(options.output);
         withUsageError<FileError>("", [&] { requireKnownKinds(); });
         if (preset)
             applyPreset();
-        options.settings.update(explicitValues);
+        options.settings.update(hum.getValues());
+        options.automatic = hum.getAutomatic();
         chooseMethod();
         applyPrecise();
         if (batch.isGiven())
@@ -424,7 +278,7 @@ private:
 
     void applyBatch()
     {
-        for (const char* const name : {"--plot", "--trace"})
+        for (const char* const name : {"--plot", "--trace", "--speed-report"})
             if (app.count(name) > 0)
                 throw UsageError(std::string(name) +
                                  ": cannot be given together with --output-dir");
@@ -439,14 +293,10 @@ private:
                     fmt::format(" {}={}", parameter.name, options.settings.get(parameter.id));
     }
 
-    /// The first option given that only the engine has; residual mode both have.
     std::string findEngineOption() const
     {
-        for (const HumParameter& parameter : orvo::audio::humParameters)
-            if (parameter.id != Kalimmer::ResidualMode &&
-                app.count(fmt::format("--{}", parameter.option)) > 0)
-                return fmt::format("--{}", parameter.option);
-        return preset ? "--preset" : "";
+        const std::string option = HumOptions::findEngineOption(app);
+        return option.empty() && preset ? "--preset" : option;
     }
 
     void chooseMethod()
@@ -454,7 +304,7 @@ private:
         for (const Method known : {Method::precise, Method::tracking, Method::notch})
             if (method == nameOf(known))
                 options.method = known;
-        if (method.empty() && (!explicitValues.empty() || !options.automatic.empty() || preset))
+        if (method.empty() && (!hum.getValues().empty() || !options.automatic.empty() || preset))
             options.method = Method::tracking;
         if (options.method == Method::precise && !findEngineOption().empty())
             throw UsageError(findEngineOption() + ": is not known to precise removal");
@@ -471,6 +321,8 @@ private:
             throw UsageError("--mains, --range: belong to the precise method");
         options.precise =
             withUsageError<std::invalid_argument>("", [&] { return precise.parse(); });
+        if (precise.mains == "50" || precise.mains == "60")
+            options.mains = std::stod(precise.mains);
         if (!precise.learn.empty())
             options.learned = withUsageError<std::invalid_argument>(
                 "--learn: ", [&] { return parseMeasuredRange(precise.learn); });
@@ -490,18 +342,23 @@ private:
             return;
         if (!isFilm(options.output))
             requireMatchingName(options.output, options.format);
+        else if (options.makesChecksums)
+            throw UsageError("--checksums: are not made of the sound of films");
         else if (options.format.container || options.format.samples || options.quality)
             throw UsageError("--format, --quality: the coding of sound in a film follows from its "
                              "name");
         if (options.plot)
             pictureKindOf(*options.plot);
+        for (const std::filesystem::path& file : options.speedReports)
+            requireSpeedReportName(file);
     }
 
     CLI::App app{description, "kalim"};
     Options options;
 
-    /// A preset is read when all is parsed, and must not replace what was given.
-    std::vector<ParameterValue> explicitValues;
+    HumOptions hum;
+
+    /// Is read when all is parsed, and must not replace what was given.
     std::optional<std::string> preset;
     std::vector<std::string> files;
     BatchOptionTexts batch;
@@ -509,6 +366,8 @@ private:
     std::string measured;
     std::string plot;
     std::string trace;
+    std::vector<std::string> speedReports;
+    bool recordsProvenance = false;
     std::string method;
     PreciseOptions precise;
 };

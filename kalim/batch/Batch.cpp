@@ -8,6 +8,7 @@
 #include "kalim/batch/JobPool.h"
 #include "kalim/batch/Journal.h"
 #include "kalim/report/ProgressBar.h"
+#include "kalim/report/Provenance.h"
 #include "kalim/report/TimeText.h"
 
 #include <fmt/format.h>
@@ -39,6 +40,8 @@ std::string cleanOne(Options options, const BatchItem& item, BatchRow row)
     options.input = item.input;
     options.output = item.output;
     options.isQuiet = true;
+    if (options.provenance)
+        options.provenance = provenanceOf(item.output);
     row["status"] = failed;
     try
     {
