@@ -61,8 +61,9 @@ words=$(as_user bash -c '. /usr/share/bash-completion/completions/kalim
     compopt() { :; }; COMP_WORDS=(kalim --meth) COMP_CWORD=1; _kalim; echo "${COMPREPLY[*]}"')
 [ "$words" = --method ] || fail "the shell completes '$words'"
 if [ -x /opt/hosting ]; then
-    as_user env KALIM_LV2_BUNDLE=/usr/lib/lv2/Kalim.lv2 KALIM_VST3_BUNDLE=/usr/lib/vst3/Kalim.vst3 \
-        /opt/hosting --gtest_brief=1 || fail "the framework does not host what is installed"
+    quietly as_user env KALIM_LV2_BUNDLE=/usr/lib/lv2/Kalim.lv2 KALIM_VST3_BUNDLE=/usr/lib/vst3/Kalim.vst3 \
+        /opt/hosting --gtest_brief=1
+    grep PASSED "$work/log"
 else
     echo "skipped: kalim_hosting_tests was not built"
 fi
@@ -70,7 +71,9 @@ as_user /opt/tests/hosts/standalone.sh /usr/bin/kalim-standalone "$example" || f
 
 say "taking away"
 quietly apt-get remove -q -y $installed
-quietly apt-get purge -q -y $installed
+# Packages without settings of the system are gone with that.
+left=$(dpkg-query -W -f '${Package} ' $installed 2>/dev/null || true)
+[ -z "$left" ] || quietly dpkg --purge $left
 # Settings that users made are theirs.
 named() { find / -xdev \( -path /opt -o -path /home -o -path /proc -o -path /var/log -o -path /var/cache/apt \
     -o -path "$work" \) -prune -o \( -iname '*kalim*' -o -iname '*orvotech*' -o -iname '*vellacore*' \) -print; }
