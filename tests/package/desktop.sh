@@ -8,7 +8,7 @@ version=$2
 open_folder
 id=com.orvotech.kalim
 
-cmake --install "$build" --component plugins --prefix "$work/prefix" >"$work/installed.said" ||
+cmake --install "$build" --component plugins --prefix "$work/prefix" >"$work/log" ||
     fail "does not install"
 share="$work/prefix/share"
 entry="$share/applications/$id.desktop"
