@@ -101,7 +101,7 @@ RecordingCopy::RecordingCopy(const AudioFileReader& original, const std::filesys
         writer.setValidBits(*validBits);
     if (settings.quality)
         writer.setQuality(*settings.quality);
-    metadata.applyTo(writer, settings.note);
+    metadata.applyTo(writer, settings.note, settings.comment);
     if (!settings.isResidual && deservesExactSamples())
         exact = std::make_unique<ExactSamples>(original);
     if (exact && !exact->isOpen())
@@ -109,11 +109,6 @@ RecordingCopy::RecordingCopy(const AudioFileReader& original, const std::filesys
 }
 
 RecordingCopy::~RecordingCopy() = default;
-
-void RecordingCopy::setComment(const std::string& text)
-{
-    metadata.applyComment(writer, text);
-}
 
 bool RecordingCopy::deservesExactSamples() const
 {

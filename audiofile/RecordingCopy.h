@@ -31,6 +31,10 @@ struct CopySettings
 
     /// What made the copy, for the history of a broadcast extension.
     std::string note;
+
+    /// The same as a sentence, a comment where the format has tags and is no list of chunks; none
+    /// if empty.
+    std::string comment;
 };
 
 /// A file with the samples of another one, changed, and with everything that came with them. It
@@ -55,10 +59,6 @@ public:
     std::int64_t getNumFrames() const { return writer.getNumFrames(); }
 
     std::int64_t getNumClippedSamples() const { return writer.getNumClippedSamples(); }
-
-    /// Adds a comment where the format has tags and no history as in a broadcast extension; before
-    /// the first samples only.
-    void setComment(const std::string& text);
 
     /// Appends frames, which belong to those of the input in their order. Where the format holds
     /// more than the samples of the reader, what was taken out is taken from the file's own

@@ -133,7 +133,8 @@ Cleaner::Cleaner(const Options& given, const Progress& told)
     , reader(openWhole(given))
     , copy(reader, given.output,
            {given.format, given.quality, existing(), settings.isOn(Kalimmer::ResidualMode),
-            fmt::format("Kalim {}", version)})
+            fmt::format("Kalim {}", version),
+            fmt::format("mains hum removal by Kalim {}, {} method", version, nameOf(given.method))})
     , measurements(given, reader)
 {
     if (options.quality && !copy.getFormat().isLossy())
@@ -155,11 +156,6 @@ Report Cleaner::run()
     if (!options.isQuiet && !tell)
         progress.emplace(stderr);
     openStream();
-    if (precise != nullptr ? precise->getSummary().hasHum() : settings.getSelection().count > 0)
-        copy.setComment(
-            fmt::format("{} by Kalim {} ({})",
-                        settings.isOn(Kalimmer::ResidualMode) ? "hum taken out" : "hum removed",
-                        version, nameOf(options.method)));
     processAll();
     progress.reset();
     copy.close();

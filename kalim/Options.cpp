@@ -283,7 +283,8 @@ private:
                 throw UsageError(std::string(name) +
                                  ": cannot be given together with --output-dir");
         options.batch = batch.parse();
-        options.batch->request.inputs.assign(files.begin(), files.end());
+        auto& inputs = options.batch->request.inputs;
+        inputs.insert(inputs.end(), files.begin(), files.end());
         if (options.format.container)
             options.batch->request.extension = extensionOf(*options.format.container);
         options.batch->settings = BatchOptionTexts::describeSettings(app);

@@ -15,7 +15,7 @@ namespace
 
 /// Stretches of two channels at 48 kHz; with more samples a second they are shorter, so that memory
 /// stays within bounds, but not below what a good estimate needs.
-constexpr double longestStretch = 32.0; // seconds
+constexpr double longestStretch = 24.0; // seconds
 constexpr double shortestStretch = 10.0;
 constexpr double shortestRest = 5.0; // below, hum is hardly told from notes
 constexpr double usualSampleRate = 2.0 * 48000.0;
@@ -35,8 +35,9 @@ constexpr int chunk = 1 << 16; // samples that go to the sink at once
 constexpr double surveyMargin = 2.0 * 1.4 * 13.0;
 
 /// The range of a survey is taken for the whole recording when its score is higher by so much than
-/// that of any other range.
-constexpr double decisiveScore = 0.5;
+/// that of any other range. Music without hum in either range, or with hum for some seconds only, has
+/// differences of up to 1.
+constexpr double decisiveScore = 1.25;
 
 double getHighest(const Series<FundamentalRange>& ranges)
 {

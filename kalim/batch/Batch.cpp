@@ -182,7 +182,7 @@ public:
     BatchRun(const Options& given, const BatchPlan& planned)
         : options(given)
         , plan(planned)
-        , journal(given.batch->request.outputFolder)
+        , journal(given.batch->journal)
         , progress(planned, given.isQuiet)
     {
     }
@@ -269,8 +269,8 @@ private:
                 rows.push_back(*row);
                 rows.back().erase("key");
             }
-        if (options.batch->report)
-            writeBatchReport(*options.batch->report, rows);
+        for (const std::filesystem::path& report : options.batch->reports)
+            writeBatchReport(report, rows);
         if (options.reportsJson)
             fmt::print("{}", batchRowsToJson(rows));
     }
@@ -284,8 +284,9 @@ private:
 void showPlan(const BatchPlan& plan, const BatchOptions& options)
 {
     std::optional<Journal> journal;
-    if (Journal::existsIn(options.request.outputFolder))
-        journal.emplace(options.request.outputFolder);
+    std::error_code error;
+    if (std::filesystem::exists(options.journal, error))
+        journal.emplace(options.journal);
     for (const BatchItem& item : plan.items)
     {
         const bool isDone = journal && journal->findFinished(item, options.settings) != nullptr;

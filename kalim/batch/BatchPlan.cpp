@@ -61,9 +61,9 @@ public:
         {
             std::error_code failed;
             if (std::filesystem::is_directory(input, failed))
-                addFolder(input, {});
+                addFolder(input, request.base.empty() ? path() : placeBelowBase(input));
             else
-                add(input, input.filename());
+                add(input, request.base.empty() ? input.filename() : placeBelowBase(input));
         }
         std::ranges::sort(plan.items, {}, &BatchItem::input);
         requireDistinct();
@@ -71,6 +71,17 @@ public:
     }
 
 private:
+    path placeBelowBase(const path& input) const
+    {
+        const auto plain = [](const path& name)
+        { return std::filesystem::absolute(name).lexically_normal(); };
+        const path place = plain(input).lexically_relative(plain(request.base));
+        if (place.empty() || *place.begin() == "..")
+            throw UsageError(
+                fmt::format("{}: is not below {}", printable(input), printable(request.base)));
+        return place;
+    }
+
     void addFolder(const path& folder, const path& place)
     {
         if (resolvedTarget(folder) == outputFolder)
