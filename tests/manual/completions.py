@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Presses the tabulator in real shells: completions.py SHELL PAGES KALIM"""
 
 import os
