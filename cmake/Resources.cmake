@@ -14,7 +14,7 @@ set(copy_script "${CMAKE_CURRENT_LIST_DIR}/CopyResources.cmake")
 set(resources_stamp "${PROJECT_BINARY_DIR}/resources.stamp")
 add_custom_command(OUTPUT "${resources_stamp}"
   COMMAND "${CMAKE_COMMAND}" -D "FROM=${resources}" -D "TO=${PROJECT_BINARY_DIR}/Contents/Resources"
-    -P "${copy_script}"
+    -D "VERSION=${PROJECT_VERSION}" -P "${copy_script}"
   COMMAND "${CMAKE_COMMAND}" -E touch "${resources_stamp}"
   DEPENDS ${resource_files} "${copy_script}"
   VERBATIM)
@@ -24,7 +24,7 @@ add_custom_target(kalim_resources ALL DEPENDS "${resources_stamp}")
 function(kalim_put_resources_into target bundle)
   add_custom_command(TARGET ${target} PRE_LINK
     COMMAND "${CMAKE_COMMAND}" -D "FROM=${resources}" -D "TO=${bundle}/Contents/Resources"
-      -P "${copy_script}"
+      -D "VERSION=${PROJECT_VERSION}" -P "${copy_script}"
     VERBATIM)
   set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${resource_files} "${copy_script}")
 endfunction()

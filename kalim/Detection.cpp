@@ -34,9 +34,18 @@ struct DetectionOptions
     bool isQuiet = false;
 };
 
-/// Nothing when help was asked for and given.
-std::optional<DetectionOptions> parse(int argc, const char* const* argv)
+/// The verb's options and what they were given.
+struct DetectionCommandLine
 {
+    DetectionCommandLine()
+    {
+        app.set_help_flag("-h,--help", "Show this help and exit");
+        app.add_option("FILE", files, "Audio files to look at")->required()->type_name("FILE");
+        precise.addFundamental(app, "Options");
+        app.add_flag("--json", options.reportsJson, "Report as JSON on standard output");
+        app.add_flag("-q,--quiet", options.isQuiet, "No progress and no harmonics");
+    }
+
     CLI::App app{"Tells whether recordings hold hum: its fundamental with one sigma, its kind "
                  "(steady, tape,\nswitched or breathing), when it changes at once, and how far "
                  "its harmonics stand out of a\nspectrum of a second.",
@@ -44,18 +53,19 @@ std::optional<DetectionOptions> parse(int argc, const char* const* argv)
     DetectionOptions options;
     std::vector<std::string> files;
     PreciseOptions precise;
-    app.set_help_flag("-h,--help", "Show this help and exit");
-    app.add_option("FILE", files, "Audio files to look at")->required()->type_name("FILE");
-    precise.addFundamental(app, "Options");
-    app.add_flag("--json", options.reportsJson, "Report as JSON on standard output");
-    app.add_flag("-q,--quiet", options.isQuiet, "No progress and no harmonics");
+};
+
+/// Nothing when help was asked for and given.
+std::optional<DetectionOptions> parse(int argc, const char* const* argv)
+{
+    DetectionCommandLine line;
     try
     {
-        app.parse(argc, argv);
+        line.app.parse(argc, argv);
     }
     catch (const CLI::Success& success)
     {
-        app.exit(success, std::cout, std::cerr);
+        line.app.exit(success, std::cout, std::cerr);
         return std::nullopt;
     }
     catch (const CLI::ParseError& error)
@@ -63,8 +73,10 @@ std::optional<DetectionOptions> parse(int argc, const char* const* argv)
         const std::string text = error.what();
         throw UsageError(text.substr(0, text.find('\n')));
     }
-    options.settings = withUsageError<std::invalid_argument>("", [&] { return precise.parse(); });
-    options.files.assign(files.begin(), files.end());
+    DetectionOptions options = line.options;
+    options.settings =
+        withUsageError<std::invalid_argument>("", [&] { return line.precise.parse(); });
+    options.files.assign(line.files.begin(), line.files.end());
     return options;
 }
 
@@ -139,6 +151,12 @@ int runDetection(int argc, const char* const* argv)
         fmt::print("{}\n",
                    list.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
     return exitCode;
+}
+
+void visitDetectionOptions(const std::function<void(CLI::App&)>& visit)
+{
+    DetectionCommandLine line;
+    visit(line.app);
 }
 
 } // namespace kalim::program

@@ -114,6 +114,8 @@ public:
         return collect();
     }
 
+    CLI::App& getApp() { return app; }
+
 private:
     static std::string firstLine(const std::string& text)
     {
@@ -382,6 +384,11 @@ const char* nameOf(Method method)
 std::optional<Options> parseOptions(int argc, const char* const* argv)
 {
     return CommandLine().parse(argc, argv);
+}
+
+void visitOptions(const std::function<void(CLI::App&)>& visit)
+{
+    visit(CommandLine().getApp());
 }
 
 } // namespace kalim::program

@@ -8,11 +8,17 @@
 #include "presets/PresetCatalogue.h"
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+namespace CLI
+{
+class App;
+}
 
 namespace kalim::program
 {
@@ -113,5 +119,8 @@ struct Options
 /// Reads the command line. Returns nothing when it asked for help or the version, which are then on
 /// standard output. Throws UsageError, and FileError for a preset that cannot be read.
 std::optional<Options> parseOptions(int argc, const char* const* argv);
+
+/// Hands over the options that parseOptions() knows, from which manual and completions are made.
+void visitOptions(const std::function<void(CLI::App&)>& visit);
 
 } // namespace kalim::program

@@ -62,12 +62,20 @@ void install(const juce::File& bundle)
     own.replaceWithText(description.replace(version, version + "999"));
 }
 
-/// A host of one plug-in format that plays the bundle of this build, whatever else is installed.
+/// A bundle of this build, unless the environment names one that is installed.
+juce::File findBundle(bool isLv2)
+{
+    return juce::File(
+        isLv2 ? juce::SystemStats::getEnvironmentVariable("KALIM_LV2_BUNDLE", KALIM_LV2_BUNDLE)
+              : juce::SystemStats::getEnvironmentVariable("KALIM_VST3_BUNDLE", KALIM_VST3_BUNDLE));
+}
+
+/// A host of one plug-in format that plays that bundle, whatever else is installed.
 class Host
 {
 public:
     explicit Host(bool isLv2)
-        : bundle(isLv2 ? KALIM_LV2_BUNDLE : KALIM_VST3_BUNDLE)
+        : bundle(findBundle(isLv2))
         , library(isLv2 ? "libKalim.so" : "Kalim.so")
     {
         if (isLv2)

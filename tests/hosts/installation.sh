@@ -22,7 +22,8 @@ for file in .lv2/Kalim.lv2/manifest.ttl .lv2/Kalim.lv2/dsp.ttl .lv2/Kalim.lv2/li
     .lv2/kalim-core.lv2/kalim-core.ttl .lv2/kalim-core.lv2/kalim-core.so \
     .lv2/kalim-core.lv2/kalim-source.conf .vst3/Kalim.vst3/Contents \
     .vst3/Kalim.vst3/Contents/Resources/Presets/Reset.xml .local/bin/kalim-standalone \
-    .local/bin/kalim; do
+    .local/bin/kalim .local/share/man/man1/kalim.1 .local/share/bash-completion/completions/kalim \
+    .local/share/icons/hicolor/scalable/apps/com.orvotech.kalim.svg; do
     [ -e "$HOME/$file" ] || fail "$file is missing"
 done
 said=$("$HOME/.local/bin/kalim" --version) || fail "the installed program does not run"
@@ -30,6 +31,14 @@ echo "$said" | grep -q -F "$version" || fail "the installed program says '$said'
 
 "$HOME/.local/bin/kalim" --list-presets | grep -q '50 Hz standard' ||
     fail "the installed program does not find its presets"
+
+# The menu has not the path of a shell, and starts what it names.
+entry="$HOME/.local/share/applications/com.orvotech.kalim.desktop"
+command=$(sed -n 's/^Exec="\(.*\)" %f$/\1/p' "$entry")
+"$command" --version | grep -q -F "$version" || fail "the entry in the menu starts '$command'"
+if command -v desktop-file-validate >/dev/null; then
+    said=$(desktop-file-validate "$entry") || fail "$said"
+fi
 
 once=$(files)
 touch "$HOME/.lv2/Kalim.lv2/left-over-of-an-older-version.ttl"
@@ -39,7 +48,8 @@ PATH="$PATH:$HOME/.local/bin" "$install" --built "$build" >"$work/second" || fai
 
 "$install" --remove >"$work/third" || fail "does not remove"
 [ "$(files)" = "$before" ] || fail "leaves or takes too much: $(files)"
-for folder in .lv2/Kalim.lv2 .lv2/kalim-core.lv2 .vst3/Kalim.vst3 .local/lib/kalim; do
+for folder in .lv2/Kalim.lv2 .lv2/kalim-core.lv2 .vst3/Kalim.vst3 .local/lib/kalim .local/share/man \
+    .local/share/icons; do
     [ ! -e "$HOME/$folder" ] || fail "$folder is left"
 done
 "$install" --remove | grep -q 'nothing to remove' || fail "does not say that there is nothing left"
