@@ -35,8 +35,9 @@ constexpr int chunk = 1 << 16; // samples that go to the sink at once
 constexpr double surveyMargin = 2.0 * 1.4 * 13.0;
 
 /// The range of a survey is taken for the whole recording when its score is higher by so much than
-/// that of any other range.
-constexpr double decisiveScore = 0.5;
+/// that of any other range. Music without hum in either range, or with hum for some seconds only, has
+/// differences of up to 1.
+constexpr double decisiveScore = 1.25;
 
 double getHighest(const Series<FundamentalRange>& ranges)
 {
