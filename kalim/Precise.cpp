@@ -29,8 +29,9 @@ constexpr double mostLearned = 32.0;
 /// The first of two readings takes about this share of the time.
 constexpr double surveyShare = 0.15;
 
-/// Channels of a stretch come from the system and go back at once, in bytes. The C library would keep
-/// them among what the analysing threads gave back, and memory would grow to twice what is used.
+/// Channels of a stretch come from the system and go back at once, in bytes. The C library would
+/// keep them among what the analysing threads gave back, and memory would grow to twice what is
+/// used.
 constexpr int largeBlock = 1 << 22;
 constexpr int mostKept = 1 << 25; // by each thread
 
@@ -128,13 +129,13 @@ PreciseSettings learnFromRecording(AudioFileReader& reader, const PreciseSetting
 }
 
 HumSummary detectHum(AudioFileReader& reader, const PreciseSettings& settings,
-                     const Progress& progress)
+                     const Progress& progress, const HeardHum& heard)
 {
     giveMemoryBack();
     PreciseRemover remover(
         reader.getSampleRate(), reader.getNumChannels(),
         surveyRecording(reader, settings, [&](double share) { progress(surveyShare * share); }),
-        [](const float* const*, const float* const*, int) {});
+        heard);
     readAll(
         reader, [&](double share) { progress(surveyShare + (1.0 - surveyShare) * share); },
         [&](const float* const* channels, int count) { remover.add(channels, count); });

@@ -4,14 +4,13 @@
 #include "kalim/Options.h"
 #include "kalim/Version.h"
 #include "kalim/batch/BatchReport.h"
+#include "kalim/batch/JobPool.h"
 
 #include <CLI/App.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
-#include <cmath>
-#include <thread>
 
 namespace kalim::program
 {
@@ -74,8 +73,7 @@ BatchOptions BatchOptionTexts::parse() const
     options.request.suffix = suffix;
     if (suffix.find('/') != std::string::npos)
         throw UsageError("--suffix: cannot hold a /");
-    options.numJobs = static_cast<int>(
-        numJobs > 0 ? numJobs : std::max<std::size_t>(std::thread::hardware_concurrency(), 1));
+    options.numJobs = chooseNumJobs(numJobs);
     options.isDryRun = isDryRun;
     options.keepsGoing = keepsGoing;
     if (!report.empty())
