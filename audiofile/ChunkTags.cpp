@@ -172,7 +172,7 @@ Tags tagsOfWave64List(const ChunkLayout& layout, const RawChunk& chunk)
     return tags;
 }
 
-/// Dates and markers of the comments are left out.
+/// Without their dates and markers, see hasDatedComments().
 Tags tagsOfAiffComments(const ChunkLayout& layout, const RawChunk& chunk)
 {
     Tags tags;
@@ -356,6 +356,22 @@ bool isTagChunk(const ChunkLayout& layout, const RawChunk& chunk)
         return isAiffText(chunk) || isAiffSoftware(chunk) || isId3(chunk) || chunk.id == "COMT";
     case ChunkFamily::caf:
         return chunk.id == "info";
+    }
+    return false;
+}
+
+bool hasDatedComments(const RawChunk& chunk)
+{
+    if (chunk.id != "COMT")
+        return false;
+    ChunkParser parser(layoutOf(ChunkFamily::aiff, true), chunk.data);
+    parser.take(2);
+    while (!parser.isAtEnd())
+    {
+        if (parser.takeNumber(4) != 0 || parser.takeNumber(2) != 0)
+            return true;
+        const auto size = parser.takeNumber(2);
+        parser.take(size + size % 2);
     }
     return false;
 }

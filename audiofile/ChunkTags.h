@@ -11,6 +11,9 @@ namespace kalim
 /// Whether a chunk of a file with that layout holds tags, which tagsOfChunks() reads.
 bool isTagChunk(const ChunkLayout& layout, const RawChunk& chunk);
 
+/// Whether it holds comments with a date or a place of their own, which no tag has.
+bool hasDatedComments(const RawChunk& chunk);
+
 /// What the chunks of a file say of its music.
 Tags tagsOfChunks(const ChunkLayout& layout, const std::vector<RawChunk>& chunks);
 

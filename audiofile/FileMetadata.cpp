@@ -283,6 +283,8 @@ void FileMetadata::listChunkLosses(const FileMetadata& written,
             items.push_back(describe(chunk));
         else if (hasNotesOfMarkers(chunk))
             items.emplace_back("lengths and notes of cue points");
+        else if (hasDatedComments(chunk))
+            items.emplace_back("dates and places of comments");
     }
 }
 

@@ -71,7 +71,9 @@ private:
     {
         auto* const h = handle.get();
         mpg123_param(h, MPG123_REMOVE_FLAGS, MPG123_AUTO_RESAMPLE, 0.0);
-        mpg123_param(h, MPG123_ADD_FLAGS, MPG123_QUIET | MPG123_FORCE_FLOAT | MPG123_GAPLESS, 0.0);
+        // Tags are read elsewhere, and damaged ones would be told of on standard error.
+        mpg123_param(h, MPG123_ADD_FLAGS,
+                     MPG123_QUIET | MPG123_FORCE_FLOAT | MPG123_GAPLESS | MPG123_SKIP_ID3V2, 0.0);
         constexpr long noLimit = -1;
         mpg123_param(h, MPG123_RESYNC_LIMIT, noLimit, 0.0);
         mpg123_format_none(h);

@@ -8,6 +8,8 @@
 #include "base/Text.h"
 #include "dsp/hum/HumParameters.h"
 #include "dsp/signal/DspCore.h"
+#include "kalim/HumOptions.h"
+#include "kalim/OptionSpelling.h"
 #include "kalim/PreciseOptions.h"
 #include "kalim/Version.h"
 #include "kalim/report/SpectrumPlot.h"
@@ -19,14 +21,9 @@
 #include <CLI/Formatter.hpp>
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <array>
-#include <cmath>
 #include <iostream>
-#include <numeric>
 #include <span>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 namespace kalim::program
@@ -63,76 +60,6 @@ std::string makeFooter()
     return fmt::format(footerPattern, switches);
 }
 
-/// Refuses anything but a number of that kind within the range; NaN is refused too.
-CLI::Validator within(double min, double max, std::string_view unit, HumParameter::Kind kind)
-{
-    const std::string range = fmt::format("{} to {}{}{}", min, max, unit.empty() ? "" : " ", unit);
-    const auto check = [=](std::string& text)
-    {
-        text = withoutUnit(text, unit);
-        double value = 0.0;
-        const bool isNumber = CLI::detail::lexical_cast(text, value);
-        if (!isNumber || !(value >= min && value <= max))
-            return fmt::format("'{}' is not in the range {}", text, range);
-        if (kind == HumParameter::Kind::whole && value != std::floor(value))
-            return fmt::format("'{}' is no whole number in the range {}", text, range);
-        return std::string();
-    };
-    return {check, range};
-}
-
-bool isLetter(char character)
-{
-    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
-}
-
-/// Letters to insert, leave out or replace to make one word of the other (V. I. Levenshtein, 1966).
-std::size_t numChanges(std::string_view from, std::string_view to)
-{
-    std::vector<std::size_t> row(to.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 0; i < from.size(); ++i)
-    {
-        auto diagonal = std::exchange(row[0], i + 1);
-        for (std::size_t j = 0; j < to.size(); ++j)
-        {
-            const auto replaced = diagonal + (from[i] == to[j] ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
-        }
-    }
-    return row.back();
-}
-
-/// Parameters whose value can be taken from the recording.
-bool canBeAutomatic(orvo::audio::HumParameterId id)
-{
-    return id == Kalimmer::FundamentalFrequency || id == Kalimmer::NumberOfHarmonics ||
-           id == Kalimmer::OnlyOddHarmonics;
-}
-
-constexpr const char* automatic = "auto";
-constexpr std::int64_t automaticCount = 2; // what stands for it in a switch
-
-/// Refuses what is neither on nor off, and spells the others as the parser can read them.
-CLI::Validator onOrOff(orvo::audio::HumParameterId id)
-{
-    const auto read = [id](std::string& text)
-    {
-        if (text == automatic && canBeAutomatic(id))
-        {
-            text = std::to_string(automaticCount);
-            return std::string();
-        }
-        bool isOn = false;
-        if (!CLI::detail::lexical_cast(text, isOn))
-            return fmt::format("'{}' is neither on nor off", text);
-        text = isOn ? "true" : "false";
-        return std::string();
-    };
-    return {read, ""};
-}
-
 bool isFilm([[maybe_unused]] const std::filesystem::path& output)
 {
 #ifdef KALIM_HAS_FFMPEG
@@ -159,7 +86,7 @@ public:
             ->required()
             ->type_name("FILE OUTPUT");
         addMethod();
-        addParameters();
+        hum.add(app, "Hum");
         addPresets();
         addProcessing();
         batch.add(app, "Many files");
@@ -170,7 +97,7 @@ public:
     {
         try
         {
-            requireKnownOptions(std::span(argv + 1, argv + argc));
+            requireKnownOptions(app, std::span(argv + 1, argv + argc));
             app.parse(argc, argv);
         }
         catch (const CLI::Success& success) // help or version was asked for
@@ -186,33 +113,6 @@ public:
     }
 
 private:
-    /// The parser would take what follows a misspelt option for a file, and blame the last file.
-    void requireKnownOptions(std::span<const char* const> words) const
-    {
-        for (const std::string_view word : words)
-        {
-            if (word == "--")
-                return;
-            const bool isLong = word.starts_with("--");
-            const bool isShort = !isLong && word.size() > 1 && word[0] == '-' && isLetter(word[1]);
-            const std::string name(isShort ? word.substr(0, 2) : word.substr(0, word.find('=')));
-            if ((isLong || isShort) && app.get_option_no_throw(name) == nullptr)
-                throw UsageError(
-                    fmt::format("{}: unknown option{}", printable(name), likeness(name)));
-        }
-    }
-
-    /// A guess at what was meant, if one option is near enough.
-    std::string likeness(const std::string& name) const
-    {
-        constexpr std::size_t mostChanges = 2;
-        for (const CLI::Option* option : app.get_options())
-            for (const std::string& known : option->get_lnames())
-                if (numChanges(name, "--" + known) <= mostChanges)
-                    return fmt::format("; is --{} meant?", known);
-        return "; kalim --help lists them";
-    }
-
     static std::string firstLine(const std::string& text)
     {
         return text.substr(0, text.find('\n'));
@@ -230,71 +130,6 @@ private:
             ->group("Method");
         precise.addRemoval(app, "Method");
         precise.addFundamental(app, "Method");
-    }
-
-    void addParameters()
-    {
-        for (const HumParameter& parameter : orvo::audio::humParameters)
-            if (parameter.kind == HumParameter::Kind::toggle)
-                addSwitch(parameter);
-            else
-                addValue(parameter);
-    }
-
-    void addValue(const HumParameter& parameter)
-    {
-        const bool takesAuto = canBeAutomatic(parameter.id);
-        const CLI::Validator limits =
-            within(static_cast<double>(parameter.min), static_cast<double>(parameter.max),
-                   parameter.unit, parameter.kind);
-        app.add_option_function<std::string>(
-               flagsOf(parameter),
-               [this, id = parameter.id](const std::string& text) { setValue(id, text); },
-               fmt::format("{} ({}default {:g})", parameter.help,
-                           takesAuto ? "auto: from the recording; " : "", parameter.defaultValue))
-            ->transform(CLI::Validator(
-                [=](std::string& text)
-                { return takesAuto && text == automatic ? std::string() : limits(text); },
-                limits.get_description()))
-            ->type_name(parameter.argument)
-            ->group("Hum");
-    }
-
-    void setValue(orvo::audio::HumParameterId id, const std::string& text)
-    {
-        if (text == automatic)
-        {
-            options.automatic.insert(id);
-            return;
-        }
-        options.automatic.erase(id);
-        float value = 0.0F;
-        CLI::detail::lexical_cast(text, value);
-        explicitValues.push_back({id, value});
-    }
-
-    void addSwitch(const HumParameter& parameter)
-    {
-        app.add_flag_function(
-               flagsOf(parameter),
-               [this, id = parameter.id](std::int64_t count)
-               {
-                   if (count == automaticCount)
-                       options.automatic.insert(id);
-                   else
-                       explicitValues.push_back({id, count > 0 ? 1.0F : 0.0F});
-               },
-               parameter.help)
-            ->transform(onOrOff(parameter.id))
-            ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
-            ->group("Hum");
-    }
-
-    static std::string flagsOf(const HumParameter& parameter)
-    {
-        return parameter.shortOption != 0
-                   ? fmt::format("-{},--{}", parameter.shortOption, parameter.option)
-                   : fmt::format("--{}", parameter.option);
     }
 
     void addPresets()
@@ -390,7 +225,8 @@ private:
         withUsageError<FileError>("", [&] { requireKnownKinds(); });
         if (preset)
             applyPreset();
-        options.settings.update(explicitValues);
+        options.settings.update(hum.getValues());
+        options.automatic = hum.getAutomatic();
         chooseMethod();
         applyPrecise();
         if (batch.isGiven())
@@ -437,14 +273,10 @@ private:
                     fmt::format(" {}={}", parameter.name, options.settings.get(parameter.id));
     }
 
-    /// The first option given that only the engine has; residual mode both have.
     std::string findEngineOption() const
     {
-        for (const HumParameter& parameter : orvo::audio::humParameters)
-            if (parameter.id != Kalimmer::ResidualMode &&
-                app.count(fmt::format("--{}", parameter.option)) > 0)
-                return fmt::format("--{}", parameter.option);
-        return preset ? "--preset" : "";
+        const std::string option = HumOptions::findEngineOption(app);
+        return option.empty() && preset ? "--preset" : option;
     }
 
     void chooseMethod()
@@ -452,7 +284,7 @@ private:
         for (const Method known : {Method::precise, Method::tracking, Method::notch})
             if (method == nameOf(known))
                 options.method = known;
-        if (method.empty() && (!explicitValues.empty() || !options.automatic.empty() || preset))
+        if (method.empty() && (!hum.getValues().empty() || !options.automatic.empty() || preset))
             options.method = Method::tracking;
         if (options.method == Method::precise && !findEngineOption().empty())
             throw UsageError(findEngineOption() + ": is not known to precise removal");
@@ -498,8 +330,9 @@ private:
     CLI::App app{description, "kalim"};
     Options options;
 
-    /// A preset is read when all is parsed, and must not replace what was given.
-    std::vector<ParameterValue> explicitValues;
+    HumOptions hum;
+
+    /// Is read when all is parsed, and must not replace what was given.
     std::optional<std::string> preset;
     std::vector<std::string> files;
     BatchOptionTexts batch;

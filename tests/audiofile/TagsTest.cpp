@@ -230,18 +230,19 @@ TEST_F(TagsTest, AllTextsOfAiffArrive)
     AudioFileWriter writer(output, AudioFileFormat(SF_FORMAT_AIFF | SF_FORMAT_PCM_16), 1, 48000);
     writer.setChunks(
         {text("NAME", "J\xfcrgen"), text("ANNO", "first"), text("ANNO", "second"),
-         text("COMT", "\0\1\0\0\0\0\0\0\0\5third\0"s),
+         text("COMT", "\0\2\0\0\0\0\0\0\0\5third\0\0\0\0\1\0\0\0\6fourth"s),
          text("MARK", "\0\3\0\1\0\0\0\x64\3One\0\2\0\0\7\xd0\3Two\0\3\0\0\x0f\xa0\5Three"s),
          text("INST", "\x3c\0\0\x7f\0\x7f\0\0\0\1\0\1\0\2\0\0\0\0\0\0"s)});
     writer.write(std::vector<float>(4800, 0.25F));
     writer.close();
     output.commit();
-    EXPECT_THAT(copied(wav16), IsEmpty());
+    EXPECT_THAT(copied(wav16), ElementsAre(HasSubstr("dates and places of comments")));
     const auto bytes = contentsOf(path("out"));
     for (const auto* const part :
-         {"Jürgen", "first", "second", "third", "One", "Two", "Three", "smpl"})
+         {"Jürgen", "first", "second", "third", "fourth", "One", "Two", "Three", "smpl"})
         EXPECT_THAT(bytes, HasSubstr(part));
-    EXPECT_THAT(copied(flac16), ElementsAre(HasSubstr("3 cue points"), HasSubstr("instrument")));
+    EXPECT_THAT(copied(flac16), ElementsAre(HasSubstr("dates"), HasSubstr("3 cue points"),
+                                            HasSubstr("instrument")));
 }
 
 TEST_F(TagsTest, ChunksOfForeignIdentifiersStayInW64AndAreNamedElsewhere)
