@@ -80,7 +80,8 @@ SpectrumPlotData describePicture(const Options& options, const Report& report,
                                  const Measurements& measurements)
 {
     SpectrumPlotData data;
-    data.title = printable(options.input.filename());
+    data.title =
+        options.inputName.empty() ? printable(options.input.filename()) : options.inputName;
     data.subtitle = describeRun(options, report, measurements);
     data.sampleRate = report.sampleRate;
     data.beforeLabel = "before";
