@@ -160,13 +160,20 @@ bool FileMetadata::sharesChunksWith(const std::optional<ChunkLayout>& other) con
             (isRiffLike(layout->family) && isRiffLike(other->family)));
 }
 
-void FileMetadata::applyTo(AudioFileWriter& writer, const std::string& note) const
+void FileMetadata::applyTo(AudioFileWriter& writer, const std::string& note,
+                           const std::string& comment) const
 {
     applyChannelMap(writer.getHandle());
     const auto target = layoutOf(writer.getFormat());
     if (!target)
     {
-        writer.setTags(tagsFor(writer.getFormat()));
+        Tags all = tagsFor(writer.getFormat());
+        auto& comments = all.fields["COMMENT"];
+        if (!comment.empty() && !contains(comments, comment))
+            comments.push_back(comment);
+        if (comments.empty())
+            all.fields.erase("COMMENT");
+        writer.setTags(all);
         return;
     }
     auto described = chunksFor(*target);

@@ -24,8 +24,10 @@ public:
     explicit FileMetadata(const AudioFileReader& reader);
 
     /// Sets it in a file to write, before its first samples. The note goes into the history of a
-    /// broadcast extension: program, version, what it did.
-    void applyTo(AudioFileWriter& writer, const std::string& note) const;
+    /// broadcast extension: program, version, what it did; the comment, unless it is empty, to
+    /// those of formats that are no list of chunks.
+    void applyTo(AudioFileWriter& writer, const std::string& note,
+                 const std::string& comment) const;
 
     /// What did not get into a written file, one line each; looks into the file, because libraries
     /// accept much that they then leave out. To be called after AudioFileWriter::close(), with the

@@ -101,7 +101,7 @@ RecordingCopy::RecordingCopy(const AudioFileReader& original, const std::filesys
         writer.setValidBits(*validBits);
     if (settings.quality)
         writer.setQuality(*settings.quality);
-    metadata.applyTo(writer, settings.note);
+    metadata.applyTo(writer, settings.note, settings.comment);
     if (!settings.isResidual && deservesExactSamples())
         exact = std::make_unique<ExactSamples>(original);
     if (exact && !exact->isOpen())

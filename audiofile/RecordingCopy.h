@@ -31,6 +31,10 @@ struct CopySettings
 
     /// What made the copy, for the history of a broadcast extension.
     std::string note;
+
+    /// The same as a sentence, a comment where the format has tags and is no list of chunks; none
+    /// if empty.
+    std::string comment;
 };
 
 /// A file with the samples of another one, changed, and with everything that came with them. It

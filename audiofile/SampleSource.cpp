@@ -4,6 +4,7 @@
 #include "audiofile/ChunkedFile.h"
 #include "audiofile/FileBlocks.h"
 #include "audiofile/FileBytes.h"
+#include "audiofile/FlacSource.h"
 #include "audiofile/LibrarySource.h"
 #include "audiofile/Mp3Frames.h"
 #include "audiofile/Mp3Source.h"
@@ -102,7 +103,10 @@ Source openSpecially(const Path& path, const FileRange& whole)
     if (text.starts_with("OggS"))
         return openChain(path, oggLinks(whole.descriptor));
     if (text.starts_with(flacMark))
-        return openChain(path, flacLinks(whole));
+        if (auto chain = openChain(path, flacLinks(whole)))
+            return chain;
+    if (findFlacStart(whole))
+        return std::make_unique<FlacSource>(path, whole);
     const auto chunks = ChunkedFile::open(whole.descriptor);
     if (chunks && chunks->findUnclaimedAudioBytes() > 0)
         return openPlainSamples(path, whole.descriptor);

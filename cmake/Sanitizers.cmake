@@ -9,7 +9,7 @@ elseif(NOT KALIM_SANITIZE STREQUAL "")
 endif()
 
 if(sanitizers)
-  add_compile_options(-fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+  add_compile_options(-fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   if(KALIM_FUZZ)
     add_compile_options(-fsanitize=fuzzer-no-link)
   endif()

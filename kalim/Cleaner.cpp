@@ -5,6 +5,7 @@
 #include "base/Text.h"
 #include "kalim/EngineStream.h"
 #include "kalim/Version.h"
+#include "kalim/report/Provenance.h"
 #include "kalim/report/SpectrumPlot.h"
 
 #include <fmt/format.h>
@@ -133,14 +134,19 @@ Cleaner::Cleaner(const Options& given, const Progress& told)
     , reader(openWhole(given))
     , copy(reader, given.output,
            {given.format, given.quality, existing(), settings.isOn(Kalimmer::ResidualMode),
-            fmt::format("Kalim {}", version)})
+            fmt::format("Kalim {}", version),
+            fmt::format("mains hum removal by Kalim {}, {} method", version, nameOf(given.method))})
     , measurements(given, reader)
 {
     if (options.quality && !copy.getFormat().isLossy())
         throw UsageError(fmt::format("--quality: {} loses nothing; it is for lossy formats",
                                      copy.getFormat().getDescription()));
     if (options.plot)
-        files.picture.emplace(*options.plot, existing());
+        files.picture = &files.reports.emplace_back(*options.plot, existing());
+    for (const std::filesystem::path& file : options.speedReports)
+        files.speedReports.push_back(&files.reports.emplace_back(file, existing()));
+    if (options.provenance)
+        files.provenance = &files.reports.emplace_back(*options.provenance, existing());
     if (options.trace)
         files.trace.emplace(*options.trace, existing());
 }
@@ -160,8 +166,10 @@ Report Cleaner::run()
     measurements.finish();
     Report report = describe();
     report.timesRealTime = report.getSeconds() / std::max(taken.count(), 1e-9);
-    if (files.picture)
+    if (files.picture != nullptr)
         drawSpectrumPlot(*files.picture, describePicture(options, report, measurements));
+    if (!files.speedReports.empty())
+        writeSpeedReports(report);
     return report;
 }
 
@@ -243,6 +251,9 @@ void Cleaner::take(std::span<const float> cleaned)
 void Cleaner::observe(const Kalimmer& analysed, std::int64_t position)
 {
     measurements.addFundamental(analysed.getCurrentFundamental(), position);
+    if (!files.speedReports.empty())
+        speed.add(static_cast<double>(position) / reader.getSampleRate(),
+                  static_cast<double>(analysed.getCurrentFundamental()));
     if (files.trace)
         files.trace->add(static_cast<double>(position) / reader.getSampleRate(), analysed,
                          settings.getSelection());
@@ -257,15 +268,36 @@ void Cleaner::addCourse()
             continue;
         measurements.addFundamental(static_cast<float>(moment.frequency),
                                     std::llround(moment.time * reader.getSampleRate()));
+        speed.add(moment.time, moment.frequency);
         if (files.trace)
             files.trace->add(moment.time, moment.frequency, numbers);
     }
 }
 
+void Cleaner::writeSpeedReports(Report& report) const
+{
+    report.speed = speed.summarise(options.mains);
+    if (!report.speed)
+        report.warnings.emplace_back("no hum was found to tell the speed from");
+    for (OutputFile* const file : files.speedReports)
+        speed.write(*file, report.speed, report.getSeconds(), report.input);
+}
+
+void Cleaner::addRecords(Report& report, const std::filesystem::path& output,
+                         const std::filesystem::path& written)
+{
+    if (options.makesChecksums)
+        report.checksums = {
+            checksumsOf(options.input, options.salvages ? Damaged::salvage : Damaged::refuse),
+            checksumsOf(written)};
+    if (files.provenance != nullptr)
+        writeProvenance(*files.provenance, report, options.input, output, written);
+}
+
 Report Cleaner::describe() const
 {
     Report report;
-    report.input = printable(options.input);
+    report.input = options.inputName.empty() ? printable(options.input) : options.inputName;
     report.output = printable(options.output);
     report.inputFormat = reader.getFormat().getDescription();
     report.outputFormat = copy.getFormat().getDescription();

@@ -11,6 +11,7 @@
 #include "kalim/report/Tracking.h"
 
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <span>
@@ -33,17 +34,22 @@ struct OutputFiles
         sound.finish();
         if (trace)
             trace->finish();
-        if (picture)
-            picture->finish();
+        for (OutputFile& file : reports)
+            file.finish();
         sound.commit();
         if (trace)
             trace->commit();
-        if (picture)
-            picture->commit();
+        for (OutputFile& file : reports)
+            file.commit();
     }
 
     std::optional<TraceFile> trace{};
-    std::optional<OutputFile> picture{};
+
+    /// Those that are written at the end. They cannot be moved.
+    std::deque<OutputFile> reports{};
+    OutputFile* picture = nullptr;
+    OutputFile* provenance = nullptr;
+    std::vector<OutputFile*> speedReports{};
 };
 
 /// One run over one recording.
@@ -53,6 +59,11 @@ public:
     /// Opens the input and all files to be written; `given` and `told` must outlive it. Throws
     /// FileError and, where the options do not fit the recording, UsageError.
     Cleaner(const Options& given, const Progress& told);
+
+    /// Tells of the files what can be told once the output is complete, but under another name; to
+    /// be called at the end.
+    void addRecords(Report& report, const std::filesystem::path& output,
+                    const std::filesystem::path& written);
 
     /// Does the work, after which the files are complete but for their names.
     Report run();
@@ -73,6 +84,7 @@ private:
     void take(std::span<const float> cleaned);
     void observe(const orvo::audio::Kalimmer& analysed, std::int64_t position);
     void addCourse();
+    void writeSpeedReports(Report& report) const;
     Report describe() const;
     std::vector<HarmonicLevels> findHarmonics() const;
     std::vector<std::string> findWarnings(const std::vector<FileNote>& damages) const;
@@ -83,6 +95,7 @@ private:
     AudioFileReader reader;
     RecordingCopy copy;
     Measurements measurements;
+    SpeedCourse speed;
     OutputFiles files;
     std::unique_ptr<HumStream> stream;
     PreciseStream* precise = nullptr; // the stream, where it is one

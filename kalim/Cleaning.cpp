@@ -28,7 +28,10 @@ void requireDistinct(const Options& options)
     if (isSameFile(options.input, options.output))
         throw UsageError(printable(options.output) + ": is the input itself; choose another name");
     std::vector<std::filesystem::path> outputs;
-    for (const auto& output : {std::optional(options.output), options.trace, options.plot})
+    std::vector<std::optional<std::filesystem::path>> all{options.output, options.trace,
+                                                          options.plot, options.provenance};
+    all.insert(all.end(), options.speedReports.begin(), options.speedReports.end());
+    for (const auto& output : all)
     {
         if (!output)
             continue;
@@ -107,6 +110,8 @@ Options optionsForTrack(const Options& options, int stream, bool isFirst)
     {
         own.trace.reset();
         own.plot.reset();
+        own.speedReports.clear();
+        own.provenance.reset();
     }
     return own;
 }
@@ -136,6 +141,7 @@ Report cleanFilm(const Options& options, const Progress& progress)
     report.output = printable(options.output);
     report.outputFormat = written.format;
     report.warnings.insert(report.warnings.end(), written.losses.begin(), written.losses.end());
+    tracks.front()->cleaner.addRecords(report, options.output, film.getTemporaryPath());
     tellEnd(progress);
     tracks.front()->cleaner.getFiles().commit(film);
     return report;
@@ -156,6 +162,7 @@ Report clean(const Options& options, const Progress& progress)
 #endif
         Cleaner cleaner(options, progress);
         Report report = cleaner.run();
+        cleaner.addRecords(report, options.output, cleaner.getCopy().getTemporaryPath());
         tellEnd(progress);
         cleaner.getFiles().commit(cleaner.getCopy());
         return report;

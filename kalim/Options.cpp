@@ -12,7 +12,9 @@
 #include "kalim/OptionSpelling.h"
 #include "kalim/PreciseOptions.h"
 #include "kalim/Version.h"
+#include "kalim/report/Provenance.h"
 #include "kalim/report/SpectrumPlot.h"
+#include "kalim/report/SpeedReport.h"
 #include "kalim/streams/StandardStreams.h"
 #include "presets/PresetFile.h"
 #include "presets/PresetFolders.h"
@@ -205,6 +207,19 @@ private:
                        "Write time, fundamental and harmonics present of every analysis as CSV")
             ->type_name("FILE")
             ->group("Reports");
+        app.add_option("--speed-report", speedReports,
+                       "Write the speed error over time that the hum shows against mains of 50 or "
+                       "60 Hz, as CSV, PNG or SVG by the name; may be given several times")
+            ->type_name("FILE")
+            ->allow_extra_args(false)
+            ->group("Reports");
+        app.add_flag("--checksums", options.makesChecksums,
+                     "Report MD5 and SHA-256 of the samples before and after")
+            ->group("Reports");
+        app.add_flag(
+               "--provenance", recordsProvenance,
+               "Tell in OUTPUT.premis.xml, in PREMIS, what was done by what with which result")
+            ->group("Reports");
         app.add_flag("--json", options.reportsJson, "Report as JSON on standard output")
             ->group("Reports");
         app.add_flag("-q,--quiet", options.isQuiet,
@@ -225,6 +240,9 @@ private:
             options.plot = plot;
         if (!trace.empty())
             options.trace = trace;
+        options.speedReports.assign(speedReports.begin(), speedReports.end());
+        if (recordsProvenance)
+            options.provenance = provenanceOf(options.output);
         withUsageError<FileError>("", [&] { requireKnownKinds(); });
         if (preset)
             applyPreset();
@@ -262,12 +280,13 @@ private:
 
     void applyBatch()
     {
-        for (const char* const name : {"--plot", "--trace"})
+        for (const char* const name : {"--plot", "--trace", "--speed-report"})
             if (app.count(name) > 0)
                 throw UsageError(std::string(name) +
                                  ": cannot be given together with --output-dir");
         options.batch = batch.parse();
-        options.batch->request.inputs.assign(files.begin(), files.end());
+        auto& inputs = options.batch->request.inputs;
+        inputs.insert(inputs.end(), files.begin(), files.end());
         if (options.format.container)
             options.batch->request.extension = extensionOf(*options.format.container);
         options.batch->settings = BatchOptionTexts::describeSettings(app);
@@ -305,6 +324,8 @@ private:
             throw UsageError("--mains, --range: belong to the precise method");
         options.precise =
             withUsageError<std::invalid_argument>("", [&] { return precise.parse(); });
+        if (precise.mains == "50" || precise.mains == "60")
+            options.mains = std::stod(precise.mains);
         if (!precise.learn.empty())
             options.learned = withUsageError<std::invalid_argument>(
                 "--learn: ", [&] { return parseMeasuredRange(precise.learn); });
@@ -321,6 +342,8 @@ private:
     {
         if (!isFilm(options.output))
             requireMatchingName(options.output, options.format);
+        else if (options.makesChecksums)
+            throw UsageError("--checksums: are not made of the sound of films");
         else if (options.format.container || options.format.samples || options.quality)
             throw UsageError("--format, --quality: the coding of sound in a film follows from its "
                              "name");
@@ -335,6 +358,8 @@ private:
             requireKnownOutput();
         if (options.plot)
             pictureKindOf(*options.plot);
+        for (const std::filesystem::path& file : options.speedReports)
+            requireSpeedReportName(file);
     }
 
     CLI::App app{description, "kalim"};
@@ -351,6 +376,8 @@ private:
     std::string measured;
     std::string plot;
     std::string trace;
+    std::vector<std::string> speedReports;
+    bool recordsProvenance = false;
     std::string method;
     PreciseOptions precise;
 };

@@ -13,6 +13,7 @@
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace kalim::program
 {
@@ -55,7 +56,7 @@ struct Options
     std::filesystem::path input;
     std::filesystem::path output;
 
-    /// What a picture calls the input, where its path does not tell.
+    /// What reports call the input, where its path does not tell.
     std::string inputName;
     StreamOptions streams;
 
@@ -87,6 +88,16 @@ struct Options
     std::optional<MeasuredRange> measured;
     std::optional<std::filesystem::path> trace;
     std::optional<std::filesystem::path> plot;
+
+    /// Tables and pictures of the speed error, and the mains' frequency in Hz where it is known.
+    std::vector<std::filesystem::path> speedReports;
+    std::optional<double> mains;
+
+    /// Whether the samples get checksums.
+    bool makesChecksums = false;
+
+    /// Where the origin of the output is told, if it is.
+    std::optional<std::filesystem::path> provenance;
     bool overwrites = false;
 
     /// Whether even another recording may be replaced.

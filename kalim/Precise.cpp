@@ -32,8 +32,8 @@ constexpr double surveyShare = 0.15;
 /// Channels of a stretch come from the system and go back at once, in bytes. The C library would
 /// keep them among what the analysing threads gave back, and memory would grow to twice what is
 /// used.
-constexpr int largeBlock = 1 << 22;
-constexpr int mostKept = 1 << 25; // by each thread
+constexpr int largeBlock = 1 << 20;
+constexpr int mostKept = 1 << 22; // by each thread
 
 void giveMemoryBack()
 {

@@ -113,7 +113,8 @@ PhaseTrack HumFitter::findConstantTrack(const HarmonicLines& lines) const
          findConstantDeviations(keepHarmonics(lines, searchHarmonics), fundamental))
     {
         const PhaseTrack track(fundamental + deviation);
-        const HarmonicLines turned = turnLines(lines, nominal, track);
+        HarmonicLines turned = lines;
+        turnLines(turned, nominal, track);
         const double score = AmplitudeSmoother(turned, isSkipped).getScore();
         if (score > most)
         {

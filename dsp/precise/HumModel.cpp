@@ -46,16 +46,14 @@ void scaleNoise(HarmonicLines& lines, int frame, double factor)
 
 } // namespace
 
-HarmonicLines turnLines(const HarmonicLines& lines, const PhaseTrack& from, const PhaseTrack& to)
+void turnLines(HarmonicLines& lines, const PhaseTrack& from, const PhaseTrack& to)
 {
-    HarmonicLines result = lines;
     for (int frame = 0; frame < lines.numFrames; ++frame)
     {
         const double time = lines.getTime(frame);
         const double cycles = to.getPhase(time) - from.getPhase(time);
-        turnFrame(result, frame, 1.0, -2.0 * pi * (cycles - std::floor(cycles)));
+        turnFrame(lines, frame, 1.0, -2.0 * pi * (cycles - std::floor(cycles)));
     }
-    return result;
 }
 
 HumModel::HumModel(PhaseTrack trackToUse, HarmonicLines linesToUse)
@@ -83,6 +81,18 @@ HumModel::HumModel(const HumModel& other, HarmonicLines linesToUse)
     for (int frame = 0; frame < lines.numFrames; ++frame)
         scaleNoise(aligned, frame, std::exp(2.0 * logGain[frame]));
     lines.noise = std::move(aligned.noise);
+}
+
+HumModel::HumModel(const HumModel& other, SmoothPath& path)
+    : track(other.track)
+    , lines(other.lines)
+    , readNoise(other.readNoise)
+    , segments(other.segments)
+    , logGain(other.logGain)
+    , wander(path.wander)
+{
+    smooth.jumps = other.smooth.jumps;
+    moveLeapsToSegments(path);
 }
 
 bool HumModel::isAnyPresent() const
@@ -192,10 +202,7 @@ HumModel HumModel::followMotion(bool hasGain) const
         meanFrequency += track.getFrequency(lines.getTime(frame)) / lines.numFrames;
     CommonMotion motion = measureMotion(aligned.lines, aligned.isSkipped, smooth, restarts,
                                         getLead(meanFrequency), hasGain);
-    HumModel model = *this;
-    model.prepared.reset();
-    model.wander = motion.phase.wander;
-    model.moveLeapsToSegments(motion.phase);
+    HumModel model(*this, motion.phase);
     Series<double> phases;
     Series<double> frequencies;
     const double start = track.getPhase(lines.firstTime);
@@ -214,7 +221,7 @@ HumModel HumModel::followMotion(bool hasGain) const
 
 void HumModel::setTrack(PhaseTrack newTrack)
 {
-    lines = turnLines(lines, track, newTrack);
+    turnLines(lines, track, newTrack);
     track = std::move(newTrack);
 }
 
@@ -240,14 +247,17 @@ void HumModel::takeNoiseFromResidual()
     prepared.reset();
 }
 
-void HumModel::leaveOut(int harmonic)
+void HumModel::leaveOutHarmonic(int harmonic)
 {
     for (int line = harmonic - 1; line < lines.getNumLines(); line += lines.numHarmonics)
-    {
-        smooth.isPresent[line] = 0;
-        for (int frame = 0; frame < lines.numFrames; ++frame)
-            smooth.amplitudes[lines.at(frame, line)] = 0.0;
-    }
+        leaveOutLine(line);
+}
+
+void HumModel::leaveOutLine(int line)
+{
+    smooth.isPresent[line] = 0;
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+        smooth.amplitudes[lines.at(frame, line)] = 0.0;
 }
 
 void HumModel::setAmplitudes(Series<Complex> amplitudes)

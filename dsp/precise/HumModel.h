@@ -58,14 +58,17 @@ public:
     void updateAmplitudes();
 
     /// Measures the motion that all lines share, and gives the model that follows it; its
-    /// amplitudes are still those of before. Needs a present line.
+    /// amplitudes must be found anew. Needs a present line.
     HumModel followMotion(bool hasGain) const;
 
     /// Takes as noise what the model leaves, where that is more than was read beside the harmonics.
     void takeNoiseFromResidual();
 
     /// Leaves a harmonic out of the hum, in all channels.
-    void leaveOut(int harmonic);
+    void leaveOutHarmonic(int harmonic);
+
+    /// Leaves a harmonic out of the hum of one channel.
+    void leaveOutLine(int line);
 
     /// Replaces the amplitudes, [frame][line] against track, gain and phase of the segments; lines
     /// that are 0 throughout are left out.
@@ -86,6 +89,7 @@ public:
 
 private:
     HumModel(const HumModel& other, HarmonicLines lines);
+    HumModel(const HumModel& other, SmoothPath& path);
 
     struct Aligned
     {
@@ -120,8 +124,8 @@ private:
     mutable std::shared_ptr<const Prepared> prepared;
 };
 
-/// The same lines against another track, which must not differ by more than a hertz at any
+/// Takes lines from one track to another, which must not differ by more than a hertz at any
 /// harmonic.
-HarmonicLines turnLines(const HarmonicLines& lines, const PhaseTrack& from, const PhaseTrack& to);
+void turnLines(HarmonicLines& lines, const PhaseTrack& from, const PhaseTrack& to);
 
 } // namespace orvo::audio::precise

@@ -42,8 +42,48 @@ State predict(const State& s, double t, double wander)
             s.speedVariance + wander * t};
 }
 
-/// Takes a measurement in; gives the logarithm of its likelihood.
-double update(State& s, double measured, double variance)
+/// Sum of logarithms, which are taken of products of a few values.
+class Logarithms
+{
+public:
+    void add(double value)
+    {
+        product *= value;
+        if (++count % valuesPerLogarithm == 0)
+            collect();
+    }
+
+    double get()
+    {
+        collect();
+        return sum;
+    }
+
+private:
+    static constexpr int valuesPerLogarithm = 8; // products of so many stay within range
+
+    void collect()
+    {
+        sum += std::log(product);
+        product = 1.0;
+    }
+
+    double product = 1.0;
+    double sum = 0.0;
+    int count = 0;
+};
+
+/// What the likelihood of a path is made of.
+struct Likelihood
+{
+    Logarithms totals;
+    Logarithms tails;
+
+    double get() { return -0.5 * totals.get() - 0.5 * (freedom + 1.0) * tails.get(); }
+};
+
+/// Takes a measurement in.
+void update(State& s, double measured, double variance, Likelihood& likelihood)
 {
     const double total = s.valueVariance + variance;
     const double error = measured - s.value;
@@ -57,7 +97,8 @@ double update(State& s, double measured, double variance)
     s.speedVariance -= speedGain * s.covariance;
     s.covariance -= valueGain * s.covariance;
     s.valueVariance -= valueGain * s.valueVariance;
-    return -0.5 * std::log(total) - 0.5 * (freedom + 1.0) * std::log1p(ratio / freedom);
+    likelihood.totals.add(total);
+    likelihood.tails.add(1.0 + ratio / freedom);
 }
 
 Filtered filter(const Series<double>& measured, const Series<double>& variances,
@@ -65,7 +106,7 @@ Filtered filter(const Series<double>& measured, const Series<double>& variances,
 {
     Filtered result;
     result.wander = wander;
-    result.likelihood = 0.0;
+    Likelihood likelihood;
     State state{measured[0], 0.0, 1.0, 0.0, 5.0};
     for (std::size_t k = 0; k < measured.size(); ++k)
     {
@@ -73,9 +114,10 @@ Filtered filter(const Series<double>& measured, const Series<double>& variances,
         if (isRestarted[k] != 0)
             state.valueVariance += leapVariance;
         result.predictions.push_back(state);
-        result.likelihood += update(state, measured[k], variances[k]);
+        update(state, measured[k], variances[k], likelihood);
         result.states.push_back(state);
     }
+    result.likelihood = likelihood.get();
     return result;
 }
 

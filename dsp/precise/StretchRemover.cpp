@@ -2,6 +2,7 @@
 
 #include "dsp/precise/Decimator.h"
 #include "dsp/precise/HumFitter.h"
+#include "dsp/precise/LineDoubts.h"
 
 #include <algorithm>
 #include <cmath>
@@ -58,11 +59,6 @@ constexpr std::size_t mostPeaks = 2;
 /// hum.
 constexpr double mostEvidence = 100.0;
 constexpr double noteShare = 0.8;
-
-/// A harmonic above these that is 10 dB louder than any of them, or than any of as many on either
-/// side, is no hum: rectifiers of three phases have every sixth.
-constexpr int lowHarmonics = 6;
-constexpr double loudestShare = 10.0;
 
 /// A low-rate copy of a view, which owns its samples.
 struct LowRateCopy
@@ -192,43 +188,6 @@ bool hasLowHarmonic(const Series<double>& evidence)
     return evidence[0] > 0.0 || (evidence.size() > 1 && evidence[1] > 0.0);
 }
 
-/// Mean power of each harmonic in the channel where it is loudest, the first at 0.
-Series<double> collectPowers(const HumModel& model)
-{
-    const HarmonicLines& lines = model.getLines();
-    const Series<Complex> amplitudes = model.getAmplitudes();
-    Series<double> powers(static_cast<std::size_t>(lines.numHarmonics));
-    for (int line = 0; line < lines.getNumLines(); ++line)
-    {
-        double sum = 0.0;
-        for (int frame = 0; frame < lines.numFrames; ++frame)
-            sum += getPower(amplitudes[lines.at(frame, line)]);
-        double& most = powers[lines.getHarmonic(line) - 1];
-        most = std::max(most, sum / lines.numFrames);
-    }
-    return powers;
-}
-
-/// A high harmonic that is far louder than all low ones, or stands alone, is a note.
-void leaveOutNotes(HumModel& model)
-{
-    const Series<double> powers = collectPowers(model);
-    const auto count = static_cast<int>(powers.size());
-    const auto getLoudest = [&](int first, int last) // from 0
-    {
-        const auto begin = powers.begin() + std::min(first, count);
-        const auto end = powers.begin() + std::min(last, count);
-        return begin == end ? 0.0 : *std::max_element(begin, end);
-    };
-    for (int i = lowHarmonics; i < count; ++i)
-    {
-        const double beside =
-            std::max(getLoudest(i - lowHarmonics, i), getLoudest(i + 1, i + 1 + lowHarmonics));
-        if (powers[i] > loudestShare * std::min(beside, getLoudest(0, lowHarmonics)))
-            model.leaveOut(i + 1);
-    }
-}
-
 /// Mean power of the hum of all channels.
 double getHumPower(const HumModel& model)
 {
@@ -247,9 +206,11 @@ double getSoundPower(const ChannelView& view)
     return sum / std::max(1, view.numSamples);
 }
 
-double getMainsOffset(double frequency)
+/// Whether hum is no nearer to the mains frequencies than notes are.
+bool isBesideMains(const HumModel& model)
 {
-    return std::min(std::abs(frequency - 50.0), std::abs(frequency - 60.0));
+    const double frequency = getMeanFrequency(model);
+    return std::min(std::abs(frequency - 50.0), std::abs(frequency - 60.0)) > mainsOffset;
 }
 
 /// Whether hum is there all the time and hardly ever changes.
@@ -336,7 +297,7 @@ bool StretchRemover::isHum(const HumModel& model, const ChannelView& view) const
     const double share = getHumPower(model) / std::max(getSoundPower(view), 1e-30);
     if (share < leastShare)
         return false;
-    const bool isBeside = getMainsOffset(getMeanFrequency(model)) > mainsOffset;
+    const bool isBeside = isBesideMains(model);
     if (settings.distrustsOthers && isBeside &&
         (isShort(model) || (share < mainShare && !isLasting(model))))
         return false;
@@ -344,7 +305,7 @@ bool StretchRemover::isHum(const HumModel& model, const ChannelView& view) const
     const double largest = *std::max_element(evidence.begin(), evidence.end());
     const double rest = std::accumulate(evidence.begin(), evidence.end(), 0.0) - largest;
     if (isNoteOnComb(evidence, isBeside || isShort(model)) ||
-        (settings.distrustsOthers && isShort(model) && !hasLowHarmonic(evidence)))
+        (settings.distrustsOthers && (isShort(model) || isBeside) && !hasLowHarmonic(evidence)))
         return false;
     const double seconds = getSeconds(model);
     return rest > restEvidence * std::max(1.0, sureSeconds / seconds) ||
@@ -375,7 +336,9 @@ std::optional<HumModel> StretchRemover::find(const Views& views, double fundamen
     const bool reachesTop = extended.getLines().numHarmonics > first - topHarmonics;
     if (most > first && (isKnownToReach || reachesTop))
         extended = extend(model, views.full, grid, fundamental, most);
-    leaveOutNotes(extended);
+    const bool isInDoubt =
+        settings.distrustsOthers && (isShort(extended) || isBesideMains(extended));
+    leaveOutNotes(extended, isInDoubt, !settings.distrustsOthers);
     if (!isHum(extended, views.full))
         return {};
     result.fundamental = found;

@@ -8,6 +8,7 @@
 #include "kalim/batch/BatchReport.h"
 #include "kalim/batch/JobPool.h"
 #include "kalim/batch/Journal.h"
+#include "kalim/report/Provenance.h"
 
 #include <fmt/format.h>
 
@@ -34,6 +35,8 @@ std::string cleanOne(Options options, const BatchItem& item, BatchRow row)
     options.input = item.input;
     options.output = item.output;
     options.isQuiet = true;
+    if (options.provenance)
+        options.provenance = provenanceOf(item.output);
     row["status"] = failed;
     try
     {
@@ -76,7 +79,7 @@ public:
     BatchRun(const Options& given, const BatchPlan& planned)
         : options(given)
         , plan(planned)
-        , journal(given.batch->request.outputFolder)
+        , journal(given.batch->journal)
         , progress(planned.items.size(), totalSize(planned), given.isQuiet)
     {
     }
@@ -189,8 +192,8 @@ private:
                 rows.push_back(*row);
                 rows.back().erase("key");
             }
-        if (options.batch->report)
-            writeBatchReport(*options.batch->report, rows);
+        for (const std::filesystem::path& report : options.batch->reports)
+            writeBatchReport(report, rows);
         if (options.reportsJson)
             fmt::print("{}", batchRowsToJson(rows));
     }
@@ -204,8 +207,9 @@ private:
 void showPlan(const BatchPlan& plan, const BatchOptions& options)
 {
     std::optional<Journal> journal;
-    if (Journal::existsIn(options.request.outputFolder))
-        journal.emplace(options.request.outputFolder);
+    std::error_code error;
+    if (std::filesystem::exists(options.journal, error))
+        journal.emplace(options.journal);
     for (const BatchItem& item : plan.items)
     {
         const bool isDone = journal && journal->findFinished(item, options.settings) != nullptr;

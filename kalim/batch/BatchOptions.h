@@ -3,8 +3,8 @@
 #include "kalim/batch/BatchPlan.h"
 
 #include <filesystem>
-#include <optional>
 #include <string>
+#include <vector>
 
 namespace CLI
 {
@@ -21,7 +21,8 @@ struct BatchOptions
     int numJobs = 1;
     bool isDryRun = false;
     bool keepsGoing = true;
-    std::optional<std::filesystem::path> report;
+    std::vector<std::filesystem::path> reports;
+    std::filesystem::path journal;
 
     /// All settings that decide what an output holds, in words.
     std::string settings;
@@ -31,8 +32,11 @@ struct BatchOptions
 struct BatchOptionTexts
 {
     std::string outputFolder;
+    std::string filesFrom;
+    std::string base;
     std::string suffix;
-    std::string report;
+    std::vector<std::string> reports;
+    std::string journal;
     std::size_t numJobs = 0; ///< 0 where not given
     bool isRecursive = false;
     bool isDryRun = false;
@@ -45,7 +49,8 @@ struct BatchOptionTexts
     /// One that needs an output folder and was given without, empty if there is none.
     std::string findOrphan(const CLI::App& app) const;
 
-    /// Without inputs and settings. Throws UsageError and FileError.
+    /// With the inputs of the list, without those of the command line, and without settings. Throws
+    /// UsageError and FileError.
     BatchOptions parse() const;
 
     /// What was given on the command line but for what does not change the content of an output.

@@ -17,13 +17,23 @@ namespace
 
 using std::filesystem::path;
 
+path placeBelow(const path& base, const path& input)
+{
+    const auto plain = [](const path& name)
+    { return std::filesystem::absolute(name).lexically_normal(); };
+    const path place = plain(input).lexically_relative(plain(base));
+    if (place.empty() || *place.begin() == "..")
+        throw UsageError(fmt::format("{}: is not below {}", printable(input), printable(base)));
+    return place;
+}
+
 BatchItem makeItem(const InputFile& file, const BatchRequest& request)
 {
-    path name = file.place.stem();
+    const path place = request.base.empty() ? file.place : placeBelow(request.base, file.path);
+    path name = place.stem();
     name += request.suffix;
-    name += request.extension.empty() ? file.place.extension() : path("." + request.extension);
-    return {file.path, request.outputFolder / file.place.parent_path() / name, file.size,
-            file.modified};
+    name += request.extension.empty() ? place.extension() : path("." + request.extension);
+    return {file.path, request.outputFolder / place.parent_path() / name, file.size, file.modified};
 }
 
 void requireDistinct(const std::vector<BatchItem>& items)

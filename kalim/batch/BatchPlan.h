@@ -13,9 +13,10 @@ struct BatchRequest
 {
     std::vector<std::filesystem::path> inputs; ///< files and folders
     std::filesystem::path outputFolder;
-    bool isRecursive = false; ///< also the folders in folders
-    std::string suffix;       ///< follows the name of every output
-    std::string extension;    ///< of every output, without the dot; empty for that of its input
+    std::filesystem::path base; ///< outputs keep the places that inputs have below it, unless empty
+    bool isRecursive = false;   ///< also the folders in folders
+    std::string suffix;         ///< follows the name of every output
+    std::string extension;      ///< of every output, without the dot; empty for that of its input
 };
 
 /// One file to clean.
@@ -41,7 +42,7 @@ struct BatchPlan
 /// Lists what there is to do, sorted by name. A file that is named goes to the output folder; those
 /// of a folder keep their places in its tree. Of folders only files with the endings of sound are
 /// taken, and nothing that lies in the output folder. Throws UsageError when two inputs would have
-/// one output, or an input would be its own.
+/// one output, an input would be its own, or does not lie below the base.
 BatchPlan planBatch(const BatchRequest& request);
 
 } // namespace kalim::program

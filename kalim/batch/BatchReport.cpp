@@ -22,10 +22,11 @@ namespace
 
 /// The columns of the table, which are the keys of a row.
 constexpr std::array columns{
-    "input",        "output",      "status",   "error",    "warnings",      "size",
-    "modified",     "outputSize",  "settings", "version",  "finished",      "inputFormat",
-    "outputFormat", "sampleRate",  "channels", "seconds",  "timesRealTime", "method",
-    "hum",          "fundamental", "kind",     "harmonics"};
+    "input",        "output",        "status",    "error",       "warnings",      "size",
+    "modified",     "outputSize",    "settings",  "version",     "finished",      "inputFormat",
+    "outputFormat", "sampleRate",    "channels",  "seconds",     "timesRealTime", "method",
+    "hum",          "fundamental",   "kind",      "harmonics",   "inputSamples",  "inputMd5",
+    "inputSha256",  "outputSamples", "outputMd5", "outputSha256"};
 
 bool isCsv(const std::filesystem::path& path)
 {
@@ -41,6 +42,13 @@ std::size_t getNumHarmonics(const Report& report)
     for (const auto& harmonic : report.hum->getHarmonics())
         numbers.insert(harmonic.harmonic);
     return numbers.size();
+}
+
+void addChecksums(BatchRow& row, const std::string& which, const SoundChecksums& checksums)
+{
+    row[which + "Samples"] = checksums.samples;
+    row[which + "Md5"] = checksums.md5;
+    row[which + "Sha256"] = checksums.sha256;
 }
 
 } // namespace
@@ -70,6 +78,11 @@ void addReport(BatchRow& row, const Report& report)
     if (report.hum)
         row["hum"] = report.hum->hasHum();
     row["harmonics"] = getNumHarmonics(report);
+    if (report.checksums)
+    {
+        addChecksums(row, "input", report.checksums->input);
+        addChecksums(row, "output", report.checksums->output);
+    }
     if (report.hum && report.hum->hasHum())
     {
         row["fundamental"] = report.hum->getMeanFrequency();

@@ -2,6 +2,9 @@
 
 #include "audiofile/OutputFile.h"
 #include "base/FileError.h"
+#include "base/Text.h"
+
+#include <fmt/format.h>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -18,9 +21,13 @@ namespace
 
 constexpr const char* journalName = ".kalim-journal.jsonl";
 
+/// Another for every output. A name need not be UTF-8, which JSON is.
 std::string keyOf(const BatchItem& item)
 {
-    return resolvedTarget(item.output).native();
+    const std::string name = resolvedTarget(item.output).native();
+    return validUtf8(name) == name
+               ? name
+               : fmt::format("{:02x}", fmt::join(std::as_bytes(std::span(name)), ""));
 }
 
 template <typename Value>
@@ -32,9 +39,10 @@ bool hasValue(const Journal::Row& row, const char* key, const Value& value)
 
 } // namespace
 
-Journal::Journal(const std::filesystem::path& folder)
-    : path(folder / journalName)
+Journal::Journal(const std::filesystem::path& name)
+    : path(name)
 {
+    const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : ".";
     std::error_code failed;
     std::filesystem::create_directories(folder, failed);
     file = FileDescriptor(open(path.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0666));
@@ -62,10 +70,9 @@ void Journal::read()
         static_cast<void>(writeBytes(file.get(), std::as_bytes(std::span("\n", 1))));
 }
 
-bool Journal::existsIn(const std::filesystem::path& folder)
+std::filesystem::path Journal::nameIn(const std::filesystem::path& folder)
 {
-    std::error_code failed;
-    return std::filesystem::exists(folder / journalName, failed);
+    return folder / journalName;
 }
 
 const Journal::Row* Journal::find(const BatchItem& item) const

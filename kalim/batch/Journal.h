@@ -12,19 +12,21 @@
 namespace kalim::program
 {
 
-/// What has become of every file of an output folder, one JSON object per line in a hidden file of
-/// that folder. A line is added as soon as a file is finished, so that a run that was killed can be
-/// taken up again. While one run holds the journal no other can.
+/// What has become of every file of a run, one JSON object per line in a file, by default a hidden
+/// one of the output folder. A line is added as soon as a file is finished, so that a run that was
+/// killed can be taken up again. While one run holds the journal no other can.
 class Journal
 {
 public:
     using Row = nlohmann::ordered_json;
 
-    /// Reads what is there; a last line that was cut off is left out. Creates the folder where it
-    /// is missing. Throws FileError when that fails, or when another run is at work in the folder.
-    explicit Journal(const std::filesystem::path& folder);
+    /// Reads what is there; a last line that was cut off is left out. Creates file and folder where
+    /// they are missing. Throws FileError when that fails, or when another run is at work with the
+    /// journal.
+    explicit Journal(const std::filesystem::path& name);
 
-    static bool existsIn(const std::filesystem::path& folder);
+    /// The one that a run has by default.
+    static std::filesystem::path nameIn(const std::filesystem::path& folder);
 
     /// The row of a file whose output is there and was made from the file as it is now, by the same
     /// settings; null otherwise.

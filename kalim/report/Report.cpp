@@ -11,6 +11,7 @@
 #include <cmath>
 #include <iterator>
 #include <string_view>
+#include <utility>
 
 namespace kalim::program
 {
@@ -125,6 +126,41 @@ std::string toLines(const Json& json)
     return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
+Json checksumsToJson(const SoundChecksums& checksums)
+{
+    return {{"samples", checksums.samples}, {"md5", checksums.md5}, {"sha256", checksums.sha256}};
+}
+
+std::string recordsToText(const Report& report)
+{
+    std::string text;
+    if (report.speed)
+        text += fmt::format("  speed against mains of {:g} Hz: mean {:+.3f} % ({:+.1f} cents), "
+                            "lowest {:+.3f} %, highest {:+.3f} %\n",
+                            report.speed->mains, report.speed->mean, toCents(report.speed->mean),
+                            report.speed->lowest, report.speed->highest);
+    if (!report.checksums)
+        return text;
+    for (const auto& [name, sums] : {std::pair("before", report.checksums->input),
+                                     std::pair("after", report.checksums->output)})
+        text += fmt::format("  sound {} ({}): MD5 {}, SHA-256 {}\n", name, sums.samples, sums.md5,
+                            sums.sha256);
+    return text;
+}
+
+void addRecords(Json& json, const Report& report)
+{
+    if (report.speed)
+        json["speed"] = {{"mains", report.speed->mains},
+                         {"meanPercent", report.speed->mean},
+                         {"lowestPercent", report.speed->lowest},
+                         {"highestPercent", report.speed->highest},
+                         {"correction", report.speed->getCorrection()}};
+    if (report.checksums)
+        json["checksums"] = {{"input", checksumsToJson(report.checksums->input)},
+                             {"output", checksumsToJson(report.checksums->output)}};
+}
+
 std::string presetList(const std::vector<Preset>& presets, PresetOrigin origin,
                        std::string_view heading, const std::filesystem::path& folder)
 {
@@ -195,7 +231,7 @@ std::string Report::toText() const
     if (clippedSamples > 0)
         fmt::format_to(append, "  {} louder than the format holds and limited\n",
                        countText(clippedSamples));
-    return text;
+    return text + recordsToText(*this);
 }
 
 std::string Report::toJson() const
@@ -228,6 +264,7 @@ std::string Report::toJson() const
     json["harmonics"] = harmonicsToJson(harmonics);
     json["nonFiniteSamples"] = nonFiniteSamples;
     json["clippedSamples"] = clippedSamples;
+    addRecords(json, *this);
     json["warnings"] = warnings;
     return toLines(json);
 }

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "audiofile/SoundChecksum.h"
 #include "dsp/precise/HumSummary.h"
 #include "kalim/HumSettings.h"
 #include "kalim/MeasuredRange.h"
 #include "kalim/report/SpectrumMeter.h"
+#include "kalim/report/SpeedReport.h"
 #include "kalim/report/Tracking.h"
 #include "presets/PresetCatalogue.h"
 #include "presets/PresetFolders.h"
@@ -15,6 +17,13 @@
 
 namespace kalim::program
 {
+
+/// Of the samples that were read and of those that were written.
+struct ReportChecksums
+{
+    SoundChecksums input;
+    SoundChecksums output;
+};
 
 /// What was done to a recording.
 struct Report
@@ -54,6 +63,10 @@ struct Report
     std::int64_t nonFiniteSamples = 0;
     std::int64_t clippedSamples = 0;
     std::vector<std::string> warnings;
+
+    /// Where they were asked for.
+    std::optional<SpeedError> speed;
+    std::optional<ReportChecksums> checksums;
 
     /// Whether sound of the input is missing, of which a warning tells.
     bool isSalvaged = false;

@@ -9,6 +9,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <utility>
@@ -19,6 +20,11 @@ namespace
 {
 
 constexpr const char* outputName = "standard output";
+
+bool takesStreams(const Options& options)
+{
+    return isStream(options.input) || isStream(options.output) || options.streams.rawInput;
+}
 
 /// A run between files that stand for the streams.
 class StreamRun
@@ -66,15 +72,21 @@ private:
         own.output = output->getPath();
         // Beside the spool there may be files that are not to be replaced.
         for (const auto& other : {given.trace, given.plot})
-            if (other && !given.overwrites && std::filesystem::exists(*other))
-                throw FileError(*other, "already exists");
+            if (other)
+                requireNew(*other);
+        std::ranges::for_each(given.speedReports, [this](const auto& file) { requireNew(file); });
         own.overwrites = true;
         own.overwritesAnything = true;
     }
 
+    void requireNew(const std::filesystem::path& file) const
+    {
+        if (!given.overwrites && std::filesystem::exists(file))
+            throw FileError(file, "already exists");
+    }
+
     Report finish(Report report)
     {
-        report.input = told(std::move(report.input));
         for (std::string& warning : report.warnings)
             warning = told(std::move(warning));
         if (given.streams.rawInput)
@@ -134,13 +146,15 @@ void requireFittingStreams(const Options& options)
     }
     if (options.streams.isRawOutput && !isStream(options.output))
         throw UsageError("--format: raw is for OUTPUT - alone");
+    if (options.provenance && takesStreams(options))
+        throw UsageError("--provenance: tells of files, and not of streams or raw samples");
     if (options.reportsJson && isStream(options.output))
         throw UsageError("--json: the report would go to standard output, where the sound goes");
 }
 
 Report cleanAnything(const Options& options)
 {
-    if (isStream(options.input) || isStream(options.output) || options.streams.rawInput)
+    if (takesStreams(options))
         return StreamRun(options).run();
     return clean(options);
 }

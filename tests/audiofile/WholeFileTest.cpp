@@ -2,6 +2,7 @@
 #include "audiofile/FileDamage.h"
 #include "audiofile/RecordingCopy.h"
 #include "tests/audiofile/AudioFiles.h"
+#include "tests/support/Sanitizers.h"
 
 #include <fcntl.h>
 #include <sys/statvfs.h>
@@ -17,12 +18,6 @@ namespace
 {
 
 constexpr int opus = SF_FORMAT_OGG | SF_FORMAT_OPUS;
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool isInstrumented = true;
-#else
-constexpr bool isInstrumented = false;
-#endif
 
 /// The last bytes of a file.
 std::string endOf(const std::filesystem::path& file, std::ptrdiff_t size)
@@ -215,7 +210,7 @@ TEST_F(WholeFileTest, WritesAndReadsMoreThanFourGigabytes)
         EXPECT_EQ(end[9], 0.5F) << name;
     };
     expectWhole("big.wav");
-    if (isInstrumented) // takes minutes
+    if (testing_support::isSanitized) // takes minutes
         return;
     AudioFileReader reader(path("big.wav"));
     RecordingCopy copy(reader, path("copy.wav"), {});

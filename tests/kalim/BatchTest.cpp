@@ -83,7 +83,7 @@ TEST_F(Batch, keepsTreesAndRefusesOutputsThatMeet)
             outputs.push_back(item.output.lexically_relative(path("out")));
         return outputs;
     };
-    BatchRequest request{{path("in")}, path("out"), false, "", ""};
+    BatchRequest request{{path("in")}, path("out"), "", false, "", ""};
     EXPECT_THAT(outputsOf(request), ElementsAre("a.wav"));
     EXPECT_EQ(planBatch(request).numLeftOut, 2);
     request.isRecursive = true;
@@ -96,12 +96,18 @@ TEST_F(Batch, keepsTreesAndRefusesOutputsThatMeet)
                 HasSubstr("would both become"));
     EXPECT_THAT(messageOf<program::UsageError>(
                     [&] {
-                        planBatch({{path("other/a.wav")}, path("other"), false, "", ""});
+                        planBatch({{path("other/a.wav")}, path("other"), "", false, "", ""});
                     }),
                 HasSubstr("would replace itself"));
     // What was written before is no input.
-    EXPECT_THAT(outputsOf({{path("in")}, path("in/b"), true, "", ""}),
+    EXPECT_THAT(outputsOf({{path("in")}, path("in/b"), "", true, "", ""}),
                 ElementsAre("../in/b/a.wav"));
+    // Below a base files and folders stay where they are.
+    request = {{path("in/a.wav"), path("in/b/c")}, path("out"), path("in/"), false, "", ""};
+    EXPECT_THAT(outputsOf(request), ElementsAre("a.wav", "b/c/d.flac"));
+    request.base = path("in/b");
+    EXPECT_THAT(messageOf<program::UsageError>([&] { planBatch(request); }),
+                HasSubstr("a.wav: is not below"));
 }
 
 TEST_F(Batch, namesWhatFailsGoesOnAndDoesAgainOnlyWhatIsMissingOrChanged)
@@ -135,6 +141,31 @@ TEST_F(Batch, namesWhatFailsGoesOnAndDoesAgainOnlyWhatIsMissingOrChanged)
     writeText("out/folder/3.wav", "mine");
     EXPECT_THAT(cleanAndReport({"--residual"}, 1)["3.wav"]["error"], HasSubstr("exists"));
     EXPECT_EQ(contentsOf(path("out/folder/3.wav")), "mine");
+}
+
+TEST_F(Batch, takesPartsFromListsWithJournalsOfTheirOwn)
+{
+    writeTone("in/x/a\nb.wav", 1);
+    writeTone("in/c.wav", 2);
+    writeTone("in/d\xe4.wav", 3);
+    writeText("1", path("in/x/a\nb.wav").native() + '\0' + path("in/c.wav").native() + '\0');
+    writeText("2", path("in/d\xe4.wav").native() + "\n\n");
+    const auto cleanPart = [&](const std::string& part)
+    {
+        return runKalim({"--files-from", path(part), "--base", path("in"), "--output-dir",
+                         path("out"), "--journal", path("journals/" + part), "--report",
+                         path(part + ".csv"), "--report", path(part + ".json"), "-n1"});
+    };
+    for (const char* const cleaned : {"cleaned, 0 done before", "0 cleaned"})
+    {
+        EXPECT_THAT(cleanPart("1").output, HasSubstr(cleaned));
+        EXPECT_THAT(cleanPart("2").output, HasSubstr(cleaned));
+    }
+    EXPECT_THAT(filesBelow("out"), ElementsAre("c.wav", "d\xe4.wav", "x/a\nb.wav"));
+    EXPECT_THAT(contentsOf(path("1.csv")), HasSubstr("/c.wav,"));
+    EXPECT_EQ(Json::parse(contentsOf(path("2.json"))).size(), 1U);
+    EXPECT_THAT(cleanPart("none").errors, HasSubstr("none: No such file"));
+    EXPECT_THAT(clean({"--report", path("out.txt")}).errors, HasSubstr("must end in"));
 }
 
 TEST_F(Batch, goesOnWhereItWasKilledAndLeavesNoHalfFiles)

@@ -1,3 +1,4 @@
+#include "audiofile/SoundChecksum.h"
 #include "dsp/hum/HumParameters.h"
 #include "tests/kalim/RunningProgram.h"
 #include "tests/support/TestSignals.h"
@@ -170,6 +171,38 @@ TEST_F(Program, tellsWhatHumThereIsAndSetsTheEngineFromIt)
         all.insert(all.end(), {input, path("x.wav")});
         EXPECT_THAT(refusal(2, all), HasSubstr(reason));
     }
+}
+
+TEST_F(Program, recordsWhatWasDone)
+{
+    const std::string input = writeFloats("hum.wav", makeHumSamples(50.5, 50.5, 9.0));
+    const std::string flac = path("out.flac");
+    const json cleaned =
+        report({input, flac, "--json", "--format=pcm24", "--checksums", "--provenance",
+                "--speed-report", path("speed.csv"), "--speed-report", path("speed.svg")});
+    EXPECT_EQ(cleaned["speed"]["mains"], 50.0);
+    EXPECT_NEAR(cleaned["speed"]["meanPercent"].get<double>(), 1.0, 0.002);
+    EXPECT_NEAR(cleaned["speed"]["correction"].get<double>(), 1.0 / 1.01, 2e-5);
+    EXPECT_THAT(contentsOf(path("speed.csv")), ContainsRegex("\n[0-9.]+,50\\.50[0-9]*,1\\.00"));
+    EXPECT_THAT(contentsOf(path("speed.svg")), HasSubstr("<svg"));
+
+    std::string bytes = contentsOf(flac);
+    constexpr std::size_t checksum = 26;
+    std::string stated;
+    for (const char byte : bytes.substr(checksum, 16))
+        stated += fmt::format("{:02x}", static_cast<unsigned char>(byte));
+    EXPECT_EQ(cleaned["checksums"]["output"]["md5"], stated);
+    EXPECT_NE(bytes.find("=mains hum removal by Kalim"), std::string::npos);
+    const std::string provenance = contentsOf(path("out.flac.premis.xml"));
+    for (const std::string& part :
+         {fileChecksumOf(input), fileChecksumOf(flac), std::string("hum at 50.5"),
+          cleaned["checksums"]["input"]["sha256"].get<std::string>()})
+        EXPECT_THAT(provenance, HasSubstr(part));
+
+    bytes[checksum] = static_cast<char>(bytes[checksum] ^ 1);
+    writeText("wrong.flac", bytes);
+    EXPECT_THAT(refusal(1, {path("wrong.flac"), output()}), HasSubstr("states the checksum"));
+    EXPECT_EQ(runKalim({path("wrong.flac"), output(), "-q", "--salvage"}).exitCode, 1);
 }
 
 TEST_F(Program, hasAnOptionAndAPlaceInTheReportForEveryParameterOfTheEngine)

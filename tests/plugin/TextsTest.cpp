@@ -146,9 +146,9 @@ TEST(Translations, knowTheReasonsOfFileErrors)
     EXPECT_GT(numFound, 25);
 }
 
-TEST(TablesOfParameters, haveARowForEveryParameterInReadMeAndManuals)
+TEST(TablesOfParameters, haveARowForEveryParameterInAllManuals)
 {
-    const juce::StringArray readMe = linesOf("README.md");
+    const juce::StringArray manualOfOptions = linesOf("docs/manual.md");
     const std::array manuals{
         std::tuple{linesOf("resources/help/Vellacore_en/kalim.html"), " to ", "off"},
         std::tuple{linesOf("resources/help/Vellacore_de/kalim.html"), " bis ", "aus"}};
@@ -163,8 +163,9 @@ TEST(TablesOfParameters, haveARowForEveryParameterInReadMeAndManuals)
         const auto rangeWith = [&](const char* to)
         { return juce::String(parameter.min) + to + juce::String(parameter.max); };
         const juce::String values = unit + " | " + rangeWith(" to ") + " | " + number + " |";
-        expectRow(readMe, {"| `" + name + "`", isToggle ? "| | off, on | off |" : "|" + values});
-        expectRow(readMe, {"`" + option + "` |", isToggle ? "| |" : "| " + number + " |"});
+        expectRow(manualOfOptions,
+                  {"| `" + name + "`", isToggle ? "| | off, on | off |" : "|" + values});
+        expectRow(manualOfOptions, {"`" + option + "` |", isToggle ? "| |" : "| " + number + " |"});
         for (const auto& [manual, to, off] : manuals)
         {
             const juce::String range = rangeWith(to) + unit;

@@ -63,9 +63,12 @@ TEST_F(PresetFileTest, RefusesWhatIsNoPresetWithTheReason)
 {
     const auto nested = [](int depth)
     {
-        std::string elements = "text";
+        std::string elements;
         for (int i = 0; i < depth; ++i)
-            elements.insert(0, "<a>").append("</a>");
+            elements += "<a>";
+        elements += "text";
+        for (int i = 0; i < depth; ++i)
+            elements += "</a>";
         return preset(elements);
     };
     const std::string padding((1U << 20U) - preset("").size(), ' ');

@@ -134,7 +134,7 @@ TEST(WordsOfTheStandalone, areThoseOfErrorsToo)
 
 TEST(WordsOfTheStandalone, areAllTranslated)
 {
-    if (isForThreadsOnly)
+    if (testing_support::isForThreadsOnly)
         GTEST_SKIP();
     const MarkedLanguage language;
     ProbeProcessor probe;

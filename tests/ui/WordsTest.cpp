@@ -45,7 +45,7 @@ TEST_F(MarkedWords, areAllThatTheEditorAndItsMenusShow)
 
 TEST_F(MarkedWords, areAllThatDialogsAndFieldsShow)
 {
-    if (isForThreadsOnly)
+    if (testing_support::isForThreadsOnly)
         GTEST_SKIP();
     kalim::ui::AboutDialog about;
     about.setPlugInName("Kalim");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dsp/precise/PreciseRemover.h"
+#include "tests/support/Sanitizers.h"
 
 #include <algorithm>
 #include <array>
@@ -12,13 +13,6 @@
 /// Recordings of known parts for the precise remover, and what it takes out of them.
 namespace testing_support
 {
-
-/// Sanitizers take ten times as long.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-inline constexpr bool isSanitized = true;
-#else
-inline constexpr bool isSanitized = false;
-#endif
 
 using Channels = std::vector<std::vector<float>>;
 

@@ -127,6 +127,7 @@ TEST_F(Streams, giveLargeRawInputsTheHeaderOfLargeFiles)
 TEST_F(Streams, nameWhatIsWrongInALine)
 {
     writeHum();
+    writeText("old.csv", "old");
     for (const auto& [exitCode, script, reason] :
          {std::tuple(1, "$KALIM - out.wav </dev/null", "standard input: is empty"),
           {1, "$KALIM - out.wav --raw 8000:1:s16le </dev/null", "standard input: is empty"},
@@ -137,6 +138,8 @@ TEST_F(Streams, nameWhatIsWrongInALine)
           {1, "$KALIM hum.wav - >/dev/full", "standard output: No space left"},
           {1, "TMPDIR=/missing $KALIM nothing.wav -", "nothing.wav: No such file"},
           {2, "$KALIM hum.wav - --json", "--json: the report"},
+          {2, "$KALIM hum.wav - --provenance", "--provenance: tells of files"},
+          {1, "$KALIM hum.wav - --speed-report old.csv", "old.csv: already exists"},
           {2, "$KALIM hum.wav out.wav --format raw", "--format: raw is for OUTPUT - alone"},
           {2, "$KALIM hum.wav - --format raw:s16", "--format: unknown raw samples 's16'"},
           {2, "$KALIM hum.wav - --raw 8000:s16le", "is not RATE:CHANNELS:FORMAT"},

@@ -1,16 +1,9 @@
 #pragma once
 
 #include "plugin/BundleFiles.h"
+#include "tests/support/Sanitizers.h"
 
 #include <juce_gui_basics/juce_gui_basics.h>
-
-/// Words have no threads; those of the framework's dialogs and of the systems of devices are not
-/// ours to check.
-#if defined(__SANITIZE_THREAD__)
-inline constexpr bool isForThreadsOnly = true;
-#else
-inline constexpr bool isForThreadsOnly = false;
-#endif
 
 /// For as long as it lives, every text that has translations is shown between marks, so that those
 /// without any stand out.

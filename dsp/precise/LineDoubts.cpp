@@ -1,0 +1,210 @@
+#include "dsp/precise/LineDoubts.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace orvo::audio::precise
+{
+namespace
+{
+
+/// A harmonic above these that is 6 dB louder than any of them, or than any of as many on either
+/// side, is no hum: rectifiers of three phases have every sixth. Where hum is in doubt, it is none
+/// above the first three either.
+constexpr int lowHarmonics = 6;
+constexpr int lowHarmonicsInDoubt = 3;
+constexpr double loudestShare = 4.0;
+
+/// Lines must be like what they were so long before: notes and syllables hardly are.
+constexpr double lag = 2.0; // seconds
+constexpr double leastLikeness = 0.3;
+
+/// In recordings of less than this there is too little to compare, and the share of a line's power
+/// that is in its mean must be larger than this.
+constexpr double steadySeconds = 3.0 * lag;
+constexpr double leastSteadiness = 0.7;
+
+/// What is louder than the median of its line by this (6 dB) while no more than half of all lines
+/// are, is something else.
+constexpr double outstandingPower = 4.0;
+
+constexpr double tiny = 1e-30;
+
+double getSeconds(const HarmonicLines& lines)
+{
+    return lines.numFrames * lines.frameTime;
+}
+
+/// Mean power of each harmonic in the channel where it is loudest, the first at 0.
+Series<double> collectPowers(const HumModel& model)
+{
+    const HarmonicLines& lines = model.getLines();
+    const Series<Complex> amplitudes = model.getAmplitudes();
+    Series<double> powers(static_cast<std::size_t>(lines.numHarmonics));
+    for (int line = 0; line < lines.getNumLines(); ++line)
+    {
+        double sum = 0.0;
+        for (int frame = 0; frame < lines.numFrames; ++frame)
+            sum += getPower(amplitudes[lines.at(frame, line)]);
+        double& most = powers[lines.getHarmonic(line) - 1];
+        most = std::max(most, sum / lines.numFrames);
+    }
+    return powers;
+}
+
+/// A high harmonic that is far louder than all low ones, or stands alone, is a note.
+void leaveOutLoud(HumModel& model, bool isDoubtful)
+{
+    const Series<double> powers = collectPowers(model);
+    const auto count = static_cast<int>(powers.size());
+    const auto getLoudest = [&](int first, int last) // from 0
+    {
+        const auto begin = powers.begin() + std::min(first, count);
+        const auto end = powers.begin() + std::min(last, count);
+        return begin == end ? 0.0 : *std::max_element(begin, end);
+    };
+    const int low = isDoubtful ? lowHarmonicsInDoubt : lowHarmonics;
+    for (int i = low; i < count; ++i)
+    {
+        const double beside =
+            std::max(getLoudest(i - low, i), getLoudest(i + 1, i + 1 + lowHarmonics));
+        if (powers[i] > loudestShare * std::min(beside, getLoudest(0, low)))
+            model.leaveOutHarmonic(i + 1);
+    }
+}
+
+/// How much of a line's power is in its mean: 1 for what never changes.
+double getSteadiness(const HarmonicLines& lines, const Series<Complex>& amplitudes, int line)
+{
+    Complex sum;
+    double power = tiny;
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+    {
+        const Complex amplitude = amplitudes[lines.at(frame, line)];
+        sum += amplitude;
+        power += getPower(amplitude);
+    }
+    return getPower(sum) / (power * lines.numFrames);
+}
+
+/// How much a line is like what it was a while before, where there is hum at both times, from 0 to
+/// 1: a phase that goes on turning is no matter.
+double getLikeness(const HumModel& model, int line)
+{
+    const HarmonicLines& lines = model.getLines();
+    const Series<Complex>& amplitudes = model.getSmooth().amplitudes;
+    const auto frames = static_cast<int>(std::lround(lag / lines.frameTime));
+    Complex sum;
+    double power = tiny;
+    for (int frame = frames; frame < lines.numFrames; ++frame)
+    {
+        if (!model.isOn(frame) || !model.isOn(frame - frames))
+            continue;
+        const Complex now = amplitudes[lines.at(frame, line)];
+        const Complex before = amplitudes[lines.at(frame - frames, line)];
+        sum += multiplyConjugate(now, before);
+        power += 0.5 * (getPower(now) + getPower(before));
+    }
+    return std::sqrt(getPower(sum)) / power;
+}
+
+void leaveOutUnsteady(HumModel& model, bool isTrusted)
+{
+    const HarmonicLines& lines = model.getLines();
+    const bool isBrief = getSeconds(lines) < steadySeconds;
+    if (isBrief && isTrusted)
+        return;
+    const Series<Complex> amplitudes = model.getAmplitudes();
+    for (int line = 0; line < lines.getNumLines(); ++line)
+        if (model.getSmooth().isPresent[line] != 0 &&
+            (isBrief ? getSteadiness(lines, amplitudes, line) < leastSteadiness
+                     : getLikeness(model, line) < leastLikeness))
+            model.leaveOutLine(line);
+}
+
+/// Finds frames in which lines are far louder than else, and puts the mean of the others there.
+class OutstandingMoments
+{
+public:
+    explicit OutstandingMoments(HumModel& modelToMend)
+        : model(modelToMend)
+        , lines(model.getLines())
+        , isOutstanding(lines.amplitudes.size())
+        , counts(static_cast<std::size_t>(lines.numFrames))
+    {
+        for (int frame = 0; frame < lines.numFrames; ++frame)
+            if (model.isOn(frame))
+                framesOn.push_back(frame);
+        for (int line = 0; line < lines.getNumLines(); ++line)
+            if (model.getSmooth().isPresent[line] != 0)
+                used.push_back(line);
+    }
+
+    void replace()
+    {
+        if (framesOn.empty())
+            return;
+        for (const int line : used)
+            find(line);
+        Series<Complex> amplitudes = model.getSmooth().amplitudes;
+        for (const int line : used)
+            replace(line, amplitudes);
+        model.setAmplitudes(std::move(amplitudes));
+    }
+
+private:
+    double getLinePower(int frame, int line) const
+    {
+        return getPower(model.getSmooth().amplitudes[lines.at(frame, line)]);
+    }
+
+    void find(int line)
+    {
+        Series<double> powers;
+        for (const int frame : framesOn)
+            powers.push_back(getLinePower(frame, line));
+        const auto middle = powers.begin() + static_cast<std::ptrdiff_t>(powers.size() / 2);
+        std::nth_element(powers.begin(), middle, powers.end());
+        for (const int frame : framesOn)
+            if (getLinePower(frame, line) > outstandingPower * *middle)
+            {
+                isOutstanding[lines.at(frame, line)] = 1;
+                ++counts[frame];
+            }
+    }
+
+    void replace(int line, Series<Complex>& amplitudes) const
+    {
+        Complex mean;
+        int count = 0;
+        for (const int frame : framesOn)
+            if (isOutstanding[lines.at(frame, line)] == 0)
+            {
+                mean += amplitudes[lines.at(frame, line)];
+                ++count;
+            }
+        mean /= std::max(1, count);
+        for (const int frame : framesOn)
+            if (isOutstanding[lines.at(frame, line)] != 0 &&
+                2 * counts[frame] <= static_cast<int>(used.size()))
+                amplitudes[lines.at(frame, line)] = mean;
+    }
+
+    HumModel& model;
+    const HarmonicLines& lines;
+    Series<char> isOutstanding; // [frame][line]
+    Series<int> counts;         // [frame], of lines that are
+    Series<int> framesOn;
+    Series<int> used;
+};
+
+} // namespace
+
+void leaveOutNotes(HumModel& model, bool isDoubtful, bool isTrusted)
+{
+    leaveOutLoud(model, isDoubtful);
+    leaveOutUnsteady(model, isTrusted);
+    OutstandingMoments(model).replace();
+}
+
+} // namespace orvo::audio::precise
