@@ -324,7 +324,8 @@ void AudioFileWriter::placeChunks()
 void AudioFileWriter::finishFlacBlocks() const
 {
     const auto inserted = std::ssize(flacBlocksOf(tags));
-    if (inserted == 0)
+    // An empty recording is no file of FLAC, of which whoever reads it back will tell.
+    if (inserted == 0 || frames == 0)
         return;
     constexpr auto lastComments = std::byte{0x84};
     constexpr auto lastPadding = std::byte{0x81};

@@ -27,6 +27,7 @@ KalimAudioProcessorEditor::KalimAudioProcessorEditor(BasePlugInProcessor* owner)
     addAndMakeVisible(header);
     addAndMakeVisible(spectrumCurveEditor);
     spectrumCurveEditor.setTitle(juce::translate("Spectral level (dB)"));
+    spectrumCurveEditor.setDescription(juce::translate("The fundamental frequency of the hum"));
     addToTabOrder(header);
     addToTabOrder(spectrumCurveEditor);
     addControls();

@@ -56,6 +56,7 @@ PlugInEditorHeader::PlugInEditorHeader()
     addAndMakeVisible(logoButton);
     logoButton.addListener(this);
     logoButton.setTitle(orvo::companyName);
+    logoButton.setDescription(juce::translate("About"));
 
     setIcon(undoButton, undo_svg);
     setIcon(redoButton, redo_svg);
