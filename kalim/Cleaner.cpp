@@ -81,7 +81,8 @@ SpectrumPlotData describePicture(const Options& options, const Report& report,
                                  const Measurements& measurements)
 {
     SpectrumPlotData data;
-    data.title = printable(options.input.filename());
+    data.title =
+        options.inputName.empty() ? printable(options.input.filename()) : options.inputName;
     data.subtitle = describeRun(options, report, measurements);
     data.sampleRate = report.sampleRate;
     data.beforeLabel = "before";
@@ -296,7 +297,7 @@ void Cleaner::addRecords(Report& report, const std::filesystem::path& output,
 Report Cleaner::describe() const
 {
     Report report;
-    report.input = printable(options.input);
+    report.input = options.inputName.empty() ? printable(options.input) : options.inputName;
     report.output = printable(options.output);
     report.inputFormat = reader.getFormat().getDescription();
     report.outputFormat = copy.getFormat().getDescription();

@@ -1,20 +1,16 @@
 #include "kalim/Detection.h"
 
-#include "audiofile/FileDamage.h"
-#include "base/FileError.h"
-#include "base/Text.h"
 #include "kalim/Options.h"
-#include "kalim/Precise.h"
 #include "kalim/PreciseOptions.h"
-#include "kalim/report/HumText.h"
-#include "kalim/report/ProgressBar.h"
+#include "kalim/batch/JobPool.h"
+#include "kalim/detect/DetectionRun.h"
+#include "kalim/streams/StreamOptions.h"
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
-#include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <filesystem>
 #include <iostream>
 #include <optional>
@@ -24,139 +20,129 @@ namespace kalim::program
 namespace
 {
 
-using orvo::audio::precise::HumSummary;
+constexpr const char* description =
+    "Tells whether recordings hold hum: its fundamental with one sigma, its kind (steady, tape,\n"
+    "switched or breathing), when it changes at once, and how far its harmonics stand out of a\n"
+    "spectrum of a second. Tells also what else quality control asks: loudness and its range\n"
+    "(EBU R 128), true peak, what was clipped, where sound drops out, channels that are silent\n"
+    "or equal, and how much precise removal would take off. Changes nothing.";
 
-struct DetectionOptions
-{
-    std::vector<std::filesystem::path> files;
-    orvo::audio::precise::PreciseSettings settings;
-    bool reportsJson = false;
-    bool isQuiet = false;
-};
+constexpr const char* footer =
+    "Of folders, files with the endings of sound are looked at, and shown as a table.\n"
+    "Clipped: three samples and more at the highest or lowest value that a channel ever has, at\n"
+    "which the wave breaks off. Dropped out: one value, 0 or another, for a millisecond and more\n"
+    "with sound right before and behind it. Both are counted for each channel by itself.\n"
+    "\n"
+    "Exit codes: 0 done, 1 a file could not be read, or not all of it, 2 wrong usage.";
 
-/// The verb's options and what they were given.
-struct DetectionCommandLine
+bool isFolder(const std::filesystem::path& input)
 {
-    DetectionCommandLine()
+    std::error_code failed;
+    return std::filesystem::is_directory(input, failed);
+}
+
+/// The verb's command line.
+class DetectionCommand
+{
+public:
+    DetectionCommand()
     {
+        app.footer(footer);
         app.set_help_flag("-h,--help", "Show this help and exit");
-        app.add_option("FILE", files, "Audio files to look at")->required()->type_name("FILE");
+        app.add_option("FILE", files, "Audio files and folders to look at; - for standard input")
+            ->required()
+            ->type_name("FILE");
         precise.addFundamental(app, "Options");
-        app.add_flag("--json", options.reportsJson, "Report as JSON on standard output");
-        app.add_flag("-q,--quiet", options.isQuiet, "No progress and no harmonics");
+        streams.add(app, "Options");
+        app.add_flag("-r,--recursive", options.isRecursive, "Also the folders in folders");
+        app.add_option("--jobs", numJobs, "Files at a time (default: as many as there are cores)")
+            ->check(CLI::Range(std::size_t{1}, std::size_t{1024}))
+            ->type_name("N");
+        const auto addStyle = [this](const char* name, DetectionStyle which, const char* help)
+        {
+            app.add_flag_callback(
+                   name, [this, which] { setStyle(which); }, help)
+                ->group("Reports");
+        };
+        addStyle("--table", DetectionStyle::table, "A line per file (default for folders)");
+        addStyle("--csv", DetectionStyle::csv, "A row per file as CSV on standard output");
+        addStyle("--json", DetectionStyle::json, "Report as JSON on standard output");
+        app.add_flag("-q,--quiet", options.isQuiet, "No progress, and of each file the hum alone")
+            ->group("Reports");
     }
 
-    CLI::App app{"Tells whether recordings hold hum: its fundamental with one sigma, its kind "
-                 "(steady, tape,\nswitched or breathing), when it changes at once, and how far "
-                 "its harmonics stand out of a\nspectrum of a second.",
-                 "kalim detect"};
+    /// Nothing when help was asked for and given.
+    std::optional<DetectionOptions> parse(int argc, const char* const* argv)
+    {
+        try
+        {
+            app.parse(argc, argv);
+        }
+        catch (const CLI::Success& success)
+        {
+            app.exit(success, std::cout, std::cerr);
+            return std::nullopt;
+        }
+        catch (const CLI::ParseError& error)
+        {
+            const std::string text = error.what();
+            throw UsageError(text.substr(0, text.find('\n')));
+        }
+        return collect();
+    }
+
+    CLI::App& getApp() { return app; }
+
+private:
+    void setStyle(DetectionStyle asked)
+    {
+        if (style && *style != asked)
+            throw UsageError("--table, --csv, --json: only one of them can be given");
+        style = asked;
+    }
+
+    DetectionOptions collect()
+    {
+        options.request.settings =
+            withUsageError<std::invalid_argument>("", [&] { return precise.parse(); });
+        options.inputs.assign(files.begin(), files.end());
+        FormatRequest none;
+        options.raw = streams.parse("", none).rawInput;
+        if (options.raw && files.size() != 1)
+            throw UsageError("--raw: is for one FILE");
+        if (std::ranges::count(options.inputs, streamName) > 1)
+            throw UsageError("-: can be read once");
+        options.numJobs = chooseNumJobs(numJobs);
+        const bool hasFolder = std::ranges::any_of(options.inputs, isFolder);
+        options.style = style.value_or(hasFolder && !options.isQuiet ? DetectionStyle::table
+                                                                     : DetectionStyle::text);
+        options.request.isBrief = options.isQuiet;
+        options.request.measuresQuality = !options.isQuiet || options.style != DetectionStyle::text;
+        return options;
+    }
+
+    CLI::App app{description, "kalim detect"};
     DetectionOptions options;
     std::vector<std::string> files;
+    std::size_t numJobs = 0;
+    std::optional<DetectionStyle> style;
     PreciseOptions precise;
+    StreamOptionTexts streams;
 };
-
-/// Nothing when help was asked for and given.
-std::optional<DetectionOptions> parse(int argc, const char* const* argv)
-{
-    DetectionCommandLine line;
-    try
-    {
-        line.app.parse(argc, argv);
-    }
-    catch (const CLI::Success& success)
-    {
-        line.app.exit(success, std::cout, std::cerr);
-        return std::nullopt;
-    }
-    catch (const CLI::ParseError& error)
-    {
-        const std::string text = error.what();
-        throw UsageError(text.substr(0, text.find('\n')));
-    }
-    DetectionOptions options = line.options;
-    options.settings =
-        withUsageError<std::invalid_argument>("", [&] { return line.precise.parse(); });
-    options.files.assign(line.files.begin(), line.files.end());
-    return options;
-}
-
-HumSummary detect(AudioFileReader& reader, const DetectionOptions& options)
-{
-    std::optional<ProgressBar> progress;
-    if (!options.isQuiet)
-        progress.emplace(stderr);
-    return detectHum(reader, options.settings,
-                     [&](double share)
-                     {
-                         if (progress)
-                             progress->update(share);
-                     });
-}
-
-std::string toText(const std::filesystem::path& file, const HumSummary& hum, bool isQuiet)
-{
-    std::string text = fmt::format("{}: {}\n", printable(file), describeHum(hum));
-    if (isQuiet || !hum.hasHum())
-        return text;
-    text += fmt::format("  between {:.3f} Hz and {:.3f} Hz, drift {:+.5f} Hz/s, {:.1f} s of hum\n",
-                        hum.getLowestFrequency(), hum.getHighestFrequency(), hum.getDrift(),
-                        hum.getSecondsOfHum());
-    if (!hum.getChanges().empty())
-        text += fmt::format("  changes at {}\n", changesToText(hum.getChanges()));
-    for (const std::string& doubt : findDoubts(hum))
-        text += fmt::format("  {}\n", doubt);
-    return text + harmonicsToText(hum);
-}
-
-/// Whether sound of the file was not looked at.
-bool tellDamages(const AudioFileReader& reader)
-{
-    bool isLoss = false;
-    for (const FileNote& damage : damagesOf(reader))
-        if (damage.isLoss)
-        {
-            fmt::print(stderr, "kalim: {}: {}\n", printable(reader.getPath()), damage.text);
-            isLoss = true;
-        }
-    return isLoss;
-}
 
 } // namespace
 
 int runDetection(int argc, const char* const* argv)
 {
-    const auto options = parse(argc, argv);
+    const auto options = DetectionCommand().parse(argc, argv);
     if (!options)
         return 0;
-    int exitCode = 0;
-    nlohmann::ordered_json list = nlohmann::ordered_json::array();
-    for (const std::filesystem::path& file : options->files)
-        try
-        {
-            AudioFileReader reader(file, Damaged::salvage);
-            const HumSummary hum = detect(reader, *options);
-            if (options->reportsJson)
-                list.push_back({{"file", printable(file)}, {"hum", humToJson(hum)}});
-            else
-                fmt::print("{}", toText(file, hum, options->isQuiet));
-            if (tellDamages(reader))
-                exitCode = 1;
-        }
-        catch (const FileError& error)
-        {
-            fmt::print(stderr, "kalim: {}\n", error.what());
-            exitCode = 1;
-        }
-    if (options->reportsJson)
-        fmt::print("{}\n",
-                   list.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
-    return exitCode;
+    return lookAtInputs(*options);
 }
 
 void visitDetectionOptions(const std::function<void(CLI::App&)>& visit)
 {
-    DetectionCommandLine line;
-    visit(line.app);
+    visit(DetectionCommand().getApp());
 }
 
 } // namespace kalim::program

@@ -15,6 +15,7 @@
 #include "kalim/report/Provenance.h"
 #include "kalim/report/SpectrumPlot.h"
 #include "kalim/report/SpeedReport.h"
+#include "kalim/streams/StandardStreams.h"
 #include "presets/PresetFile.h"
 #include "presets/PresetFolders.h"
 
@@ -50,6 +51,8 @@ constexpr const char* footerPattern =
     "An estimate that lies further from the tracked frequency than adaptivity allows is not "
     "followed,\nso a small adaptivity also needs a fundamental that is nearly right.\n"
     "What a preset switches on is switched off by {}.\n"
+    "Standard input is read to its end before work begins, and standard output is written when it "
+    "is\ndone; both are kept in TMPDIR (/tmp) meanwhile. The report then goes to standard error.\n"
     "\n"
     "Exit codes: 0 done, 1 could not process, 2 wrong usage.";
 
@@ -83,8 +86,8 @@ public:
         app.set_help_flag("-h,--help", "Show this help and exit");
         app.footer(makeFooter());
         app.add_option("INPUT", files,
-                       "Audio file to clean, and the file to write; with --output-dir all that are "
-                       "to be cleaned, files and folders")
+                       "Audio file to clean, and the file to write, - for standard input and "
+                       "output; with --output-dir all that are to be cleaned, files and folders")
             ->required()
             ->type_name("FILE OUTPUT");
         addMethod();
@@ -165,9 +168,11 @@ private:
             ->type_name("N")
             ->group("Files");
         app.add_option("--format", format,
-                       "CONTAINER, SAMPLES or CONTAINER:SAMPLES, such as rf64, pcm24 or caf:float")
+                       "CONTAINER, SAMPLES or CONTAINER:SAMPLES, such as rf64, pcm24 or "
+                       "caf:float; OUTPUT - is WAV without, and may be raw or, say, raw:s16le")
             ->type_name("FORMAT")
             ->group("Files");
+        streams.add(app, "Files");
         app.add_option("--quality", options.quality,
                        "How good MP3, Ogg and Opus files are to be (default 8)")
             ->check(within(0, 10, "", HumParameter::Kind::real))
@@ -229,9 +234,7 @@ private:
         if (options.listsPresets)
             return options;
         requireFileNames();
-        if (!format.empty())
-            options.format = withUsageError<std::invalid_argument>(
-                "--format: ", [&] { return parseFormatRequest(format); });
+        options.streams = streams.parse(format, options.format);
         if (!measured.empty())
             options.measured = withUsageError<std::invalid_argument>(
                 "--measure: ", [&] { return parseMeasuredRange(measured); });
@@ -251,6 +254,7 @@ private:
         applyPrecise();
         if (batch.isGiven())
             applyBatch();
+        requireFittingStreams(options);
         return options;
     }
 
@@ -260,8 +264,8 @@ private:
         {
             if (name.empty())
                 throw UsageError("an empty file name");
-            if (name == "-")
-                throw UsageError("-: standard streams are not supported, name a file");
+            if (isStream(name) && batch.isGiven())
+                throw UsageError("-: cannot be given together with --output-dir");
         }
         if (const std::string orphan = batch.findOrphan(app); !orphan.empty())
             throw UsageError(orphan + ": needs --output-dir");
@@ -336,11 +340,8 @@ private:
         options.settings.update(readPresetFile(options.preset->file).values);
     }
 
-    /// What the names alone tell to be wrong is told before any work is done.
-    void requireKnownKinds() const
+    void requireKnownOutput() const
     {
-        if (batch.isGiven())
-            return;
         if (!isFilm(options.output))
             requireMatchingName(options.output, options.format);
         else if (options.makesChecksums)
@@ -348,6 +349,15 @@ private:
         else if (options.format.container || options.format.samples || options.quality)
             throw UsageError("--format, --quality: the coding of sound in a film follows from its "
                              "name");
+    }
+
+    /// What the names alone tell to be wrong is told before any work is done.
+    void requireKnownKinds() const
+    {
+        if (batch.isGiven())
+            return;
+        if (!isStream(options.output))
+            requireKnownOutput();
         if (options.plot)
             pictureKindOf(*options.plot);
         for (const std::filesystem::path& file : options.speedReports)
@@ -363,6 +373,7 @@ private:
     std::optional<std::string> preset;
     std::vector<std::string> files;
     BatchOptionTexts batch;
+    StreamOptionTexts streams;
     std::string format;
     std::string measured;
     std::string plot;

@@ -5,6 +5,7 @@
 #include "kalim/HumSettings.h"
 #include "kalim/MeasuredRange.h"
 #include "kalim/batch/BatchOptions.h"
+#include "kalim/streams/StreamOptions.h"
 #include "presets/PresetCatalogue.h"
 
 #include <filesystem>
@@ -60,6 +61,10 @@ struct Options
 {
     std::filesystem::path input;
     std::filesystem::path output;
+
+    /// What reports call the input, where its path does not tell.
+    std::string inputName;
+    StreamOptions streams;
 
     /// The stream of sound to clean where the input is a film.
     std::optional<int> stream;

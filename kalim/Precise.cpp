@@ -129,13 +129,13 @@ PreciseSettings learnFromRecording(AudioFileReader& reader, const PreciseSetting
 }
 
 HumSummary detectHum(AudioFileReader& reader, const PreciseSettings& settings,
-                     const Progress& progress)
+                     const Progress& progress, const HeardHum& heard)
 {
     giveMemoryBack();
     PreciseRemover remover(
         reader.getSampleRate(), reader.getNumChannels(),
         surveyRecording(reader, settings, [&](double share) { progress(surveyShare * share); }),
-        [](const float* const*, const float* const*, int) {});
+        heard);
     readAll(
         reader, [&](double share) { progress(surveyShare + (1.0 - surveyShare) * share); },
         [&](const float* const* channels, int count) { remover.add(channels, count); });

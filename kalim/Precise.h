@@ -27,10 +27,15 @@ orvo::audio::precise::PreciseSettings
 learnFromRecording(AudioFileReader& reader, const orvo::audio::precise::PreciseSettings& settings,
                    const MeasuredSamples& part);
 
+/// Given the samples of every channel in order, those that are no finite numbers as silence, and
+/// the hum in them.
+using HeardHum = orvo::audio::precise::PreciseRemover::Sink;
+
 /// Reads a recording twice and tells what hum it holds; goes back to the start. Throws FileError.
-orvo::audio::precise::HumSummary detectHum(AudioFileReader& reader,
-                                           const orvo::audio::precise::PreciseSettings& settings,
-                                           const Progress& progress);
+orvo::audio::precise::HumSummary detectHum(
+    AudioFileReader& reader, const orvo::audio::precise::PreciseSettings& settings,
+    const Progress& progress,
+    const HeardHum& heard = [](const float* const*, const float* const*, int) {});
 
 /// Runs a recording through precise removal.
 class PreciseStream : public HumStream

@@ -1,10 +1,10 @@
 #include "audiofile/OutputFile.h"
 #include "base/FileError.h"
 #include "base/Text.h"
-#include "kalim/Cleaning.h"
 #include "kalim/Detection.h"
 #include "kalim/Options.h"
 #include "kalim/batch/Batch.h"
+#include "kalim/streams/StandardStreams.h"
 #include "presets/PresetCatalogue.h"
 
 #include <fmt/format.h>
@@ -56,7 +56,7 @@ int cleanOrList(int argc, char** argv)
     }
     if (options->batch)
         return runBatch(*options);
-    const Report report = clean(*options);
+    const Report report = cleanAnything(*options);
     // That something is missing is an error, not a remark.
     if (!options->isQuiet || report.isSalvaged)
         for (const std::string& warning : report.warnings)
@@ -64,7 +64,7 @@ int cleanOrList(int argc, char** argv)
     if (options->reportsJson)
         fmt::print("{}", report.toJson());
     else if (!options->isQuiet)
-        fmt::print("{}", report.toText());
+        fmt::print(isStream(options->output) ? stderr : stdout, "{}", report.toText());
     return report.isSalvaged ? couldNotProcess : 0;
 }
 

@@ -88,6 +88,7 @@ void TransportBar::refresh()
         player.isPlaying() ? juce::translate("Stop") : juce::translate("Play");
     playButton.setButtonText(playText);
     playButton.setTitle(playText);
+    playButton.setDescription(juce::translate("Audio file"));
     loopButton.setToggleState(player.isLooping(), juce::dontSendNotification);
 
     const double length = player.getLength();

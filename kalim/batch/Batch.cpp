@@ -4,19 +4,14 @@
 #include "base/FileError.h"
 #include "base/Text.h"
 #include "kalim/Cleaning.h"
+#include "kalim/batch/BatchProgress.h"
 #include "kalim/batch/BatchReport.h"
 #include "kalim/batch/JobPool.h"
 #include "kalim/batch/Journal.h"
-#include "kalim/report/ProgressBar.h"
 #include "kalim/report/Provenance.h"
-#include "kalim/report/TimeText.h"
 
 #include <fmt/format.h>
 
-#include <unistd.h>
-
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <new>
 #include <optional>
@@ -62,119 +57,21 @@ std::string cleanOne(Options options, const BatchItem& item, BatchRow row)
     return row.dump(-1, ' ', false, BatchRow::error_handler_t::replace);
 }
 
-/// How far the whole is: a line that is drawn anew on a terminal, or else a line per file.
-class BatchProgress
+std::uintmax_t totalSize(const BatchPlan& plan)
 {
-    static std::string reasonOf(const BatchRow& row)
-    {
-        if (row["status"] == salvaged)
-            return fmt::format("{}: {}", row["input"].get<std::string>(),
-                               fmt::join(row["warnings"].get<std::vector<std::string>>(), "; "));
-        return row["error"].get<std::string>();
-    }
+    std::uintmax_t bytes = 0;
+    for (const BatchItem& item : plan.items)
+        bytes += item.size;
+    return bytes;
+}
 
-public:
-    BatchProgress(const BatchPlan& plan, bool isQuiet)
-        : isShown(!isQuiet)
-        , isOnTerminal(isatty(STDERR_FILENO) == 1)
-        , numFiles(plan.items.size())
-    {
-        for (const BatchItem& item : plan.items)
-            numBytes += item.size;
-    }
-
-    void skip(const BatchItem& item)
-    {
-        ++numSkipped;
-        numBytes -= item.size;
-        draw();
-    }
-
-    void add(const BatchItem& item, const BatchRow& row)
-    {
-        const bool isDone = row["status"] == done;
-        ++(isDone ? numDone : numFailed);
-        numBytesDone += item.size;
-        if (isDone)
-            seconds += row["seconds"].get<double>();
-        if (!isDone)
-            say(fmt::format("kalim: {}", reasonOf(row)));
-        else if (isShown && !isOnTerminal)
-            say(fmt::format("kalim: {} of {}: {}", getNumFinished(), numFiles,
-                            row["output"].get<std::string>()));
-        if (isShown && isDone)
-            for (const auto& warning : row["warnings"])
-                say(fmt::format("kalim: {}: warning: {}", row["input"].get<std::string>(),
-                                warning.get<std::string>()));
-        draw();
-    }
-
-    /// Erases the line and says what became of all.
-    void finish(int numLeftOut)
-    {
-        if (!isShown)
-            return;
-        erase();
-        fmt::print(
-            "{}: {} cleaned, {} done before, {} failed{}; {} of sound in {}, {:.0f} times "
-            "real time\n",
-            counted(static_cast<std::ptrdiff_t>(numFiles), "file"), numDone, numSkipped, numFailed,
-            numLeftOut > 0 ? fmt::format(", {} other files left alone", numLeftOut) : "",
-            timeText(seconds), timeText(getElapsed()), seconds / std::max(getElapsed(), 1e-3));
-    }
-
-    int getNumFailed() const { return numFailed; }
-
-private:
-    std::size_t getNumFinished() const
-    {
-        return static_cast<std::size_t>(numDone + numFailed + numSkipped);
-    }
-
-    double getElapsed() const
-    {
-        return std::chrono::duration<double>(ProgressBar::Clock::now() - start).count();
-    }
-
-    void erase() const
-    {
-        if (isOnTerminal)
-            std::fputs("\r\x1b[K", stderr);
-    }
-
-    void say(const std::string& line) const
-    {
-        erase();
-        fmt::print(stderr, "{}\n", line);
-    }
-
-    void draw() const
-    {
-        if (!isShown || !isOnTerminal)
-            return;
-        erase();
-        std::string line = fmt::format("{} of {} files, {} of sound", getNumFinished(), numFiles,
-                                       timeText(seconds));
-        const double elapsed = getElapsed();
-        if (numBytesDone > 0)
-            line += fmt::format(", {:.0f} x real time, {} left", seconds / std::max(elapsed, 1e-3),
-                                timeText(elapsed * static_cast<double>(numBytes - numBytesDone) /
-                                         static_cast<double>(numBytesDone)));
-        std::fputs(line.c_str(), stderr);
-        std::fflush(stderr);
-    }
-
-    bool isShown;
-    bool isOnTerminal;
-    std::size_t numFiles;
-    std::uintmax_t numBytes = 0;
-    std::uintmax_t numBytesDone = 0;
-    int numDone = 0;
-    int numFailed = 0;
-    int numSkipped = 0;
-    double seconds = 0.0;
-    ProgressBar::Clock::time_point start = ProgressBar::Clock::now();
-};
+std::string reasonOf(const BatchRow& row)
+{
+    if (row["status"] == salvaged)
+        return fmt::format("{}: {}", row["input"].get<std::string>(),
+                           fmt::join(row["warnings"].get<std::vector<std::string>>(), "; "));
+    return row["error"].get<std::string>();
+}
 
 class BatchRun
 {
@@ -183,7 +80,7 @@ public:
         : options(given)
         , plan(planned)
         , journal(given.batch->journal)
-        , progress(planned, given.isQuiet)
+        , progress(planned.items.size(), totalSize(planned), given.isQuiet)
     {
     }
 
@@ -191,7 +88,7 @@ public:
     int run()
     {
         cleanAll();
-        progress.finish(plan.numLeftOut);
+        tellEnd();
         writeReports();
         return progress.getNumFailed();
     }
@@ -210,7 +107,7 @@ private:
             if (!options.batch->keepsGoing && progress.getNumFailed() > 0)
                 break;
             if (journal.findFinished(item, options.batch->settings) != nullptr)
-                progress.skip(item);
+                progress.skip(item.size);
             else
                 startOne(pool, item);
         }
@@ -257,7 +154,33 @@ private:
             row["error"] = fmt::format("{}: {}", printable(item.input), failure);
         }
         journal.add(item, row);
-        progress.add(item, row);
+        tell(item, row);
+    }
+
+    void tell(const BatchItem& item, const BatchRow& row)
+    {
+        if (row["status"] != done)
+        {
+            progress.addFailed(item.size, reasonOf(row));
+            return;
+        }
+        progress.addDone(item.size, row["seconds"].get<double>(), row["output"].get<std::string>());
+        for (const auto& warning : row["warnings"])
+            progress.warn(fmt::format("{}: warning: {}", row["input"].get<std::string>(),
+                                      warning.get<std::string>()));
+    }
+
+    void tellEnd() const
+    {
+        if (progress.isQuiet())
+            return;
+        progress.erase();
+        fmt::print("{}: {} cleaned, {} done before, {} failed{}; {}\n",
+                   counted(static_cast<std::ptrdiff_t>(plan.items.size()), "file"),
+                   progress.getNumDone(), progress.getNumSkipped(), progress.getNumFailed(),
+                   plan.numLeftOut > 0 ? fmt::format(", {} other files left alone", plan.numLeftOut)
+                                       : "",
+                   progress.describeSpeed());
     }
 
     void writeReports() const

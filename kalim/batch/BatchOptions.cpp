@@ -4,6 +4,7 @@
 #include "kalim/Options.h"
 #include "kalim/Version.h"
 #include "kalim/batch/BatchReport.h"
+#include "kalim/batch/JobPool.h"
 #include "kalim/batch/Journal.h"
 
 #include <CLI/App.hpp>
@@ -12,13 +13,11 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cmath>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 #include <sstream>
 #include <string_view>
-#include <thread>
 
 namespace kalim::program
 {
@@ -133,8 +132,7 @@ BatchOptions BatchOptionTexts::parse() const
     options.request.suffix = suffix;
     if (suffix.find('/') != std::string::npos)
         throw UsageError("--suffix: cannot hold a /");
-    options.numJobs = static_cast<int>(
-        numJobs > 0 ? numJobs : std::max<std::size_t>(std::thread::hardware_concurrency(), 1));
+    options.numJobs = chooseNumJobs(numJobs);
     options.isDryRun = isDryRun;
     options.keepsGoing = keepsGoing;
     options.reports.assign(reports.begin(), reports.end());

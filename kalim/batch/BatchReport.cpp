@@ -4,6 +4,7 @@
 #include "base/FileError.h"
 #include "base/Text.h"
 #include "kalim/Version.h"
+#include "kalim/report/CsvTable.h"
 #include "kalim/report/HumText.h"
 
 #include <fmt/chrono.h>
@@ -30,42 +31,6 @@ constexpr std::array columns{
 bool isCsv(const std::filesystem::path& path)
 {
     return lowered(path.extension().native()) == ".csv";
-}
-
-std::string quoted(const std::string& text)
-{
-    if (text.find_first_of("\",\r\n") == std::string::npos)
-        return text;
-    std::string result = "\"";
-    for (const char character : text)
-        result.append(character == '"' ? 2U : 1U, character);
-    result.push_back('"');
-    return result;
-}
-
-std::string cellOf(const BatchRow& row, const char* column)
-{
-    const auto found = row.find(column);
-    if (found == row.end() || found->is_null())
-        return "";
-    if (found->is_string())
-        return quoted(found->get<std::string>());
-    if (!found->is_array())
-        return found->dump();
-    return quoted(fmt::format("{}", fmt::join(found->get<std::vector<std::string>>(), "; ")));
-}
-
-std::string toCsv(const std::vector<BatchRow>& rows)
-{
-    std::string text = fmt::format("{}\r\n", fmt::join(columns, ","));
-    for (const BatchRow& row : rows)
-    {
-        std::vector<std::string> cells;
-        for (const char* const column : columns)
-            cells.push_back(cellOf(row, column));
-        text += fmt::format("{}\r\n", fmt::join(cells, ","));
-    }
-    return text;
 }
 
 /// Harmonics that were treated in any channel.
@@ -133,7 +98,7 @@ std::string batchRowsToJson(const std::vector<BatchRow>& rows)
 void writeBatchReport(const std::filesystem::path& path, const std::vector<BatchRow>& rows)
 {
     OutputFile file(path, Existing::replace);
-    const std::string text = isCsv(path) ? toCsv(rows) : batchRowsToJson(rows);
+    const std::string text = isCsv(path) ? csvTable(columns, rows) : batchRowsToJson(rows);
     file.write(std::as_bytes(std::span(text)));
     file.commit();
 }

@@ -15,6 +15,7 @@
 #include <poll.h>
 #include <span>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 namespace kalim::program
@@ -47,6 +48,12 @@ std::string describeEnd(int status)
 }
 
 } // namespace
+
+int chooseNumJobs(std::size_t asked)
+{
+    return static_cast<int>(
+        asked > 0 ? asked : std::max<std::size_t>(std::thread::hardware_concurrency(), 1));
+}
 
 JobPool::JobPool(int mostAtOnce)
     : most(static_cast<std::size_t>(std::max(mostAtOnce, 1)))

@@ -11,6 +11,10 @@
 namespace kalim::program
 {
 
+/// How many pieces of work to do at a time where so many are asked for: as many as there are cores
+/// for 0.
+int chooseNumJobs(std::size_t asked);
+
 /// Runs pieces of work in processes of their own, some at a time, so that one that crashes takes no
 /// other with it. For a process with one thread.
 class JobPool

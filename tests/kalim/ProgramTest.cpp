@@ -304,8 +304,7 @@ TEST_F(Program, refusesWhatIsWrongWithTheReasonAndLeavesNothingBehind)
         EXPECT_THAT(refusal(2, {input, output(), option}), HasSubstr(reason));
     using Case = std::tuple<int, Words, std::string>;
     for (const auto& [exitCode, words, reason] :
-         {Case(2, {input}, "OUTPUT"), Case(2, {"-", output()}, "-"),
-          Case(2, {input, path("out.unknown")}, ".flac"),
+         {Case(2, {input}, "OUTPUT"), Case(2, {input, path("out.unknown")}, ".flac"),
           Case(2, {input, output(), "--trace", output()}, "twice"),
           Case(2, {input, input, "--force"}, "input itself"),
           Case(1, {path("missing.wav"), output()}, "missing.wav: No such file"),

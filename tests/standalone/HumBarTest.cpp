@@ -7,6 +7,7 @@
 #include "standalone/TransportBar.h"
 #include "tests/standalone/ProbeProcessor.h"
 #include "tests/standalone/SoundFiles.h"
+#include "tests/support/framework/Accessibility.h"
 #include "tests/support/framework/MarkedLanguage.h"
 
 #include <cmath>
@@ -149,6 +150,18 @@ TEST(WordsOfTheStandalone, areAllTranslated)
         const auto unmarked = MarkedLanguage::findUnmarked(*part, {"JACK", "ALSA", "Hz"});
         EXPECT_TRUE(unmarked.isEmpty()) << unmarked.joinIntoString("\n");
     }
+}
+
+TEST_F(HumOfAFile, isToldOfWithNameRoleValueAndDescriptionOfEveryControl)
+{
+    open(makeSound);
+    standalone::TransportBar transport(player);
+    std::vector<juce::Component*> controls;
+    collectControls(*bar, controls);
+    collectControls(transport, controls);
+    EXPECT_EQ(controls.size(), 7U);
+    for (juce::Component* const control : controls)
+        expectTold(*control);
 }
 
 } // namespace kalim::test
