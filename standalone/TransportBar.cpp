@@ -65,6 +65,7 @@ void TransportBar::prepareSlider()
     positionSlider.setSliderStyle(juce::Slider::LinearHorizontal);
     positionSlider.setTextBoxStyle(juce::Slider::NoTextBox, true, 0, 0);
     positionSlider.setTitle(juce::translate("Position"));
+    positionSlider.setDescription(juce::translate("Audio file"));
     positionSlider.setWantsKeyboardFocus(true);
     positionSlider.setScrollWheelEnabled(false);
     positionSlider.textFromValueFunction = formatTime;

@@ -159,7 +159,7 @@ TEST_F(HumOfAFile, isToldOfWithNameRoleValueAndDescriptionOfEveryControl)
     std::vector<juce::Component*> controls;
     collectControls(*bar, controls);
     collectControls(transport, controls);
-    EXPECT_EQ(controls.size(), 7U);
+    EXPECT_EQ(controls.size(), 5U);
     for (juce::Component* const control : controls)
         expectTold(*control);
 }
