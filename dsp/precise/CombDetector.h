@@ -37,6 +37,8 @@ public:
 
     int getHop() const;
 
+    int getNumWindows() const { return numWindows; }
+
     void addWindow(const float* samples, int count);
 
     /// The best peaks of all ranges, best first; at least one per range.

@@ -35,9 +35,10 @@ constexpr int chunk = 1 << 16; // samples that go to the sink at once
 constexpr double surveyMargin = 2.0 * 1.4 * 13.0;
 
 /// The range of a survey is taken for the whole recording when its score is higher by so much than
-/// that of any other range. Music without hum in either range, or with hum for some seconds only, has
-/// differences of up to 1.
-constexpr double decisiveScore = 1.25;
+/// that of any other range, and by so much over the root of the number of windows: in some seconds
+/// of music, notes and chance make differences of 1.
+constexpr double decisiveScore = 0.5;
+constexpr double decisiveOfOneWindow = 2.7;
 
 double getHighest(const Series<FundamentalRange>& ranges)
 {
@@ -133,6 +134,7 @@ PreciseSettings HumSurvey::finish()
 {
     if (measuring.valid())
         measuring.get();
+    const auto numChannels = static_cast<int>(buffers.size());
     measure(std::move(buffers));
     const Series<CombPeak> peaks = detector.getPeaks();
     const auto isInside = [](const FundamentalRange& range, const CombPeak& peak)
@@ -141,8 +143,12 @@ PreciseSettings HumSurvey::finish()
                                    [&](const auto& range) { return isInside(range, peaks[0]); });
     if (best == settings.ranges.end())
         return settings;
+    const int numWindows = detector.getNumWindows() / numChannels;
+    const double decisive =
+        std::max(decisiveScore,
+                 decisiveOfOneWindow / std::sqrt(static_cast<double>(std::max(1, numWindows))));
     for (const CombPeak& peak : peaks)
-        if (!isInside(*best, peak) && peak.score > peaks[0].score - decisiveScore)
+        if (!isInside(*best, peak) && peak.score > peaks[0].score - decisive)
             return settings;
     PreciseSettings decided = settings;
     decided.ranges = {*best};

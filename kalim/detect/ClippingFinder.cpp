@@ -39,14 +39,14 @@ Stretches ClippingFinder::finish()
     return all;
 }
 
-void ClippingFinder::Ceiling::add(float value, std::int64_t position, float grain)
+void ClippingFinder::Ceiling::add(float value, std::int64_t place, float grain)
 {
     if (value > level * (1.0F + tolerance))
-        raise(value, position);
+        raise(value, place);
     else if (value >= level * (1.0F - tolerance) && level > 0.0F)
     {
         if (length == 0)
-            start = position;
+            start = place;
         ++length;
     }
     else
@@ -57,11 +57,11 @@ void ClippingFinder::Ceiling::add(float value, std::int64_t position, float grai
     }
 }
 
-void ClippingFinder::Ceiling::raise(float value, std::int64_t position)
+void ClippingFinder::Ceiling::raise(float value, std::int64_t place)
 {
     rememberRun(); // at what is the highest value no longer
     level = value;
-    start = position;
+    start = place;
     length = 1;
     runs = {};
 }

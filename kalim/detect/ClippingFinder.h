@@ -23,11 +23,11 @@ private:
     class Ceiling
     {
     public:
-        void add(float value, std::int64_t position, float grain);
+        void add(float value, std::int64_t place, float grain);
         Stretches finish(float grain);
 
     private:
-        void raise(float value, std::int64_t position);
+        void raise(float value, std::int64_t place);
         void endRun(float grain);
         void rememberRun();
         void remember(float value);
