@@ -97,18 +97,23 @@ std::string remarks(const Json& flat)
     return text;
 }
 
+/// "bursts" of "bursts, not hum"
+std::string firstWord(const std::string& text)
+{
+    return text.substr(0, text.find(','));
+}
+
 std::string tableLine(const Json& row)
 {
     if (row.contains("error"))
         return fmt::format(tablePattern, "-", "-", "failed", "-", "-", "-", "-", "-", "-",
                            row["file"].get<std::string>());
     const Json flat = flattened(row);
-    return fmt::format(tablePattern, timeText(flat["seconds"].get<double>()),
-                       cell(flat, "fundamental", 3), flat["kind"].get<std::string>().substr(0, 9),
-                       cell(flat, "removable", 1), cell(flat, "loudness", 1),
-                       cell(flat, "loudnessRange", 1), cell(flat, "truePeak", 1),
-                       flat["clippedCount"].get<int>(), flat["droppedOutCount"].get<int>(),
-                       flat["file"].get<std::string>() + remarks(flat));
+    return fmt::format(
+        tablePattern, timeText(flat["seconds"].get<double>()), cell(flat, "fundamental", 3),
+        firstWord(flat["kind"]), cell(flat, "removable", 1), cell(flat, "loudness", 1),
+        cell(flat, "loudnessRange", 1), cell(flat, "truePeak", 1), flat["clippedCount"].get<int>(),
+        flat["droppedOutCount"].get<int>(), flat["file"].get<std::string>() + remarks(flat));
 }
 
 std::string indented(const std::string& text)

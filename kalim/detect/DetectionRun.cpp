@@ -75,7 +75,8 @@ public:
         , inputs(listed)
         , kept(copies)
         , output(given.style)
-        , progress(listed.files.size(), totalSize(listed), given.isQuiet)
+        , progress(listed.files.size(), totalSize(listed),
+                   given.isQuiet || listed.files.size() == 1)
     {
     }
 
@@ -88,6 +89,7 @@ public:
         else
             lookAtAll();
         progress.write(output.end());
+        progress.erase();
         if (!options.isQuiet && options.style == DetectionStyle::table)
             tellEnd();
         return progress.getNumFailed();
@@ -175,7 +177,6 @@ private:
 
     void tellEnd() const
     {
-        progress.erase();
         fmt::print(stderr, "{}: {} looked at, {} failed{}; {}\n",
                    counted(static_cast<std::ptrdiff_t>(inputs.files.size()), "file"),
                    progress.getNumDone(), progress.getNumFailed(),

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -7,8 +8,8 @@ namespace kalim::program
 {
 
 /// Loudness by EBU R 128 and ITU-R BS.1770-4, in memory that does not grow with the recording. The
-/// channels count as L, R, C, LFE, Ls, Rs, four of them as L, R, Ls, Rs; further ones are measured
-/// for their peaks alone. One thread at a time.
+/// channels count as L, R, C, LFE, Ls, Rs, four of them as L, R, Ls, Rs; further ones do not count.
+/// One thread at a time.
 class LoudnessMeter
 {
 public:
@@ -28,20 +29,13 @@ public:
     /// In LU; none for less than 3 s of sound, or without integrated loudness.
     std::optional<double> getRange() const;
 
-    /// Of all channels, between the samples, in dBTP; none in digital silence and at rates that are
-    /// none of sound, below 16 Hz and above 2.8 MHz.
-    std::optional<double> getTruePeak() const;
-
 private:
-    /// The library with some of the channels.
-    struct Group;
-
-    void addGroup(int first, int count, int mode);
+    struct Library;
 
     double sampleRate;
+    int numChannels; ///< that count
     double seconds = 0.0;
-    std::vector<Group> groups; // the first with those that loudness is made of
-    std::vector<float> interleaved;
+    std::unique_ptr<Library> library; ///< null at rates that it does not measure at
 };
 
 } // namespace kalim::program

@@ -15,6 +15,7 @@ constexpr int pieceLength = 4096;
 
 QualityMeter::QualityMeter(double sampleRate, int numChannels)
     : loudness(sampleRate, numChannels)
+    , truePeak(sampleRate, numChannels)
     , comparison(numChannels)
     , clipping(static_cast<std::size_t>(numChannels))
     , dropouts(static_cast<std::size_t>(numChannels), DropoutFinder(sampleRate))
@@ -43,6 +44,7 @@ void QualityMeter::add(const float* const* channels, const float* const* hum, in
             }
         }
         loudness.add(piece.data(), count);
+        truePeak.add(piece.data(), count);
         comparison.add(piece.data(), count);
     }
     quality.samples += numSamples;
@@ -52,7 +54,8 @@ Quality QualityMeter::finish()
 {
     quality.loudness = loudness.getIntegrated();
     quality.loudnessRange = loudness.getRange();
-    quality.truePeak = loudness.getTruePeak();
+    if (truePeak.getPeak() > 0.0)
+        quality.truePeak = 20.0 * std::log10(truePeak.getPeak());
     for (ClippingFinder& finder : clipping)
         quality.clipped.add(finder.finish());
     for (DropoutFinder& finder : dropouts)

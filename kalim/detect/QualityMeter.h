@@ -5,6 +5,7 @@
 #include "kalim/detect/DropoutFinder.h"
 #include "kalim/detect/LoudnessMeter.h"
 #include "kalim/detect/Stretches.h"
+#include "kalim/detect/TruePeakMeter.h"
 
 #include <cstdint>
 #include <optional>
@@ -22,7 +23,7 @@ struct Quality
 
     std::optional<double> loudness;      ///< integrated, LUFS
     std::optional<double> loudnessRange; ///< LU
-    std::optional<double> truePeak;      ///< dBTP
+    std::optional<double> truePeak;      ///< of all channels, dBTP; none in digital silence
 
     Stretches clipped; ///< of all channels, each counted by itself
     Stretches droppedOut;
@@ -53,6 +54,7 @@ public:
 private:
     Quality quality;
     LoudnessMeter loudness;
+    TruePeakMeter truePeak;
     ChannelComparison comparison;
     std::vector<ClippingFinder> clipping;
     std::vector<DropoutFinder> dropouts;

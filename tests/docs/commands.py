@@ -29,7 +29,7 @@ import soundfile
 
 SECONDS_PER_BLOCK = 60
 NOT_COMMANDS = ("text", "xml", "cpp")
-TOOLS = ("ffmpeg", "lv2file")
+TOOLS = ("ffmpeg", "lv2file", "sox")
 
 
 @dataclass(frozen=True)

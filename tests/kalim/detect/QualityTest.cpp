@@ -1,9 +1,11 @@
+#include "kalim/detect/LoudnessLibrary.h"
 #include "kalim/detect/QualityMeter.h"
 #include "tests/support/TestSignals.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <numbers>
 #include <random>
@@ -109,6 +111,34 @@ TEST(Quality, knowsLoudnessAndPeaksOfTones)
     Signal32 many = makeSilence(70);
     fill(many, 69, 1000, 1, 0.5F);
     EXPECT_GT(measure(many).truePeak.value(), -6.1);
+}
+
+TEST(Quality, passesOverNoPeak)
+{
+    std::minstd_rand random;
+    const auto number = [&random] { return static_cast<double>(random()) / 0x7fffffff; };
+    for (int round = 0; round < 40; ++round)
+    {
+        // Noise whose level leaps up and down, so that peaks lie anywhere in pieces.
+        double level = 0.0;
+        const Signal32 sound = makeSignal(2, 30000,
+                                          [&](int, int n)
+                                          {
+                                              if (n % 800 == 0)
+                                                  level = std::pow(10.0, -1.5 * number());
+                                              return level * (2.0 * number() - 1.0);
+                                          });
+        const auto whole = program::makeLoudnessState(2, rate, EBUR128_MODE_TRUE_PEAK);
+        std::vector<float> interleaved(60000);
+        const float* const channels[] = {sound.getReadChannelPtr(0), sound.getReadChannelPtr(1)};
+        program::interleave(channels, 2, 30000, interleaved.data());
+        program::addFrames(*whole, interleaved);
+        std::array<double, 2> peaks{};
+        for (const unsigned channel : {0U, 1U})
+            ebur128_true_peak(whole.get(), channel, &peaks[channel]);
+        EXPECT_NEAR(measure(sound).truePeak.value(),
+                    20.0 * std::log10(std::max(peaks[0], peaks[1])), 1e-6);
+    }
 }
 
 TEST(Quality, findsWhatWasClippedAtAnyLevel)
