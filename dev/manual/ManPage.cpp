@@ -74,18 +74,20 @@ std::string upperCased(std::string text)
 std::string paragraphs(const std::string& text)
 {
     std::string result;
-    std::istringstream lines(text);
-    bool isWaiting = false;
-    for (std::string line; std::getline(lines, line);)
+    std::string paragraph;
+    const auto add = [&]
     {
+        if (!paragraph.empty())
+            result += (result.empty() ? "" : ".PP\n") + wrapped(paragraph);
+        paragraph.clear();
+    };
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
         if (line.empty())
-        {
-            isWaiting = !result.empty();
-            continue;
-        }
-        result += (isWaiting ? ".PP\n" : "") + wrapped(line);
-        isWaiting = false;
-    }
+            add();
+        else
+            paragraph += line + " ";
+    add();
     return result;
 }
 
