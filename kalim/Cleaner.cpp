@@ -280,7 +280,7 @@ void Cleaner::writeSpeedReports(Report& report) const
     if (!report.speed)
         report.warnings.emplace_back("no hum was found to tell the speed from");
     for (OutputFile* const file : files.speedReports)
-        speed.write(*file, report.speed, report.getSeconds(), report.input);
+        speed.write(*file, report.speed, report.getSeconds(), printable(options.input.filename()));
 }
 
 void Cleaner::addRecords(Report& report, const std::filesystem::path& output,
