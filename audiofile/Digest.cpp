@@ -13,9 +13,9 @@ namespace kalim
 namespace
 {
 
-EVP_MD_CTX* inLibrary(const std::unique_ptr<void, auto>& context)
+EVP_MD_CTX* inLibrary(void* context)
 {
-    return static_cast<EVP_MD_CTX*>(context.get());
+    return static_cast<EVP_MD_CTX*>(context);
 }
 
 void require(int result)
@@ -34,21 +34,21 @@ void Digest::Closer::operator()(void* closing) const
 Digest::Digest(Kind kind)
     : context(EVP_MD_CTX_new())
 {
-    require(EVP_DigestInit_ex(inLibrary(context), kind == Kind::md5 ? EVP_md5() : EVP_sha256(),
-                              nullptr));
+    require(EVP_DigestInit_ex(inLibrary(context.get()),
+                              kind == Kind::md5 ? EVP_md5() : EVP_sha256(), nullptr));
 }
 
 void Digest::add(std::span<const std::byte> bytes)
 {
-    require(EVP_DigestUpdate(inLibrary(context), bytes.data(), bytes.size()));
+    require(EVP_DigestUpdate(inLibrary(context.get()), bytes.data(), bytes.size()));
 }
 
 std::vector<std::byte> Digest::finish()
 {
     std::vector<std::byte> result(EVP_MAX_MD_SIZE);
     unsigned int size = 0;
-    require(EVP_DigestFinal_ex(inLibrary(context), reinterpret_cast<unsigned char*>(result.data()),
-                               &size));
+    require(EVP_DigestFinal_ex(inLibrary(context.get()),
+                               reinterpret_cast<unsigned char*>(result.data()), &size));
     result.resize(size);
     return result;
 }
