@@ -39,7 +39,7 @@ Stretches ClippingFinder::finish()
     return all;
 }
 
-void ClippingFinder::Ceiling::add(float value, std::int64_t place, float grain)
+void ClippingFinder::Ceiling::add(float value, std::int64_t place, float spacing)
 {
     if (value > level * (1.0F + tolerance))
         raise(value, place);
@@ -52,7 +52,7 @@ void ClippingFinder::Ceiling::add(float value, std::int64_t place, float grain)
     else
     {
         if (length > 0)
-            endRun(grain);
+            endRun(spacing);
         remember(value);
     }
 }
@@ -66,9 +66,9 @@ void ClippingFinder::Ceiling::raise(float value, std::int64_t place)
     runs = {};
 }
 
-void ClippingFinder::Ceiling::endRun(float grain)
+void ClippingFinder::Ceiling::endRun(float spacing)
 {
-    const float step = std::max(grain, tolerance * level);
+    const float step = std::max(spacing, tolerance * level);
     if (length >= leastRun && level >= leastCeiling && getDrop() > clearSteps * step)
         runs.add(start, length);
     rememberRun();
@@ -96,10 +96,10 @@ float ClippingFinder::Ceiling::getDrop() const
     return level - lowest;
 }
 
-Stretches ClippingFinder::Ceiling::finish(float grain)
+Stretches ClippingFinder::Ceiling::finish(float spacing)
 {
     if (length > 0)
-        endRun(grain);
+        endRun(spacing);
     return runs;
 }
 

@@ -23,12 +23,12 @@ private:
     class Ceiling
     {
     public:
-        void add(float value, std::int64_t place, float grain);
-        Stretches finish(float grain);
+        void add(float value, std::int64_t place, float spacing);
+        Stretches finish(float spacing);
 
     private:
         void raise(float value, std::int64_t place);
-        void endRun(float grain);
+        void endRun(float spacing);
         void rememberRun();
         void remember(float value);
         float getDrop() const;
