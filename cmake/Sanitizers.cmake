@@ -13,10 +13,5 @@ if(sanitizers)
   if(KALIM_FUZZ)
     add_compile_options(-fsanitize=fuzzer-no-link)
   endif()
-  # g++ 12 takes values for uninitialised, and sums of sizes for overflowing, once it has
-  # instrumented them.
-  if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
-    add_compile_options(-Wno-maybe-uninitialized -Wno-stringop-overflow)
-  endif()
   add_link_options(-fsanitize=${sanitizers})
 endif()
