@@ -165,6 +165,27 @@ juce::PropertiesFile::Options makeOptions(const juce::String& applicationName)
     return options;
 }
 
+/// The framework writes elements that follow a text with line ends, which it does not have when it
+/// writes a value in one line.
+bool hasTextBeforeElement(const juce::XmlElement& parent)
+{
+    bool isBehindText = false;
+    for (const juce::XmlElement* const child : parent.getChildIterator())
+    {
+        if (child->isTextElement())
+            isBehindText = true;
+        else if (isBehindText || hasTextBeforeElement(*child))
+            return true;
+    }
+    return false;
+}
+
+bool canBeWritten(std::string_view xml)
+{
+    const auto root = parseSafely(xml);
+    return root != nullptr && !hasTextBeforeElement(*root);
+}
+
 bool isSafe(const juce::File& file)
 {
     // Devices and pipes exist, but have no size of their own, and reading them need not end.
@@ -172,7 +193,7 @@ bool isSafe(const juce::File& file)
         return false;
     juce::MemoryBlock bytes;
     return file.loadFileAsData(bytes) &&
-           parseSafely({static_cast<const char*>(bytes.getData()), bytes.getSize()}) != nullptr;
+           canBeWritten({static_cast<const char*>(bytes.getData()), bytes.getSize()});
 }
 
 /// The framework parses its files without the care that files from outside need.
@@ -189,8 +210,7 @@ void removeUnsafeValues(juce::PropertiesFile& properties)
 {
     const juce::StringPairArray all = properties.getAllProperties();
     for (const juce::String& key : all.getAllKeys())
-        if (all[key].trimStart().startsWithChar('<') &&
-            parseSafely(all[key].toRawUTF8()) == nullptr)
+        if (all[key].trimStart().startsWithChar('<') && !canBeWritten(all[key].toRawUTF8()))
             properties.removeValue(key);
 }
 
