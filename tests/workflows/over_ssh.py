@@ -10,12 +10,12 @@ import sys
 from support import (WORKFLOWS, done_in_journals, environment, expect, expect_report, identities,
                      need, scratch_folder, write_collection)
 
-# Notes whom it was to call, and lets the command run here.
+# Notes whom it was to call, and lets the command run here; as after every login, SHELL is set.
 SSH = """#!/bin/sh
 echo "$1" >>"$(dirname "$0")/called"
 shift
 [ "$1" != -- ] || shift
-exec sh -c "$*"
+SHELL=/bin/sh exec sh -c "$*"
 """
 
 
