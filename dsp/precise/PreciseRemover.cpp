@@ -67,6 +67,12 @@ bool isAllSound(const ChannelView& view)
     return true;
 }
 
+/// Beside the caller's thread, or within it once the result is asked for.
+std::launch choosePolicy(const PreciseSettings& settings)
+{
+    return settings.usesThreads ? std::launch::async : std::launch::deferred;
+}
+
 } // namespace
 
 std::optional<PreciseSettings> learnHum(ChannelView view, const PreciseSettings& settings)
@@ -114,7 +120,7 @@ void HumSurvey::add(const float* const* channels, int numSamples)
     }
     if (measuring.valid())
         measuring.get();
-    measuring = std::async(std::launch::async, [this, samples = std::move(ready)]() mutable
+    measuring = std::async(choosePolicy(settings), [this, samples = std::move(ready)]() mutable
                            { measure(std::move(samples)); });
 }
 
@@ -207,7 +213,7 @@ void PreciseRemover::makeRoom()
 
 void PreciseRemover::start(Series<Series<float>> samples)
 {
-    running.push_back(std::async(std::launch::async,
+    running.push_back(std::async(choosePolicy(settings),
                                  [this, first = position, all = std::move(samples)]() mutable
                                  { return analyse(first, std::move(all)); }));
 }

@@ -23,6 +23,10 @@ struct PreciseSettings
 
     /// The shape that the hum is known to have, as learnHum() finds it.
     std::optional<HumPattern> pattern{};
+
+    /// Two threads beside the caller's; all work is done in the caller's own where many recordings
+    /// are worked on at the same time. The result is the same.
+    bool usesThreads = true;
 };
 
 /// Where a fundamental can be looked for: from railway mains to aircraft.
@@ -70,8 +74,8 @@ private:
 
 /// Second reading: removes hum from a recording of any length, by overlapping stretches of 24
 /// seconds and less where there are many channels, two of which are analysed at the same time,
-/// beside the caller's thread. Memory does not grow with the length but for the course of the
-/// summary. Where there is no hum nothing changes.
+/// beside the caller's thread unless the settings say otherwise. Memory does not grow with the
+/// length but for the course of the summary. Where there is no hum nothing changes.
 class PreciseRemover
 {
 public:

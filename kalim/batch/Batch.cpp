@@ -29,12 +29,20 @@ constexpr const char* started = "started";
 /// Cleaned, but not all of the input could be read.
 constexpr const char* salvaged = "salvaged";
 
-/// What a process hands over about its file.
+/// Errors that name what was to be written only do not tell which input it is about.
+std::string withName(const std::filesystem::path& input, const std::string& error)
+{
+    const std::string name = printable(input);
+    return error.starts_with(name) ? error : fmt::format("{}: {}", name, error);
+}
+
+/// What a process hands over about its file, at which one core is busy.
 std::string cleanOne(Options options, const BatchItem& item, BatchRow row)
 {
     options.input = item.input;
     options.output = item.output;
     options.isQuiet = true;
+    options.precise.usesThreads = false;
     if (options.provenance)
         options.provenance = provenanceOf(item.output);
     row["status"] = failed;
@@ -52,7 +60,7 @@ std::string cleanOne(Options options, const BatchItem& item, BatchRow row)
     }
     catch (const std::exception& error)
     {
-        row["error"] = error.what();
+        row["error"] = withName(item.input, error.what());
     }
     return row.dump(-1, ' ', false, BatchRow::error_handler_t::replace);
 }

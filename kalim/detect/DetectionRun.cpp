@@ -127,12 +127,14 @@ private:
         pool.finish();
     }
 
-    /// In a process of its own.
+    /// In a process of its own, which keeps one core busy.
     std::string lookAtOne(const std::filesystem::path& file) const
     {
+        DetectionRequest request = options.request;
+        request.settings.usesThreads = false;
         try
         {
-            return pack(lookAt(file, options.request, [](double) {}));
+            return pack(lookAt(file, request, [](double) {}));
         }
         catch (const std::bad_alloc&)
         {

@@ -278,6 +278,8 @@ TEST(PreciseRemover, joinsStretchesWithoutASeam)
     const Channels mixed(54, makeMixture(1, 8000.0, 24.0, {.numHarmonics = 4, .swing = 0.02})[0]);
     const Removal removal = removeHum(mixed, 8000.0, {.mostHarmonics = 4});
     EXPECT_EQ(removal.samples, mixed);
+    EXPECT_EQ(removal.hum,
+              removeHum(mixed, 8000.0, {.mostHarmonics = 4, .usesThreads = false}).hum);
     EXPECT_NEAR(removal.summary.getSecondsOfHum(), 24.0, 1e-6);
     const auto& course = removal.summary.getCourse();
     EXPECT_TRUE(std::ranges::is_sorted(course, {}, &HumMoment::time));
