@@ -33,11 +33,13 @@ constexpr double surveyShare = 0.15;
 /// keep them among what the analysing threads gave back, and memory would grow to twice what is
 /// used.
 constexpr int largeBlock = 1 << 20;
-constexpr int mostKept = 1 << 22; // by each thread
+constexpr int mostKept = 1 << 22;
 
+/// Before threads are started: what they give back is shared then, and not kept for each.
 void giveMemoryBack()
 {
 #ifdef __GLIBC__
+    mallopt(M_ARENA_MAX, 1);
     mallopt(M_MMAP_THRESHOLD, largeBlock);
     mallopt(M_TRIM_THRESHOLD, mostKept);
 #endif
@@ -100,6 +102,7 @@ PreciseSettings surveyRecording(AudioFileReader& reader, const PreciseSettings& 
 {
     if (settings.ranges.size() == 1)
         return settings;
+    giveMemoryBack();
     HumSurvey survey(reader.getSampleRate(), reader.getNumChannels(), settings);
     readAll(reader, progress,
             [&](const float* const* channels, int count) { survey.add(channels, count); });

@@ -23,7 +23,7 @@ constexpr double steadyLogGain = 0.115;
 constexpr double noiseBandwidth = 1.5;
 
 template <typename Value>
-Series<double> collect(const Series<HumMoment>& course, const Value& value)
+Series<double> collect(const std::deque<HumMoment>& course, const Value& value)
 {
     Series<double> values;
     for (const HumMoment& moment : course)

@@ -3,6 +3,8 @@
 #include "dsp/precise/HumModel.h"
 #include "dsp/precise/Series.h"
 
+#include <deque>
+
 namespace orvo::audio::precise
 {
 
@@ -73,7 +75,7 @@ public:
     const Series<double>& getChanges() const { return changes; }
 
     /// The course, a point every fifth of a second or so.
-    const Series<HumMoment>& getCourse() const { return course; }
+    const std::deque<HumMoment>& getCourse() const { return course; }
 
     /// Harmonics with hum, by channel and number.
     Series<HarmonicSummary> getHarmonics() const;
@@ -90,7 +92,7 @@ private:
     void addCourse(const HumModel& model, double start, double from, double to);
     void addLines(const HumModel& model, double start, double from, double to);
 
-    Series<HumMoment> course;
+    std::deque<HumMoment> course; // of days: a vector would take thrice the memory as it grows
     Series<double> changes;
     Series<Series<Line>> channels; // [channel][harmonic - 1]
     double secondsOfHum = 0.0;
