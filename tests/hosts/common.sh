@@ -64,7 +64,7 @@ end() {
 
 # A process that was asked to ends by itself and without a fault.
 expect_end() {
-    wait_for 10 is_gone "$1" || fail "does not end"
+    wait_for 60 is_gone "$1" || fail "does not end"
     collect "$1" || fail "ended with code $?"
 }
 

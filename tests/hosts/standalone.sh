@@ -29,7 +29,7 @@ has_window() {
 start() {
     run program "$program" "$@"
     app=$started
-    wait_for 20 has_window || fail "shows no window"
+    wait_for 60 has_window || fail "shows no window"
     # Until it is laid out and painted for the first time.
     sleep 2
     xdotool windowactivate --sync "$window"
