@@ -15,7 +15,7 @@ constexpr double windowSeconds = 3.0;
 constexpr double hopSeconds = 1.5;
 constexpr int padding = 4;
 constexpr int numHarmonics = 12;
-constexpr double mostPerHarmonic = 5.0;
+constexpr double mostPerHarmonic = 148.4131591; // exp(5)
 constexpr double nearestBeside = 1.0; // Hz
 constexpr double farthestBeside = 5.0;
 constexpr float silence = 1e-14F;
@@ -114,20 +114,21 @@ double CombDetector::getMeanPower(int from, int to) const
 double CombDetector::rate(double fundamental) const
 {
     const double resolution = sampleRate / size;
+    const double bins = fundamental / resolution;
     const int near = std::max(2, static_cast<int>(nearestBeside / resolution));
     const int far = std::max(near + 1, static_cast<int>(farthestBeside / resolution));
-    double score = 0.0;
+    double product = 1.0;
     for (int harmonic = 1; harmonic <= numHarmonics; ++harmonic)
     {
-        const auto bin = static_cast<int>(std::lround(fundamental * harmonic / resolution));
+        const auto bin = static_cast<int>(bins * harmonic + 0.5);
         if (bin < far || bin + far >= static_cast<int>(power.size()))
             continue;
         const double beside =
             std::max(getMeanPower(bin - far, bin - near), getMeanPower(bin + near, bin + far));
         const double peak = std::max({power[bin - 1], power[bin], power[bin + 1]});
-        score += std::clamp(std::log(peak / beside), 0.0, mostPerHarmonic);
+        product *= std::clamp(peak / beside, 1.0, mostPerHarmonic);
     }
-    return score;
+    return std::log(product);
 }
 
 void CombDetector::addPeaks(const Range& range, Series<CombPeak>& peaks) const

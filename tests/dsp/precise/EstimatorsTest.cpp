@@ -2,6 +2,7 @@
 #include "dsp/precise/Decimator.h"
 #include "dsp/precise/GridKernels.h"
 #include "dsp/precise/PathSmoother.h"
+#include "dsp/precise/TableKernel.h"
 #include "dsp/precise/WalkKernel.h"
 #include "tests/dsp/precise/Recordings.h"
 #include "tests/support/InstructionSets.h"
@@ -325,6 +326,43 @@ TEST(GridKernels, findTheOriginThatGainsMostForEveryInstructionSet)
                 const auto phase = static_cast<int>(phases[i]);
                 EXPECT_EQ(phase == 99, mostPhase == 20.0);
                 EXPECT_TRUE(phase == 99 || (phase >= 0 && phase < count));
+            }
+        });
+}
+
+TEST(TableKernel, addsMovingHarmonicsForEveryInstructionSet)
+{
+    constexpr int count = 61; // no multiple of any vector
+    constexpr std::size_t numHarmonics = 3;
+    Dice dice;
+    MovingAmplitudes amplitudes{SplitComplex<float>(numHarmonics),
+                                SplitComplex<float>(numHarmonics)};
+    SplitComplex<float> waves(numHarmonics * tableChunk);
+    std::array<double, count> now{};
+    std::array<double, count> step{};
+    for (std::size_t h = 0; h < numHarmonics; ++h)
+    {
+        const Complex amplitude = makeNoise(dice, 1.0);
+        const Complex growth = makeNoise(dice, 1.0);
+        amplitudes.now.set(h, amplitude);
+        amplitudes.step.set(h, growth);
+        for (std::size_t i = 0; i < count; ++i)
+        {
+            const Complex wave = std::polar(1.0, dice.uniform(0.0, fullTurn));
+            waves.set(h * tableChunk + i, wave);
+            now[i] += (amplitude * wave).real();
+            step[i] += (growth * wave).real();
+        }
+    }
+    forEachInstructionSet(
+        [&]
+        {
+            std::array<float, tableChunk> result{};
+            addHarmonics(amplitudes, waves, -0.2F, 0.03F, count, result);
+            for (std::size_t i = 0; i < count; ++i)
+            {
+                const double weight = std::clamp(0.03 * static_cast<double>(i) - 0.2, 0.0, 1.0);
+                EXPECT_NEAR(result[i], now[i] + weight * step[i], 2e-6);
             }
         });
 }
