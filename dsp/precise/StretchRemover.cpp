@@ -60,7 +60,7 @@ constexpr std::size_t mostPeaks = 2;
 constexpr double mostEvidence = 100.0;
 constexpr double noteShare = 0.8;
 
-/// A low-rate copy of a view, which owns its samples.
+/// A low-rate copy of a view, which owns its samples where the rate is another.
 struct LowRateCopy
 {
     Series<Series<float>> samples;
@@ -73,9 +73,15 @@ LowRateCopy makeLowRateCopy(const ChannelView& view, double fundamental, int num
 {
     const double needed = 2.0 * analysisMargin * (numHarmonics + 1) * fundamental;
     const int factor = std::max(1, static_cast<int>(view.sampleRate / needed));
-    const Decimator decimator(factor);
     LowRateCopy copy;
     const std::size_t count = std::min(view.channels.size(), mostChannels);
+    if (factor == 1)
+    {
+        copy.view = view;
+        copy.view.channels.resize(count);
+        return copy;
+    }
+    const Decimator decimator(factor);
     for (std::size_t channel = 0; channel < count; ++channel)
         copy.samples.push_back(decimator.process(view.channels[channel], view.numSamples));
     for (const auto& samples : copy.samples)
