@@ -50,10 +50,10 @@ constexpr double presentEvidence = 8.0;
 constexpr double presentEvidencePerJump = 3.0;
 constexpr double usedEvidence = 6.0;
 
-double getMedian(Series<double> values)
+float getMedian(Series<float> values)
 {
     if (values.empty())
-        return 0.0;
+        return 0.0F;
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());
     return *middle;
@@ -94,11 +94,12 @@ AmplitudeSmoother::AmplitudeSmoother(const HarmonicLines& linesToUse, const Seri
 
 double AmplitudeSmoother::getMedianNoise(int line) const
 {
-    Series<double> noise;
+    Series<float> noise;
+    noise.reserve(isSkipped.size());
     for (int frame = 0; frame < lines.numFrames; ++frame)
         if (isSkipped[frame] == 0)
-            noise.push_back(lines.noise[lines.at(frame, line)]);
-    return getMedian(std::move(noise));
+            noise.push_back(packed.noise[packed.at(line) + indexOf(frame, PackedLines::width)]);
+    return static_cast<double>(getMedian(std::move(noise)));
 }
 
 double AmplitudeSmoother::getStepVariance(std::size_t size, int line) const
@@ -262,26 +263,29 @@ SmoothAmplitudes AmplitudeSmoother::smooth(const Walk& walk) const
         presentEvidence + presentEvidencePerJump * static_cast<double>(walk.jumps.size());
     for (const double evidence : result.evidence)
         result.isPresent.push_back(evidence > least ? 1 : 0);
-    for (int line = 0; line < numLines; ++line)
-        if (result.isPresent[line] != 0)
-            unpack(estimates, line, result);
+    for (int first = 0; first < numLines; first += PackedLines::width)
+        unpack(estimates, first, result);
     return result;
 }
 
-/// The less sure an amplitude is, the less of it is taken.
-void AmplitudeSmoother::unpack(const WalkEstimates& estimates, int line,
+/// The lines of a pack; the less sure an amplitude is, the less of it is taken.
+void AmplitudeSmoother::unpack(const WalkEstimates& estimates, int first,
                                SmoothAmplitudes& result) const
 {
+    const int last = std::min(first + PackedLines::width, numLines);
     for (int frame = 0; frame < lines.numFrames; ++frame)
-    {
-        const std::size_t from = packed.at(line) + indexOf(frame, PackedLines::width);
-        const std::size_t to = lines.at(frame, line);
-        const Complex amplitude(estimates.real[from], estimates.imaginary[from]);
-        const double variance = estimates.variances[from];
-        const double power = getPower(amplitude);
-        result.amplitudes[to] = power / (power + variance + tiny) * amplitude;
-        result.variances[to] = variance;
-    }
+        for (int line = first; line < last; ++line)
+        {
+            if (result.isPresent[line] == 0)
+                continue;
+            const std::size_t from = packed.at(line) + indexOf(frame, PackedLines::width);
+            const std::size_t to = lines.at(frame, line);
+            const Complex amplitude(estimates.real[from], estimates.imaginary[from]);
+            const double variance = estimates.variances[from];
+            const double power = getPower(amplitude);
+            result.amplitudes[to] = power / (power + variance + tiny) * amplitude;
+            result.variances[to] = variance;
+        }
 }
 
 } // namespace orvo::audio::precise

@@ -44,6 +44,26 @@ HWY_ATTR void sumKernel(const float* values, const float* waves, int length, int
         sumGroup(values, waves + i, length, width, sums + i);
 }
 
+/// Puts values times a weight into a row of waves and turns them on.
+HWY_ATTR void turnKernel(const SplitComplex<double>& turns, float weight,
+                         SplitComplex<double>& values, float* cosines, float* sines)
+{
+    const hn::CappedTag<double, 8> d;
+    const hn::Rebind<float, decltype(d)> single;
+    const auto scale = hn::Set(d, static_cast<double>(weight));
+    for (std::size_t i = 0; i < values.real.size(); i += hn::Lanes(d))
+    {
+        const auto a = hn::LoadU(d, &values.real[i]);
+        const auto b = hn::LoadU(d, &values.imaginary[i]);
+        const auto x = hn::LoadU(d, &turns.real[i]);
+        const auto y = hn::LoadU(d, &turns.imaginary[i]);
+        hn::StoreU(hn::DemoteTo(single, hn::Mul(a, scale)), single, cosines + i);
+        hn::StoreU(hn::DemoteTo(single, hn::Mul(b, scale)), single, sines + i);
+        hn::StoreU(hn::NegMulAdd(b, y, hn::Mul(a, x)), d, &values.real[i]);
+        hn::StoreU(hn::MulAdd(a, y, hn::Mul(b, x)), d, &values.imaginary[i]);
+    }
+}
+
 } // namespace orvo::audio::precise::HWY_NAMESPACE
 
 HWY_AFTER_NAMESPACE();
@@ -53,6 +73,7 @@ HWY_AFTER_NAMESPACE();
 namespace orvo::audio::precise
 {
 HWY_EXPORT(sumKernel);
+HWY_EXPORT(turnKernel);
 
 namespace
 {
@@ -73,29 +94,35 @@ void FrameSums::makeWaves(const Series<double>& frequencies)
     width = (static_cast<int>(frequencies.size()) + widest - 1) / widest * widest;
     waves.real.resize(indexOf(length, width));
     waves.imaginary.resize(waves.real.size());
+    turns = SplitComplex<double>(static_cast<std::size_t>(width));
+    turning = turns;
     for (std::size_t k = 0; k < frequencies.size(); ++k)
     {
-        const Complex turn = std::polar(1.0, 2.0 * std::numbers::pi * frequencies[k]);
-        Complex wave = 1.0;
-        for (int i = 0; i < length; ++i)
-        {
-            waves.set(indexOf(i, width) + k, static_cast<double>(window[i]) * wave);
-            wave = multiply(wave, turn);
-        }
+        turns.set(k, std::polar(1.0, 2.0 * std::numbers::pi * frequencies[k]));
+        turning.set(k, 1.0);
     }
+    for (int i = 0; i < length; ++i)
+        HWY_DYNAMIC_DISPATCH(turnKernel)
+    (turns, window[i], turning, &waves.real[indexOf(i, width)],
+     &waves.imaginary[indexOf(i, width)]);
 }
 
 void FrameSums::fold(const float* samples, int numSamples, int centre, std::size_t place)
 {
-    const auto get = [=](int at) { return at >= 0 && at < numSamples ? samples[at] : 0.0F; };
-    even[place] = get(centre);
-    odd[place] = 0.0F;
-    for (int i = 1; i < length; ++i)
+    float* const sumsOfHalves = &even[place];
+    float* const differences = &odd[place];
+    const float* const middle = samples + centre;
+    const int before = std::min(centre, length - 1);
+    const int after = std::min(numSamples - 1 - centre, length - 1);
+    std::fill_n(sumsOfHalves, length, 0.0F);
+    std::fill_n(differences, length, 0.0F);
+    for (int i = 0; i <= after; ++i)
+        sumsOfHalves[i] = differences[i] = middle[i];
+    differences[0] = 0.0F;
+    for (int i = 1; i <= before; ++i)
     {
-        const float before = get(centre - i);
-        const float after = get(centre + i);
-        even[place + static_cast<std::size_t>(i)] = after + before;
-        odd[place + static_cast<std::size_t>(i)] = after - before;
+        sumsOfHalves[i] += middle[-i];
+        differences[i] -= middle[-i];
     }
 }
 

@@ -33,8 +33,10 @@ private:
     void fold(const float* samples, int numSamples, int centre, std::size_t place);
 
     Series<float> window;
-    int length;                // of half a frame
-    int width = 0;             // of rows of waves, whole vectors
+    int length;                   // of half a frame
+    int width = 0;                // of rows of waves, whole vectors
+    SplitComplex<double> turning; // [frequency]
+    SplitComplex<double> turns;
     SplitComplex<float> waves; // [sample][frequency], cosines and sines
     Series<float> even;        // [channel][sample], sums of both halves of a frame
     Series<float> odd;         // and their differences

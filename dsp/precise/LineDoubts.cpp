@@ -114,7 +114,7 @@ void leaveOutUnsteady(HumModel& model, bool isTrusted)
     const bool isBrief = getSeconds(lines) < steadySeconds;
     if (isBrief && isTrusted)
         return;
-    const Series<Complex> amplitudes = model.getAmplitudes();
+    const Series<Complex> amplitudes = isBrief ? model.getAmplitudes() : Series<Complex>{};
     for (int line = 0; line < lines.getNumLines(); ++line)
         if (model.getSmooth().isPresent[line] != 0 &&
             (isBrief ? getSteadiness(lines, amplitudes, line) < leastSteadiness

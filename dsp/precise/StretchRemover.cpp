@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <numbers>
 #include <numeric>
 #include <utility>
@@ -18,8 +19,10 @@ namespace
 /// Half the rate of the analysis over its highest harmonic, given the flat part of the decimator.
 constexpr double analysisMargin = 1.4;
 
-/// Channels beyond these are not needed to find what all share.
+/// Channels beyond these are not needed to find what all share. They are those where a comb is
+/// clearest in a few windows.
 constexpr std::size_t mostAnalysisChannels = 4;
+constexpr int clearnessWindows = 3;
 
 constexpr double highestShareOfRate = 0.45;
 constexpr int firstHarmonics = 80;
@@ -68,27 +71,51 @@ struct LowRateCopy
 };
 
 /// A copy that holds harmonics of a fundamental; the factor is 1 where nothing can be left out.
-LowRateCopy makeLowRateCopy(const ChannelView& view, double fundamental, int numHarmonics,
-                            std::size_t mostChannels)
+LowRateCopy makeLowRateCopy(const ChannelView& view, double fundamental, int numHarmonics)
 {
     const double needed = 2.0 * analysisMargin * (numHarmonics + 1) * fundamental;
     const int factor = std::max(1, static_cast<int>(view.sampleRate / needed));
     LowRateCopy copy;
-    const std::size_t count = std::min(view.channels.size(), mostChannels);
     if (factor == 1)
     {
         copy.view = view;
-        copy.view.channels.resize(count);
         return copy;
     }
     const Decimator decimator(factor);
-    for (std::size_t channel = 0; channel < count; ++channel)
-        copy.samples.push_back(decimator.process(view.channels[channel], view.numSamples));
+    for (const float* const samples : view.channels)
+        copy.samples.push_back(decimator.process(samples, view.numSamples));
     for (const auto& samples : copy.samples)
         copy.view.channels.push_back(samples.data());
     copy.view.numSamples = static_cast<int>(copy.samples.front().size());
     copy.view.sampleRate = view.sampleRate / factor;
     return copy;
+}
+
+/// The channels where hum is clearest, if it is in any.
+ChannelView chooseClearest(const ChannelView& view, const Series<FundamentalRange>& ranges)
+{
+    if (view.channels.size() <= mostAnalysisChannels)
+        return view;
+    CombDetector detector(view.sampleRate, ranges, true);
+    const int space = std::max(0, view.numSamples - detector.getWindowLength());
+    Series<std::pair<double, const float*>> channels;
+    for (const float* const samples : view.channels)
+    {
+        detector.forget();
+        for (int i = 0; i < clearnessWindows; ++i)
+        {
+            const int start =
+                static_cast<int>(static_cast<std::int64_t>(space) * i / (clearnessWindows - 1));
+            detector.addWindow(samples + start, view.numSamples - start);
+        }
+        channels.emplace_back(-detector.getPeaks().front().score, samples);
+    }
+    std::stable_sort(channels.begin(), channels.end(),
+                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    ChannelView clearest{{}, view.numSamples, view.sampleRate};
+    for (std::size_t i = 0; i < mostAnalysisChannels; ++i)
+        clearest.channels.push_back(channels[i].second);
+    return clearest;
 }
 
 Series<CombPeak> findPeaks(const ChannelView& view, const Series<FundamentalRange>& ranges)
@@ -235,6 +262,9 @@ bool isBursts(const HumModel& model)
     const HarmonicLines& lines = model.getLines();
     const Series<Complex> amplitudes = model.getAmplitudes();
     Series<double> power(burstPoints);
+    Series<Complex> circle;
+    for (int point = 0; point < burstPoints; ++point)
+        circle.push_back(std::polar(1.0, 2.0 * std::numbers::pi * point / burstPoints));
     for (int channel = 0; channel < lines.numChannels; ++channel)
         for (int point = 0; point < burstPoints; ++point)
         {
@@ -243,8 +273,7 @@ bool isBursts(const HumModel& model)
             {
                 const std::size_t at =
                     lines.at(lines.numFrames / 2, channel * lines.numHarmonics + h - 1);
-                const double angle = 2.0 * std::numbers::pi * point * h / burstPoints;
-                value += multiply(amplitudes[at], std::polar(1.0, angle)).real();
+                value += multiply(amplitudes[at], circle[point * h % burstPoints]).real();
             }
             power[point] += value * value;
         }
@@ -359,14 +388,14 @@ StretchResult StretchRemover::analyse(const ChannelView& view) const
     double highest = 0.0;
     for (const FundamentalRange& range : settings.ranges)
         highest = std::max(highest, range.highest);
-    const LowRateCopy copy = makeLowRateCopy(view, highest, firstHarmonics, view.channels.size());
-    const LowRateCopy lowCopy =
-        makeLowRateCopy(copy.view, highest, HumFitter::numHarmonics, mostAnalysisChannels);
-    const Series<CombPeak> peaks = findPeaks(lowCopy.view, settings.ranges);
+    const LowRateCopy copy = makeLowRateCopy(view, highest, firstHarmonics);
+    const LowRateCopy lowCopy = makeLowRateCopy(copy.view, highest, HumFitter::numHarmonics);
+    const ChannelView clearest = chooseClearest(lowCopy.view, settings.ranges);
+    const Series<CombPeak> peaks = findPeaks(clearest, settings.ranges);
     StretchResult result{peaks.front().fundamental, peaks.front().score, false, {}};
     for (const double fundamental : chooseCandidates(peaks, settings.ranges))
     {
-        result.model = find({view, copy.view, lowCopy.view}, fundamental, result);
+        result.model = find({view, copy.view, clearest}, fundamental, result);
         if (result.model || result.isBursts)
             break;
     }

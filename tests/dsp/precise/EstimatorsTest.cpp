@@ -214,7 +214,9 @@ TEST(GridKernels, agreeWithThePlainFormsForEveryInstructionSet)
             SplitComplex<float> squares = turns;
             orvo::audio::precise::Series<double> products(count, 2.0);
             orvo::audio::precise::Series<double> scores(count, 1.0);
+            orvo::audio::precise::Series<double> weighted = scores;
             multiplyInPlace(squares, turns);
+            addWeighted(gains.data(), 0.3, count, weighted.data());
             addScores({readings, turns, 0, 3.0, 0.2}, 2, count, sums.data());
             multiplyErrors(value, expected, count, count, 7.0, products.data());
             multiplyGainErrors(evidence, gains.data(), count, products.data());
@@ -233,6 +235,7 @@ TEST(GridKernels, agreeWithThePlainFormsForEveryInstructionSet)
                 EXPECT_NEAR(squares.imaginary[count + i], (turn * turn).imag(), 1e-6);
                 const Complex before(turns.real[i], turns.imaginary[i]);
                 const double clear = std::norm(value * before + other * turn) / 3.0;
+                EXPECT_EQ(weighted[i], 1.0 + 0.3 * gain);
                 EXPECT_NEAR(sums[i], 1.0 + clear / (1.0 + clear / 0.2), 1e-6);
                 EXPECT_NEAR(factors[i], factor, 1e-12 * factor);
                 EXPECT_NEAR(scores[i], 1.0 - 3.0 * std::log(factor), 1e-12);
@@ -445,6 +448,41 @@ TEST(LineReader, readsWhatADirectSumGivesAndThePowerOfNoise)
     EXPECT_NEAR(power * length, 6.0 * 1e-4, 2e-5);
 }
 
+TEST(LineReader, readsManyChannelsAsItReadsEachAlone)
+{
+    Dice dice;
+    Channels sound = makeSilence(11, 1000.0, 2.0); // no multiple of any group
+    addNoise(sound, 1000.0, 0.0, 2.0, 0.1, dice);
+    addTone(sound, 1000.0, {.fundamental = 50.3}, dice);
+    ChannelView all{{}, 2000, 1000.0};
+    for (const auto& channel : sound)
+        all.channels.push_back(channel.data());
+    const FrameGrid grid(50.0, 1000.0, 2000);
+    // The tenth harmonic comes to lie beyond half the rate.
+    const auto track = PhaseTrack::fromFrequencies(0.0, 1.0, {50.0, 50.5, 50.2});
+    const auto readAll = [&](const ChannelView& view)
+    { return LineReader(view, grid, 50.0).read(track, 10); };
+    forEachInstructionSet(
+        [&]
+        {
+            const HarmonicLines lines = readAll(all);
+            for (int channel = 0; channel < 11; ++channel)
+            {
+                const HarmonicLines alone = readAll({{all.channels[channel]}, 2000, 1000.0});
+                for (int frame = 0; frame < lines.numFrames; ++frame)
+                    for (int h = 0; h < 10; ++h)
+                    {
+                        const std::size_t at = lines.at(frame, 10 * channel + h);
+                        const std::size_t other = alone.at(frame, h);
+                        // To the 100 dB of the interpolation.
+                        EXPECT_LT(std::abs(lines.amplitudes[at] - alone.amplitudes[other]), 3e-6);
+                        EXPECT_NEAR(std::sqrt(lines.noise[at]), std::sqrt(alone.noise[other]),
+                                    3e-6);
+                    }
+            }
+        });
+}
+
 TEST(CombDetector, findsTheFundamental)
 {
     for (const double fundamental : {49.973, 60.041, 58.9})
@@ -457,6 +495,12 @@ TEST(CombDetector, findsTheFundamental)
         for (int start = 0; start + detector.getWindowLength() <= 20000; start += detector.getHop())
             detector.addWindow(sound[0].data() + start, 20000 - start);
         EXPECT_NEAR(detector.getPeaks().front().fundamental, fundamental, 0.02);
+        CombDetector coarse(2000.0, {{48.75, 51.25}, {58.5, 61.5}}, true);
+        coarse.addWindow(makeSilence(1, 2000.0, 3.0)[0].data(), 6000);
+        coarse.forget();
+        coarse.addWindow(sound[0].data(), 20000);
+        EXPECT_EQ(coarse.getNumWindows(), 1);
+        EXPECT_NEAR(coarse.getPeaks().front().fundamental, fundamental, 0.1);
     }
 }
 
