@@ -19,10 +19,13 @@ namespace
 /// Half the rate of the analysis over its highest harmonic, given the flat part of the decimator.
 constexpr double analysisMargin = 1.4;
 
-/// Channels beyond these are not needed to find what all share. They are those where a comb is
-/// clearest in a few windows.
-constexpr std::size_t mostAnalysisChannels = 4;
+/// Of more channels than these only some are needed to find what all share: those where a comb is
+/// clearest in a few windows, as many as make enough lines between them.
+constexpr std::size_t fewChannels = 4;
 constexpr int clearnessWindows = 3;
+constexpr int enoughLines = 16;
+constexpr int fewestClearest = 2;
+constexpr int mostClearest = 4;
 
 constexpr double highestShareOfRate = 0.45;
 constexpr int firstHarmonics = 80;
@@ -91,10 +94,20 @@ LowRateCopy makeLowRateCopy(const ChannelView& view, double fundamental, int num
     return copy;
 }
 
-/// The channels where hum is clearest, if it is in any.
-ChannelView chooseClearest(const ChannelView& view, const Series<FundamentalRange>& ranges)
+std::size_t countClearest(const ChannelView& view, double fundamental)
 {
-    if (view.channels.size() <= mostAnalysisChannels)
+    const int numHarmonics = std::clamp(
+        static_cast<int>(highestShareOfRate * view.sampleRate / fundamental), 1, enoughLines);
+    const int wanted = (enoughLines + numHarmonics - 1) / numHarmonics;
+    return std::min(view.channels.size(),
+                    static_cast<std::size_t>(std::clamp(wanted, fewestClearest, mostClearest)));
+}
+
+/// The channels where hum is clearest, if it is in any.
+ChannelView chooseClearest(const ChannelView& view, const Series<FundamentalRange>& ranges,
+                           double highest)
+{
+    if (view.channels.size() <= fewChannels)
         return view;
     CombDetector detector(view.sampleRate, ranges, true);
     const int space = std::max(0, view.numSamples - detector.getWindowLength());
@@ -113,7 +126,7 @@ ChannelView chooseClearest(const ChannelView& view, const Series<FundamentalRang
     std::stable_sort(channels.begin(), channels.end(),
                      [](const auto& a, const auto& b) { return a.first < b.first; });
     ChannelView clearest{{}, view.numSamples, view.sampleRate};
-    for (std::size_t i = 0; i < mostAnalysisChannels; ++i)
+    for (std::size_t i = 0; i < countClearest(view, highest); ++i)
         clearest.channels.push_back(channels[i].second);
     return clearest;
 }
@@ -390,7 +403,7 @@ StretchResult StretchRemover::analyse(const ChannelView& view) const
         highest = std::max(highest, range.highest);
     const LowRateCopy copy = makeLowRateCopy(view, highest, firstHarmonics);
     const LowRateCopy lowCopy = makeLowRateCopy(copy.view, highest, HumFitter::numHarmonics);
-    const ChannelView clearest = chooseClearest(lowCopy.view, settings.ranges);
+    const ChannelView clearest = chooseClearest(lowCopy.view, settings.ranges, highest);
     const Series<CombPeak> peaks = findPeaks(clearest, settings.ranges);
     StretchResult result{peaks.front().fundamental, peaks.front().score, false, {}};
     for (const double fundamental : chooseCandidates(peaks, settings.ranges))
