@@ -272,20 +272,24 @@ SmoothAmplitudes AmplitudeSmoother::smooth(const Walk& walk) const
 void AmplitudeSmoother::unpack(const WalkEstimates& estimates, int first,
                                SmoothAmplitudes& result) const
 {
-    const int last = std::min(first + PackedLines::width, numLines);
+    const int count = std::min(PackedLines::width, numLines - first);
+    const char* const isPresent = &result.isPresent[first];
     for (int frame = 0; frame < lines.numFrames; ++frame)
-        for (int line = first; line < last; ++line)
+    {
+        const std::size_t from = packed.at(first) + indexOf(frame, PackedLines::width);
+        Complex* const amplitudes = &result.amplitudes[lines.at(frame, first)];
+        double* const variances = &result.variances[lines.at(frame, first)];
+        for (int i = 0; i < count; ++i)
         {
-            if (result.isPresent[line] == 0)
-                continue;
-            const std::size_t from = packed.at(line) + indexOf(frame, PackedLines::width);
-            const std::size_t to = lines.at(frame, line);
-            const Complex amplitude(estimates.real[from], estimates.imaginary[from]);
-            const double variance = estimates.variances[from];
-            const double power = getPower(amplitude);
-            result.amplitudes[to] = power / (power + variance + tiny) * amplitude;
-            result.variances[to] = variance;
+            const double real = estimates.real[from + static_cast<std::size_t>(i)];
+            const double imaginary = estimates.imaginary[from + static_cast<std::size_t>(i)];
+            const double variance = estimates.variances[from + static_cast<std::size_t>(i)];
+            const double power = real * real + imaginary * imaginary;
+            const double share = power / (power + variance + tiny);
+            amplitudes[i] = isPresent[i] != 0 ? Complex(share * real, share * imaginary) : 0.0;
+            variances[i] = isPresent[i] != 0 ? variance : 0.0;
         }
+    }
 }
 
 } // namespace orvo::audio::precise

@@ -82,6 +82,11 @@ HumModel::HumModel(const HumModel& other, HarmonicLines linesToUse)
     , wander(other.wander)
 {
     smooth.jumps = other.smooth.jumps;
+    if (isAligned())
+    {
+        addMovingNoise(lines);
+        return;
+    }
     // What moves beside a harmonic is seen once the changes that are known are taken out.
     HarmonicLines aligned = align().lines;
     addMovingNoise(aligned);
@@ -111,6 +116,13 @@ const Segment& HumModel::getSegment(int frame) const
 {
     return *std::find_if(segments.begin(), segments.end(),
                          [frame](const Segment& segment) { return frame < segment.last; });
+}
+
+/// Whether no gain and no change makes the lines differ from what they would be without.
+bool HumModel::isAligned() const
+{
+    return segments.size() == 1 && segments.front().phase == 0.0 &&
+           std::all_of(logGain.begin(), logGain.end(), [](double gain) { return gain == 0.0; });
 }
 
 /// Lines as they would be with one phase and a gain of 1, and the frames without hum or with a
