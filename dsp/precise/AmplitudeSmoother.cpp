@@ -50,10 +50,10 @@ constexpr double presentEvidence = 8.0;
 constexpr double presentEvidencePerJump = 3.0;
 constexpr double usedEvidence = 6.0;
 
-double getMedian(Series<double> values)
+float getMedian(Series<float> values)
 {
     if (values.empty())
-        return 0.0;
+        return 0.0F;
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());
     return *middle;
@@ -94,11 +94,12 @@ AmplitudeSmoother::AmplitudeSmoother(const HarmonicLines& linesToUse, const Seri
 
 double AmplitudeSmoother::getMedianNoise(int line) const
 {
-    Series<double> noise;
+    Series<float> noise;
+    noise.reserve(isSkipped.size());
     for (int frame = 0; frame < lines.numFrames; ++frame)
         if (isSkipped[frame] == 0)
-            noise.push_back(lines.noise[lines.at(frame, line)]);
-    return getMedian(std::move(noise));
+            noise.push_back(packed.noise[packed.at(line) + indexOf(frame, PackedLines::width)]);
+    return static_cast<double>(getMedian(std::move(noise)));
 }
 
 double AmplitudeSmoother::getStepVariance(std::size_t size, int line) const
@@ -262,25 +263,32 @@ SmoothAmplitudes AmplitudeSmoother::smooth(const Walk& walk) const
         presentEvidence + presentEvidencePerJump * static_cast<double>(walk.jumps.size());
     for (const double evidence : result.evidence)
         result.isPresent.push_back(evidence > least ? 1 : 0);
-    for (int line = 0; line < numLines; ++line)
-        if (result.isPresent[line] != 0)
-            unpack(estimates, line, result);
+    for (int first = 0; first < numLines; first += PackedLines::width)
+        unpack(estimates, first, result);
     return result;
 }
 
-/// The less sure an amplitude is, the less of it is taken.
-void AmplitudeSmoother::unpack(const WalkEstimates& estimates, int line,
+/// The lines of a pack; the less sure an amplitude is, the less of it is taken.
+void AmplitudeSmoother::unpack(const WalkEstimates& estimates, int first,
                                SmoothAmplitudes& result) const
 {
+    const int count = std::min(PackedLines::width, numLines - first);
+    const char* const isPresent = &result.isPresent[first];
     for (int frame = 0; frame < lines.numFrames; ++frame)
     {
-        const std::size_t from = packed.at(line) + indexOf(frame, PackedLines::width);
-        const std::size_t to = lines.at(frame, line);
-        const Complex amplitude(estimates.real[from], estimates.imaginary[from]);
-        const double variance = estimates.variances[from];
-        const double power = getPower(amplitude);
-        result.amplitudes[to] = power / (power + variance + tiny) * amplitude;
-        result.variances[to] = variance;
+        const std::size_t from = packed.at(first) + indexOf(frame, PackedLines::width);
+        Complex* const amplitudes = &result.amplitudes[lines.at(frame, first)];
+        double* const variances = &result.variances[lines.at(frame, first)];
+        for (int i = 0; i < count; ++i)
+        {
+            const double real = estimates.real[from + static_cast<std::size_t>(i)];
+            const double imaginary = estimates.imaginary[from + static_cast<std::size_t>(i)];
+            const double variance = estimates.variances[from + static_cast<std::size_t>(i)];
+            const double power = real * real + imaginary * imaginary;
+            const double share = power / (power + variance + tiny);
+            amplitudes[i] = isPresent[i] != 0 ? Complex(share * real, share * imaginary) : 0.0;
+            variances[i] = isPresent[i] != 0 ? variance : 0.0;
+        }
     }
 }
 

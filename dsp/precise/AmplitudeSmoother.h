@@ -58,7 +58,7 @@ private:
     Walk addJump(const Walk& walk, int frame) const;
     Walk findJumps() const;
     SmoothAmplitudes smooth(const Walk& walk) const;
-    void unpack(const WalkEstimates& estimates, int line, SmoothAmplitudes& result) const;
+    void unpack(const WalkEstimates& estimates, int first, SmoothAmplitudes& result) const;
 
     const HarmonicLines& lines;
     const Series<char>& isSkipped;

@@ -13,10 +13,10 @@ namespace
 
 constexpr double windowSeconds = 3.0;
 constexpr double hopSeconds = 1.5;
-constexpr int padding = 4;
+constexpr int padding = 4; // but for coarse ones
 constexpr int numHarmonics = 12;
-constexpr double mostPerHarmonic = 5.0;
-constexpr double nearestBeside = 1.0; // Hz
+constexpr double mostPerHarmonic = 148.4131591; // exp(5)
+constexpr double nearestBeside = 1.0;           // Hz
 constexpr double farthestBeside = 5.0;
 constexpr float silence = 1e-14F;
 
@@ -29,10 +29,10 @@ constexpr int peaksPerRange = 3;
 /// The centre of a peak is that of what reaches above this share of it.
 constexpr double topShare = 0.95;
 
-int findSize(std::size_t length)
+int findSize(std::size_t length, bool isCoarse)
 {
     int size = 1;
-    while (size < padding * static_cast<int>(length))
+    while (size < (isCoarse ? 1 : padding) * static_cast<int>(length))
         size *= 2;
     return size;
 }
@@ -62,14 +62,14 @@ Series<double> smoothScores(const Series<double>& scores)
 
 } // namespace
 
-CombDetector::CombDetector(double rateToUse, Series<FundamentalRange> rangesToUse)
+CombDetector::CombDetector(double rateToUse, Series<FundamentalRange> rangesToUse, bool isCoarse)
     : sampleRate(rateToUse)
     , window(makeWindow(rateToUse))
 {
-    size = findSize(window.size());
+    size = findSize(window.size(), isCoarse);
     for (const FundamentalRange& limits : rangesToUse)
     {
-        const double step = stepShare * limits.highest;
+        const double step = (isCoarse ? padding : 1) * stepShare * limits.highest;
         const auto count =
             static_cast<std::size_t>(std::max(0.0, limits.highest - limits.lowest) / step) + 1;
         ranges.push_back({limits, step, Series<double>(count)});
@@ -106,6 +106,13 @@ void CombDetector::addWindow(const float* samples, int count)
     ++numWindows;
 }
 
+void CombDetector::forget()
+{
+    numWindows = 0;
+    for (Range& range : ranges)
+        std::fill(range.scores.begin(), range.scores.end(), 0.0);
+}
+
 double CombDetector::getMeanPower(int from, int to) const
 {
     return (sums[to] - sums[from]) / (to - from);
@@ -114,20 +121,21 @@ double CombDetector::getMeanPower(int from, int to) const
 double CombDetector::rate(double fundamental) const
 {
     const double resolution = sampleRate / size;
+    const double bins = fundamental / resolution;
     const int near = std::max(2, static_cast<int>(nearestBeside / resolution));
     const int far = std::max(near + 1, static_cast<int>(farthestBeside / resolution));
-    double score = 0.0;
+    double product = 1.0;
     for (int harmonic = 1; harmonic <= numHarmonics; ++harmonic)
     {
-        const auto bin = static_cast<int>(std::lround(fundamental * harmonic / resolution));
+        const auto bin = static_cast<int>(bins * harmonic + 0.5);
         if (bin < far || bin + far >= static_cast<int>(power.size()))
             continue;
         const double beside =
             std::max(getMeanPower(bin - far, bin - near), getMeanPower(bin + near, bin + far));
         const double peak = std::max({power[bin - 1], power[bin], power[bin + 1]});
-        score += std::clamp(std::log(peak / beside), 0.0, mostPerHarmonic);
+        product *= std::clamp(peak / beside, 1.0, mostPerHarmonic);
     }
-    return score;
+    return std::log(product);
 }
 
 void CombDetector::addPeaks(const Range& range, Series<CombPeak>& peaks) const

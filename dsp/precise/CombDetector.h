@@ -29,8 +29,9 @@ struct CombPeak
 class CombDetector
 {
 public:
-    /// For sound of `sampleRate` Hz, which must be above 26 times the highest fundamental.
-    CombDetector(double sampleRate, Series<FundamentalRange> ranges);
+    /// For sound of `sampleRate` Hz, which must be above 26 times the highest fundamental. A coarse
+    /// one takes a fifth of the time and tells the fundamental to a tenth of a hertz.
+    CombDetector(double sampleRate, Series<FundamentalRange> ranges, bool isCoarse = false);
 
     /// Windows `getHop()` samples apart; the last may be shorter, silence is added.
     int getWindowLength() const { return static_cast<int>(window.size()); }
@@ -40,6 +41,9 @@ public:
     int getNumWindows() const { return numWindows; }
 
     void addWindow(const float* samples, int count);
+
+    /// Forgets all windows.
+    void forget();
 
     /// The best peaks of all ranges, best first; at least one per range.
     Series<CombPeak> getPeaks() const;

@@ -48,6 +48,16 @@ HWY_ATTR void multiplyInPlaceKernel(float* real, float* imaginary, const float* 
             });
 }
 
+HWY_ATTR void addWeightedKernel(const double* values, double weight, int count, double* sums)
+{
+    forEach(Doubles(), count,
+            [=](auto d, int i) HWY_ATTR
+            {
+                const auto value = hn::Mul(hn::LoadU(d, values + i), hn::Set(d, weight));
+                hn::StoreU(hn::Add(hn::LoadU(d, sums + i), value), d, sums + i);
+            });
+}
+
 HWY_ATTR void addScoresKernel(const TurnedReadings& turned, int numReadings, int count,
                               float* scores)
 {
@@ -238,6 +248,7 @@ namespace orvo::audio::precise
 {
 
 HWY_EXPORT(multiplyInPlaceKernel);
+HWY_EXPORT(addWeightedKernel);
 HWY_EXPORT(addScoresKernel);
 HWY_EXPORT(findOriginsKernel);
 HWY_EXPORT(findPhaseOriginsKernel);
@@ -251,6 +262,11 @@ void multiplyInPlace(SplitComplex<float>& values, const SplitComplex<float>& fac
     HWY_DYNAMIC_DISPATCH(multiplyInPlaceKernel)
     (values.real.data(), values.imaginary.data(), factors.real.data(), factors.imaginary.data(),
      static_cast<int>(values.real.size()));
+}
+
+void addWeighted(const double* values, double weight, int count, double* sums)
+{
+    HWY_DYNAMIC_DISPATCH(addWeightedKernel)(values, weight, count, sums);
 }
 
 void addScores(const TurnedReadings& turned, int numReadings, int count, float* scores)

@@ -29,6 +29,9 @@ struct SplitComplex
 /// Multiplies values by others, one by one.
 void multiplyInPlace(SplitComplex<float>& values, const SplitComplex<float>& factors);
 
+/// Adds `weight` times each of `count` values to the sums.
+void addWeighted(const double* values, double weight, int count, double* sums);
+
 /// How well readings, each over its noise, add up when they are turned back: adds to each of
 /// `count` scores s / (1 + s / most), s being the power of the sum of readings[i] turns[i][index],
 /// over `weights`. Turns are from `first` on, [reading][index].

@@ -1,5 +1,6 @@
 #include "dsp/precise/HarmonicLines.h"
 
+#include "dsp/precise/GridKernels.h"
 #include "dsp/precise/Windows.h"
 
 #include <algorithm>
@@ -24,6 +25,17 @@ int mirror(int frame, int numFrames)
     return std::clamp(last, 0, numFrames - 1);
 }
 
+/// Complex values as their parts, which the standard lays side by side.
+double* getParts(Complex* values)
+{
+    return reinterpret_cast<double*>(values);
+}
+
+const double* getParts(const Complex* values)
+{
+    return reinterpret_cast<const double*>(values);
+}
+
 Series<double> getDistanceFromMean(const HarmonicLines& lines)
 {
     Series<double> weights = makeHannWindow(meanFrames);
@@ -40,8 +52,7 @@ Series<double> getDistanceFromMean(const HarmonicLines& lines)
         {
             const int other = mirror(frame + i - meanFrames / 2, lines.numFrames);
             const Complex* const values = &lines.amplitudes[lines.at(other, 0)];
-            for (int line = 0; line < numLines; ++line)
-                mean[line] += weights[i] * values[line];
+            addWeighted(getParts(values), weights[i], 2 * numLines, getParts(mean.data()));
         }
         for (int line = 0; line < numLines; ++line)
             distance[lines.at(frame, line)] =
@@ -104,8 +115,7 @@ Series<double> smoothPower(const HarmonicLines& shape, const Series<double>& pow
                 continue;
             sum += weights[i];
             const double* const values = &power[shape.at(other, 0)];
-            for (int line = 0; line < numLines; ++line)
-                result[line] += weights[i] * values[line];
+            addWeighted(values, weights[i], numLines, result);
         }
         if (sum > 0.0)
             for (int line = 0; line < numLines; ++line)

@@ -20,25 +20,32 @@ constexpr double largestLogGain = 4.0;
 /// The residual is a little less than the noise, since the amplitudes followed some of it.
 constexpr double shareOfResidual = 1.2;
 
-/// Multiplies harmonic h of a frame by size exp(i h phase).
+/// Multiplies harmonic h of a frame by size exp(i h phase), given amplitudes of the same shape.
+void turnFrame(const HarmonicLines& shape, Series<Complex>& values, int frame, double size,
+               double phase)
+{
+    if (size == 1.0 && phase == 0.0)
+        return;
+    const Complex turn = std::polar(1.0, phase);
+    Series<Complex> turns;
+    Complex turned = size;
+    for (int h = 0; h < shape.numHarmonics; ++h)
+        turns.push_back(turned = multiply(turned, turn));
+    Complex* amplitude = &values[shape.at(frame, 0)];
+    for (int channel = 0; channel < shape.numChannels; ++channel)
+        for (int h = 0; h < shape.numHarmonics; ++h, ++amplitude)
+            *amplitude = multiply(*amplitude, turns[h]);
+}
+
 void turnFrame(HarmonicLines& lines, int frame, double size, double phase)
 {
-    const Complex turn = std::polar(1.0, phase);
-    Complex* const amplitudes = &lines.amplitudes[lines.at(frame, 0)];
-    for (int channel = 0; channel < lines.numChannels; ++channel)
-    {
-        Complex turned = size;
-        for (int h = 0; h < lines.numHarmonics; ++h)
-        {
-            turned = multiply(turned, turn);
-            Complex& amplitude = amplitudes[channel * lines.numHarmonics + h];
-            amplitude = multiply(amplitude, turned);
-        }
-    }
+    turnFrame(lines, lines.amplitudes, frame, size, phase);
 }
 
 void scaleNoise(HarmonicLines& lines, int frame, double factor)
 {
+    if (factor == 1.0)
+        return;
     double* const noise = &lines.noise[lines.at(frame, 0)];
     for (int line = 0; line < lines.getNumLines(); ++line)
         noise[line] *= factor;
@@ -75,6 +82,11 @@ HumModel::HumModel(const HumModel& other, HarmonicLines linesToUse)
     , wander(other.wander)
 {
     smooth.jumps = other.smooth.jumps;
+    if (isAligned())
+    {
+        addMovingNoise(lines);
+        return;
+    }
     // What moves beside a harmonic is seen once the changes that are known are taken out.
     HarmonicLines aligned = align().lines;
     addMovingNoise(aligned);
@@ -104,6 +116,13 @@ const Segment& HumModel::getSegment(int frame) const
 {
     return *std::find_if(segments.begin(), segments.end(),
                          [frame](const Segment& segment) { return frame < segment.last; });
+}
+
+/// Whether no gain and no change makes the lines differ from what they would be without.
+bool HumModel::isAligned() const
+{
+    return segments.size() == 1 && segments.front().phase == 0.0 &&
+           std::all_of(logGain.begin(), logGain.end(), [](double gain) { return gain == 0.0; });
 }
 
 /// Lines as they would be with one phase and a gain of 1, and the frames without hum or with a
@@ -305,12 +324,12 @@ Series<Part> HumModel::getParts() const
 
 Series<Complex> HumModel::getAmplitudes() const
 {
-    HarmonicLines result = lines;
-    result.amplitudes = smooth.amplitudes;
+    Series<Complex> result = smooth.amplitudes;
     for (const Segment& segment : segments)
         for (int frame = segment.first; frame < segment.last; ++frame)
-            turnFrame(result, frame, segment.isOn ? std::exp(logGain[frame]) : 0.0, segment.phase);
-    return std::move(result.amplitudes);
+            turnFrame(lines, result, frame, segment.isOn ? std::exp(logGain[frame]) : 0.0,
+                      segment.phase);
+    return result;
 }
 
 } // namespace orvo::audio::precise

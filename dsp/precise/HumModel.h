@@ -108,6 +108,7 @@ private:
 
     const Prepared& prepare() const;
 
+    bool isAligned() const;
     Aligned align() const;
     Series<double> getLead(double meanFrequency) const;
     void moveLeapsToSegments(SmoothPath& path);

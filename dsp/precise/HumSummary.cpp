@@ -123,11 +123,18 @@ void HumSummary::addLines(const HumModel& model, double start, double from, doub
             channel.resize(static_cast<std::size_t>(harmonic));
         Line& sum = channel[harmonic - 1];
         sum.evidence += share * model.getSmooth().evidence[line];
-        for (int frame = 0; frame < lines.numFrames; ++frame)
+    }
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+    {
+        const double time = start + lines.getTime(frame);
+        if (time < from || time >= to || !model.isOn(frame))
+            continue;
+        for (int line = 0; line < lines.getNumLines(); ++line)
         {
-            const double time = start + lines.getTime(frame);
-            if (time < from || time >= to || !model.isOn(frame))
+            if (model.getSmooth().isPresent[line] == 0)
                 continue;
+            const int harmonic = lines.getHarmonic(line);
+            Line& sum = channels[line / lines.numHarmonics][harmonic - 1];
             const std::size_t at = lines.at(frame, line);
             const double power = getPower(amplitudes[at]);
             sum.power += 0.5 * power * lines.frameTime;

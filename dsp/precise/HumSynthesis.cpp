@@ -5,9 +5,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <map>
-#include <memory>
 #include <numbers>
+#include <optional>
 
 namespace orvo::audio::precise
 {
@@ -66,11 +65,138 @@ int findTableSize(int numHarmonics)
     return size;
 }
 
-/// A period of the hum at two frames that follow each other.
-struct TablePair
+/// What is played: amplitudes [frame][line] of the harmonics up to the highest that is there.
+struct Score
 {
-    Series<float> now;
-    Series<float> next;
+    const HarmonicLines& lines;
+    Series<Complex> amplitudes;
+    int highest;
+
+    Complex get(int frame, int channel, int harmonic) const
+    {
+        return amplitudes[lines.at(frame, channel * lines.numHarmonics + harmonic - 1)];
+    }
+};
+
+using Phases = std::array<double, tableChunk>;
+using Chunk = std::array<float, tableChunk>;
+
+/// Plays a period of the hum, made anew for every frame of every channel: one look-up per sample,
+/// however many harmonics there are.
+class TablePlayer
+{
+public:
+    TablePlayer(const Score& scoreToPlay, const Waves& wavesToUse)
+        : score(scoreToPlay)
+        , waves(wavesToUse)
+        , tables(static_cast<std::size_t>(score.lines.numChannels))
+    {
+    }
+
+    /// From `frame` to `following`; `isNext` where it was the following one until now.
+    void moveTo(int frame, int following, bool isNext)
+    {
+        for (int channel = 0; channel < score.lines.numChannels; ++channel)
+        {
+            Pair& pair = tables[channel];
+            pair.now = isNext ? std::move(pair.next) : makeTable(frame, channel);
+            pair.next = following == frame ? pair.now : makeTable(following, channel);
+        }
+    }
+
+    void setPhases(const Phases& phases, int /*count*/)
+    {
+        findPlaces(phases, waves.getSize(), places);
+    }
+
+    void play(int channel, float share, float shareStep, int /*count*/, Chunk& samples) const
+    {
+        const Pair& pair = tables[channel];
+        readTables(pair.now.data(), pair.next.data(), places, share, shareStep, samples);
+    }
+
+private:
+    /// A period at two frames that follow each other.
+    struct Pair
+    {
+        Series<float> now;
+        Series<float> next;
+    };
+
+    Series<float> makeTable(int frame, int channel) const
+    {
+        const int size = waves.getSize();
+        Series<float> table(static_cast<std::size_t>(size) + 4);
+        for (int h = 1; h <= score.highest; ++h)
+        {
+            const Complex amplitude = score.get(frame, channel, h);
+            if (amplitude != Complex{})
+                waves.add(h, amplitude, table.data() + 1);
+        }
+        table[0] = table[size];
+        table[size + 1] = table[1];
+        table[size + 2] = table[2];
+        table[size + 3] = table[3]; // a phase just below 0 is rounded to 1
+        return table;
+    }
+
+    const Score& score;
+    const Waves& waves;
+    Series<Pair> tables; // [channel]
+    TablePlaces places{};
+};
+
+/// Adds the harmonics up, sample by sample, from waves that all channels share: where a frame holds
+/// fewer samples than a table has points that is less work.
+class SumPlayer
+{
+public:
+    explicit SumPlayer(const Score& scoreToPlay)
+        : score(scoreToPlay)
+        , waves(indexOf(score.highest, tableChunk))
+    {
+        const SplitComplex<float> silence(static_cast<std::size_t>(score.highest));
+        amplitudes.assign(static_cast<std::size_t>(score.lines.numChannels), {silence, silence});
+    }
+
+    void moveTo(int frame, int following, bool /*isNext*/)
+    {
+        for (int channel = 0; channel < score.lines.numChannels; ++channel)
+        {
+            MovingAmplitudes& moving = amplitudes[channel];
+            for (int h = 1; h <= score.highest; ++h)
+            {
+                const Complex now = score.get(frame, channel, h);
+                moving.now.set(static_cast<std::size_t>(h) - 1, now);
+                moving.step.set(static_cast<std::size_t>(h) - 1,
+                                score.get(following, channel, h) - now);
+            }
+        }
+    }
+
+    void setPhases(const Phases& phases, int count)
+    {
+        for (int i = 0; i < count; ++i)
+        {
+            const Complex turn = std::polar(1.0, 2.0 * std::numbers::pi * phases[i]);
+            Complex wave = turn;
+            for (int h = 0; h < score.highest; ++h)
+            {
+                waves.set(indexOf(h, tableChunk, i), wave);
+                wave = multiply(wave, turn);
+            }
+        }
+    }
+
+    void play(int channel, float share, float shareStep, int count, Chunk& samples) const
+    {
+        addHarmonics(amplitudes[channel], waves, share, shareStep, count, samples);
+    }
+
+private:
+    const Score& score;
+    SplitComplex<float> waves;           // [harmonic][sample of a chunk]
+    Series<MovingAmplitudes> amplitudes; // [channel]
 };
 
 Series<float*> getPointers(Series<Series<float>>& channels, int from = 0)
@@ -88,11 +214,11 @@ public:
         : model(modelToUse)
         , lines(modelToUse.getLines())
         , view(viewToUse)
-        , amplitudes(modelToUse.getAmplitudes())
-        , highest(findHighest())
-        , waves(highest, findTableSize(highest))
+        , score{lines, modelToUse.getAmplitudes(), findHighest()}
         , hum(view.channels.size(), Series<float>(static_cast<std::size_t>(view.numSamples)))
     {
+        if (lines.frameTime * view.sampleRate >= tableChunk)
+            waves.emplace(score.highest, findTableSize(score.highest));
     }
 
     Series<Series<float>> play()
@@ -119,28 +245,18 @@ private:
         return found;
     }
 
-    Series<float> makeTable(int frame, int channel) const
+    void render(Part part, int from, int to, const Series<float*>& results) const
     {
-        const int size = waves.getSize();
-        Series<float> table(static_cast<std::size_t>(size) + 4);
-        for (int h = 1; h <= highest; ++h)
-        {
-            const Complex amplitude =
-                amplitudes[lines.at(frame, channel * lines.numHarmonics + h - 1)];
-            if (amplitude != Complex{})
-                waves.add(h, amplitude, table.data() + 1);
-        }
-        table[0] = table[size];
-        table[size + 1] = table[1];
-        table[size + 2] = table[2];
-        table[size + 3] = table[3]; // a phase just below 0 is rounded to 1
-        return table;
+        if (waves)
+            render(TablePlayer(score, *waves), part, from, to, results);
+        else
+            render(SumPlayer(score), part, from, to, results);
     }
 
     /// Renders a part's hum for samples from `from` to before `to`, also outside of its frames.
-    void render(Part part, int from, int to, const Series<float*>& results) const
+    template <typename Player>
+    void render(Player player, Part part, int from, int to, const Series<float*>& results) const
     {
-        Series<TablePair> tables(results.size());
         int held = -2;
         for (int start = from; start < to;)
         {
@@ -149,19 +265,11 @@ private:
                 std::clamp(static_cast<int>(std::floor(position)), part.first, part.last - 1);
             const int end = std::min({getFrameEnd(frame, part, start), start + tableChunk, to});
             if (held != frame)
-                for (std::size_t channel = 0; channel < tables.size(); ++channel)
-                    moveTo(frame, part, held, static_cast<int>(channel), tables[channel]);
+                player.moveTo(frame, std::min(frame + 1, part.last - 1), held + 1 == frame);
             held = frame;
-            renderChunk(tables, position - frame, start, end, from, results);
+            renderChunk(player, position - frame, start, end, from, results);
             start = end;
         }
-    }
-
-    void moveTo(int frame, Part part, int held, int channel, TablePair& tables) const
-    {
-        const int following = std::min(frame + 1, part.last - 1);
-        tables.now = held + 1 == frame ? std::move(tables.next) : makeTable(frame, channel);
-        tables.next = following == frame ? tables.now : makeTable(following, channel);
     }
 
     /// The sample from which the next frame's table is the nearer one before.
@@ -173,20 +281,20 @@ private:
         return std::max(start + 1, static_cast<int>(std::ceil(time)));
     }
 
-    void renderChunk(const Series<TablePair>& tables, double share, int start, int end, int from,
+    template <typename Player>
+    void renderChunk(Player& player, double share, int start, int end, int from,
                      const Series<float*>& results) const
     {
         const double shareStep = 1.0 / (view.sampleRate * lines.frameTime);
-        std::array<double, tableChunk> phases{};
+        Phases phases{};
         model.getTrack().getPhases(start / view.sampleRate, 1.0 / view.sampleRate, end - start,
                                    phases.data());
-        TablePlaces places;
-        findPlaces(phases, waves.getSize(), places);
-        std::array<float, tableChunk> samples;
-        for (std::size_t channel = 0; channel < tables.size(); ++channel)
+        player.setPhases(phases, end - start);
+        Chunk samples;
+        for (int channel = 0; channel < lines.numChannels; ++channel)
         {
-            readTables(tables[channel].now.data(), tables[channel].next.data(), places,
-                       static_cast<float>(share), static_cast<float>(shareStep), samples);
+            player.play(channel, static_cast<float>(share), static_cast<float>(shareStep),
+                        end - start, samples);
             std::copy_n(samples.begin(), end - start, results[channel] + (start - from));
         }
     }
@@ -235,9 +343,8 @@ private:
     const HumModel& model;
     const HarmonicLines& lines;
     const ChannelView& view;
-    Series<Complex> amplitudes;
-    int highest; // harmonic
-    Waves waves;
+    Score score;
+    std::optional<Waves> waves; // not where frames hold few samples
     Series<Series<float>> hum;
 };
 

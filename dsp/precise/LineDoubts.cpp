@@ -1,6 +1,7 @@
 #include "dsp/precise/LineDoubts.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace orvo::audio::precise
@@ -40,14 +41,15 @@ Series<double> collectPowers(const HumModel& model)
 {
     const HarmonicLines& lines = model.getLines();
     const Series<Complex> amplitudes = model.getAmplitudes();
+    Series<double> sums(static_cast<std::size_t>(lines.getNumLines()));
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+        for (int line = 0; line < lines.getNumLines(); ++line)
+            sums[line] += getPower(amplitudes[lines.at(frame, line)]);
     Series<double> powers(static_cast<std::size_t>(lines.numHarmonics));
     for (int line = 0; line < lines.getNumLines(); ++line)
     {
-        double sum = 0.0;
-        for (int frame = 0; frame < lines.numFrames; ++frame)
-            sum += getPower(amplitudes[lines.at(frame, line)]);
         double& most = powers[lines.getHarmonic(line) - 1];
-        most = std::max(most, sum / lines.numFrames);
+        most = std::max(most, sums[line] / lines.numFrames);
     }
     return powers;
 }
@@ -87,25 +89,31 @@ double getSteadiness(const HarmonicLines& lines, const Series<Complex>& amplitud
     return getPower(sum) / (power * lines.numFrames);
 }
 
-/// How much a line is like what it was a while before, where there is hum at both times, from 0 to
-/// 1: a phase that goes on turning is no matter.
-double getLikeness(const HumModel& model, int line)
+/// How much each line is like what it was a while before, where there is hum at both times, from 0
+/// to 1: a phase that goes on turning is no matter.
+Series<double> getLikenesses(const HumModel& model)
 {
     const HarmonicLines& lines = model.getLines();
     const Series<Complex>& amplitudes = model.getSmooth().amplitudes;
+    const int numLines = lines.getNumLines();
     const auto frames = static_cast<int>(std::lround(lag / lines.frameTime));
-    Complex sum;
-    double power = tiny;
+    Series<Complex> sums(static_cast<std::size_t>(numLines));
+    Series<double> powers(sums.size(), tiny);
     for (int frame = frames; frame < lines.numFrames; ++frame)
     {
         if (!model.isOn(frame) || !model.isOn(frame - frames))
             continue;
-        const Complex now = amplitudes[lines.at(frame, line)];
-        const Complex before = amplitudes[lines.at(frame - frames, line)];
-        sum += multiplyConjugate(now, before);
-        power += 0.5 * (getPower(now) + getPower(before));
+        const Complex* const now = &amplitudes[lines.at(frame, 0)];
+        const Complex* const before = &amplitudes[lines.at(frame - frames, 0)];
+        for (int line = 0; line < numLines; ++line)
+        {
+            sums[line] += multiplyConjugate(now[line], before[line]);
+            powers[line] += 0.5 * (getPower(now[line]) + getPower(before[line]));
+        }
     }
-    return std::sqrt(getPower(sum)) / power;
+    for (int line = 0; line < numLines; ++line)
+        powers[line] = std::sqrt(getPower(sums[line])) / powers[line];
+    return powers;
 }
 
 void leaveOutUnsteady(HumModel& model, bool isTrusted)
@@ -114,11 +122,12 @@ void leaveOutUnsteady(HumModel& model, bool isTrusted)
     const bool isBrief = getSeconds(lines) < steadySeconds;
     if (isBrief && isTrusted)
         return;
-    const Series<Complex> amplitudes = model.getAmplitudes();
+    const Series<Complex> amplitudes = isBrief ? model.getAmplitudes() : Series<Complex>{};
+    const Series<double> likenesses = isBrief ? Series<double>{} : getLikenesses(model);
     for (int line = 0; line < lines.getNumLines(); ++line)
         if (model.getSmooth().isPresent[line] != 0 &&
             (isBrief ? getSteadiness(lines, amplitudes, line) < leastSteadiness
-                     : getLikeness(model, line) < leastLikeness))
+                     : likenesses[line] < leastLikeness))
             model.leaveOutLine(line);
 }
 
@@ -144,33 +153,50 @@ public:
     {
         if (framesOn.empty())
             return;
-        for (const int line : used)
-            find(line);
+        for (std::size_t first = 0; first < used.size(); first += linesAtOnce)
+            find(first, std::min(first + linesAtOnce, used.size()));
+        if (outstanding.empty())
+            return;
         Series<Complex> amplitudes = model.getSmooth().amplitudes;
-        for (const int line : used)
+        for (const int line : outstanding)
             replace(line, amplitudes);
         model.setAmplitudes(std::move(amplitudes));
     }
 
 private:
+    static constexpr std::size_t linesAtOnce = 8; // lie beside each other
+
     double getLinePower(int frame, int line) const
     {
         return getPower(model.getSmooth().amplitudes[lines.at(frame, line)]);
     }
 
-    void find(int line)
+    void find(std::size_t first, std::size_t last)
     {
-        Series<double> powers;
+        std::array<Series<double>, linesAtOnce> powers;
         for (const int frame : framesOn)
-            powers.push_back(getLinePower(frame, line));
-        const auto middle = powers.begin() + static_cast<std::ptrdiff_t>(powers.size() / 2);
-        std::nth_element(powers.begin(), middle, powers.end());
-        for (const int frame : framesOn)
-            if (getLinePower(frame, line) > outstandingPower * *middle)
+            for (std::size_t i = first; i < last; ++i)
+                powers[i - first].push_back(getLinePower(frame, used[i]));
+        for (std::size_t i = first; i < last; ++i)
+            find(used[i], powers[i - first]);
+    }
+
+    void find(int line, const Series<double>& powers)
+    {
+        Series<double> sorted = powers;
+        const auto middle = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
+        std::nth_element(sorted.begin(), middle, sorted.end());
+        const double most = outstandingPower * *middle;
+        bool isAny = false;
+        for (std::size_t i = 0; i < powers.size(); ++i)
+            if (powers[i] > most)
             {
-                isOutstanding[lines.at(frame, line)] = 1;
-                ++counts[frame];
+                isAny = true;
+                isOutstanding[lines.at(framesOn[i], line)] = 1;
+                ++counts[framesOn[i]];
             }
+        if (isAny)
+            outstanding.push_back(line);
     }
 
     void replace(int line, Series<Complex>& amplitudes) const
@@ -196,6 +222,7 @@ private:
     Series<int> counts;         // [frame], of lines that are
     Series<int> framesOn;
     Series<int> used;
+    Series<int> outstanding; // lines that are somewhere
 };
 
 } // namespace

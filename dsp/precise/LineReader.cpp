@@ -36,6 +36,10 @@ constexpr double unbiased = 3.0;
 /// window leave where there is silence.
 constexpr double smallestShare = 1e-12;
 
+/// Frames of half so many samples are short.
+constexpr int longestShort = 128;
+constexpr std::size_t mostAlone = 2; // channels
+
 int findTransformSize(double frameLength)
 {
     int size = 1;
@@ -44,6 +48,7 @@ int findTransformSize(double frameLength)
     return size;
 }
 
+/// [step][tap]
 Series<float> makeKernel()
 {
     Series<float> kernel;
@@ -54,6 +59,18 @@ Series<float> makeKernel()
             kernel.push_back(
                 static_cast<float>(getKaiserWindow(2.0 * distance / taps, kernelShape)));
         }
+    return kernel;
+}
+
+/// The noise on a harmonic, given the powers below and above it.
+double combine(double below, double above)
+{
+    return unbiased * below * above / (below + above + smallestPower);
+}
+
+const Series<float>& getKernel()
+{
+    static const Series<float> kernel = makeKernel();
     return kernel;
 }
 
@@ -91,20 +108,27 @@ LineReader::LineReader(const ChannelView& viewToUse, const FrameGrid& gridToUse,
     , keptHarmonics(mostKept)
     , half(static_cast<int>(std::ceil(0.5 * grid.getPeriods() * sampleRate / fundamental)))
     , size(findTransformSize(grid.getPeriods() * sampleRate / fundamental))
-    , kernel(makeKernel())
+    , kernel(getKernel())
     , frame(1, size)
     , spectrum(1, size / 2 + 1)
 {
     const double length = grid.getPeriods() * sampleRate / fundamental;
     double sum = 0.0;
+    Series<float> plain;
     for (int i = 0; i <= half; ++i)
     {
         const double value = i <= 0.5 * length ? 0.5 + 0.5 * std::cos(2.0 * pi * i / length) : 0.0;
+        plain.push_back(static_cast<float>(value));
         sum += i == 0 ? value : 2.0 * value;
         window.push_back(
             static_cast<float>(value / getKaiserTransform(2.0 * pi * i / size, taps, kernelShape)));
     }
     scale = 2.0 / sum;
+    if (view.channels.size() > mostAlone && half <= longestShort && isShared())
+    {
+        sums.emplace(std::move(plain));
+        return;
+    }
     transform.allocate(size, true);
     const double highest = trackReach * fundamental * (keptHarmonics + 1) * size / sampleRate;
     keptBins = std::min(size / 2, static_cast<int>(highest) + taps) + 1;
@@ -128,6 +152,11 @@ HarmonicLines LineReader::read(const PhaseTrack& track, int numHarmonics)
         const double frequency =
             std::clamp(track.getFrequency(time), 0.0, trackReach * fundamental);
         const double phase = track.getPhase(time);
+        if (sums)
+        {
+            readTogether(centre, frequency, phase, lines, k);
+            continue;
+        }
         for (int channel = 0; channel < numChannels; ++channel)
         {
             const std::size_t at = lines.at(k, channel * numHarmonics);
@@ -139,6 +168,51 @@ HarmonicLines LineReader::read(const PhaseTrack& track, int numHarmonics)
         }
     }
     return lines;
+}
+
+/// Whether what is above one harmonic is below the next.
+bool LineReader::isShared() const
+{
+    return grid.getPeriods() == fewestPeriods;
+}
+
+/// All channels of a frame by direct sums, at the harmonics and half-way between them.
+void LineReader::readTogether(int centre, double frequency, double phase, HarmonicLines& lines,
+                              int index)
+{
+    const int count = lines.numHarmonics;
+    frequencies.clear();
+    turns.clear();
+    for (int h = 1; h <= count; ++h)
+    {
+        frequencies.push_back(std::min(0.5, h * frequency / sampleRate));
+        turns.push_back(std::polar(scale, -2.0 * pi * phase * h));
+    }
+    for (int h = 0; h <= count; ++h)
+        frequencies.push_back(std::min(0.5, (h + 0.5) * frequency / sampleRate));
+    sums->read(view.channels, view.numSamples, centre, frequencies);
+    beside.resize(static_cast<std::size_t>(count) + 1);
+    for (int channel = 0; channel < lines.numChannels; ++channel)
+    {
+        Complex* const amplitudes = &lines.amplitudes[lines.at(index, channel * count)];
+        double total = 0.0;
+        for (int h = 0; h < count; ++h)
+        {
+            amplitudes[h] = multiply(sums->get(channel, h), turns[h]);
+            total += getPower(amplitudes[h]);
+        }
+        for (int h = 0; h <= count; ++h)
+            beside[h] = scale * scale * getPower(sums->get(channel, count + h));
+        rateNoise(count, total, &lines.noise[lines.at(index, channel * count)]);
+    }
+}
+
+/// From what is beside the harmonics, of which each is above one and below the next.
+void LineReader::rateNoise(int count, double total, double* noise) const
+{
+    for (int h = 0; h < count; ++h)
+        noise[h] = combine(beside[h], beside[h + 1]);
+    smoothOverHarmonics(noise, count, smallestPower + smallestShare * total);
 }
 
 const LineReader::Bin* LineReader::getSpectrum(int index, int channel, int centre)
@@ -198,16 +272,15 @@ void LineReader::readFrame(const Bin* bins, double frequency, double phase, int 
     Complex turned = 1.0;
     double total = 0.0;
     beside.resize(static_cast<std::size_t>(numHarmonics) + 1);
-    const bool isShared = grid.getPeriods() == fewestPeriods;
     for (int h = 0; h < numHarmonics; ++h)
     {
         turned = multiply(turned, turn);
         amplitudes[h] = multiply(getBin(bins, bin * (h + 1)), turned);
         total += getPower(amplitudes[h]);
-        if (h == 0 || !isShared)
+        if (h == 0 || !isShared())
             beside[h] = getPower(getBin(bins, bin * (h + 1 - distance)));
         const double above = getPower(getBin(bins, bin * (h + 1 + distance)));
-        noise[h] = unbiased * beside[h] * above / (beside[h] + above + smallestPower);
+        noise[h] = combine(beside[h], above);
         beside[h + 1] = above;
     }
     smoothOverHarmonics(noise, numHarmonics, smallestPower + smallestShare * total);

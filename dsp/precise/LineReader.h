@@ -1,9 +1,12 @@
 #pragma once
 
+#include "dsp/precise/FrameSums.h"
 #include "dsp/precise/HarmonicLines.h"
 #include "dsp/precise/PhaseTrack.h"
 #include "dsp/precise/Series.h"
 #include "dsp/signal/FourierTransform.h"
+
+#include <optional>
 
 namespace orvo::audio::precise
 {
@@ -46,7 +49,8 @@ private:
 
 /// Reads frames of a stretch at the harmonics of a track and beside them: one Fourier transform per
 /// frame and channel, read between its bins by a Kaiser-Bessel interpolation (Keiner, Kunis and
-/// Potts, "Using NFFT 3", 2009). One thread at a time; needs heap.
+/// Potts, "Using NFFT 3", 2009); or where frames are short and channels more than two, by direct
+/// sums. One thread at a time; needs heap.
 class LineReader
 {
 public:
@@ -63,6 +67,9 @@ public:
 private:
     using Bin = std::complex<float>;
 
+    bool isShared() const;
+    void readTogether(int centre, double frequency, double phase, HarmonicLines& lines, int index);
+    void rateNoise(int count, double total, double* noise) const;
     const Bin* transformFrame(const float* samples, int centre);
     const Bin* getSpectrum(int index, int channel, int centre);
     Complex getBin(const Bin* bins, double wanted) const;
@@ -81,8 +88,11 @@ private:
     int size;
     double scale;
     Series<float> window;
-    Series<float> kernel;
+    const Series<float>& kernel; // the same for all
     Series<double> beside;
+    std::optional<FrameSums> sums; // of all channels together
+    Series<double> frequencies;
+    Series<Complex> turns;
     FourierTransform transform;
     Signal32 frame;
     ComplexSignal32 spectrum;

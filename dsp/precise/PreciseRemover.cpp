@@ -48,6 +48,9 @@ double getHighest(const Series<FundamentalRange>& ranges)
     return highest;
 }
 
+/// Channels that a survey hears at the same time: more of them say little more of what all share.
+constexpr std::size_t mostHeard = 4;
+
 int chooseSurveyFactor(double sampleRate, const PreciseSettings& settings)
 {
     return std::max(1, static_cast<int>(sampleRate / (surveyMargin * getHighest(settings.ranges))));
@@ -92,56 +95,72 @@ std::optional<PreciseSettings> learnHum(ChannelView view, const PreciseSettings&
     return learned;
 }
 
-HumSurvey::HumSurvey(double sampleRate, int numChannels, const PreciseSettings& settingsToUse)
+HumSurvey::HumSurvey(double sampleRate, int numberOfChannels, const PreciseSettings& settingsToUse)
     : settings(settingsToUse)
     , decimator(chooseSurveyFactor(sampleRate, settings))
     , detector(sampleRate / decimator.getFactor(), settings.ranges)
     , windowLength(static_cast<std::size_t>(detector.getWindowLength()) *
                    static_cast<std::size_t>(decimator.getFactor()))
-    , buffers(static_cast<std::size_t>(numChannels))
+    , numChannels(static_cast<std::size_t>(numberOfChannels))
 {
+    startWindow();
+}
+
+void HumSurvey::startWindow()
+{
+    window.assign(std::min(numChannels, mostHeard), {});
+    for (Series<float>& samples : window)
+        samples.reserve(windowLength);
 }
 
 void HumSurvey::add(const float* const* channels, int numSamples)
 {
-    for (std::size_t channel = 0; channel < buffers.size(); ++channel)
-        std::transform(channels[channel], channels[channel] + numSamples,
-                       std::back_inserter(buffers[channel]),
-                       [](float sample) { return isSound(sample) ? sample : 0.0F; });
-    const std::size_t count = buffers.front().size() / windowLength * windowLength;
-    if (count == 0)
-        return;
-    Series<Series<float>> ready;
-    for (Series<float>& buffer : buffers)
+    for (int start = 0; start < numSamples;)
     {
-        const auto end = buffer.begin() + static_cast<std::ptrdiff_t>(count);
-        ready.emplace_back(buffer.begin(), end);
-        buffer.erase(buffer.begin(), end);
+        const auto count = static_cast<int>(
+            std::min(windowLength - getFilled(), static_cast<std::size_t>(numSamples - start)));
+        for (std::size_t i = 0; i < window.size(); ++i)
+        {
+            const float* const samples = channels[(firstChannel + i) % numChannels] + start;
+            std::transform(samples, samples + count, std::back_inserter(window[i]),
+                           [](float sample) { return isSound(sample) ? sample : 0.0F; });
+        }
+        start += count;
+        if (getFilled() < windowLength)
+            break;
+        ready.push_back(std::move(window));
+        firstChannel = (firstChannel + ready.back().size()) % numChannels;
+        startWindow();
     }
+    if (ready.empty())
+        return;
     if (measuring.valid())
         measuring.get();
-    measuring = std::async(choosePolicy(settings), [this, samples = std::move(ready)]() mutable
-                           { measure(std::move(samples)); });
+    measuring = std::async(choosePolicy(settings),
+                           [this, windows = std::exchange(ready, {})]
+                           {
+                               for (const Window& heard : windows)
+                                   measure(heard);
+                           });
 }
 
-void HumSurvey::measure(Series<Series<float>> samples)
+void HumSurvey::measure(const Window& heard)
 {
-    for (std::size_t start = 0; start < samples.front().size(); start += windowLength)
-        for (const Series<float>& channel : samples)
-        {
-            const std::size_t count = std::min(windowLength, channel.size() - start);
-            const Series<float> window =
-                decimator.process(channel.data() + start, static_cast<int>(count));
-            detector.addWindow(window.data(), static_cast<int>(window.size()));
-        }
+    for (const Series<float>& samples : heard)
+    {
+        const Series<float> low =
+            decimator.process(samples.data(), static_cast<int>(samples.size()));
+        detector.addWindow(low.data(), static_cast<int>(low.size()));
+    }
 }
 
 PreciseSettings HumSurvey::finish()
 {
     if (measuring.valid())
         measuring.get();
-    const auto numChannels = static_cast<int>(buffers.size());
-    measure(std::move(buffers));
+    const auto numHeard = static_cast<int>(window.size());
+    if (getFilled() > 0)
+        measure(window);
     const Series<CombPeak> peaks = detector.getPeaks();
     const auto isInside = [](const FundamentalRange& range, const CombPeak& peak)
     { return peak.fundamental >= range.lowest && peak.fundamental <= range.highest; };
@@ -149,7 +168,7 @@ PreciseSettings HumSurvey::finish()
                                    [&](const auto& range) { return isInside(range, peaks[0]); });
     if (best == settings.ranges.end())
         return settings;
-    const int numWindows = detector.getNumWindows() / numChannels;
+    const int numWindows = detector.getNumWindows() / numHeard;
     const double decisive =
         std::max(decisiveScore,
                  decisiveOfOneWindow / std::sqrt(static_cast<double>(std::max(1, numWindows))));

@@ -44,8 +44,9 @@ constexpr FundamentalRange getRangeAround(double frequency)
 /// parts than half a minute are heard no further. Samples must be finite; throws std::bad_alloc.
 std::optional<PreciseSettings> learnHum(ChannelView view, const PreciseSettings& settings);
 
-/// First reading of a recording: which fundamental its hum has, if it has any. Memory is that of
-/// some seconds. One thread at a time; what was added is measured by another one meanwhile.
+/// First reading of a recording: which fundamental its hum has, if it has any. Where there are more
+/// than four channels they are heard in turns, four at a time. Memory is that of some seconds. One
+/// thread at a time; what was added is measured by another one meanwhile.
 class HumSurvey
 {
 public:
@@ -62,13 +63,22 @@ public:
     PreciseSettings finish();
 
 private:
-    void measure(Series<Series<float>> samples);
+    /// What is heard of some seconds.
+    using Window = Series<Series<float>>;
+
+    std::size_t getFilled() const { return window.front().size(); }
+
+    void startWindow();
+    void measure(const Window& heard);
 
     PreciseSettings settings;
     Decimator decimator;
     CombDetector detector;
     std::size_t windowLength; // samples before decimation
-    Series<Series<float>> buffers;
+    std::size_t numChannels;
+    std::size_t firstChannel = 0; // of those that are heard
+    Window window;
+    Series<Window> ready;
     std::future<void> measuring; // of what came before, beside reading; ends before the others go
 };
 

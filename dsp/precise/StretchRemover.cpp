@@ -1,5 +1,6 @@
 #include "dsp/precise/StretchRemover.h"
 
+#include "dsp/precise/ClearestChannels.h"
 #include "dsp/precise/Decimator.h"
 #include "dsp/precise/HumFitter.h"
 #include "dsp/precise/LineDoubts.h"
@@ -17,9 +18,6 @@ namespace
 
 /// Half the rate of the analysis over its highest harmonic, given the flat part of the decimator.
 constexpr double analysisMargin = 1.4;
-
-/// Channels beyond these are not needed to find what all share.
-constexpr std::size_t mostAnalysisChannels = 4;
 
 constexpr double highestShareOfRate = 0.45;
 constexpr int firstHarmonics = 80;
@@ -60,7 +58,7 @@ constexpr std::size_t mostPeaks = 2;
 constexpr double mostEvidence = 100.0;
 constexpr double noteShare = 0.8;
 
-/// A low-rate copy of a view, which owns its samples.
+/// A low-rate copy of a view, which owns its samples where the rate is another.
 struct LowRateCopy
 {
     Series<Series<float>> samples;
@@ -68,16 +66,19 @@ struct LowRateCopy
 };
 
 /// A copy that holds harmonics of a fundamental; the factor is 1 where nothing can be left out.
-LowRateCopy makeLowRateCopy(const ChannelView& view, double fundamental, int numHarmonics,
-                            std::size_t mostChannels)
+LowRateCopy makeLowRateCopy(const ChannelView& view, double fundamental, int numHarmonics)
 {
     const double needed = 2.0 * analysisMargin * (numHarmonics + 1) * fundamental;
     const int factor = std::max(1, static_cast<int>(view.sampleRate / needed));
-    const Decimator decimator(factor);
     LowRateCopy copy;
-    const std::size_t count = std::min(view.channels.size(), mostChannels);
-    for (std::size_t channel = 0; channel < count; ++channel)
-        copy.samples.push_back(decimator.process(view.channels[channel], view.numSamples));
+    if (factor == 1)
+    {
+        copy.view = view;
+        return copy;
+    }
+    const Decimator decimator(factor);
+    for (const float* const samples : view.channels)
+        copy.samples.push_back(decimator.process(samples, view.numSamples));
     for (const auto& samples : copy.samples)
         copy.view.channels.push_back(samples.data());
     copy.view.numSamples = static_cast<int>(copy.samples.front().size());
@@ -229,6 +230,9 @@ bool isBursts(const HumModel& model)
     const HarmonicLines& lines = model.getLines();
     const Series<Complex> amplitudes = model.getAmplitudes();
     Series<double> power(burstPoints);
+    Series<Complex> circle;
+    for (int point = 0; point < burstPoints; ++point)
+        circle.push_back(std::polar(1.0, 2.0 * std::numbers::pi * point / burstPoints));
     for (int channel = 0; channel < lines.numChannels; ++channel)
         for (int point = 0; point < burstPoints; ++point)
         {
@@ -237,8 +241,7 @@ bool isBursts(const HumModel& model)
             {
                 const std::size_t at =
                     lines.at(lines.numFrames / 2, channel * lines.numHarmonics + h - 1);
-                const double angle = 2.0 * std::numbers::pi * point * h / burstPoints;
-                value += multiply(amplitudes[at], std::polar(1.0, angle)).real();
+                value += multiply(amplitudes[at], circle[point * h % burstPoints]).real();
             }
             power[point] += value * value;
         }
@@ -353,14 +356,14 @@ StretchResult StretchRemover::analyse(const ChannelView& view) const
     double highest = 0.0;
     for (const FundamentalRange& range : settings.ranges)
         highest = std::max(highest, range.highest);
-    const LowRateCopy copy = makeLowRateCopy(view, highest, firstHarmonics, view.channels.size());
-    const LowRateCopy lowCopy =
-        makeLowRateCopy(copy.view, highest, HumFitter::numHarmonics, mostAnalysisChannels);
-    const Series<CombPeak> peaks = findPeaks(lowCopy.view, settings.ranges);
+    const LowRateCopy copy = makeLowRateCopy(view, highest, firstHarmonics);
+    const LowRateCopy lowCopy = makeLowRateCopy(copy.view, highest, HumFitter::numHarmonics);
+    const ChannelView clearest = chooseClearest(lowCopy.view, settings.ranges, highest);
+    const Series<CombPeak> peaks = findPeaks(clearest, settings.ranges);
     StretchResult result{peaks.front().fundamental, peaks.front().score, false, {}};
     for (const double fundamental : chooseCandidates(peaks, settings.ranges))
     {
-        result.model = find({view, copy.view, lowCopy.view}, fundamental, result);
+        result.model = find({view, copy.view, clearest}, fundamental, result);
         if (result.model || result.isBursts)
             break;
     }

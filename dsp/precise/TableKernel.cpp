@@ -80,6 +80,14 @@ HWY_INLINE Vector readTable(const float* table, hn::Vec<Integers> point, Vector 
     return hn::MulAdd(hn::Mul(share, hn::Set(f32, 0.5F)), inner, y1);
 }
 
+/// The weights of a vector of samples from the `i`th on.
+HWY_INLINE Vector getWeights(std::size_t i, float weight, float weightStep)
+{
+    const Vector steps = hn::Iota(f32, static_cast<float>(i));
+    const Vector wanted = hn::MulAdd(steps, hn::Set(f32, weightStep), hn::Set(f32, weight));
+    return hn::Min(hn::Max(wanted, hn::Zero(f32)), hn::Set(f32, 1.0F));
+}
+
 HWY_ATTR void readTablesKernel(const float* now, const float* next, const TablePlaces& places,
                                float weight, float weightStep, float* result)
 {
@@ -87,12 +95,34 @@ HWY_ATTR void readTablesKernel(const float* now, const float* next, const TableP
     {
         const auto point = hn::LoadU(i32, &places.points[i]);
         const Vector share = hn::LoadU(f32, &places.shares[i]);
-        const Vector steps = hn::Iota(f32, static_cast<float>(i));
-        const Vector wanted = hn::MulAdd(steps, hn::Set(f32, weightStep), hn::Set(f32, weight));
-        const Vector held = hn::Min(hn::Max(wanted, hn::Zero(f32)), hn::Set(f32, 1.0F));
+        const Vector held = getWeights(i, weight, weightStep);
         const Vector value = readTable(now, point, share);
         const Vector other = readTable(next, point, share);
         hn::StoreU(hn::MulAdd(held, hn::Sub(other, value), value), f32, result + i);
+    }
+}
+
+HWY_ATTR void addHarmonicsKernel(const MovingAmplitudes& amplitudes,
+                                 const SplitComplex<float>& waves, float weight, float weightStep,
+                                 int count, float* result)
+{
+    const auto& now = amplitudes.now;
+    const auto& step = amplitudes.step;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(count); i += hn::Lanes(f32))
+    {
+        Vector sum = hn::Zero(f32);
+        Vector sumOfSteps = hn::Zero(f32);
+        for (std::size_t h = 0; h < now.real.size(); ++h)
+        {
+            const Vector cosine = hn::LoadU(f32, &waves.real[h * tableChunk + i]);
+            const Vector sine = hn::LoadU(f32, &waves.imaginary[h * tableChunk + i]);
+            sum = hn::MulAdd(cosine, hn::Set(f32, now.real[h]), sum);
+            sumOfSteps = hn::MulAdd(cosine, hn::Set(f32, step.real[h]), sumOfSteps);
+            sum = hn::NegMulAdd(sine, hn::Set(f32, now.imaginary[h]), sum);
+            sumOfSteps = hn::NegMulAdd(sine, hn::Set(f32, step.imaginary[h]), sumOfSteps);
+        }
+        const Vector held = getWeights(i, weight, weightStep);
+        hn::StoreU(hn::MulAdd(held, sumOfSteps, sum), f32, result + i);
     }
 }
 
@@ -109,6 +139,7 @@ HWY_EXPORT(getFractionsKernel);
 HWY_EXPORT(addWaveKernel);
 HWY_EXPORT(findPlacesKernel);
 HWY_EXPORT(readTablesKernel);
+HWY_EXPORT(addHarmonicsKernel);
 
 void getFractions(const std::array<double, 4>& coefficients, double first, double step, int count,
                   double* fractions)
@@ -132,6 +163,13 @@ void readTables(const float* now, const float* next, const TablePlaces& places, 
 {
     HWY_DYNAMIC_DISPATCH(readTablesKernel)
     (now, next, places, weight, weightStep, result.data());
+}
+
+void addHarmonics(const MovingAmplitudes& amplitudes, const SplitComplex<float>& waves,
+                  float weight, float weightStep, int count, std::array<float, tableChunk>& result)
+{
+    HWY_DYNAMIC_DISPATCH(addHarmonicsKernel)
+    (amplitudes, waves, weight, weightStep, count, result.data());
 }
 
 } // namespace orvo::audio::precise

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dsp/precise/GridKernels.h"
 #include "dsp/precise/Series.h"
 
 #include <array>
@@ -36,5 +37,17 @@ void findPlaces(const std::array<double, tableChunk>& phases, int size, TablePla
 /// start one point early and end two late.
 void readTables(const float* now, const float* next, const TablePlaces& places, float weight,
                 float weightStep, std::array<float, tableChunk>& result);
+
+/// Amplitudes of the first harmonics, and by how much they are others at the next frame.
+struct MovingAmplitudes
+{
+    SplitComplex<float> now;
+    SplitComplex<float> step;
+};
+
+/// The sum over harmonics of the real part of amplitude times wave, for `count` samples; waves are
+/// [harmonic][sample of tableChunk]. The weight is the share of the step, as for tables.
+void addHarmonics(const MovingAmplitudes& amplitudes, const SplitComplex<float>& waves,
+                  float weight, float weightStep, int count, std::array<float, tableChunk>& result);
 
 } // namespace orvo::audio::precise

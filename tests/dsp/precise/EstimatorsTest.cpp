@@ -1,7 +1,7 @@
 #include "dsp/precise/ChangeFinder.h"
-#include "dsp/precise/Decimator.h"
 #include "dsp/precise/GridKernels.h"
 #include "dsp/precise/PathSmoother.h"
+#include "dsp/precise/TableKernel.h"
 #include "dsp/precise/WalkKernel.h"
 #include "tests/dsp/precise/Recordings.h"
 #include "tests/support/InstructionSets.h"
@@ -11,21 +11,6 @@ using namespace testing_support;
 
 namespace
 {
-
-/// Nearly normal, of variance 1.
-double makeNormal(Dice& dice)
-{
-    double sum = 0.0;
-    for (int i = 0; i < 12; ++i)
-        sum += dice.uniform(-0.5, 0.5);
-    return sum;
-}
-
-Complex makeNoise(Dice& dice, double power)
-{
-    const double real = makeNormal(dice);
-    return std::sqrt(0.5 * power) * Complex(real, makeNormal(dice));
-}
 
 /// A walking line by its definition, one value after the other in double precision.
 struct PlainWalk
@@ -114,32 +99,6 @@ struct PlainWalk
     }
 };
 
-/// A frame's transform at a frequency, summed directly, in the units of the reader.
-Complex transform(const orvo::audio::precise::Series<float>& samples, int centre, double length,
-                  double frequency)
-{
-    Complex sum;
-    double weights = 0.0;
-    const auto half = static_cast<int>(0.5 * length);
-    for (int i = -half; i <= half; ++i)
-    {
-        const double weight = 0.5 + 0.5 * std::cos(fullTurn * i / length);
-        weights += weight;
-        sum += weight * samples[centre + i] * std::polar(1.0, -fullTurn * frequency * (centre + i));
-    }
-    return 2.0 / weights * sum;
-}
-
-/// Level in dB of a tone after decimation by 6; `share` of half the new rate.
-double decimateTone(double share)
-{
-    orvo::audio::precise::Series<float> tone;
-    for (int i = 0; i < 6000; ++i)
-        tone.push_back(static_cast<float>(std::sin(0.5 * fullTurn * share * i / 6.0 + 0.3)));
-    const orvo::audio::precise::Series<float> result = Decimator(6).process(tone.data(), 6000);
-    return 20.0 * std::log10(*std::max_element(result.begin() + 30, result.end() - 30));
-}
-
 } // namespace
 
 TEST(WalkKernel, agreesWithThePlainFormForEveryInstructionSet)
@@ -213,7 +172,9 @@ TEST(GridKernels, agreeWithThePlainFormsForEveryInstructionSet)
             SplitComplex<float> squares = turns;
             orvo::audio::precise::Series<double> products(count, 2.0);
             orvo::audio::precise::Series<double> scores(count, 1.0);
+            orvo::audio::precise::Series<double> weighted = scores;
             multiplyInPlace(squares, turns);
+            addWeighted(gains.data(), 0.3, count, weighted.data());
             addScores({readings, turns, 0, 3.0, 0.2}, 2, count, sums.data());
             multiplyErrors(value, expected, count, count, 7.0, products.data());
             multiplyGainErrors(evidence, gains.data(), count, products.data());
@@ -232,6 +193,7 @@ TEST(GridKernels, agreeWithThePlainFormsForEveryInstructionSet)
                 EXPECT_NEAR(squares.imaginary[count + i], (turn * turn).imag(), 1e-6);
                 const Complex before(turns.real[i], turns.imaginary[i]);
                 const double clear = std::norm(value * before + other * turn) / 3.0;
+                EXPECT_EQ(weighted[i], 1.0 + 0.3 * gain);
                 EXPECT_NEAR(sums[i], 1.0 + clear / (1.0 + clear / 0.2), 1e-6);
                 EXPECT_NEAR(factors[i], factor, 1e-12 * factor);
                 EXPECT_NEAR(scores[i], 1.0 - 3.0 * std::log(factor), 1e-12);
@@ -329,6 +291,43 @@ TEST(GridKernels, findTheOriginThatGainsMostForEveryInstructionSet)
         });
 }
 
+TEST(TableKernel, addsMovingHarmonicsForEveryInstructionSet)
+{
+    constexpr int count = 61; // no multiple of any vector
+    constexpr std::size_t numHarmonics = 3;
+    Dice dice;
+    MovingAmplitudes amplitudes{SplitComplex<float>(numHarmonics),
+                                SplitComplex<float>(numHarmonics)};
+    SplitComplex<float> waves(numHarmonics * tableChunk);
+    std::array<double, count> now{};
+    std::array<double, count> step{};
+    for (std::size_t h = 0; h < numHarmonics; ++h)
+    {
+        const Complex amplitude = makeNoise(dice, 1.0);
+        const Complex growth = makeNoise(dice, 1.0);
+        amplitudes.now.set(h, amplitude);
+        amplitudes.step.set(h, growth);
+        for (std::size_t i = 0; i < count; ++i)
+        {
+            const Complex wave = std::polar(1.0, dice.uniform(0.0, fullTurn));
+            waves.set(h * tableChunk + i, wave);
+            now[i] += (amplitude * wave).real();
+            step[i] += (growth * wave).real();
+        }
+    }
+    forEachInstructionSet(
+        [&]
+        {
+            std::array<float, tableChunk> result{};
+            addHarmonics(amplitudes, waves, -0.2F, 0.03F, count, result);
+            for (std::size_t i = 0; i < count; ++i)
+            {
+                const double weight = std::clamp(0.03 * static_cast<double>(i) - 0.2, 0.0, 1.0);
+                EXPECT_NEAR(result[i], now[i] + weight * step[i], 2e-6);
+            }
+        });
+}
+
 TEST(PathSmoother, findsAPathUnderNoiseWithOutliersAndALeap)
 {
     Dice dice;
@@ -371,63 +370,6 @@ TEST(PhaseTrack, isTheIntegralOfItsFrequencyAtOneAndAtManyTimes)
                         track.getFrequency(time), 0.01);
         }
     }
-}
-
-TEST(LineReader, readsWhatADirectSumGivesAndThePowerOfNoise)
-{
-    constexpr double f = 50.37 / 8000.0; // between bins
-    Dice dice;
-    orvo::audio::precise::Series<float> samples;
-    for (int i = 0; i < 80000; ++i)
-        samples.push_back(
-            static_cast<float>(0.5 * std::cos(fullTurn * f * i + 1.0) + 0.01 * makeNormal(dice)));
-    const FrameGrid grid(50.37, 8000.0, 80000);
-    const double length = grid.getFrameLength() * 8000.0;
-    const ChannelView view{{samples.data()}, 80000, 8000.0};
-    LineReader reader(view, grid, 50.37, 60);
-    const HarmonicLines lines = reader.read(PhaseTrack(50.37), 60);
-    // What is kept serves other tracks too, and gives what is read anew.
-    reader.read(PhaseTrack(50.9), 60);
-    const HarmonicLines again = reader.read(PhaseTrack(50.37), 60);
-    EXPECT_EQ(again.amplitudes, lines.amplitudes);
-    EXPECT_EQ(LineReader(view, grid, 50.37).read(PhaseTrack(50.37), 60).noise, lines.noise);
-    double power = 0.0;
-    for (int frame = 0; frame < lines.numFrames; ++frame)
-        for (int line = 0; line < 60; ++line)
-        {
-            const auto centre = static_cast<int>(std::lround(lines.getTime(frame) * 8000.0));
-            const Complex value = lines.amplitudes[lines.at(frame, line)];
-            // Single precision and an interpolation that is right to 100 dB under the 0.5.
-            EXPECT_LT(std::abs(value - transform(samples, centre, length, f * (line + 1))), 5e-6);
-            // Four sigma of what 4 sum(w^2) / sum(w)^2 of the noise makes of it, and a half.
-            EXPECT_LT(std::abs(value - (line == 0 ? std::polar(0.5, 1.0) : 0.0)), 0.0044);
-            power += lines.noise[lines.at(frame, line)] / (60.0 * lines.numFrames);
-        }
-    // The mean of 15000 powers, which overlap, is right to 1 % or so.
-    EXPECT_NEAR(power * length, 6.0 * 1e-4, 2e-5);
-}
-
-TEST(CombDetector, findsTheFundamental)
-{
-    for (const double fundamental : {49.973, 60.041, 58.9})
-    {
-        Dice dice;
-        Channels sound = makeSilence(1, 2000.0, 10.0);
-        addNoise(sound, 2000.0, 0.0, 10.0, 0.1, dice);
-        sound = addHum(sound, 2000.0, {.fundamental = fundamental}, 1.0, dice);
-        CombDetector detector(2000.0, {{48.75, 51.25}, {58.5, 61.5}});
-        for (int start = 0; start + detector.getWindowLength() <= 20000; start += detector.getHop())
-            detector.addWindow(sound[0].data() + start, 20000 - start);
-        EXPECT_NEAR(detector.getPeaks().front().fundamental, fundamental, 0.02);
-    }
-}
-
-TEST(Decimator, isFlatAndFoldsNothingBack)
-{
-    for (const double share : {0.02, 0.31, 0.53, 0.74})
-        EXPECT_NEAR(decimateTone(share), 0.0, 0.05) << share;
-    for (const double share : {1.165, 1.3, 1.77, 2.4, 3.9, 5.7})
-        EXPECT_LT(decimateTone(share), -80.0) << share;
 }
 
 TEST(ChangeFinder, findsALeapAndAnAbsenceToAFrame)

@@ -149,6 +149,27 @@ TEST(PreciseRemover, takesOffTheHarmonicsThatALowRateHolds)
     }
 }
 
+TEST(PreciseRemover, findsTheHumThatFewOfManyChannelsHold)
+{
+    constexpr double rate = 1000.0;
+    Dice dice;
+    Channels clean = makeSilence(24, rate, 40.0);
+    addNoise(clean, rate, 0.0, 40.0, 0.01, dice);
+    Channels few{clean[9], clean[22]};
+    few = addHum(few, rate, {.fundamental = 60.02, .swing = 0.02}, 1.0, dice);
+    Channels mixed = clean;
+    mixed[9] = few[0];
+    mixed[22] = few[1];
+    const Removal removal = removeHum(mixed, rate);
+    EXPECT_NEAR(removal.summary.getMeanFrequency(), 60.02, 0.01);
+    for (std::size_t i = 0; i < clean.size(); ++i)
+    {
+        const Channels error = add(add({mixed[i]}, {removal.hum[i]}, -1.0), {clean[i]}, -1.0);
+        const bool holdsHum = i == 9 || i == 22;
+        EXPECT_LT(getEnergy(error), (holdsHum ? 0.02 : 1e-4) * getEnergy({clean[i]})) << i;
+    }
+}
+
 TEST(PreciseRemover, leavesWhatCannotHoldTheFundamental)
 {
     Dice dice;

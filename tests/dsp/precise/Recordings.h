@@ -31,6 +31,21 @@ struct Dice
     std::mt19937 generator;
 };
 
+/// Nearly normal, of variance 1.
+inline double makeNormal(Dice& dice)
+{
+    double sum = 0.0;
+    for (int i = 0; i < 12; ++i)
+        sum += dice.uniform(-0.5, 0.5);
+    return sum;
+}
+
+inline orvo::audio::precise::Complex makeNoise(Dice& dice, double power)
+{
+    const double real = makeNormal(dice);
+    return std::sqrt(0.5 * power) * orvo::audio::precise::Complex(real, makeNormal(dice));
+}
+
 inline Channels makeSilence(int numChannels, double sampleRate, double seconds)
 {
     const auto length = static_cast<std::size_t>(std::lround(sampleRate * seconds));
