@@ -149,13 +149,24 @@ void AmplitudeSmoother::findLines(const Series<LineStatistics>& statistics)
     numUsed = static_cast<int>(std::count(isUsed.begin(), isUsed.end(), 1));
 }
 
-double AmplitudeSmoother::getScore() const
+Series<double> AmplitudeSmoother::getScores() const
 {
     PerWalkSize sums{};
     for (const PerWalkSize& likelihood : likelihoods)
         for (std::size_t size = 0; size < numWalkSizes; ++size)
             sums[size] += likelihood[size];
-    return *std::max_element(sums.begin(), sums.end());
+    const auto best =
+        static_cast<std::size_t>(std::max_element(sums.begin(), sums.end()) - sums.begin());
+    Series<double> scores;
+    for (const PerWalkSize& likelihood : likelihoods)
+        scores.push_back(likelihood[best]);
+    return scores;
+}
+
+double AmplitudeSmoother::getScore() const
+{
+    const Series<double> scores = getScores();
+    return std::accumulate(scores.begin(), scores.end(), 0.0);
 }
 
 AmplitudeSmoother::Walk AmplitudeSmoother::findWalk(const Series<int>& jumps) const

@@ -32,6 +32,9 @@ public:
     /// Logarithm of the likelihood of all frames with the likeliest walk.
     double getScore() const;
 
+    /// The same line by line.
+    Series<double> getScores() const;
+
     /// Looks for jumps: at most six, where forward and backward estimates disagree over all
     /// harmonics and the likelihood rises by more than a jump may cost.
     SmoothAmplitudes smooth() const;

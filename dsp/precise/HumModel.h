@@ -30,6 +30,9 @@ public:
 
     const HarmonicLines& getLines() const { return lines; }
 
+    /// Noise as it was read beside the lines, laid out as in getLines().
+    const Series<double>& getReadNoise() const { return readNoise; }
+
     const Series<Segment>& getSegments() const { return segments; }
 
     const Series<double>& getLogGain() const { return logGain; }
@@ -47,6 +50,10 @@ public:
 
     /// Logarithm of the likelihood, less what segments cost.
     double getScore() const;
+
+    /// By how much the score exceeds that of another model of the same lines, when none of them may
+    /// speak for or against it by more than `mostPerLine`.
+    double getAdvantage(const HumModel& other, double mostPerLine) const;
 
     /// Looks for changes in a model that has none; gives whether there are any.
     bool addChanges();
@@ -109,6 +116,7 @@ private:
     const Prepared& prepare() const;
 
     Aligned align() const;
+    Series<double> getLineScores() const;
     Series<double> getLead(double meanFrequency) const;
     void moveLeapsToSegments(SmoothPath& path);
     void setTrack(PhaseTrack newTrack);
