@@ -50,6 +50,9 @@ constexpr double presentEvidence = 8.0;
 constexpr double presentEvidencePerJump = 3.0;
 constexpr double usedEvidence = 6.0;
 
+/// Lines of more evidence than this are the less doubted the more they have.
+constexpr double doubtfulEvidence = 10.0;
+
 double getMedian(Series<double> values)
 {
     if (values.empty())
@@ -249,15 +252,15 @@ AmplitudeSmoother::Walk AmplitudeSmoother::findJumps() const
 
 SmoothAmplitudes AmplitudeSmoother::smooth() const
 {
-    return smooth(findJumps());
+    return smooth(findJumps(), Caution::AllLines);
 }
 
-SmoothAmplitudes AmplitudeSmoother::smooth(const Series<int>& jumps) const
+SmoothAmplitudes AmplitudeSmoother::smooth(const Series<int>& jumps, Caution caution) const
 {
-    return smooth(findWalk(jumps));
+    return smooth(findWalk(jumps), caution);
 }
 
-SmoothAmplitudes AmplitudeSmoother::smooth(const Walk& walk) const
+SmoothAmplitudes AmplitudeSmoother::smooth(const Walk& walk, Caution caution) const
 {
     // Frames that hold a jump are neither what was before nor what comes after.
     Walks walks = makeWalks(walk.jumps);
@@ -274,13 +277,18 @@ SmoothAmplitudes AmplitudeSmoother::smooth(const Walk& walk) const
     for (const double evidence : result.evidence)
         result.isPresent.push_back(evidence > least ? 1 : 0);
     for (int line = 0; line < numLines; ++line)
+    {
+        const bool isClear =
+            caution == Caution::DoubtfulLines && result.evidence[line] > doubtfulEvidence;
         if (result.isPresent[line] != 0)
-            unpack(estimates, line, result);
+            unpack(estimates, line, isClear ? doubtfulEvidence / result.evidence[line] : 1.0,
+                   result);
+    }
     return result;
 }
 
-/// The less sure an amplitude is, the less of it is taken.
-void AmplitudeSmoother::unpack(const WalkEstimates& estimates, int line,
+/// The less sure an amplitude is, the less of it is taken, if the line is in doubt.
+void AmplitudeSmoother::unpack(const WalkEstimates& estimates, int line, double doubt,
                                SmoothAmplitudes& result) const
 {
     for (int frame = 0; frame < lines.numFrames; ++frame)
@@ -290,7 +298,7 @@ void AmplitudeSmoother::unpack(const WalkEstimates& estimates, int line,
         const Complex amplitude(estimates.real[from], estimates.imaginary[from]);
         const double variance = estimates.variances[from];
         const double power = getPower(amplitude);
-        result.amplitudes[to] = power / (power + variance + tiny) * amplitude;
+        result.amplitudes[to] = power / (power + doubt * variance + tiny) * amplitude;
         result.variances[to] = variance;
     }
 }

@@ -179,9 +179,9 @@ void HumModel::findAmplitudes()
     smooth = prepare().smoother.smooth();
 }
 
-void HumModel::updateAmplitudes()
+void HumModel::updateAmplitudes(Caution caution)
 {
-    smooth = prepare().smoother.smooth(smooth.jumps);
+    smooth = prepare().smoother.smooth(smooth.jumps, caution);
 }
 
 /// Radians by which the track runs ahead of a constant frequency, per frame.

@@ -62,7 +62,7 @@ public:
     void findAmplitudes();
 
     /// Estimates them with the jumps that are known.
-    void updateAmplitudes();
+    void updateAmplitudes(Caution caution = Caution::AllLines);
 
     /// Measures the motion that all lines share, and gives the model that follows it; its
     /// amplitudes must be found anew. Needs a present line.
