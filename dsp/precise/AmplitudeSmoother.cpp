@@ -50,6 +50,9 @@ constexpr double presentEvidence = 8.0;
 constexpr double presentEvidencePerJump = 3.0;
 constexpr double usedEvidence = 6.0;
 
+/// Lines of more evidence than this are the less doubted the more they have.
+constexpr double doubtfulEvidence = 10.0;
+
 float getMedian(Series<float> values)
 {
     if (values.empty())
@@ -150,13 +153,24 @@ void AmplitudeSmoother::findLines(const Series<LineStatistics>& statistics)
     numUsed = static_cast<int>(std::count(isUsed.begin(), isUsed.end(), 1));
 }
 
-double AmplitudeSmoother::getScore() const
+Series<double> AmplitudeSmoother::getScores() const
 {
     PerWalkSize sums{};
     for (const PerWalkSize& likelihood : likelihoods)
         for (std::size_t size = 0; size < numWalkSizes; ++size)
             sums[size] += likelihood[size];
-    return *std::max_element(sums.begin(), sums.end());
+    const auto best =
+        static_cast<std::size_t>(std::max_element(sums.begin(), sums.end()) - sums.begin());
+    Series<double> scores;
+    for (const PerWalkSize& likelihood : likelihoods)
+        scores.push_back(likelihood[best]);
+    return scores;
+}
+
+double AmplitudeSmoother::getScore() const
+{
+    const Series<double> scores = getScores();
+    return std::accumulate(scores.begin(), scores.end(), 0.0);
 }
 
 AmplitudeSmoother::Walk AmplitudeSmoother::findWalk(const Series<int>& jumps) const
@@ -239,15 +253,15 @@ AmplitudeSmoother::Walk AmplitudeSmoother::findJumps() const
 
 SmoothAmplitudes AmplitudeSmoother::smooth() const
 {
-    return smooth(findJumps());
+    return smooth(findJumps(), Caution::AllLines);
 }
 
-SmoothAmplitudes AmplitudeSmoother::smooth(const Series<int>& jumps) const
+SmoothAmplitudes AmplitudeSmoother::smooth(const Series<int>& jumps, Caution caution) const
 {
-    return smooth(findWalk(jumps));
+    return smooth(findWalk(jumps), caution);
 }
 
-SmoothAmplitudes AmplitudeSmoother::smooth(const Walk& walk) const
+SmoothAmplitudes AmplitudeSmoother::smooth(const Walk& walk, Caution caution) const
 {
     // Frames that hold a jump are neither what was before nor what comes after.
     Walks walks = makeWalks(walk.jumps);
@@ -263,13 +277,20 @@ SmoothAmplitudes AmplitudeSmoother::smooth(const Walk& walk) const
         presentEvidence + presentEvidencePerJump * static_cast<double>(walk.jumps.size());
     for (const double evidence : result.evidence)
         result.isPresent.push_back(evidence > least ? 1 : 0);
+    Series<double> doubts;
+    for (const double evidence : result.evidence)
+    {
+        const bool isClear = caution == Caution::DoubtfulLines && evidence > doubtfulEvidence;
+        doubts.push_back(isClear ? doubtfulEvidence / evidence : 1.0);
+    }
     for (int first = 0; first < numLines; first += PackedLines::width)
-        unpack(estimates, first, result);
+        unpack(estimates, first, &doubts[first], result);
     return result;
 }
 
-/// The lines of a pack; the less sure an amplitude is, the less of it is taken.
-void AmplitudeSmoother::unpack(const WalkEstimates& estimates, int first,
+/// The lines of a pack; the less sure an amplitude is, the less of it is taken, if its line is in
+/// doubt.
+void AmplitudeSmoother::unpack(const WalkEstimates& estimates, int first, const double* doubts,
                                SmoothAmplitudes& result) const
 {
     const int count = std::min(PackedLines::width, numLines - first);
@@ -285,7 +306,7 @@ void AmplitudeSmoother::unpack(const WalkEstimates& estimates, int first,
             const double imaginary = estimates.imaginary[from + static_cast<std::size_t>(i)];
             const double variance = estimates.variances[from + static_cast<std::size_t>(i)];
             const double power = real * real + imaginary * imaginary;
-            const double share = power / (power + variance + tiny);
+            const double share = power / (power + doubts[i] * variance + tiny);
             amplitudes[i] = isPresent[i] != 0 ? Complex(share * real, share * imaginary) : 0.0;
             variances[i] = isPresent[i] != 0 ? variance : 0.0;
         }

@@ -6,6 +6,14 @@
 namespace orvo::audio::precise
 {
 
+/// Of which lines the less is taken the less sure an amplitude is: of all, while changes are still
+/// looked for, or only of those that may not be there.
+enum class Caution
+{
+    AllLines,
+    DoubtfulLines
+};
+
 /// Amplitudes of the hum at every frame and line, and how sure they are.
 struct SmoothAmplitudes
 {
@@ -32,12 +40,15 @@ public:
     /// Logarithm of the likelihood of all frames with the likeliest walk.
     double getScore() const;
 
+    /// The same line by line.
+    Series<double> getScores() const;
+
     /// Looks for jumps: at most six, where forward and backward estimates disagree over all
     /// harmonics and the likelihood rises by more than a jump may cost.
     SmoothAmplitudes smooth() const;
 
     /// With the jumps that are known, in order.
-    SmoothAmplitudes smooth(const Series<int>& jumps) const;
+    SmoothAmplitudes smooth(const Series<int>& jumps, Caution caution) const;
 
 private:
     struct Walk
@@ -57,8 +68,9 @@ private:
     int findDisagreement(const Walk& walk, const Series<int>& tried) const;
     Walk addJump(const Walk& walk, int frame) const;
     Walk findJumps() const;
-    SmoothAmplitudes smooth(const Walk& walk) const;
-    void unpack(const WalkEstimates& estimates, int first, SmoothAmplitudes& result) const;
+    SmoothAmplitudes smooth(const Walk& walk, Caution caution) const;
+    void unpack(const WalkEstimates& estimates, int first, const double* doubts,
+                SmoothAmplitudes& result) const;
 
     const HarmonicLines& lines;
     const Series<char>& isSkipped;

@@ -12,11 +12,16 @@ namespace orvo::audio::precise
 namespace
 {
 
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
 constexpr int searchHarmonics = 16;
 constexpr int roughHarmonics = 6;
 
 /// A gain must make the hum likelier by so much, a moving fundamental by more.
 constexpr double gainMargin = 20.0;
+
+/// A loud line that comes and goes, as a note does, must not be taken for the level of all.
+constexpr double mostGainPerLine = 30.0;
 constexpr double phaseMargin = -20.0;
 constexpr double movingMargin = 40.0;
 constexpr double nearShare = 0.0008; // of the fundamental
@@ -71,7 +76,7 @@ void tryChanges(HumModel& best, HumModel changed)
     if (!changed.addChanges())
         return;
     changed.findAmplitudes();
-    improve(changed, false, -std::numeric_limits<double>::infinity());
+    improve(changed, false, -infinity);
     improveGain(changed);
     if (changed.getScore() > best.getScore())
         best = std::move(changed);
@@ -84,7 +89,7 @@ bool improve(HumModel& model, bool hasGain, double margin)
     if (!model.isAnyPresent())
         return false;
     HumModel moved = model.followMotion(hasGain);
-    if (moved.getScore() < model.getScore() + margin)
+    if (moved.getAdvantage(model, hasGain ? mostGainPerLine : infinity) < margin)
         return false;
     model = std::move(moved);
     // What looked like jumps may have been the gain.
@@ -107,7 +112,7 @@ PhaseTrack HumFitter::findConstantTrack(const HarmonicLines& lines) const
 {
     const PhaseTrack nominal(fundamental);
     PhaseTrack best = nominal;
-    double most = -std::numeric_limits<double>::infinity();
+    double most = -infinity;
     const Series<char> isSkipped(static_cast<std::size_t>(lines.numFrames));
     for (const double deviation :
          findConstantDeviations(keepHarmonics(lines, searchHarmonics), fundamental))

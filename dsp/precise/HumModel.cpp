@@ -15,7 +15,7 @@ namespace
 constexpr double pi = std::numbers::pi;
 constexpr double segmentCost = 25.0;
 constexpr int sameEvent = 3; // frames
-constexpr double largestLogGain = 4.0;
+constexpr double largestLogGain = 7.0;
 
 /// The residual is a little less than the noise, since the amplitudes followed some of it.
 constexpr double shareOfResidual = 1.2;
@@ -159,11 +159,31 @@ const HumModel::Prepared& HumModel::prepare() const
     return *prepared;
 }
 
+Series<double> HumModel::getLineScores() const
+{
+    Series<double> scores = prepare().smoother.getScores();
+    const double gains = std::accumulate(logGain.begin(), logGain.end(), 0.0);
+    for (double& score : scores)
+        score -= 2.0 * gains;
+    return scores;
+}
+
 double HumModel::getScore() const
 {
-    const double gains = std::accumulate(logGain.begin(), logGain.end(), 0.0);
-    return prepare().smoother.getScore() - 2.0 * gains * lines.getNumLines() -
+    const Series<double> scores = getLineScores();
+    return std::accumulate(scores.begin(), scores.end(), 0.0) -
            segmentCost * static_cast<double>(segments.size() - 1);
+}
+
+double HumModel::getAdvantage(const HumModel& other, double mostPerLine) const
+{
+    const Series<double> scores = getLineScores();
+    const Series<double> others = other.getLineScores();
+    double sum = segmentCost * (static_cast<double>(other.segments.size()) -
+                                static_cast<double>(segments.size()));
+    for (std::size_t line = 0; line < scores.size(); ++line)
+        sum += std::clamp(scores[line] - others[line], -mostPerLine, mostPerLine);
+    return sum;
 }
 
 bool HumModel::addChanges()
@@ -178,9 +198,9 @@ void HumModel::findAmplitudes()
     smooth = prepare().smoother.smooth();
 }
 
-void HumModel::updateAmplitudes()
+void HumModel::updateAmplitudes(Caution caution)
 {
-    smooth = prepare().smoother.smooth(smooth.jumps);
+    smooth = prepare().smoother.smooth(smooth.jumps, caution);
 }
 
 /// Radians by which the track runs ahead of a constant frequency, per frame.

@@ -30,6 +30,9 @@ public:
 
     const HarmonicLines& getLines() const { return lines; }
 
+    /// Noise as it was read beside the lines, laid out as in getLines().
+    const Series<double>& getReadNoise() const { return readNoise; }
+
     const Series<Segment>& getSegments() const { return segments; }
 
     const Series<double>& getLogGain() const { return logGain; }
@@ -48,6 +51,10 @@ public:
     /// Logarithm of the likelihood, less what segments cost.
     double getScore() const;
 
+    /// By how much the score exceeds that of another model of the same lines, when none of them may
+    /// speak for or against it by more than `mostPerLine`.
+    double getAdvantage(const HumModel& other, double mostPerLine) const;
+
     /// Looks for changes in a model that has none; gives whether there are any.
     bool addChanges();
 
@@ -55,7 +62,7 @@ public:
     void findAmplitudes();
 
     /// Estimates them with the jumps that are known.
-    void updateAmplitudes();
+    void updateAmplitudes(Caution caution = Caution::AllLines);
 
     /// Measures the motion that all lines share, and gives the model that follows it; its
     /// amplitudes must be found anew. Needs a present line.
@@ -110,6 +117,7 @@ private:
 
     bool isAligned() const;
     Aligned align() const;
+    Series<double> getLineScores() const;
     Series<double> getLead(double meanFrequency) const;
     void moveLeapsToSegments(SmoothPath& path);
     void setTrack(PhaseTrack newTrack);

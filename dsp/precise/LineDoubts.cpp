@@ -29,6 +29,12 @@ constexpr double leastSteadiness = 0.7;
 /// are, is something else.
 constexpr double outstandingPower = 4.0;
 
+/// A line is gone where it is 12 dB below its mean while the noise beside it is, too. Hum is not,
+/// but for a few frames at its changes.
+constexpr double goneShare = 0.06;
+constexpr double mostGone = 0.03; // of all frames
+constexpr int fewGone = 2;        // frames
+
 constexpr double tiny = 1e-30;
 
 double getSeconds(const HarmonicLines& lines)
@@ -131,6 +137,66 @@ void leaveOutUnsteady(HumModel& model, bool isTrusted)
             model.leaveOutLine(line);
 }
 
+/// Finds lines that are gone in pauses of the sound, while most of the hum stands. The lower a line
+/// the more it has to say about that, since hum is strong where it comes from.
+class PauseTest
+{
+public:
+    explicit PauseTest(const HumModel& modelToTest)
+        : model(modelToTest)
+        , lines(model.getLines())
+        , leastPowers(static_cast<std::size_t>(lines.getNumLines()))
+        , goneCounts(leastPowers.size())
+    {
+        for (int frame = 0; frame < lines.numFrames; ++frame)
+            for (int line = 0; line < lines.getNumLines(); ++line)
+                leastPowers[line] += goneShare / lines.numFrames *
+                                     getPower(model.getSmooth().amplitudes[lines.at(frame, line)]);
+        for (int frame = 0; frame < lines.numFrames; ++frame)
+            if (model.isOn(frame))
+                count(frame);
+    }
+
+    bool isNote(int line) const
+    {
+        return goneCounts[line] > std::max<double>(fewGone, mostGone * lines.numFrames);
+    }
+
+private:
+    void count(int frame)
+    {
+        const double gain = std::exp(2.0 * model.getLogGain()[frame]);
+        double standing = 0.0;
+        Series<int> gone;
+        for (int line = 0; line < lines.getNumLines(); ++line)
+        {
+            const std::size_t at = lines.at(frame, line);
+            const double least = gain * leastPowers[line];
+            if (model.getSmooth().isPresent[line] == 0 || model.getReadNoise()[at] > least)
+                continue;
+            const bool isGone = getPower(lines.amplitudes[at]) < least;
+            standing += (isGone ? -1.0 : 1.0) / lines.getHarmonic(line);
+            if (isGone)
+                gone.push_back(line);
+        }
+        for (const int line : gone)
+            goneCounts[line] += standing > 0.0 ? 1 : 0;
+    }
+
+    const HumModel& model;
+    const HarmonicLines& lines;
+    Series<double> leastPowers;
+    Series<int> goneCounts;
+};
+
+void leaveOutPausing(HumModel& model)
+{
+    const PauseTest test(model);
+    for (int line = 0; line < model.getLines().getNumLines(); ++line)
+        if (model.getSmooth().isPresent[line] != 0 && test.isNote(line))
+            model.leaveOutLine(line);
+}
+
 /// Finds frames in which lines are far louder than else, and puts the mean of the others there.
 class OutstandingMoments
 {
@@ -230,7 +296,9 @@ private:
 void leaveOutNotes(HumModel& model, bool isDoubtful, bool isTrusted)
 {
     leaveOutLoud(model, isDoubtful);
+    leaveOutPausing(model);
     leaveOutUnsteady(model, isTrusted);
+    leaveOutLoud(model, isDoubtful); // beside notes that are known by now others seemed usual
     OutstandingMoments(model).replace();
 }
 

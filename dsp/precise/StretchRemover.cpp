@@ -283,7 +283,7 @@ HumModel extend(const HumModel& model, const ChannelView& view, const FrameGrid&
     for (int round = 0; round < noiseRounds; ++round)
     {
         extended.takeNoiseFromResidual();
-        extended.updateAmplitudes();
+        extended.updateAmplitudes(Caution::DoubtfulLines);
     }
     return extended;
 }

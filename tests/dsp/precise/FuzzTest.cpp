@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <iterator>
+#include <numeric>
 #include <sstream>
+#include <vector>
 
 using namespace testing_support;
 
@@ -32,9 +35,13 @@ enum Sound
     NumSounds
 };
 
-/// Of the first 1000, 4 are harmed so far, the first of them being number 295: tones exactly on the
-/// harmonics of a hum 20 dB below them, and chords that are held on high harmonics for seconds.
+/// Of the first 1000, one is harmed, number 286: for half of 0.8 s a note covers the hum, whose
+/// phase leaps meanwhile.
 constexpr unsigned long numMixtures = isSanitized ? 3 : 100;
+
+/// These were harmed once: tones exactly on the harmonics of a hum 20 dB below them, and chords
+/// that are held on high harmonics for seconds.
+constexpr unsigned int onceHarmed[] = {295, 319, 635, 858};
 
 constexpr const char* soundNames[] = {"speech", "notes", "chords", "tones", "hiss", "silence"};
 constexpr const char* humNames[] = {"steady", "breathing", "switched", "leaping", "tape"};
@@ -159,7 +166,11 @@ TEST(PreciseFuzz, doesNoHarmToRandomMixtures)
 {
     const char* const number = std::getenv("KALIM_FUZZ");
     const unsigned long last = number == nullptr ? numMixtures : std::stoul(number);
-    for (unsigned int seed = 1; seed <= last; ++seed)
+    std::vector<unsigned int> seeds(last);
+    std::iota(seeds.begin(), seeds.end(), 1U);
+    if (!isSanitized)
+        seeds.insert(seeds.end(), std::begin(onceHarmed), std::end(onceHarmed));
+    for (const unsigned int seed : seeds)
     {
         const Mixture m = makeMixture(seed);
         const Removal removal = removeHum(m.mixed, m.sampleRate);
