@@ -15,7 +15,7 @@ namespace
 
 /// Stretches of two channels at 48 kHz; with more samples a second they are shorter, so that memory
 /// stays within bounds, but not below what a good estimate needs.
-constexpr double longestStretch = 24.0; // seconds
+constexpr double longestStretch = 20.0; // seconds
 constexpr double shortestStretch = 10.0;
 constexpr double shortestRest = 5.0; // below, hum is hardly told from notes
 constexpr double usualSampleRate = 2.0 * 48000.0;
