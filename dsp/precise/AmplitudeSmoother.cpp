@@ -51,7 +51,7 @@ constexpr double presentEvidencePerJump = 3.0;
 constexpr double usedEvidence = 6.0;
 
 /// Lines of more evidence than this are the less doubted the more they have.
-constexpr double doubtfulEvidence = 10.0;
+constexpr double doubtfulEvidence = 30.0;
 
 float getMedian(Series<float> values)
 {
