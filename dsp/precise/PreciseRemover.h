@@ -82,7 +82,7 @@ private:
     std::future<void> measuring; // of what came before, beside reading; ends before the others go
 };
 
-/// Second reading: removes hum from a recording of any length, by overlapping stretches of 24
+/// Second reading: removes hum from a recording of any length, by overlapping stretches of 20
 /// seconds and less where there are many channels, two of which are analysed at the same time,
 /// beside the caller's thread unless the settings say otherwise. Memory does not grow with the
 /// length but for the course of the summary. Where there is no hum nothing changes.
