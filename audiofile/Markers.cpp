@@ -15,7 +15,7 @@ namespace
 {
 
 constexpr std::size_t shortNumber = 2;
-constexpr std::size_t number = 4;
+constexpr std::size_t plainNumber = 4;
 constexpr std::size_t longNumber = 8;
 
 using Names = std::map<std::uint32_t, std::string>;
@@ -33,14 +33,14 @@ bool isLabels(const RawChunk& chunk)
 void readLabels(const ChunkLayout& layout, const RawChunk& chunk, Names& names)
 {
     ChunkParser parser(layout, chunk.data);
-    parser.take(number);
+    parser.take(plainNumber);
     while (!parser.isAtEnd())
     {
-        const auto id = parser.takeText(number);
-        const auto size = parser.takeNumber(number);
+        const auto id = parser.takeText(plainNumber);
+        const auto size = parser.takeNumber(plainNumber);
         ChunkParser label(layout, parser.take(size));
         parser.take(size % 2);
-        const auto marker = static_cast<std::uint32_t>(label.takeNumber(number));
+        const auto marker = static_cast<std::uint32_t>(label.takeNumber(plainNumber));
         if (id == "labl")
             names.emplace(marker, upToZero(label.takeText(size)));
     }
@@ -51,12 +51,12 @@ std::vector<Marker> readCues(const ChunkLayout& layout, const RawChunk& chunk)
 {
     std::vector<Marker> markers;
     ChunkParser parser(layout, chunk.data);
-    const auto count = parser.takeNumber(number);
+    const auto count = parser.takeNumber(plainNumber);
     for (std::uint64_t i = 0; i < count && !parser.isAtEnd(); ++i)
     {
-        const auto id = static_cast<std::uint32_t>(parser.takeNumber(number));
-        parser.take(4 * number);
-        markers.push_back({id, static_cast<std::int64_t>(parser.takeNumber(number)), ""});
+        const auto id = static_cast<std::uint32_t>(parser.takeNumber(plainNumber));
+        parser.take(4 * plainNumber);
+        markers.push_back({id, static_cast<std::int64_t>(parser.takeNumber(plainNumber)), ""});
     }
     return markers;
 }
@@ -69,7 +69,7 @@ std::vector<Marker> readAiffMarkers(const ChunkLayout& layout, const RawChunk& c
     for (std::uint64_t i = 0; i < count && !parser.isAtEnd(); ++i)
     {
         const auto id = static_cast<std::uint32_t>(parser.takeNumber(shortNumber));
-        const auto frame = static_cast<std::int64_t>(parser.takeNumber(number));
+        const auto frame = static_cast<std::int64_t>(parser.takeNumber(plainNumber));
         const auto length = parser.takeNumber(1);
         markers.push_back({id, frame, std::string(parser.takeText(length))});
         parser.take((length + 1) % 2);
@@ -83,14 +83,14 @@ std::vector<Marker> readCafMarkers(const ChunkLayout& layout, const RawChunk& ch
     constexpr double largest = 9.0e18;
     std::vector<Marker> markers;
     ChunkParser parser(layout, chunk.data);
-    parser.take(number);
-    const auto count = parser.takeNumber(number);
+    parser.take(plainNumber);
+    const auto count = parser.takeNumber(plainNumber);
     for (std::uint64_t i = 0; i < count && !parser.isAtEnd(); ++i)
     {
-        parser.take(number);
+        parser.take(plainNumber);
         const auto frame = std::bit_cast<double>(parser.takeNumber(longNumber));
-        const auto id = static_cast<std::uint32_t>(parser.takeNumber(number));
-        parser.take(longNumber + number);
+        const auto id = static_cast<std::uint32_t>(parser.takeNumber(plainNumber));
+        parser.take(longNumber + plainNumber);
         if (frame >= 0 && frame < largest)
             markers.push_back({id, static_cast<std::int64_t>(frame), ""});
     }
@@ -101,14 +101,14 @@ std::vector<Marker> readCafMarkers(const ChunkLayout& layout, const RawChunk& ch
 void readCafStrings(const ChunkLayout& layout, const RawChunk& chunk, Names& names)
 {
     ChunkParser parser(layout, chunk.data);
-    const auto count = parser.takeNumber(number);
-    constexpr std::size_t entryBytes = number + longNumber;
+    const auto count = parser.takeNumber(plainNumber);
+    constexpr std::size_t entryBytes = plainNumber + longNumber;
     const auto texts =
         asText(chunk.data)
-            .substr(std::min<std::uint64_t>(number + count * entryBytes, chunk.data.size()));
+            .substr(std::min<std::uint64_t>(plainNumber + count * entryBytes, chunk.data.size()));
     for (std::uint64_t i = 0; i < count && !parser.isAtEnd(); ++i)
     {
-        const auto id = static_cast<std::uint32_t>(parser.takeNumber(number));
+        const auto id = static_cast<std::uint32_t>(parser.takeNumber(plainNumber));
         const auto offset = parser.takeNumber(longNumber);
         if (offset < texts.size())
             names.emplace(id, upToZero(texts.substr(offset)));
@@ -120,24 +120,24 @@ std::vector<RawChunk> riffChunks(const ChunkLayout& layout, const std::vector<Ma
     const auto inner = riffLayout(layout.isBigEndian);
     ChunkWriter cues(inner);
     ChunkWriter labels(inner);
-    cues.addNumber(markers.size(), number);
+    cues.addNumber(markers.size(), plainNumber);
     labels.addText("adtl");
     for (const auto& marker : markers)
     {
         const auto frame = static_cast<std::uint64_t>(marker.frame);
-        cues.addNumber(marker.number, number);
-        cues.addNumber(frame, number);
+        cues.addNumber(marker.number, plainNumber);
+        cues.addNumber(frame, plainNumber);
         cues.addText("data");
         cues.addNumber(0, longNumber);
-        cues.addNumber(frame, number);
+        cues.addNumber(frame, plainNumber);
         ChunkWriter label(inner);
-        label.addNumber(marker.number, number);
+        label.addNumber(marker.number, plainNumber);
         label.addText(marker.name + '\0');
         if (!marker.name.empty())
             labels.add(inner.serialised("labl", label.bytes));
     }
     std::vector<RawChunk> chunks{{"cue ", cues.bytes, true}};
-    if (labels.bytes.size() > number)
+    if (labels.bytes.size() > plainNumber)
         chunks.push_back({"LIST", labels.bytes, true});
     return chunks;
 }
@@ -169,7 +169,7 @@ RawChunk aiffMarkers(const ChunkLayout& layout, const std::vector<Marker>& marke
     {
         const auto name = marker.name.substr(0, longestName);
         list.addNumber(marker.number, shortNumber);
-        list.addNumber(static_cast<std::uint64_t>(marker.frame), number);
+        list.addNumber(static_cast<std::uint64_t>(marker.frame), plainNumber);
         list.addNumber(name.size(), 1);
         list.addText(name);
         if (name.size() % 2 == 0)
@@ -184,25 +184,25 @@ std::vector<RawChunk> cafChunks(const ChunkLayout& layout, const std::vector<Mar
     ChunkWriter entries(layout);
     std::string texts;
     std::uint64_t numNames = 0;
-    list.addNumber(0, number);
-    list.addNumber(markers.size(), number);
+    list.addNumber(0, plainNumber);
+    list.addNumber(markers.size(), plainNumber);
     for (const auto& marker : markers)
     {
-        list.addNumber(0, number);
+        list.addNumber(0, plainNumber);
         list.addNumber(std::bit_cast<std::uint64_t>(static_cast<double>(marker.frame)), longNumber);
-        list.addNumber(marker.number, number);
+        list.addNumber(marker.number, plainNumber);
         // No time code, and all channels.
         list.addNumber(~std::uint64_t{0}, longNumber);
-        list.addNumber(0, number);
+        list.addNumber(0, plainNumber);
         if (marker.name.empty())
             continue;
-        entries.addNumber(marker.number, number);
+        entries.addNumber(marker.number, plainNumber);
         entries.addNumber(texts.size(), longNumber);
         texts += marker.name + '\0';
         ++numNames;
     }
     ChunkWriter strings(layout);
-    strings.addNumber(numNames, number);
+    strings.addNumber(numNames, plainNumber);
     strings.add(entries.bytes);
     strings.addText(texts);
     return {{"mark", list.bytes, false}, {"strg", strings.bytes, false}};

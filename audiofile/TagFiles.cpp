@@ -168,19 +168,19 @@ std::vector<std::byte> id3Bytes(int descriptor, const ID3v2::Tag* tag)
 std::vector<FlacBlock> readFlacBlocks(int descriptor, std::int64_t offset)
 {
     std::vector<FlacBlock> blocks;
-    constexpr std::int64_t headerBytes = 4;
+    constexpr std::int64_t blockHeaderBytes = 4;
     for (bool isLast = false; !isLast;)
     {
-        const auto header = readBytesAt(descriptor, offset, headerBytes);
-        if (std::ssize(header) < headerBytes)
+        const auto header = readBytesAt(descriptor, offset, blockHeaderBytes);
+        if (std::ssize(header) < blockHeaderBytes)
             break;
         const auto first = std::to_integer<int>(header[0]);
         const auto size = static_cast<std::int64_t>(bigEndian(std::span(header).subspan(1)));
         const int type = first & 0x7f;
         isLast = (first & 0x80) != 0;
         if (type == FlacBlock::application || type == FlacBlock::cueSheet)
-            blocks.push_back({type, readBytesAt(descriptor, offset + headerBytes, size)});
-        offset += headerBytes + size;
+            blocks.push_back({type, readBytesAt(descriptor, offset + blockHeaderBytes, size)});
+        offset += blockHeaderBytes + size;
     }
     return blocks;
 }

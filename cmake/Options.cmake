@@ -12,6 +12,7 @@ option(KALIM_BUILD_PYTHON "Build the Python package, where pybind11 is installed
 option(KALIM_BUILD_TESTS "Build the tests" ON)
 option(KALIM_BUILD_BENCHMARKS "Build the benchmarks" OFF)
 option(KALIM_BUILD_GALLERY "Build the pictures of the editor's components, with the plug-in" OFF)
+option(KALIM_COMPILE_IN_BATCHES "Compile sources by the dozen: quicker from nothing" ON)
 option(KALIM_FUZZ "Build the targets of tests/fuzz with clang's fuzzer" OFF)
 set(KALIM_SANITIZE "" CACHE STRING "Sanitizers to build with: empty, address or thread")
 set_property(CACHE KALIM_SANITIZE PROPERTY STRINGS "" address thread)

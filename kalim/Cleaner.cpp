@@ -24,11 +24,7 @@ namespace
 
 using orvo::audio::Kalimmer;
 
-/// About how many samples of all channels are read at once.
-constexpr int readSize = 1 << 16;
-
-/// What readings before the last take of the time: precise removal's survey, and a whole detection.
-constexpr double surveyShare = 0.15;
+/// What a whole detection takes of the time.
 constexpr double detectionShare = 0.8;
 
 /// Opens the input, and refuses one of which sound would be lost unless that is to be.

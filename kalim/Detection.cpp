@@ -1,5 +1,6 @@
 #include "kalim/Detection.h"
 
+#include "base/Folders.h"
 #include "kalim/Options.h"
 #include "kalim/PreciseOptions.h"
 #include "kalim/batch/JobPool.h"
@@ -20,7 +21,7 @@ namespace kalim::program
 namespace
 {
 
-constexpr const char* description =
+constexpr const char* verbDescription =
     "Tells whether recordings hold hum: its fundamental with one sigma, its kind (steady, tape,\n"
     "switched or breathing), when it changes at once, and how far its harmonics stand out of a\n"
     "spectrum of a second. Tells also what else quality control asks: loudness and its range\n"
@@ -34,12 +35,6 @@ constexpr const char* footer =
     "with sound right before and behind it. Both are counted for each channel by itself.\n"
     "\n"
     "Exit codes: 0 done, 1 a file could not be read, or not all of it, 2 wrong usage.";
-
-bool isFolder(const std::filesystem::path& input)
-{
-    std::error_code failed;
-    return std::filesystem::is_directory(input, failed);
-}
 
 /// The verb's command line.
 class DetectionCommand
@@ -121,7 +116,7 @@ private:
         return options;
     }
 
-    CLI::App app{description, "kalim detect"};
+    CLI::App app{verbDescription, "kalim detect"};
     DetectionOptions options;
     std::vector<std::string> files;
     std::size_t numJobs = 0;

@@ -7,6 +7,9 @@
 namespace kalim::program
 {
 
+/// About how many samples of all channels are read at once.
+inline constexpr int readSize = 1 << 16;
+
 /// Cleans a recording as it streams by, and gives back as many samples as came in, at their old
 /// places. Memory does not grow with the length.
 class HumStream

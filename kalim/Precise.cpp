@@ -6,10 +6,6 @@
 #include <cmath>
 #include <utility>
 
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
-
 namespace kalim::program
 {
 namespace
@@ -20,30 +16,8 @@ using orvo::audio::precise::HumSurvey;
 using orvo::audio::precise::PreciseRemover;
 using orvo::audio::precise::PreciseSettings;
 
-/// About how many samples of all channels are read at once.
-constexpr int readSize = 1 << 16;
-
 /// Seconds of a part that are heard to learn from it.
 constexpr double mostLearned = 32.0;
-
-/// The first of two readings takes about this share of the time.
-constexpr double surveyShare = 0.15;
-
-/// Channels of a stretch come from the system and go back at once, in bytes. The C library would
-/// keep them among what the analysing threads gave back, and memory would grow to twice what is
-/// used.
-constexpr int largeBlock = 1 << 20;
-constexpr int mostKept = 1 << 22;
-
-/// Before threads are started: what they give back is shared then, and not kept for each.
-void giveMemoryBack()
-{
-#ifdef __GLIBC__
-    mallopt(M_ARENA_MAX, 1);
-    mallopt(M_MMAP_THRESHOLD, largeBlock);
-    mallopt(M_TRIM_THRESHOLD, mostKept);
-#endif
-}
 
 /// Sets samples of each channel apart. Those that are no finite numbers become silence; gives their
 /// number.
@@ -102,7 +76,6 @@ PreciseSettings surveyRecording(AudioFileReader& reader, const PreciseSettings& 
 {
     if (settings.ranges.size() == 1)
         return settings;
-    giveMemoryBack();
     HumSurvey survey(reader.getSampleRate(), reader.getNumChannels(), settings);
     readAll(reader, progress,
             [&](const float* const* channels, int count) { survey.add(channels, count); });
@@ -134,7 +107,6 @@ PreciseSettings learnFromRecording(AudioFileReader& reader, const PreciseSetting
 HumSummary detectHum(AudioFileReader& reader, const PreciseSettings& settings,
                      const Progress& progress, const HeardHum& heard)
 {
-    giveMemoryBack();
     PreciseRemover remover(
         reader.getSampleRate(), reader.getNumChannels(),
         surveyRecording(reader, settings, [&](double share) { progress(surveyShare * share); }),
@@ -154,7 +126,6 @@ PreciseStream::PreciseStream(PreciseSettings settings, bool residual, int numCha
               [this](const float* const* samples, const float* const* hum, int count)
               { deliver(samples, hum, count); })
 {
-    giveMemoryBack();
 }
 
 void PreciseStream::process(std::span<const float> interleaved, const Sink& sinkToUse)

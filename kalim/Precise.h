@@ -15,6 +15,9 @@ namespace kalim::program
 /// Told the share of a reading that is done, 0 to 1.
 using Progress = std::function<void(double share)>;
 
+/// What the survey takes of the time of both readings, about.
+inline constexpr double surveyShare = 0.15;
+
 /// Reads a recording once from its start to find out which fundamental it speaks for, and goes back
 /// to the start; where the settings leave no choice it is not read. Throws FileError.
 orvo::audio::precise::PreciseSettings

@@ -16,8 +16,8 @@ namespace kalim::program
 namespace
 {
 
-constexpr double lowest = orvo::audio::precise::possibleFundamentals.lowest;
-constexpr double highest = orvo::audio::precise::possibleFundamentals.highest;
+constexpr double lowestMains = orvo::audio::precise::possibleFundamentals.lowest;
+constexpr double highestMains = orvo::audio::precise::possibleFundamentals.highest;
 
 double parseNumber(const char* option, std::string_view given, std::string_view unit, double least,
                    double most)
@@ -37,8 +37,10 @@ orvo::audio::precise::FundamentalRange parseRange(std::string_view text)
     const std::size_t colon = text.find(':');
     if (colon == std::string_view::npos)
         throw std::invalid_argument(fmt::format("--range: '{}' is no range such as 49:51", text));
-    const double low = parseNumber("--range", text.substr(0, colon), "Hz", lowest, highest);
-    const double high = parseNumber("--range", text.substr(colon + 1), "Hz", lowest, highest);
+    const double low =
+        parseNumber("--range", text.substr(0, colon), "Hz", lowestMains, highestMains);
+    const double high =
+        parseNumber("--range", text.substr(colon + 1), "Hz", lowestMains, highestMains);
     if (!(low < high))
         throw std::invalid_argument(fmt::format("--range: '{}' does not rise", text));
     return {low, high};
@@ -79,7 +81,7 @@ orvo::audio::precise::PreciseSettings PreciseOptions::parse() const
         settings.strength = parseNumber("--strength", strength, "%", 0.0, 100.0) / 100.0;
     if (!mains.empty() && mains != "auto")
     {
-        const double fundamental = parseNumber("--mains", mains, "Hz", lowest, highest);
+        const double fundamental = parseNumber("--mains", mains, "Hz", lowestMains, highestMains);
         settings.ranges = {orvo::audio::precise::getRangeAround(fundamental)};
         settings.distrustsOthers = false;
     }

@@ -10,6 +10,9 @@
 #include <fmt/format.h>
 
 #include <signal.h>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 #include <cstdio>
 #include <exception>
@@ -25,6 +28,22 @@ namespace
 
 constexpr int couldNotProcess = 1;
 constexpr int wrongUsage = 2;
+
+/// Channels of a stretch come from the system and go back at once, in bytes. The C library would
+/// keep them among what the analysing threads gave back, and memory would grow to twice what is
+/// used.
+constexpr int largeBlock = 1 << 20;
+constexpr int mostKept = 1 << 22;
+
+/// Before threads are started: what they give back is shared then, and not kept for each.
+void giveMemoryBack()
+{
+#ifdef __GLIBC__
+    mallopt(M_ARENA_MAX, 1);
+    mallopt(M_MMAP_THRESHOLD, largeBlock);
+    mallopt(M_TRIM_THRESHOLD, mostKept);
+#endif
+}
 
 void say(const std::string& message)
 {
@@ -88,6 +107,7 @@ void finishOutput()
 
 int main(int argc, char** argv)
 {
+    giveMemoryBack();
     kalim::TemporaryFileRegistry::installSignalHandlers();
     // A file that reaches the allowed size is reported like a full disk.
     signal(SIGXFSZ, SIG_IGN);

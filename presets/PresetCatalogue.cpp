@@ -1,6 +1,7 @@
 #include "presets/PresetCatalogue.h"
 
 #include "base/FileError.h"
+#include "base/Folders.h"
 #include "base/Text.h"
 
 #include <algorithm>
@@ -35,12 +36,6 @@ bool isPreset(const fs::path& file)
 {
     std::error_code ignored;
     return file.native().ends_with(extension) && fs::is_regular_file(file, ignored);
-}
-
-bool isFolder(const fs::path& file)
-{
-    std::error_code ignored;
-    return fs::is_directory(file, ignored);
 }
 
 /// What a folder holds that is not hidden. No setting of the system has a say in the order, because

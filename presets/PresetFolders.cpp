@@ -1,5 +1,7 @@
 #include "presets/PresetFolders.h"
 
+#include "base/Folders.h"
+
 #include <unistd.h>
 
 #include <cstdlib>
@@ -15,12 +17,6 @@ namespace
 {
 
 namespace fs = std::filesystem;
-
-bool isFolder(const fs::path& path)
-{
-    std::error_code ignored;
-    return fs::is_directory(path, ignored);
-}
 
 fs::path homeOfUser()
 {

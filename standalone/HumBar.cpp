@@ -13,7 +13,7 @@ namespace
 
 using orvo::audio::precise::HumKind;
 
-constexpr int margin = 6;
+constexpr int humBarMargin = 6;
 
 juce::String getName(HumKind kind)
 {
@@ -226,11 +226,11 @@ void HumBar::paint(juce::Graphics& graphics)
 
 void HumBar::resized()
 {
-    auto area = getLocalBounds().reduced(margin);
+    auto area = getLocalBounds().reduced(humBarMargin);
     const auto place = [&area](juce::TextButton& button, int width)
     {
         button.setBounds(area.removeFromLeft(width));
-        area.removeFromLeft(margin);
+        area.removeFromLeft(humBarMargin);
     };
     // Wide enough for both texts, so that nothing moves when it is pressed.
     juce::TextButton widest;

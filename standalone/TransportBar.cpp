@@ -5,7 +5,7 @@ namespace kalim::standalone
 namespace
 {
 
-constexpr int margin = 6;
+constexpr int transportMargin = 6;
 constexpr int timeWidth = 104;
 
 /// Minutes and seconds, with hours where there are any.
@@ -47,6 +47,7 @@ void TransportBar::prepareButtons()
     openButton.setTooltip(juce::translate("Open an audio file"));
     openButton.onClick = [this] { onOpen(); };
 
+    playButton.setDescription(juce::translate("Audio file"));
     playButton.onClick = [this] { togglePlaying(); };
 
     loopButton.setButtonText(juce::translate("Loop"));
@@ -89,7 +90,6 @@ void TransportBar::refresh()
         player.isPlaying() ? juce::translate("Stop") : juce::translate("Play");
     playButton.setButtonText(playText);
     playButton.setTitle(playText);
-    playButton.setDescription(juce::translate("Audio file"));
     loopButton.setToggleState(player.isLooping(), juce::dontSendNotification);
 
     const double length = player.getLength();
@@ -118,12 +118,12 @@ void TransportBar::paint(juce::Graphics& graphics)
 
 void TransportBar::resized()
 {
-    auto area = getLocalBounds().reduced(margin);
+    auto area = getLocalBounds().reduced(transportMargin);
     const int lineHeight = area.getHeight();
     const auto place = [&area](juce::Component& child, int width)
     {
         child.setBounds(area.removeFromLeft(width));
-        area.removeFromLeft(margin);
+        area.removeFromLeft(transportMargin);
     };
     place(openButton, openButton.getBestWidthForHeight(lineHeight));
 
@@ -143,8 +143,8 @@ void TransportBar::resized()
     place(loopButton, loopButton.getWidth());
 
     audioButton.setBounds(area.removeFromRight(audioButton.getBestWidthForHeight(lineHeight)));
-    area.removeFromRight(margin);
-    const int nameWidth = font.getStringWidth(nameLabel.getText()) + 2 * margin;
+    area.removeFromRight(transportMargin);
+    const int nameWidth = font.getStringWidth(nameLabel.getText()) + 2 * transportMargin;
     nameLabel.setBounds(area.removeFromRight(juce::jmin(nameWidth, area.getWidth() / 3)));
     timeLabel.setBounds(area.removeFromRight(timeWidth));
     positionSlider.setBounds(area);

@@ -39,7 +39,7 @@ _@name@()
 _@name@ "$@"
 )zsh";
 
-/// Colons and brackets part the pieces of a specification.
+/// Colons and brackets part the pieces of an option's line.
 std::string escaped(const std::string& text)
 {
     std::string result;

@@ -22,12 +22,15 @@ namespace kalim::program
 namespace
 {
 
+namespace status
+{
 constexpr const char* done = "done";
 constexpr const char* failed = "failed";
 constexpr const char* started = "started";
 
 /// Cleaned, but not all of the input could be read.
 constexpr const char* salvaged = "salvaged";
+} // namespace status
 
 /// Errors that name what was to be written only do not tell which input it is about.
 std::string withName(const std::filesystem::path& input, const std::string& error)
@@ -45,14 +48,14 @@ std::string cleanOne(Options options, const BatchItem& item, BatchRow row)
     options.precise.usesThreads = false;
     if (options.provenance)
         options.provenance = provenanceOf(item.output);
-    row["status"] = failed;
+    row["status"] = status::failed;
     try
     {
         std::filesystem::create_directories(item.output.parent_path());
         const Report report = clean(options);
         addReport(row, report);
         row["outputSize"] = std::filesystem::file_size(item.output);
-        row["status"] = report.isSalvaged ? salvaged : done;
+        row["status"] = report.isSalvaged ? status::salvaged : status::done;
     }
     catch (const std::bad_alloc&)
     {
@@ -75,7 +78,7 @@ std::uintmax_t totalSize(const BatchPlan& plan)
 
 std::string reasonOf(const BatchRow& row)
 {
-    if (row["status"] == salvaged)
+    if (row["status"] == status::salvaged)
         return fmt::format("{}: {}", row["input"].get<std::string>(),
                            fmt::join(row["warnings"].get<std::vector<std::string>>(), "; "));
     return row["error"].get<std::string>();
@@ -130,7 +133,7 @@ private:
         BatchRow row = makeRow(item, options.batch->settings);
         if (mayWrite)
         {
-            row["status"] = started;
+            row["status"] = status::started;
             journal.add(item, row);
         }
         pool.start([&] { return cleanOne(std::move(forOne), item, row); },
@@ -146,7 +149,7 @@ private:
         std::error_code error;
         const auto size = std::filesystem::file_size(item.output, error);
         return row != nullptr && !error &&
-               (row->value("status", "") == started ||
+               (row->value("status", "") == status::started ||
                 (row->contains("outputSize") && (*row)["outputSize"] == size));
     }
 
@@ -158,7 +161,7 @@ private:
             row = std::move(told);
         else
         {
-            row["status"] = failed;
+            row["status"] = status::failed;
             row["error"] = fmt::format("{}: {}", printable(item.input), failure);
         }
         journal.add(item, row);
@@ -167,7 +170,7 @@ private:
 
     void tell(const BatchItem& item, const BatchRow& row)
     {
-        if (row["status"] != done)
+        if (row["status"] != status::done)
         {
             progress.addFailed(item.size, reasonOf(row));
             return;

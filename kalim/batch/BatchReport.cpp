@@ -21,7 +21,7 @@ namespace
 {
 
 /// The columns of the table, which are the keys of a row.
-constexpr std::array columns{
+constexpr std::array batchColumns{
     "input",        "output",        "status",    "error",       "warnings",      "size",
     "modified",     "outputSize",    "settings",  "version",     "finished",      "inputFormat",
     "outputFormat", "sampleRate",    "channels",  "seconds",     "timesRealTime", "method",
@@ -98,7 +98,7 @@ std::string batchRowsToJson(const std::vector<BatchRow>& rows)
 void writeBatchReport(const std::filesystem::path& path, const std::vector<BatchRow>& rows)
 {
     OutputFile file(path, Existing::replace);
-    const std::string text = isCsv(path) ? csvTable(columns, rows) : batchRowsToJson(rows);
+    const std::string text = isCsv(path) ? csvTable(batchColumns, rows) : batchRowsToJson(rows);
     file.write(std::as_bytes(std::span(text)));
     file.commit();
 }

@@ -2,6 +2,7 @@
 
 #include "audiofile/OutputFile.h"
 #include "base/FileError.h"
+#include "base/Folders.h"
 #include "base/Text.h"
 
 #include <fmt/chrono.h>
@@ -57,8 +58,7 @@ public:
     void addInput(const path& input)
     {
         const auto first = static_cast<std::ptrdiff_t>(list.files.size());
-        std::error_code failed;
-        if (std::filesystem::is_directory(input, failed))
+        if (isFolder(input))
             addFolder(input, {});
         else
             add(input, input.filename());

@@ -23,6 +23,8 @@ inline constexpr PlotColour ink{0.13, 0.15, 0.18};
 inline constexpr PlotColour quietInk{0.38, 0.41, 0.46};
 inline constexpr PlotColour frameColour{0.62, 0.65, 0.69};
 
+inline constexpr TextStyle titleStyle{28, ink, true};
+inline constexpr TextStyle subtitleStyle{17, quietInk};
 inline constexpr TextStyle axisStyle{16, quietInk};
 inline constexpr TextStyle tickStyle{15, ink};
 inline constexpr TextStyle legendStyle{16, ink};

@@ -10,15 +10,15 @@ namespace
 {
 
 /// At least; long enough to tell the harmonics of 50 Hz apart.
-constexpr double segmentSeconds = 0.25;
+constexpr double shortSegment = 0.25;
 
 int segmentLengthFor(int sampleRate)
 {
-    const int wanted = limitSegmentLength(segmentSeconds * sampleRate);
+    const int wanted = limitSegmentLength(shortSegment * sampleRate);
     return static_cast<int>(std::bit_ceil(static_cast<unsigned int>(wanted)));
 }
 
-float levelOf(double power)
+float shownLevel(double power)
 {
     const double level = power > 0.0 ? 10.0 * std::log10(power) : Spectrogram::lowestLevel;
     return std::max(static_cast<float>(level), Spectrogram::lowestLevel);
@@ -58,7 +58,7 @@ std::vector<std::vector<float>> Spectrogram::getLevels() const
         const double scale = 1.0 / (segments.getFullScale() * std::max(column.numSpectra, 1));
         std::vector<float>& bins = levels.emplace_back(numBins, lowestLevel);
         std::ranges::transform(column.power, bins.begin(),
-                               [scale](float power) { return levelOf(scale * power); });
+                               [scale](float power) { return shownLevel(scale * power); });
     }
     return levels;
 }

@@ -24,7 +24,7 @@ constexpr double secondPanel = firstPanel + panelHeight + 50;
 constexpr double headingAbove = 13;
 
 /// What is shown at least, in Hz, and how much more than the highest harmonic.
-constexpr double leastHighest = 300;
+constexpr double leastFrequencyEnd = 300;
 constexpr double marginAbove = 1.08;
 
 /// Pixels of an image: small enough for a text file, and no finer than what was measured.
@@ -52,8 +52,8 @@ constexpr float nearSilence = Spectrogram::lowestLevel + 1;
 /// Between what is quieter than most and nearly the loudest.
 constexpr double quietShare = 0.1;
 constexpr double loudShare = 0.999;
-constexpr double smallestSpan = 40;
-constexpr double largestSpan = 90;
+constexpr double smallestShadedSpan = 40;
+constexpr double largestShadedSpan = 90;
 
 using Levels = std::vector<std::vector<float>>; // [column][row or bin]
 
@@ -136,10 +136,10 @@ Shading findShading(const Levels& rows, double frequencyEnd)
         std::ranges::copy_if(std::span(column).first(audible), std::back_inserter(levels),
                              [](float level) { return level > nearSilence; });
     if (levels.empty())
-        return {-smallestSpan, 0};
+        return {-smallestShadedSpan, 0};
     const double high = 10 * std::ceil(pick(levels, loudShare) / 10);
     const double low = 10 * std::floor(pick(levels, quietShare) / 10);
-    return {std::clamp(low, high - largestSpan, high - smallestSpan), high};
+    return {std::clamp(low, high - largestShadedSpan, high - smallestShadedSpan), high};
 }
 
 /// As wide as `columns` columns, of which those that are missing at the end are like the last.
@@ -163,7 +163,8 @@ PlotImage makeImage(const Levels& rows, double columns, const Shading& shading)
 
 double highestFrequency(const SpectrumPlotData& data)
 {
-    const double highest = std::max(leastHighest, marginAbove * data.overTime->highestHarmonic);
+    const double highest =
+        std::max(leastFrequencyEnd, marginAbove * data.overTime->highestHarmonic);
     return std::min({highest, Spectrogram::highestFrequency, data.sampleRate / 2});
 }
 

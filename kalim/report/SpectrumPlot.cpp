@@ -19,8 +19,8 @@ namespace kalim::program
 namespace
 {
 
-constexpr double pictureHeight = 900;
-constexpr PlotArea area{plotLeft, 172, plotRight, 814};
+constexpr double spectrumHeight = 900;
+constexpr PlotArea spectrumArea{plotLeft, 172, plotRight, 814};
 
 constexpr PlotColour majorGrid{0.86, 0.87, 0.89};
 constexpr PlotColour minorGrid{0.94, 0.945, 0.955};
@@ -28,23 +28,21 @@ constexpr PlotColour beforeLine{0.93, 0.53, 0.18};
 constexpr PlotColour beforeFill{0.98, 0.78, 0.55, 0.38};
 constexpr PlotColour afterLine{0.04, 0.22, 0.45};
 
-constexpr TextStyle titleStyle{28, ink, true};
-constexpr TextStyle subtitleStyle{17, quietInk};
 constexpr TextStyle numberStyle{15, ink, true};
 constexpr TextStyle reductionStyle{13, quietInk};
 
 /// Everything between the harmonic's number and the reduction under it in the strip on top.
-constexpr double numberBaseline = area.top - 31;
-constexpr double reductionBaseline = area.top - 14;
+constexpr double numberBaseline = spectrumArea.top - 31;
+constexpr double reductionBaseline = spectrumArea.top - 14;
 
 class SpectrumPlot
 {
 public:
     SpectrumPlot(const SpectrumPlotData& plotData, PictureKind kind)
         : data(plotData)
-        , canvas(kind, pictureWidth, pictureHeight + (plotData.overTime ? spectrogramsHeight : 0))
-        , frequencies(plotData, area)
-        , levels(plotData, frequencies, area)
+        , canvas(kind, pictureWidth, spectrumHeight + (plotData.overTime ? spectrogramsHeight : 0))
+        , frequencies(plotData, spectrumArea)
+        , levels(plotData, frequencies, spectrumArea)
         , harmonics(visibleHarmonics())
     {
     }
@@ -54,11 +52,11 @@ public:
         drawHeading();
         drawGrid();
         drawCurves();
-        drawFrame(canvas, area);
+        drawFrame(canvas, spectrumArea);
         drawDots();
         drawStripLabels();
         if (data.overTime)
-            drawSpectrograms(canvas, data, pictureHeight);
+            drawSpectrograms(canvas, data, spectrumHeight);
         return canvas.finish();
     }
 
@@ -72,10 +70,11 @@ private:
     void drawHeading() const
     {
         const double legendLeft = drawLegend();
-        canvas.drawText(canvas.shortened(data.title, titleStyle, area.getWidth()), area.left, 56,
-                        titleStyle);
-        canvas.drawText(canvas.shortened(data.subtitle, subtitleStyle, legendLeft - area.left - 30),
-                        area.left, 91, subtitleStyle);
+        canvas.drawText(canvas.shortened(data.title, titleStyle, spectrumArea.getWidth()),
+                        spectrumArea.left, 56, titleStyle);
+        canvas.drawText(
+            canvas.shortened(data.subtitle, subtitleStyle, legendLeft - spectrumArea.left - 30),
+            spectrumArea.left, 91, subtitleStyle);
     }
 
     /// Right-aligned beside the subtitle; returns its left edge.
@@ -83,7 +82,7 @@ private:
     {
         constexpr double baseline = 91;
         const double afterLeft =
-            drawLegendEntry(canvas, data.afterLabel, afterLine, area.right, baseline);
+            drawLegendEntry(canvas, data.afterLabel, afterLine, spectrumArea.right, baseline);
         return drawLegendEntry(canvas, data.beforeLabel, beforeLine, afterLeft - 28, baseline);
     }
 
@@ -95,33 +94,34 @@ private:
         for (const auto& tick : levels.getTicks())
             drawLevelTick(tick);
 
-        canvas.drawText("Frequency in Hz", (area.left + area.right) / 2,
-                        area.bottom + axisLabelBelow, axisStyle, TextAnchor::middle);
-        drawVerticalAxisLabel(canvas, "Level in dBFS", area);
+        canvas.drawText("Frequency in Hz", (spectrumArea.left + spectrumArea.right) / 2,
+                        spectrumArea.bottom + axisLabelBelow, axisStyle, TextAnchor::middle);
+        drawVerticalAxisLabel(canvas, "Level in dBFS", spectrumArea);
     }
 
     void drawFrequencyTick(const PlotTick& tick) const
     {
         const double x = frequencies.getPosition(tick.value);
         canvas.setColour(tick.label.empty() ? minorGrid : majorGrid);
-        canvas.strokeLine(x, area.top, x, area.bottom);
-        canvas.drawText(tick.label, x, area.bottom + tickLabelBelow, tickStyle, TextAnchor::middle);
+        canvas.strokeLine(x, spectrumArea.top, x, spectrumArea.bottom);
+        canvas.drawText(tick.label, x, spectrumArea.bottom + tickLabelBelow, tickStyle,
+                        TextAnchor::middle);
     }
 
     void drawLevelTick(const PlotTick& tick) const
     {
         const double y = levels.getPosition(tick.value);
         canvas.setColour(majorGrid);
-        canvas.strokeLine(area.left, y, area.right, y);
-        canvas.drawText(tick.label, area.left - tickLabelLeft, y + tickLabelDrop, tickStyle,
+        canvas.strokeLine(spectrumArea.left, y, spectrumArea.right, y);
+        canvas.drawText(tick.label, spectrumArea.left - tickLabelLeft, y + tickLabelDrop, tickStyle,
                         TextAnchor::end);
     }
 
     void drawCurves() const
     {
         cairo_save(canvas.getContext());
-        cairo_rectangle(canvas.getContext(), area.left, area.top, area.getWidth(),
-                        area.getHeight());
+        cairo_rectangle(canvas.getContext(), spectrumArea.left, spectrumArea.top,
+                        spectrumArea.getWidth(), spectrumArea.getHeight());
         cairo_clip(canvas.getContext());
         cairo_set_line_join(canvas.getContext(), CAIRO_LINE_JOIN_ROUND);
         const auto before = curve(data.before);
@@ -165,9 +165,9 @@ private:
     {
         if (points.empty())
             return;
-        cairo_move_to(canvas.getContext(), points.front().x, area.bottom);
+        cairo_move_to(canvas.getContext(), points.front().x, spectrumArea.bottom);
         trace(points);
-        cairo_line_to(canvas.getContext(), points.back().x, area.bottom);
+        cairo_line_to(canvas.getContext(), points.back().x, spectrumArea.bottom);
         canvas.setColour(beforeFill);
         cairo_fill(canvas.getContext());
     }
@@ -240,7 +240,7 @@ private:
             const double x = frequencies.getPosition(harmonic.frequency);
             canvas.setColour(ink);
             cairo_set_line_width(canvas.getContext(), 1);
-            canvas.strokeLine(x, area.top - 7, x, area.top);
+            canvas.strokeLine(x, spectrumArea.top - 7, x, spectrumArea.top);
             drawIfFree(fmt::format("{}", harmonic.number), x, numberBaseline, numberStyle,
                        numberEnd);
             // The first few only, without holes that would need an explanation.
@@ -254,11 +254,11 @@ private:
     /// What the numbers on top mean, left of the first one if there is room.
     void drawStripTitle(const HarmonicLevels& first) const
     {
-        const double room = frequencies.getPosition(first.frequency) - area.left - 40;
+        const double room = frequencies.getPosition(first.frequency) - spectrumArea.left - 40;
         if (canvas.widthOf("Change", reductionStyle) > room)
             return;
-        canvas.drawText("Harmonic", area.left, numberBaseline, reductionStyle);
-        canvas.drawText("Change", area.left, reductionBaseline, reductionStyle);
+        canvas.drawText("Harmonic", spectrumArea.left, numberBaseline, reductionStyle);
+        canvas.drawText("Change", spectrumArea.left, reductionBaseline, reductionStyle);
     }
 
     bool drawIfFree(const std::string& text, double x, double y, const TextStyle& style,

@@ -21,10 +21,8 @@ namespace
 
 using Moments = std::vector<SpeedCourse::Moment>;
 
-constexpr double pictureHeight = 620;
-constexpr PlotArea area{plotLeft, 130, plotRight, 530};
-constexpr TextStyle titleStyle{28, ink, true};
-constexpr TextStyle subtitleStyle{17, quietInk};
+constexpr double speedPictureHeight = 620;
+constexpr PlotArea speedArea{plotLeft, 130, plotRight, 530};
 constexpr PlotColour gridColour{0.86, 0.87, 0.89};
 constexpr PlotColour speedLine{0.04, 0.22, 0.45};
 constexpr PlotColour meanLine{0.93, 0.53, 0.18};
@@ -97,7 +95,7 @@ public:
 
     double getPosition(double percent) const
     {
-        return area.bottom - area.getHeight() * (percent - low) / (high - low);
+        return speedArea.bottom - speedArea.getHeight() * (percent - low) / (high - low);
     }
 
     std::vector<PlotTick> getTicks() const
@@ -119,24 +117,24 @@ class SpeedPlot
 {
 public:
     SpeedPlot(PictureKind kind, double seconds)
-        : canvas(kind, pictureWidth, pictureHeight)
+        : canvas(kind, pictureWidth, speedPictureHeight)
         , end(std::max(seconds, 1e-3))
-        , times(0.0, end, area)
+        , times(0.0, end, speedArea)
     {
     }
 
     std::vector<std::byte> render(const Moments& moments, const std::optional<SpeedError>& error,
                                   const std::string& title)
     {
-        canvas.drawText(canvas.shortened(title, titleStyle, area.getWidth()), area.left, 56,
-                        titleStyle);
+        canvas.drawText(canvas.shortened(title, titleStyle, speedArea.getWidth()), speedArea.left,
+                        56, titleStyle);
         canvas.drawText(error ? describe(*error) : "no hum was found to tell the speed from",
-                        area.left, 91, subtitleStyle);
+                        speedArea.left, 91, subtitleStyle);
         drawTimes();
         if (error)
             drawCourse(thinned(moments), *error);
-        drawFrame(canvas, area);
-        drawVerticalAxisLabel(canvas, "Speed error in %", area);
+        drawFrame(canvas, speedArea);
+        drawVerticalAxisLabel(canvas, "Speed error in %", speedArea);
         return canvas.finish();
     }
 
@@ -155,13 +153,13 @@ private:
         for (const PlotTick& tick : times.getTicks())
         {
             const double x = times.getPosition(tick.value);
-            drawGridLine(x, area.top, x, area.bottom);
-            canvas.drawText(tick.label, x, area.bottom + tickLabelBelow, tickStyle,
+            drawGridLine(x, speedArea.top, x, speedArea.bottom);
+            canvas.drawText(tick.label, x, speedArea.bottom + tickLabelBelow, tickStyle,
                             TextAnchor::middle);
         }
         canvas.drawText(end < 3600 ? "Time in min:s" : "Time in h:min:s",
-                        (area.left + area.right) / 2, area.bottom + axisLabelBelow, axisStyle,
-                        TextAnchor::middle);
+                        (speedArea.left + speedArea.right) / 2, speedArea.bottom + axisLabelBelow,
+                        axisStyle, TextAnchor::middle);
     }
 
     void drawGridLine(double x1, double y1, double x2, double y2) const
@@ -177,14 +175,14 @@ private:
         for (const PlotTick& tick : errors.getTicks())
         {
             const double y = errors.getPosition(tick.value);
-            drawGridLine(area.left, y, area.right, y);
-            canvas.drawText(tick.label, area.left - tickLabelLeft, y + tickLabelDrop, tickStyle,
-                            TextAnchor::end);
+            drawGridLine(speedArea.left, y, speedArea.right, y);
+            canvas.drawText(tick.label, speedArea.left - tickLabelLeft, y + tickLabelDrop,
+                            tickStyle, TextAnchor::end);
         }
         canvas.setColour(meanLine);
         cairo_set_line_width(canvas.getContext(), 1.5);
         const double mean = errors.getPosition(error.mean);
-        canvas.strokeLine(area.left, mean, area.right, mean);
+        canvas.strokeLine(speedArea.left, mean, speedArea.right, mean);
         traceCourse(moments, error.mains, errors);
         canvas.setColour(speedLine);
         cairo_set_line_width(canvas.getContext(), 2);

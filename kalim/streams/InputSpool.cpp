@@ -18,7 +18,7 @@ namespace
 {
 
 /// Bytes that are read at once, whole samples of every kind.
-constexpr std::size_t pieceSize = 3 << 18;
+constexpr std::size_t readAtOnce = 3 << 18;
 
 FileDescriptor openNameless(const std::filesystem::path& folder)
 {
@@ -77,7 +77,7 @@ std::filesystem::path InputSpool::getPath() const
 
 void InputSpool::copy(int descriptor, const std::string& name, const std::optional<RawFormat>& raw)
 {
-    std::vector<std::byte> piece(pieceSize);
+    std::vector<std::byte> piece(readAtOnce);
     while (const std::size_t count = readPiece(descriptor, piece, name))
     {
         const auto bytes = std::span(piece).first(count);

@@ -18,7 +18,7 @@ namespace
 {
 
 /// Bytes that are sent at once, whole samples of every kind.
-constexpr std::int64_t pieceSize = 3 << 18;
+constexpr std::int64_t sentAtOnce = 3 << 18;
 
 /// The part of a file that is sent, and what is sent in place of all before it.
 struct Shipment
@@ -108,10 +108,10 @@ void OutputSpool::send(int descriptor, const std::string& name,
         throw FileError(path, errno);
     const Shipment shipment = makeShipment(file.get(), samples.has_value());
     sendBytes(descriptor, name, shipment.head);
-    for (std::int64_t at = shipment.start; at < shipment.end; at += pieceSize)
+    for (std::int64_t at = shipment.start; at < shipment.end; at += sentAtOnce)
     {
         std::vector<std::byte> bytes =
-            readBytesAt(file.get(), at, std::min(pieceSize, shipment.end - at));
+            readBytesAt(file.get(), at, std::min(sentAtOnce, shipment.end - at));
         if (samples)
             exchangeWithWav(bytes, *samples);
         sendBytes(descriptor, name, bytes);

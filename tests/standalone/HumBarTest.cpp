@@ -22,7 +22,7 @@ namespace
 using namespace orvo::audio;
 using enum standalone::CleaningMethod;
 
-constexpr int rate = 16000;
+constexpr int fileRate = 16000;
 
 /// A phase that grows with the square is as good as noise.
 float makeNoise(int frame)
@@ -35,7 +35,8 @@ float makeSound(int frame)
 {
     double sum = makeNoise(frame);
     for (int harmonic = 1; harmonic < 10; harmonic += 2)
-        sum += 0.1 / harmonic * std::sin(2.0 * std::numbers::pi * 50.02 * harmonic * frame / rate);
+        sum +=
+            0.1 / harmonic * std::sin(2.0 * std::numbers::pi * 50.02 * harmonic * frame / fileRate);
     return static_cast<float>(sum);
 }
 
@@ -44,7 +45,7 @@ class HumOfAFile : public SoundFiles
 protected:
     void open(const Function& samples)
     {
-        player.open(writeSound("in.wav", wavFloat, rate, 10 * rate, {samples, samples}));
+        player.open(writeSound("in.wav", wavFloat, fileRate, 10 * fileRate, {samples, samples}));
         bar->fileOpened();
     }
 
@@ -62,7 +63,7 @@ protected:
         bar->save(player.getFile(), fileCalled("out.wav"), method);
         EXPECT_EQ(waitForText(), "Saved: out.wav");
         const Samples samples = readAll(path("out.wav"));
-        EXPECT_EQ(samples.size(), 20U * rate);
+        EXPECT_EQ(samples.size(), 20U * fileRate);
         double sum = 0.0;
         for (std::size_t i = samples.size() / 2; i < samples.size(); ++i)
             sum += std::pow(samples[i] - makeNoise(static_cast<int>(i / 2)), 2.0);

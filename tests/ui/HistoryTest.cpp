@@ -4,8 +4,6 @@
 namespace
 {
 
-constexpr int control = juce::ModifierKeys::ctrlModifier;
-
 class History : public OpenEditor
 {
 protected:

@@ -3,8 +3,8 @@
 namespace
 {
 
-constexpr int control = juce::ModifierKeys::ctrlModifier;
-constexpr int controlDrag = control | juce::ModifierKeys::leftButtonModifier;
+constexpr int controlKey = juce::ModifierKeys::ctrlModifier;
+constexpr int controlDrag = controlKey | juce::ModifierKeys::leftButtonModifier;
 
 class Knob : public OpenEditor
 {
@@ -102,20 +102,20 @@ TEST_F(Knob, movesInFineStepsWithAModifierByMouseAndByWheel)
 {
     attach(Kalimmer::Adaptivity);
     wait();
-    EXPECT_EQ(turnWheel(control, 0.3F), 16.0);
+    EXPECT_EQ(turnWheel(controlKey, 0.3F), 16.0);
     EXPECT_EQ(told, "(2v2");
     runMessageLoop(600);
     EXPECT_EQ(told, "(2v2)2");
     EXPECT_EQ(turnWheel(0, 0.3F, true), 16.0); // the momentum of a fine move
     wait();
-    EXPECT_EQ(turnWheel(control, -0.3F), 15.0);
+    EXPECT_EQ(turnWheel(controlKey, -0.3F), 15.0);
     double value = turnWheel(0, 0.3F);
     EXPECT_GT(value, 15.0);
 
     // Hurrying does not help: at most one step in 50 ms, however long the turns take.
     const double start = juce::Time::getMillisecondCounterHiRes();
     for (int turn = 0; turn < 10; ++turn)
-        turnWheel(control, 0.3F);
+        turnWheel(controlKey, 0.3F);
     const double elapsed = juce::Time::getMillisecondCounterHiRes() - start;
     EXPECT_LE(slider->getValue(), value + 1.0 + elapsed / 50.0);
 
@@ -134,5 +134,5 @@ TEST_F(Knob, movesInFineStepsWithAModifierByMouseAndByWheel)
     wait();
     value = slider->getValue();
     slider->mouseDrag(at(10.0F, controlDrag));
-    EXPECT_EQ(turnWheel(control, 0.3F), value);
+    EXPECT_EQ(turnWheel(controlKey, 0.3F), value);
 }

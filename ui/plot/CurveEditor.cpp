@@ -12,7 +12,7 @@ namespace
 constexpr float labelMargin = 3.0F;
 
 /// The plot's edge, which stays to be seen.
-constexpr float frame = 2.0F;
+constexpr float plotFrame = 2.0F;
 
 /// In heights of the text, with the margins.
 constexpr float longestInfo = 8.0F;
@@ -193,7 +193,7 @@ void CurveEditor::drawLabel(juce::Graphics& graphics, const Handle& handle,
     const bool isLeft = centre.x + distance + width > static_cast<float>(getWidth());
     const juce::Rectangle<float> room(isLeft ? centre.x - distance - width : centre.x + distance,
                                       centre.y - height / 2.0F, width, height);
-    const auto area = room.constrainedWithin(getLocalBounds().toFloat().reduced(frame))
+    const auto area = room.constrainedWithin(getLocalBounds().toFloat().reduced(plotFrame))
                           .translated(0.0F, hasOutline(handle) ? 0.0F : height + labelMargin);
     graphics.setColour(background.withAlpha(0.85F)); // caps and lines of markers lie below
     graphics.fillRoundedRectangle(area, labelMargin);

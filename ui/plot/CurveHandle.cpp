@@ -9,7 +9,7 @@ namespace
 constexpr float smallestGrabArea = 24.0F;
 
 /// Stays free at the edges of the plot for the line around the outline.
-constexpr float frame = 1.0F;
+constexpr float handleFrame = 1.0F;
 
 /// How thick the bars of a tee are, as a share of its size.
 constexpr float teeThickness = 0.2F;
@@ -62,7 +62,7 @@ juce::Path handleOutline(const CurveHandle& handle, juce::Rectangle<float> plot)
     path.applyTransform(
         juce::AffineTransform::rotation(turn).scaled(handle.size).translated(centre));
     const juce::Rectangle<float> bounds = path.getBounds();
-    const juce::Rectangle<float> inside = bounds.constrainedWithin(plot.reduced(frame));
+    const juce::Rectangle<float> inside = bounds.constrainedWithin(plot.reduced(handleFrame));
     if (handle.shape == CurveHandle::triangle && handle.rotation % 4 == 0)
         return leaningTriangle(centre.x, inside);
     path.applyTransform(

@@ -5,9 +5,9 @@ namespace kalim::ui
 namespace
 {
 
-constexpr float scaleWidth = 4.0F;
+constexpr float darkScaleWidth = 4.0F;
 
-Palette makePalette()
+Palette makeDarkPalette()
 {
     using juce::Colour;
     Palette p;
@@ -43,7 +43,7 @@ class DarkTheme : public BaseTheme
 {
 public:
     DarkTheme()
-        : BaseTheme(makePalette())
+        : BaseTheme(makeDarkPalette())
     {
     }
 
@@ -88,8 +88,8 @@ protected:
                        juce::Range<float> angles, float valueAngle,
                        const ControlState& state) override
     {
-        const float middle = radius - scaleWidth * 0.5F;
-        const juce::PathStrokeType stroke(scaleWidth, juce::PathStrokeType::curved,
+        const float middle = radius - darkScaleWidth * 0.5F;
+        const juce::PathStrokeType stroke(darkScaleWidth, juce::PathStrokeType::curved,
                                           juce::PathStrokeType::rounded);
         g.setColour(state.isEnabled ? palette.track : palette.track.withMultipliedAlpha(0.6F));
         g.strokePath(makeKnobArc(centre, middle, angles.getStart(), angles.getEnd()), stroke);

@@ -144,9 +144,9 @@ private:
 };
 
 constexpr float grooveWidth = 7.0F;
-constexpr float scaleWidth = 3.0F;
+constexpr float steelScaleWidth = 3.0F;
 
-Palette makePalette()
+Palette makeSteelPalette()
 {
     using juce::Colour;
     Palette p;
@@ -182,7 +182,7 @@ class SteelTheme : public BaseTheme
 {
 public:
     SteelTheme()
-        : BaseTheme(makePalette())
+        : BaseTheme(makeSteelPalette())
     {
     }
 
@@ -254,7 +254,7 @@ protected:
             return;
         g.setColour(state.isEnabled ? palette.accent : palette.mutedAccent);
         g.strokePath(makeKnobArc(centre, middle, angles.getStart(), valueAngle),
-                     stroke(scaleWidth));
+                     stroke(steelScaleWidth));
     }
 
     void drawCap(juce::Graphics& g, juce::Point<float> centre, float radius,
