@@ -189,6 +189,8 @@ PreciseRemover::PreciseRemover(double rate, int numChannels, PreciseSettings set
     , buffers(static_cast<std::size_t>(numChannels))
     , tail(static_cast<std::size_t>(numChannels))
 {
+    if (settings.keepsMemory)
+        reuse.emplace();
     const double seconds = std::clamp(longestStretch * usualSampleRate / (rate * numChannels),
                                       shortestStretch, longestStretch);
     length = static_cast<int>(seconds * rate);

@@ -27,6 +27,10 @@ struct PreciseSettings
     /// Two threads beside the caller's; all work is done in the caller's own where many recordings
     /// are worked on at the same time. The result is the same.
     bool usesThreads = true;
+
+    /// Large blocks of memory are kept from stretch to stretch. It is faster where channels are
+    /// many, and takes more memory.
+    bool keepsMemory = false;
 };
 
 /// Where a fundamental can be looked for: from railway mains to aircraft.
@@ -136,6 +140,7 @@ private:
     void keepTail(const Stretch& stretch, int start);
     void send(Stretch& stretch, int start, int end);
 
+    std::optional<LargeBlockReuse> reuse;
     double sampleRate;
     PreciseSettings settings;
     Sink sink;

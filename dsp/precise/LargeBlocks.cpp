@@ -1,0 +1,99 @@
+#include "dsp/precise/LargeBlocks.h"
+
+#include <bit>
+#include <map>
+#include <mutex>
+#include <vector>
+
+namespace orvo::audio::precise
+{
+namespace
+{
+
+/// Sizes are rounded up to eight steps per power of two, so that a block fits what is nearly as
+/// large as what it was taken for.
+constexpr std::size_t stepsPerOctave = 8;
+
+constexpr std::size_t roundUp(std::size_t numBytes)
+{
+    const std::size_t step = std::bit_floor(numBytes) / stepsPerOctave;
+    return (numBytes + step - 1) / step * step;
+}
+
+std::byte* allocate(std::size_t size)
+{
+    return std::allocator<std::byte>().allocate(size);
+}
+
+void release(std::byte* block, std::size_t size)
+{
+    std::allocator<std::byte>().deallocate(block, size);
+}
+
+struct Store
+{
+    std::mutex mutex;
+    int numUsers = 0;
+    std::map<std::size_t, std::vector<std::byte*>> blocks; // [size]
+};
+
+Store& getStore()
+{
+    static Store store;
+    return store;
+}
+
+} // namespace
+
+LargeBlockReuse::LargeBlockReuse()
+{
+    Store& store = getStore();
+    const std::lock_guard lock(store.mutex);
+    ++store.numUsers;
+}
+
+LargeBlockReuse::~LargeBlockReuse()
+{
+    Store& store = getStore();
+    const std::lock_guard lock(store.mutex);
+    if (--store.numUsers > 0)
+        return;
+    for (const auto& [size, blocks] : store.blocks)
+        for (std::byte* const block : blocks)
+            release(block, size);
+    store.blocks.clear();
+}
+
+std::byte* takeLargeBlock(std::size_t numBytes)
+{
+    const std::size_t size = roundUp(numBytes);
+    {
+        Store& store = getStore();
+        const std::lock_guard lock(store.mutex);
+        const auto found = store.blocks.find(size);
+        if (found != store.blocks.end() && !found->second.empty())
+        {
+            std::byte* const block = found->second.back();
+            found->second.pop_back();
+            return block;
+        }
+    }
+    return allocate(size);
+}
+
+void giveLargeBlock(std::byte* block, std::size_t numBytes) noexcept
+{
+    const std::size_t size = roundUp(numBytes);
+    {
+        Store& store = getStore();
+        const std::lock_guard lock(store.mutex);
+        if (store.numUsers > 0)
+        {
+            store.blocks[size].push_back(block);
+            return;
+        }
+    }
+    release(block, size);
+}
+
+} // namespace orvo::audio::precise
