@@ -2,12 +2,111 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <numbers>
 #include <utility>
 
+#ifndef KALIM_COMB
+#define KALIM_COMB
+
 namespace orvo::audio::precise
 {
+
+/// Power of a spectrum, the sums of it before each bin, and where a comb is compared with what lies
+/// beside its teeth.
+struct CombSpectrum
+{
+    const double* power;
+    const double* sums;
+    int numBins;
+    int near; // bins from a tooth
+    int far;
+    int numHarmonics;
+    double mostPerHarmonic;
+};
+
+} // namespace orvo::audio::precise
+
+#endif
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "dsp/precise/CombDetector.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+
+namespace orvo::audio::precise::HWY_NAMESPACE
+{
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// For combs whose first teeth lie at `bins`, the product over all teeth of the power there over
+/// that beside it.
+template <typename Tag>
+HWY_INLINE hn::Vec<Tag> getProduct(Tag d, const CombSpectrum& spectrum, hn::Vec<Tag> bins)
+{
+    const hn::Rebind<std::int64_t, Tag> i64;
+    const auto at = [&](const double* values, auto place) HWY_ATTR
+    { return hn::GatherIndex(d, values, place); };
+    const auto near = hn::Set(i64, spectrum.near);
+    const auto far = hn::Set(i64, spectrum.far);
+    const auto one = hn::Set(i64, 1);
+    const auto width = hn::Set(d, static_cast<double>(spectrum.far - spectrum.near));
+    const auto last = hn::Set(i64, spectrum.numBins - spectrum.far - 1);
+    auto product = hn::Set(d, 1.0);
+    for (int harmonic = 1; harmonic <= spectrum.numHarmonics; ++harmonic)
+    {
+        const auto place = hn::Mul(bins, hn::Set(d, static_cast<double>(harmonic)));
+        const auto wanted = hn::ConvertTo(i64, hn::Add(place, hn::Set(d, 0.5)));
+        const auto bin = hn::Min(hn::Max(wanted, far), last);
+        const auto below = hn::Sub(at(spectrum.sums, hn::Sub(bin, near)),
+                                   at(spectrum.sums, hn::Sub(bin, far)));
+        const auto above = hn::Sub(at(spectrum.sums, hn::Add(bin, far)),
+                                   at(spectrum.sums, hn::Add(bin, near)));
+        const auto beside = hn::Div(hn::Max(below, above), width);
+        const auto peak = hn::Max(at(spectrum.power, bin),
+                                  hn::Max(at(spectrum.power, hn::Sub(bin, one)),
+                                          at(spectrum.power, hn::Add(bin, one))));
+        const auto ratio = hn::Min(hn::Max(hn::Div(peak, beside), hn::Set(d, 1.0)),
+                                   hn::Set(d, spectrum.mostPerHarmonic));
+        const auto isInside = hn::RebindMask(d, hn::Eq(bin, wanted));
+        product = hn::Mul(product, hn::IfThenElse(isInside, ratio, hn::Set(d, 1.0)));
+    }
+    return product;
+}
+
+/// Products of as many combs, from one at `lowest` Hz on and `step` Hz apart, of bins that are
+/// `resolution` Hz apart.
+HWY_ATTR void getProductsKernel(const CombSpectrum& spectrum, double lowest, double step,
+                                double resolution, std::size_t count, double* products)
+{
+    const auto get = [&](auto d, std::size_t i) HWY_ATTR
+    {
+        const auto index = hn::Iota(d, static_cast<double>(i));
+        const auto fundamental = hn::Add(hn::Set(d, lowest), hn::Mul(index, hn::Set(d, step)));
+        const auto bins = hn::Div(fundamental, hn::Set(d, resolution));
+        hn::StoreU(getProduct(d, spectrum, bins), d, products + i);
+    };
+    const hn::ScalableTag<double> whole;
+    std::size_t i = 0;
+    for (; i + hn::Lanes(whole) <= count; i += hn::Lanes(whole))
+        get(whole, i);
+    for (; i < count; ++i)
+        get(hn::CappedTag<double, 1>(), i);
+}
+
+} // namespace orvo::audio::precise::HWY_NAMESPACE
+
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace orvo::audio::precise
+{
+HWY_EXPORT(getProductsKernel);
+
 namespace
 {
 
@@ -101,9 +200,16 @@ void CombDetector::addWindow(const float* samples, int count)
         sums[i + 1] = sums[i] + power[i];
     }
     for (Range& range : ranges)
-        for (std::size_t i = 0; i < range.scores.size(); ++i)
-            range.scores[i] += rate(range.limits.lowest + static_cast<double>(i) * range.step);
+        rate(range);
     ++numWindows;
+}
+
+void CombDetector::add(const CombDetector& other)
+{
+    numWindows += other.numWindows;
+    for (std::size_t i = 0; i < ranges.size(); ++i)
+        for (std::size_t k = 0; k < ranges[i].scores.size(); ++k)
+            ranges[i].scores[k] += other.ranges[i].scores[k];
 }
 
 void CombDetector::forget()
@@ -113,29 +219,21 @@ void CombDetector::forget()
         std::fill(range.scores.begin(), range.scores.end(), 0.0);
 }
 
-double CombDetector::getMeanPower(int from, int to) const
-{
-    return (sums[to] - sums[from]) / (to - from);
-}
-
-double CombDetector::rate(double fundamental) const
+void CombDetector::rate(Range& range)
 {
     const double resolution = sampleRate / size;
-    const double bins = fundamental / resolution;
     const int near = std::max(2, static_cast<int>(nearestBeside / resolution));
     const int far = std::max(near + 1, static_cast<int>(farthestBeside / resolution));
-    double product = 1.0;
-    for (int harmonic = 1; harmonic <= numHarmonics; ++harmonic)
-    {
-        const auto bin = static_cast<int>(bins * harmonic + 0.5);
-        if (bin < far || bin + far >= static_cast<int>(power.size()))
-            continue;
-        const double beside =
-            std::max(getMeanPower(bin - far, bin - near), getMeanPower(bin + near, bin + far));
-        const double peak = std::max({power[bin - 1], power[bin], power[bin + 1]});
-        product *= std::clamp(peak / beside, 1.0, mostPerHarmonic);
-    }
-    return std::log(product);
+    const auto numBins = static_cast<int>(power.size());
+    if (numBins <= 2 * far)
+        return;
+    const CombSpectrum powers{power.data(), sums.data(),  numBins,        near,
+                              far,          numHarmonics, mostPerHarmonic};
+    products.resize(range.scores.size());
+    HWY_DYNAMIC_DISPATCH(getProductsKernel)
+    (powers, range.limits.lowest, range.step, resolution, products.size(), products.data());
+    for (std::size_t i = 0; i < products.size(); ++i)
+        range.scores[i] += std::log(products[i]);
 }
 
 void CombDetector::addPeaks(const Range& range, Series<CombPeak>& peaks) const
@@ -178,3 +276,5 @@ Series<CombPeak> CombDetector::getPeaks() const
 }
 
 } // namespace orvo::audio::precise
+
+#endif

@@ -63,6 +63,8 @@ public:
                 used.push_back(line);
         stride = (static_cast<int>(used.size()) + FrameLines::group - 1) / FrameLines::group *
                  FrameLines::group;
+        turns.resize(static_cast<std::size_t>(lines.numHarmonics));
+        factors = SplitComplex<float>(static_cast<std::size_t>(stride));
         collectReadings();
         for (int level = 0; level < numGains; ++level)
             levels.push_back(std::exp(getLevel(level)));
@@ -209,7 +211,7 @@ private:
             if (isSkipped[frame] != 0)
                 continue;
             const double shrink = std::exp(-logGain[frame]);
-            const Series<Complex> turns = getTurns(frame);
+            findTurns(frame);
             for (std::size_t i = 0; i < used.size(); ++i)
             {
                 const std::size_t at = lines.at(frame, used[i]);
@@ -296,13 +298,13 @@ private:
     }
 
     /// Logarithm of the likelihood of each level in a frame.
-    Series<double> rateGains(int frame) const
+    Series<double> rateGains(int frame)
     {
         Series<double> scores(numGains);
         if (isSkipped[frame] != 0)
             return scores;
         Series<double> products(numGains, 1.0);
-        const Series<Complex> turns = getTurns(frame);
+        findTurns(frame);
         for (std::size_t i = 0; i < used.size(); ++i)
         {
             const std::size_t at = lines.at(frame, used[i]);
@@ -322,28 +324,26 @@ private:
     }
 
     /// By what the present phase turns each harmonic in a frame, the first at 0.
-    Series<Complex> getTurns(int frame) const
+    void findTurns(int frame)
     {
         const Complex turn = std::polar(1.0, phase[frame]);
-        Series<Complex> turns(static_cast<std::size_t>(lines.numHarmonics), turn);
+        turns[0] = turn;
         for (int h = 1; h < lines.numHarmonics; ++h)
             turns[h] = multiply(turns[h - 1], turn);
-        return turns;
     }
 
     /// One Gauss-Newton step from the present phase and gain.
     void measureFrame(int frame)
     {
         const double gain = std::exp(std::clamp(logGain[frame], -largestLogGain, largestLogGain));
-        const Series<Complex> turns = getTurns(frame);
-        SplitComplex<float> grown(static_cast<std::size_t>(stride));
+        findTurns(frame);
         for (std::size_t i = 0; i < used.size(); ++i)
-            grown.set(i, gain * turns[lines.getHarmonic(used[i]) - 1]);
+            factors.set(i, gain * turns[lines.getHarmonic(used[i]) - 1]);
         const std::size_t at = indexOf(frame, stride);
         const MotionStep step =
             measureStep({&readings.real[at], &readings.imaginary[at], &noise[at], &pattern.real[at],
                          &pattern.imaginary[at], harmonics.data(), stride},
-                        grown, leastNoiseShare);
+                        factors, leastNoiseShare);
         const double turnInformation = step.turnInformation + leastInformation;
         const double growthInformation = step.growthInformation + leastInformation;
         phase[frame] +=
@@ -371,6 +371,8 @@ private:
     SplitComplex<float> pattern;
     Series<float> harmonics;
     Series<double> levels; // of the gain
+    Series<Complex> turns;       // of the frame that is worked on, [harmonic - 1]
+    SplitComplex<float> factors; // what they are with the gain
 };
 
 } // namespace
