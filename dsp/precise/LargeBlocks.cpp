@@ -1,8 +1,13 @@
 #include "dsp/precise/LargeBlocks.h"
 
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
+
 #include <bit>
 #include <map>
 #include <mutex>
+#include <new>
 #include <vector>
 
 namespace orvo::audio::precise
@@ -20,14 +25,35 @@ constexpr std::size_t roundUp(std::size_t numBytes)
     return (numBytes + step - 1) / step * step;
 }
 
-std::byte* allocate(std::size_t size)
+/// Blocks of this size and more begin where a huge page does, and take whole ones where they are
+/// kept: passes along rows that lie far apart otherwise wait for the table of pages at every step.
+constexpr std::size_t hugePage = std::size_t{1} << 21;
+constexpr std::size_t smallestHuge = hugePage / 2;
+
+bool isHuge(std::size_t size)
 {
-    return std::allocator<std::byte>().allocate(size);
+    return size >= smallestHuge;
+}
+
+std::byte* allocate(std::size_t size, [[maybe_unused]] bool isKept)
+{
+    if (!isHuge(size))
+        return std::allocator<std::byte>().allocate(size);
+    const std::size_t whole = (size + hugePage - 1) / hugePage * hugePage;
+    void* const block = ::operator new(isKept ? whole : size, std::align_val_t{hugePage});
+#ifdef __linux__
+    if (isKept)
+        madvise(block, whole, MADV_HUGEPAGE); // only advice: nothing to do where it is not taken
+#endif
+    return static_cast<std::byte*>(block);
 }
 
 void release(std::byte* block, std::size_t size)
 {
-    std::allocator<std::byte>().deallocate(block, size);
+    if (isHuge(size))
+        ::operator delete(block, std::align_val_t{hugePage});
+    else
+        std::allocator<std::byte>().deallocate(block, size);
 }
 
 struct Store
@@ -67,9 +93,11 @@ LargeBlockReuse::~LargeBlockReuse()
 std::byte* takeLargeBlock(std::size_t numBytes)
 {
     const std::size_t size = roundUp(numBytes);
+    bool isKept = false;
     {
         Store& store = getStore();
         const std::lock_guard lock(store.mutex);
+        isKept = store.numUsers > 0;
         const auto found = store.blocks.find(size);
         if (found != store.blocks.end() && !found->second.empty())
         {
@@ -78,7 +106,7 @@ std::byte* takeLargeBlock(std::size_t numBytes)
             return block;
         }
     }
-    return allocate(size);
+    return allocate(size, isKept);
 }
 
 void giveLargeBlock(std::byte* block, std::size_t numBytes) noexcept
