@@ -54,6 +54,15 @@ constexpr double usedEvidence = 6.0;
 /// Lines of more evidence than this are the less doubted the more they have.
 constexpr double doubtfulEvidence = 30.0;
 
+Series<char> findPresentLines(const Series<double>& evidence, std::size_t numJumps)
+{
+    const double least = presentEvidence + presentEvidencePerJump * static_cast<double>(numJumps);
+    Series<char> isPresent;
+    for (const double of : evidence)
+        isPresent.push_back(of > least ? 1 : 0);
+    return isPresent;
+}
+
 bool isNear(const Series<int>& frames, int frame)
 {
     return std::any_of(frames.begin(), frames.end(),
@@ -114,6 +123,15 @@ Walks AmplitudeSmoother::makeWalks(const Series<int>& jumps) const
     Walks walks{packed, startVariances, jumpVariances, isSkipped, Series<char>(isSkipped.size())};
     for (const int jump : jumps)
         walks.isJump[jump] = 1;
+    return walks;
+}
+
+/// Frames that hold a jump are neither what was before nor what comes after.
+Walks AmplitudeSmoother::makeWalksBesideJumps(const Series<int>& jumps) const
+{
+    Walks walks = makeWalks(jumps);
+    for (const int jump : jumps)
+        walks.isSkipped[jump - 1] = walks.isSkipped[jump] = 1;
     return walks;
 }
 
@@ -240,6 +258,14 @@ AmplitudeSmoother::Walk AmplitudeSmoother::findJumps() const
     return walk;
 }
 
+Series<char> AmplitudeSmoother::findPresent(const Series<int>& jumps) const
+{
+    const Walk walk = findWalk(jumps);
+    return findPresentLines(
+        getWalkEvidence(makeWalksBesideJumps(jumps), getStepVariances(walk), isSkipped),
+        jumps.size());
+}
+
 SmoothAmplitudes AmplitudeSmoother::smooth() const
 {
     return smooth(findJumps(), Caution::AllLines);
@@ -252,20 +278,14 @@ SmoothAmplitudes AmplitudeSmoother::smooth(const Series<int>& jumps, Caution cau
 
 SmoothAmplitudes AmplitudeSmoother::smooth(const Walk& walk, Caution caution) const
 {
-    // Frames that hold a jump are neither what was before nor what comes after.
-    Walks walks = makeWalks(walk.jumps);
-    for (const int jump : walk.jumps)
-        walks.isSkipped[jump - 1] = walks.isSkipped[jump] = 1;
-    WalkEstimates estimates = smoothWalks(walks, getStepVariances(walk), isSkipped);
+    WalkEstimates estimates =
+        smoothWalks(makeWalksBesideJumps(walk.jumps), getStepVariances(walk), isSkipped);
     SmoothAmplitudes result{Series<Complex>(lines.noise.size()),
                             Series<double>(lines.noise.size()),
                             {},
                             std::move(estimates.evidence),
                             walk.jumps};
-    const double least =
-        presentEvidence + presentEvidencePerJump * static_cast<double>(walk.jumps.size());
-    for (const double evidence : result.evidence)
-        result.isPresent.push_back(evidence > least ? 1 : 0);
+    result.isPresent = findPresentLines(result.evidence, walk.jumps.size());
     Series<double> doubts;
     for (const double evidence : result.evidence)
     {

@@ -60,7 +60,10 @@ public:
     {
         for (int line = 0; line < lines.getNumLines(); ++line)
             if (smooth.isPresent[line] != 0)
+            {
                 used.push_back(line);
+                turnOf.push_back(lines.getHarmonic(line) - 1);
+            }
         stride = (static_cast<int>(used.size()) + FrameLines::group - 1) / FrameLines::group *
                  FrameLines::group;
         turns.resize(static_cast<std::size_t>(lines.numHarmonics));
@@ -148,17 +151,15 @@ private:
         double turnWeights = 1e-12;
         double growth = 0.0;
         double growthWeights = 1e-12;
-        for (int line = 0; line < lines.getNumLines(); ++line)
+        for (std::size_t i = 0; i < used.size(); ++i)
         {
-            if (smooth.isPresent[line] == 0)
-                continue;
-            const std::size_t now = lines.at(frame, line);
-            const std::size_t before = lines.at(frame - 1, line);
+            const std::size_t now = lines.at(frame, used[i]);
+            const std::size_t before = lines.at(frame - 1, used[i]);
             const double weight = std::min(getWeight(now), getWeight(before));
             const Complex step =
                 multiplyConjugate(smooth.amplitudes[now], smooth.amplitudes[before]);
             const double size = std::sqrt(getPower(step)) + tiny;
-            const int harmonic = lines.getHarmonic(line);
+            const int harmonic = turnOf[i] + 1;
             turn += harmonic * weight * step.imag() / size;
             turnWeights += static_cast<double>(harmonic) * harmonic * weight;
             if (hasGain)
@@ -191,13 +192,12 @@ private:
         double sum = 0.0;
         double weights = tiny;
         for (int frame = first; frame < last; ++frame)
-            for (int line = 0; isSkipped[frame] == 0 && line < lines.getNumLines(); ++line)
-                if (smooth.isPresent[line] != 0)
-                {
-                    const double weight = getWeight(lines.at(frame, line));
-                    sum += weight * logGain[frame];
-                    weights += weight;
-                }
+            for (std::size_t i = 0; isSkipped[frame] == 0 && i < used.size(); ++i)
+            {
+                const double weight = getWeight(lines.at(frame, used[i]));
+                sum += weight * logGain[frame];
+                weights += weight;
+            }
         for (int frame = first; frame < last; ++frame)
             logGain[frame] -= sum / weights;
     }
@@ -218,7 +218,7 @@ private:
                 const double weight = 1.0 / (smooth.variances[at] * shrink * shrink + tiny);
                 means[i] +=
                     weight * shrink *
-                    multiplyConjugate(smooth.amplitudes[at], turns[lines.getHarmonic(used[i]) - 1]);
+                    multiplyConjugate(smooth.amplitudes[at], turns[turnOf[i]]);
                 weights[i] += weight;
             }
         }
@@ -311,7 +311,7 @@ private:
             const std::size_t place = indexOf(frame, stride) + i;
             const Complex value = lines.amplitudes[at];
             const Complex expected = multiply({pattern.real[place], pattern.imaginary[place]},
-                                              turns[lines.getHarmonic(used[i]) - 1]);
+                                              turns[turnOf[i]]);
             multiplyGainErrors({getPower(value), getPower(expected),
                                 multiplyConjugate(value, expected).real(),
                                 freedom * lines.noise[at], patternError},
@@ -338,7 +338,7 @@ private:
         const double gain = std::exp(std::clamp(logGain[frame], -largestLogGain, largestLogGain));
         findTurns(frame);
         for (std::size_t i = 0; i < used.size(); ++i)
-            factors.set(i, gain * turns[lines.getHarmonic(used[i]) - 1]);
+            factors.set(i, gain * turns[turnOf[i]]);
         const std::size_t at = indexOf(frame, stride);
         const MotionStep step =
             measureStep({&readings.real[at], &readings.imaginary[at], &noise[at], &pattern.real[at],
@@ -372,6 +372,7 @@ private:
     Series<float> harmonics;
     Series<double> levels; // of the gain
     Series<Complex> turns;       // of the frame that is worked on, [harmonic - 1]
+    Series<int> turnOf;          // which of them each used line has
     SplitComplex<float> factors; // what they are with the gain
 };
 

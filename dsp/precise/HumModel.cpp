@@ -203,6 +203,27 @@ void HumModel::updateAmplitudes(Caution caution)
     smooth = prepare().smoother.smooth(smooth.jumps, caution);
 }
 
+int HumModel::findHighest() const
+{
+    const Series<char> isPresent = prepare().smoother.findPresent(smooth.jumps);
+    int highest = 1;
+    for (int line = 0; line < lines.getNumLines(); ++line)
+        if (isPresent[line] != 0)
+            highest = std::max(highest, lines.getHarmonic(line));
+    return highest;
+}
+
+HarmonicLines HumModel::getReadLines(int numHarmonics) const
+{
+    HarmonicLines read = keepHarmonics(lines, numHarmonics);
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+        for (int channel = 0; channel < lines.numChannels; ++channel)
+            std::copy_n(&readNoise[lines.at(frame, channel * lines.numHarmonics)],
+                        read.numHarmonics,
+                        &read.noise[read.at(frame, channel * read.numHarmonics)]);
+    return read;
+}
+
 /// Radians by which the track runs ahead of a constant frequency, per frame.
 Series<double> HumModel::getLead(double meanFrequency) const
 {

@@ -259,29 +259,16 @@ bool isBursts(const HumModel& model)
     return densest > burstShare * total;
 }
 
-/// Number of the highest harmonic that is there, 1 if none is.
-int findHighest(const HumModel& model)
-{
-    const Series<double> evidence = collectEvidence(model);
-    const auto found =
-        std::find_if(evidence.rbegin(), evidence.rend(), [](double value) { return value > 0.0; });
-    return std::max(1, static_cast<int>(evidence.rend() - found));
-}
-
 /// The hum with all harmonics of a view, of which those above the highest are left out.
 HumModel extend(const HumModel& model, const ChannelView& view, const FrameGrid& grid,
                 double fundamental, int numHarmonics)
 {
-    HarmonicLines lines = LineReader(view, grid, fundamental).read(model.getTrack(), numHarmonics);
-    HumModel extended = model.moveTo(lines);
-    extended.updateAmplitudes();
-    const int highest = findHighest(extended);
+    HumModel extended =
+        model.moveTo(LineReader(view, grid, fundamental).read(model.getTrack(), numHarmonics));
+    const int highest = extended.findHighest();
     if (highest < numHarmonics)
-    {
-        lines = keepHarmonics(lines, highest);
-        extended = model.moveTo(std::move(lines));
-        extended.updateAmplitudes();
-    }
+        extended = model.moveTo(extended.getReadLines(highest));
+    extended.updateAmplitudes();
     for (int round = 0; round < noiseRounds; ++round)
     {
         extended.takeNoiseFromResidual();
