@@ -3,7 +3,9 @@
 #include "dsp/precise/GridKernels.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdlib>
 
 namespace orvo::audio::precise
 {
@@ -29,6 +31,18 @@ constexpr double levelStep = 0.1;
 constexpr int numGains = 96;
 constexpr double levelMove = 0.1;
 constexpr int levelReach = 5;
+
+/// What a move of the gain costs by the number of its steps, either way.
+constexpr auto gainCosts = []
+{
+    std::array<double, levelReach + 1> costs{};
+    for (int steps = 0; steps <= levelReach; ++steps)
+    {
+        const double move = steps * levelStep / levelMove;
+        costs[static_cast<std::size_t>(steps)] = 0.5 * move * move;
+    }
+    return costs;
+}();
 
 /// A pattern is never exact.
 constexpr double patternError = 1e-3;
@@ -260,7 +274,8 @@ private:
             {
                 int& origin = origins[indexOf(frame, numGains, level)];
                 origin = findOrigin(best, level);
-                next[level] = here[level] + best[origin] - getGainCost(level - origin);
+                next[level] = here[level] + best[origin] -
+                              gainCosts[static_cast<std::size_t>(std::abs(level - origin))];
             }
             best = std::move(next);
         }
@@ -274,12 +289,6 @@ private:
 
     static double getLevel(int level) { return lowestLevel + level * levelStep; }
 
-    static constexpr double getGainCost(int steps)
-    {
-        const double move = steps * levelStep / levelMove;
-        return 0.5 * move * move;
-    }
-
     static int findOrigin(const Series<double>& best, int level)
     {
         int origin = level;
@@ -287,7 +296,8 @@ private:
         for (int from = std::max(0, level - levelReach);
              from <= std::min(numGains - 1, level + levelReach); ++from)
         {
-            const double score = best[from] - getGainCost(level - from);
+            const double score =
+                best[from] - gainCosts[static_cast<std::size_t>(std::abs(level - from))];
             if (score > most)
             {
                 most = score;

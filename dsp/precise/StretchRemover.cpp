@@ -201,11 +201,18 @@ double getHumPower(const HumModel& model)
 
 double getSoundPower(const ChannelView& view)
 {
-    std::array<double, 8> sums{}; // side by side, since additions wait for each other
+    constexpr int lanes = 8; // additions wait for each other
+    std::array<double, lanes> sums{};
     for (const float* const samples : view.channels)
-        for (int i = 0; i < view.numSamples; ++i)
-            sums[static_cast<std::size_t>(i) % sums.size()] +=
-                static_cast<double>(samples[i]) * samples[i];
+    {
+        int i = 0;
+        for (; i + lanes <= view.numSamples; i += lanes)
+            for (int lane = 0; lane < lanes; ++lane)
+                sums[static_cast<std::size_t>(lane)] +=
+                    static_cast<double>(samples[i + lane]) * samples[i + lane];
+        for (; i < view.numSamples; ++i)
+            sums[0] += static_cast<double>(samples[i]) * samples[i];
+    }
     return std::accumulate(sums.begin(), sums.end(), 0.0) / std::max(1, view.numSamples);
 }
 

@@ -42,60 +42,66 @@ public:
     template <typename Sample>
     void add(const Sample* samples, std::int64_t count)
     {
+        Sums local = sums; // in registers
         std::int64_t n = 0;
         for (; n + lanes <= count; n += lanes)
         {
             double probe = 0.0; // which only numbers that are finite leave alone
-            for (std::size_t lane = 0; lane < lanes; ++lane)
-                probe += 0.0 * static_cast<double>(samples[n + static_cast<std::int64_t>(lane)]);
+            for (int lane = 0; lane < lanes; ++lane)
+                probe += 0.0 * static_cast<double>(samples[n + lane]);
             if (probe == 0.0)
-                for (std::size_t lane = 0; lane < lanes; ++lane)
-                    take(static_cast<double>(samples[n + static_cast<std::int64_t>(lane)]), lane);
+                for (int lane = 0; lane < lanes; ++lane)
+                    local.take(static_cast<double>(samples[n + lane]) - first, lane);
             else
-                for (std::size_t lane = 0; lane < lanes; ++lane)
-                    takeFinite(static_cast<double>(samples[n + static_cast<std::int64_t>(lane)]),
-                               lane);
+                for (int lane = 0; lane < lanes; ++lane)
+                    takeFinite(static_cast<double>(samples[n + lane]), lane, local);
         }
         for (; n < count; ++n)
-            takeFinite(static_cast<double>(samples[n]), static_cast<std::size_t>(n % lanes));
+            takeFinite(static_cast<double>(samples[n]), static_cast<int>(n % lanes), local);
+        sums = local;
         numTaken += count;
     }
 
     Level get() const
     {
         const auto count = static_cast<double>(std::max<std::int64_t>(numTaken - numOther, 1));
-        const double mean = (sums[0] + sums[1] + sums[2] + sums[3]) / count;
-        const double square = (squares[0] + squares[1] + squares[2] + squares[3]) / count;
+        const auto add = [](const double* s) { return s[0] + s[1] + s[2] + s[3]; };
+        const double mean = add(sums.values) / count;
+        const double square = add(sums.squares) / count;
         return {first + mean, std::sqrt(std::max(square - mean * mean, 0.0)),
-                first + *std::min_element(lows, lows + lanes),
-                first + *std::max_element(highs, highs + lanes)};
+                first + *std::min_element(sums.lows, sums.lows + lanes),
+                first + *std::max_element(sums.highs, sums.highs + lanes)};
     }
 
 private:
     static constexpr int lanes = 4;
 
-    void take(double sample, std::size_t lane)
+    struct Sums
     {
-        const double value = sample - first; // far from an offset squares lose their digits
-        sums[lane] += value;
-        squares[lane] += value * value;
-        lows[lane] = std::min(lows[lane], value);
-        highs[lane] = std::max(highs[lane], value);
-    }
+        void take(double value, int lane)
+        {
+            values[lane] += value;
+            squares[lane] += value * value;
+            lows[lane] = std::min(lows[lane], value);
+            highs[lane] = std::max(highs[lane], value);
+        }
 
-    void takeFinite(double sample, std::size_t lane)
+        double values[lanes] = {};
+        double squares[lanes] = {};
+        double lows[lanes] = {};
+        double highs[lanes] = {};
+    };
+
+    void takeFinite(double sample, int lane, Sums& local)
     {
         if (std::isfinite(sample))
-            take(sample, lane);
+            local.take(sample - first, lane);
         else
             ++numOther;
     }
 
-    double first;
-    double sums[lanes] = {};
-    double squares[lanes] = {};
-    double lows[lanes] = {};
-    double highs[lanes] = {};
+    double first; // far from an offset squares lose their digits
+    Sums sums;
     std::int64_t numTaken = 0;
     std::int64_t numOther = 0; // that are not finite
 };
