@@ -13,17 +13,25 @@
 namespace orvo::audio::precise
 {
 
-/// Power of a spectrum, the sums of it before each bin, and where a comb is compared with what lies
-/// beside its teeth.
+/// Power of a spectrum, the sums of it before each bin, and where a bin is compared with what lies
+/// beside it.
 struct CombSpectrum
 {
     const double* power;
     const double* sums;
-    int numBins;
-    int near; // bins from a tooth
-    int far;
-    int numHarmonics;
+    std::size_t numBins;
+    std::size_t near; // bins from a tooth
+    std::size_t far;
     double mostPerHarmonic;
+};
+
+/// Combs whose fundamentals are `step` Hz apart, over bins that are `resolution` Hz apart.
+struct Combs
+{
+    double lowest;
+    double step;
+    double resolution;
+    int numHarmonics;
 };
 
 } // namespace orvo::audio::precise
@@ -42,59 +50,62 @@ namespace orvo::audio::precise::HWY_NAMESPACE
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// For combs whose first teeth lie at `bins`, the product over all teeth of the power there over
-/// that beside it.
-template <typename Tag>
-HWY_INLINE hn::Vec<Tag> getProduct(Tag d, const CombSpectrum& spectrum, hn::Vec<Tag> bins)
+/// Calls `step` with the tag of whole vectors and then of single values, and their first indices.
+template <typename Step>
+HWY_INLINE void forEach(std::size_t from, std::size_t to, const Step& step)
 {
-    const hn::Rebind<std::int64_t, Tag> i64;
-    const auto at = [&](const double* values, auto place) HWY_ATTR
-    { return hn::GatherIndex(d, values, place); };
-    const auto near = hn::Set(i64, spectrum.near);
-    const auto far = hn::Set(i64, spectrum.far);
-    const auto one = hn::Set(i64, 1);
-    const auto width = hn::Set(d, static_cast<double>(spectrum.far - spectrum.near));
-    const auto last = hn::Set(i64, spectrum.numBins - spectrum.far - 1);
-    auto product = hn::Set(d, 1.0);
-    for (int harmonic = 1; harmonic <= spectrum.numHarmonics; ++harmonic)
-    {
-        const auto place = hn::Mul(bins, hn::Set(d, static_cast<double>(harmonic)));
-        const auto wanted = hn::ConvertTo(i64, hn::Add(place, hn::Set(d, 0.5)));
-        const auto bin = hn::Min(hn::Max(wanted, far), last);
-        const auto below = hn::Sub(at(spectrum.sums, hn::Sub(bin, near)),
-                                   at(spectrum.sums, hn::Sub(bin, far)));
-        const auto above = hn::Sub(at(spectrum.sums, hn::Add(bin, far)),
-                                   at(spectrum.sums, hn::Add(bin, near)));
-        const auto beside = hn::Div(hn::Max(below, above), width);
-        const auto peak = hn::Max(at(spectrum.power, bin),
-                                  hn::Max(at(spectrum.power, hn::Sub(bin, one)),
-                                          at(spectrum.power, hn::Add(bin, one))));
-        const auto ratio = hn::Min(hn::Max(hn::Div(peak, beside), hn::Set(d, 1.0)),
-                                   hn::Set(d, spectrum.mostPerHarmonic));
-        const auto isInside = hn::RebindMask(d, hn::Eq(bin, wanted));
-        product = hn::Mul(product, hn::IfThenElse(isInside, ratio, hn::Set(d, 1.0)));
-    }
-    return product;
+    const hn::ScalableTag<double> whole;
+    std::size_t i = from;
+    for (; i + hn::Lanes(whole) <= to; i += hn::Lanes(whole))
+        step(whole, i);
+    for (; i < to; ++i)
+        step(hn::CappedTag<double, 1>(), i);
 }
 
-/// Products of as many combs, from one at `lowest` Hz on and `step` Hz apart, of bins that are
-/// `resolution` Hz apart.
-HWY_ATTR void getProductsKernel(const CombSpectrum& spectrum, double lowest, double step,
-                                double resolution, std::size_t count, double* products)
+/// The power of each bin and its neighbours over that beside it, from 1 to a limit; 1 at the ends.
+HWY_ATTR void getRatiosKernel(const CombSpectrum& spectrum, double* ratios)
 {
-    const auto get = [&](auto d, std::size_t i) HWY_ATTR
-    {
-        const auto index = hn::Iota(d, static_cast<double>(i));
-        const auto fundamental = hn::Add(hn::Set(d, lowest), hn::Mul(index, hn::Set(d, step)));
-        const auto bins = hn::Div(fundamental, hn::Set(d, resolution));
-        hn::StoreU(getProduct(d, spectrum, bins), d, products + i);
-    };
-    const hn::ScalableTag<double> whole;
-    std::size_t i = 0;
-    for (; i + hn::Lanes(whole) <= count; i += hn::Lanes(whole))
-        get(whole, i);
-    for (; i < count; ++i)
-        get(hn::CappedTag<double, 1>(), i);
+    const auto& s = spectrum;
+    std::fill_n(ratios, s.far, 1.0);
+    std::fill_n(ratios + s.numBins - s.far, s.far, 1.0);
+    const auto width = static_cast<double>(s.far - s.near);
+    forEach(s.far, s.numBins - s.far,
+            [&](auto d, std::size_t bin) HWY_ATTR
+            {
+                const auto at = [&](const double* values) HWY_ATTR
+                { return hn::LoadU(d, values + bin); };
+                const auto below = hn::Sub(at(s.sums - s.near), at(s.sums - s.far));
+                const auto above = hn::Sub(at(s.sums + s.far), at(s.sums + s.near));
+                const auto beside = hn::Div(hn::Max(below, above), hn::Set(d, width));
+                const auto peak = hn::Max(at(s.power), hn::Max(at(s.power - 1), at(s.power + 1)));
+                const auto ratio = hn::Max(hn::Div(peak, beside), hn::Set(d, 1.0));
+                hn::StoreU(hn::Min(ratio, hn::Set(d, s.mostPerHarmonic)), d, ratios + bin);
+            });
+}
+
+/// The product of the ratios at the teeth of each comb.
+HWY_ATTR void getProductsKernel(const Combs& combs, const Series<double>& ratios,
+                                Series<double>& products)
+{
+    const auto last = static_cast<std::int64_t>(ratios.size()) - 1;
+    forEach(0, products.size(),
+            [&](auto d, std::size_t i) HWY_ATTR
+            {
+                const hn::Rebind<std::int64_t, decltype(d)> i64;
+                const auto index = hn::Iota(d, static_cast<double>(i));
+                const auto fundamental =
+                    hn::Add(hn::Set(d, combs.lowest), hn::Mul(index, hn::Set(d, combs.step)));
+                const auto bins = hn::Div(fundamental, hn::Set(d, combs.resolution));
+                auto product = hn::Set(d, 1.0);
+                for (int harmonic = 1; harmonic <= combs.numHarmonics; ++harmonic)
+                {
+                    const auto place = hn::Mul(bins, hn::Set(d, static_cast<double>(harmonic)));
+                    const auto bin = hn::ConvertTo(i64, hn::Add(place, hn::Set(d, 0.5)));
+                    product = hn::Mul(product, hn::GatherIndex(d, ratios.data(),
+                                                               hn::Min(bin, hn::Set(i64, last))));
+                }
+                hn::StoreU(product, d, &products[i]);
+            });
 }
 
 } // namespace orvo::audio::precise::HWY_NAMESPACE
@@ -105,6 +116,7 @@ HWY_AFTER_NAMESPACE();
 
 namespace orvo::audio::precise
 {
+HWY_EXPORT(getRatiosKernel);
 HWY_EXPORT(getProductsKernel);
 
 namespace
@@ -199,8 +211,10 @@ void CombDetector::addWindow(const float* samples, int count)
         power[i] = static_cast<double>(std::norm(bins[i]) + silence);
         sums[i + 1] = sums[i] + power[i];
     }
+    const bool isRated = findRatios();
     for (Range& range : ranges)
-        rate(range);
+        if (isRated)
+            rate(range);
     ++numWindows;
 }
 
@@ -219,19 +233,27 @@ void CombDetector::forget()
         std::fill(range.scores.begin(), range.scores.end(), 0.0);
 }
 
-void CombDetector::rate(Range& range)
+/// False where the spectrum is too short to compare anything.
+bool CombDetector::findRatios()
 {
     const double resolution = sampleRate / size;
     const int near = std::max(2, static_cast<int>(nearestBeside / resolution));
     const int far = std::max(near + 1, static_cast<int>(farthestBeside / resolution));
-    const auto numBins = static_cast<int>(power.size());
-    if (numBins <= 2 * far)
-        return;
-    const CombSpectrum powers{power.data(), sums.data(),  numBins,        near,
-                              far,          numHarmonics, mostPerHarmonic};
+    if (power.size() <= 2 * static_cast<std::size_t>(far))
+        return false;
+    ratios.resize(power.size());
+    HWY_DYNAMIC_DISPATCH(getRatiosKernel)
+    ({power.data(), sums.data(), power.size(), static_cast<std::size_t>(near),
+      static_cast<std::size_t>(far), mostPerHarmonic},
+     ratios.data());
+    return true;
+}
+
+void CombDetector::rate(Range& range)
+{
     products.resize(range.scores.size());
     HWY_DYNAMIC_DISPATCH(getProductsKernel)
-    (powers, range.limits.lowest, range.step, resolution, products.size(), products.data());
+    ({range.limits.lowest, range.step, sampleRate / size, numHarmonics}, ratios, products);
     for (std::size_t i = 0; i < products.size(); ++i)
         range.scores[i] += std::log(products[i]);
 }

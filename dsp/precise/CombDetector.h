@@ -59,6 +59,7 @@ private:
         Series<double> scores;
     };
 
+    bool findRatios();
     void rate(Range& range);
     void addPeaks(const Range& range, Series<CombPeak>& peaks) const;
 
@@ -69,6 +70,7 @@ private:
     Series<Range> ranges;
     Series<double> power;
     Series<double> sums;
+    Series<double> ratios;   // [bin], to what lies beside it
     Series<double> products; // of a range
     FourierTransform transform;
     Signal32 frame;

@@ -231,8 +231,7 @@ private:
                 const std::size_t at = lines.at(frame, used[i]);
                 const double weight = 1.0 / (smooth.variances[at] * shrink * shrink + tiny);
                 means[i] +=
-                    weight * shrink *
-                    multiplyConjugate(smooth.amplitudes[at], turns[turnOf[i]]);
+                    weight * shrink * multiplyConjugate(smooth.amplitudes[at], turns[turnOf[i]]);
                 weights[i] += weight;
             }
         }
@@ -320,8 +319,8 @@ private:
             const std::size_t at = lines.at(frame, used[i]);
             const std::size_t place = indexOf(frame, stride) + i;
             const Complex value = lines.amplitudes[at];
-            const Complex expected = multiply({pattern.real[place], pattern.imaginary[place]},
-                                              turns[turnOf[i]]);
+            const Complex expected =
+                multiply({pattern.real[place], pattern.imaginary[place]}, turns[turnOf[i]]);
             multiplyGainErrors({getPower(value), getPower(expected),
                                 multiplyConjugate(value, expected).real(),
                                 freedom * lines.noise[at], patternError},
@@ -380,7 +379,7 @@ private:
     Series<float> noise;
     SplitComplex<float> pattern;
     Series<float> harmonics;
-    Series<double> levels; // of the gain
+    Series<double> levels;       // of the gain
     Series<Complex> turns;       // of the frame that is worked on, [harmonic - 1]
     Series<int> turnOf;          // which of them each used line has
     SplitComplex<float> factors; // what they are with the gain

@@ -135,9 +135,9 @@ private:
             weights[static_cast<std::size_t>(i)] =
                 weigh(line, first + i * stride, last - first, first - getStart(index),
                       indexOf(i, last - first));
-        addScores({readings, turns, indexOf(first - getStart(index), grid.width), weights,
-                   mostPerLine},
-                  isGroup, last - first, grid.width, &scores[indexOf(index, grid.width)]);
+        addScores(
+            {readings, turns, indexOf(first - getStart(index), grid.width), weights, mostPerLine},
+            isGroup, last - first, grid.width, &scores[indexOf(index, grid.width)]);
     }
 
     /// Puts readings from a frame on to a place, weighted by the window from `inWindow` on; gives

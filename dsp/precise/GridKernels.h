@@ -35,8 +35,9 @@ void multiplyInPlace(SplitComplex<float>& values, const SplitComplex<float>& fac
 /// `count` scores s / (1 + s / most), s being the power of the sum of readings[i] turns[i][index],
 /// over `weights`. Turns are from `first` on, [reading][index].
 ///
-/// One window or a group of them: their readings are [window][reading], their scores [window][index].
-/// The turns take more memory than the processor has near it, and are read once for a group.
+/// One window or a group of them: their readings are [window][reading], their scores
+/// [window][index]. The turns take more memory than the processor has near it, and are read once
+/// for a group.
 struct TurnedReadings
 {
     static constexpr int group = 4;

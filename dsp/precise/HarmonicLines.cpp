@@ -105,8 +105,8 @@ void addMovingNoise(HarmonicLines& lines)
         });
 }
 
-void smoothPower(const HarmonicLines& shape, const Series<char>& isSkipped, const WritePowers& write,
-                 const TakePowers& take)
+void smoothPower(const HarmonicLines& shape, const Series<char>& isSkipped,
+                 const WritePowers& write, const TakePowers& take)
 {
     const Series<double> window = makeHannWindow(powerFrames);
     Series<double> powers(indexOf(shape.numFrames, blockLines));

@@ -56,7 +56,7 @@ using TakePowers = std::function<void(int frame, int first, int count, const dou
 
 /// Gives the mean power over 13 frames around each, those marked as skipped left out; where all
 /// are, 0. Some lines at a time: of each all frames are written before any is taken.
-void smoothPower(const HarmonicLines& shape, const Series<char>& isSkipped, const WritePowers& write,
-                 const TakePowers& take);
+void smoothPower(const HarmonicLines& shape, const Series<char>& isSkipped,
+                 const WritePowers& write, const TakePowers& take);
 
 } // namespace orvo::audio::precise

@@ -300,14 +300,16 @@ void HumModel::takeNoiseFromResidual()
         {
             const std::size_t at = lines.at(frame, first);
             for (int i = 0; i < count; ++i)
-                powers[i] = gains[frame] * getPower(aligned.lines.amplitudes[at + static_cast<std::size_t>(i)] -
-                                                    smooth.amplitudes[at + static_cast<std::size_t>(i)]);
+                powers[i] = gains[frame] *
+                            getPower(aligned.lines.amplitudes[at + static_cast<std::size_t>(i)] -
+                                     smooth.amplitudes[at + static_cast<std::size_t>(i)]);
         },
         [&](int frame, int first, int count, const double* powers)
         {
             const std::size_t at = lines.at(frame, first);
             for (int i = 0; i < count; ++i)
-                lines.noise[at + static_cast<std::size_t>(i)] = std::max(readNoise[at + static_cast<std::size_t>(i)], shareOfResidual * powers[i]);
+                lines.noise[at + static_cast<std::size_t>(i)] = std::max(
+                    readNoise[at + static_cast<std::size_t>(i)], shareOfResidual * powers[i]);
         });
     prepared.reset();
 }

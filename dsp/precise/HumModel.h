@@ -81,7 +81,8 @@ public:
     /// that are 0 throughout are left out.
     void setAmplitudes(Series<Complex> amplitudes);
 
-    /// Number of the highest harmonic that is there, 1 if none is; amplitudes need not be known yet.
+    /// Number of the highest harmonic that is there, 1 if none is; amplitudes need not be known
+    /// yet.
     int findHighest() const;
 
     /// The first harmonics as they were read.

@@ -40,7 +40,7 @@ std::byte* allocate(std::size_t size, [[maybe_unused]] bool isKept)
     if (!isHuge(size))
         return std::allocator<std::byte>().allocate(size);
     const std::size_t whole = (size + hugePage - 1) / hugePage * hugePage;
-    void* const block = ::operator new(isKept ? whole : size, std::align_val_t{hugePage});
+    void* const block = ::operator new (isKept ? whole : size, std::align_val_t{hugePage});
 #ifdef __linux__
     if (isKept)
         madvise(block, whole, MADV_HUGEPAGE); // only advice: nothing to do where it is not taken
@@ -51,7 +51,7 @@ std::byte* allocate(std::size_t size, [[maybe_unused]] bool isKept)
 void release(std::byte* block, std::size_t size)
 {
     if (isHuge(size))
-        ::operator delete(block, std::align_val_t{hugePage});
+        ::operator delete (block, std::align_val_t{hugePage});
     else
         std::allocator<std::byte>().deallocate(block, size);
 }

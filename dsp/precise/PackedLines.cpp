@@ -98,8 +98,8 @@ HWY_ATTR void medianKernel(const float* values, const Series<char>& isSkipped, i
         while (!hn::AllTrue(i32, hn::Eq(low, high)))
         {
             const auto middle = hn::Add(low, hn::ShiftRight<1>(hn::Sub(high, low)));
-            const auto isEnough = hn::Gt(hn::Set(i32, mostAbove + 1),
-                                         countAbove(middle, values + lane, isSkipped));
+            const auto isEnough =
+                hn::Gt(hn::Set(i32, mostAbove + 1), countAbove(middle, values + lane, isSkipped));
             high = hn::IfThenElse(isEnough, middle, high);
             low = hn::IfThenElse(isEnough, low, hn::Min(hn::Add(middle, hn::Set(i32, 1)), high));
         }
@@ -116,8 +116,7 @@ HWY_ATTR void unpackKernel(const PackEstimates& estimates, int stride, double* a
     for (std::size_t i = 0; i < PackedLines::width; i += hn::Lanes(d))
     {
         const auto doubt = hn::LoadU(d, &estimates.doubts[i]);
-        const auto isPresent =
-            hn::Ne(hn::LoadU(d, &estimates.isPresent[i]), hn::Zero(d));
+        const auto isPresent = hn::Ne(hn::LoadU(d, &estimates.isPresent[i]), hn::Zero(d));
         for (int frame = 0; frame < estimates.numFrames; ++frame)
         {
             const std::size_t from = indexOf(frame, PackedLines::width) + i;
@@ -211,7 +210,7 @@ std::array<float, PackedLines::width> getMedianNoise(const PackedLines& lines,
     const auto count = static_cast<int>(std::count(isSkipped.begin(), isSkipped.end(), 0));
     if (count > 0)
         HWY_DYNAMIC_DISPATCH(medianKernel)
-        (&lines.noise[lines.at(first)], isSkipped, count - 1 - count / 2, medians.data());
+    (&lines.noise[lines.at(first)], isSkipped, count - 1 - count / 2, medians.data());
     return medians;
 }
 
@@ -222,9 +221,8 @@ void unpack(const PackEstimates& estimates, int stride, Complex* amplitudes, dou
         return;
     if (estimates.numLines == PackedLines::width)
         HWY_DYNAMIC_DISPATCH(unpackKernel)
-        (estimates, stride, reinterpret_cast<double*>(amplitudes), variances);
-    else
-        unpackSome(estimates, stride, amplitudes, variances);
+    (estimates, stride, reinterpret_cast<double*>(amplitudes), variances);
+    else unpackSome(estimates, stride, amplitudes, variances);
 }
 
 } // namespace orvo::audio::precise

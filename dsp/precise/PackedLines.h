@@ -48,7 +48,7 @@ struct PackEstimates
     const float* imaginary;
     const float* variances;
     int numFrames;
-    int numLines;                                   ///< of the pack
+    int numLines; ///< of the pack
     std::array<double, PackedLines::width> doubts;
     std::array<double, PackedLines::width> isPresent; ///< 0 or 1
 };

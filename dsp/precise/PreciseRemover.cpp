@@ -26,10 +26,10 @@ constexpr double fadeShare = 0.4; // of the overlap
 /// tapes nearly always.
 constexpr double learnedReach = 0.01;
 
-/// Stretches that are analysed at the same time. A third one keeps two cores busy while one of the
-/// others is waited for.
+/// Stretches that are analysed at the same time. With two more than there are cores these stay busy
+/// while the first of them is waited for.
 constexpr std::size_t usuallyRunning = 2;
-constexpr std::size_t mostRunning = 3;
+constexpr std::size_t mostRunning = 4;
 
 constexpr int chunk = 1 << 16; // samples that go to the sink at once
 
@@ -141,8 +141,7 @@ void HumSurvey::add(const float* const* channels, int numSamples)
         turn = 1 - turn;
         if (half.measuring.valid())
             half.measuring.get();
-        half.measuring = std::async(choosePolicy(settings),
-                                    [this, &half, heard = std::move(window)]
+        half.measuring = std::async(choosePolicy(settings), [this, &half, heard = std::move(window)]
                                     { measure(heard, half.detector); });
         startWindow();
     }

@@ -29,8 +29,8 @@ struct PreciseSettings
     /// are worked on at the same time. The result is the same.
     bool usesThreads = true;
 
-    /// Large blocks of memory are kept from stretch to stretch, and one more stretch is under way.
-    /// It is faster where channels are many, and takes more memory.
+    /// Large blocks of memory are kept from stretch to stretch, and four stretches are under way at
+    /// a time. It is faster where channels are many, and takes more memory.
     bool keepsMemory = false;
 };
 
@@ -95,9 +95,9 @@ private:
 };
 
 /// Second reading: removes hum from a recording of any length, by overlapping stretches of 20
-/// seconds and less where there are many channels, two or three of which are analysed at the same
-/// time, beside the caller's thread unless the settings say otherwise. Memory does not grow with the
-/// length but for the course of the summary. Where there is no hum nothing changes.
+/// seconds and less where there are many channels, two or four of which are analysed at the same
+/// time, beside the caller's thread unless the settings say otherwise. Memory does not grow with
+/// the length but for the course of the summary. Where there is no hum nothing changes.
 class PreciseRemover
 {
 public:

@@ -19,7 +19,8 @@ HWY_INLINE hn::Vec<Tag> sumAt(Tag d, const WeightedRows& rows, int i)
 {
     auto sum = hn::Zero(d);
     for (int row = 0; row < rows.numRows; ++row)
-        sum = hn::Add(sum, hn::Mul(hn::LoadU(d, rows.rows[row] + i), hn::Set(d, rows.weights[row])));
+        sum =
+            hn::Add(sum, hn::Mul(hn::LoadU(d, rows.rows[row] + i), hn::Set(d, rows.weights[row])));
     return sum;
 }
 

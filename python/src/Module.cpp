@@ -147,9 +147,8 @@ py::dict describe(const precise::HumSummary& hum, const std::vector<Normal>& nor
         arg("fundamental") = hum.getMeanFrequency(), arg("uncertainty") = hum.getUncertainty(),
         arg("lowest") = hum.getLowestFrequency(), arg("highest") = hum.getHighestFrequency(),
         arg("drift") = hum.getDrift(), arg("seconds_of_hum") = hum.getSecondsOfHum(),
-        arg("changes") = toVector(hum.getChanges()),
-        arg("harmonics") = harmonics, arg("course") = course,
-        arg("unsure") = toVector(doubts.unsure),
+        arg("changes") = toVector(hum.getChanges()), arg("harmonics") = harmonics,
+        arg("course") = course, arg("unsure") = toVector(doubts.unsure),
         arg("notes") = toVector(doubts.notes));
 }
 
