@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <limits>
 #include <numeric>
+#include <utility>
 
 namespace orvo::audio::precise
 {
@@ -53,13 +54,13 @@ constexpr double usedEvidence = 6.0;
 /// Lines of more evidence than this are the less doubted the more they have.
 constexpr double doubtfulEvidence = 30.0;
 
-float getMedian(Series<float> values)
+Series<char> findPresentLines(const Series<double>& evidence, std::size_t numJumps)
 {
-    if (values.empty())
-        return 0.0F;
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
+    const double least = presentEvidence + presentEvidencePerJump * static_cast<double>(numJumps);
+    Series<char> isPresent;
+    for (const double of : evidence)
+        isPresent.push_back(of > least ? 1 : 0);
+    return isPresent;
 }
 
 bool isNear(const Series<int>& frames, int frame)
@@ -80,29 +81,26 @@ AmplitudeSmoother::AmplitudeSmoother(const HarmonicLines& linesToUse, const Seri
     , jumpVariances(startVariances.size())
 {
     const Series<LineStatistics> statistics = getStatistics(packed, isSkipped);
+    std::array<float, PackedLines::width> medianNoise{};
+    int firstOfMedians = -1;
     for (int line = 0; line < numLines; ++line)
     {
         const LineStatistics& here = statistics[line];
         double power = std::max(here.weightedPower, tiny);
         // No median is above twice the mean.
         if (power < 2.0 * leastPowerShare * here.meanNoise)
-            power = std::max(power, leastPowerShare * getMedianNoise(line));
+        {
+            const int lane = line % PackedLines::width;
+            if (std::exchange(firstOfMedians, line - lane) != line - lane)
+                medianNoise = getMedianNoise(packed, isSkipped, firstOfMedians);
+            power = std::max(power, leastPowerShare * medianNoise[static_cast<std::size_t>(lane)]);
+        }
         powers[line] = power;
         startVariances[line] = static_cast<float>(3.0 * here.meanPower + 1e-12);
         jumpVariances[line] = static_cast<float>(jumpPowers * power);
     }
     likelihoods = getLikelihoods({});
     findLines(statistics);
-}
-
-double AmplitudeSmoother::getMedianNoise(int line) const
-{
-    Series<float> noise;
-    noise.reserve(isSkipped.size());
-    for (int frame = 0; frame < lines.numFrames; ++frame)
-        if (isSkipped[frame] == 0)
-            noise.push_back(packed.noise[packed.at(line) + indexOf(frame, PackedLines::width)]);
-    return static_cast<double>(getMedian(std::move(noise)));
 }
 
 double AmplitudeSmoother::getStepVariance(std::size_t size, int line) const
@@ -125,6 +123,15 @@ Walks AmplitudeSmoother::makeWalks(const Series<int>& jumps) const
     Walks walks{packed, startVariances, jumpVariances, isSkipped, Series<char>(isSkipped.size())};
     for (const int jump : jumps)
         walks.isJump[jump] = 1;
+    return walks;
+}
+
+/// Frames that hold a jump are neither what was before nor what comes after.
+Walks AmplitudeSmoother::makeWalksBesideJumps(const Series<int>& jumps) const
+{
+    Walks walks = makeWalks(jumps);
+    for (const int jump : jumps)
+        walks.isSkipped[jump - 1] = walks.isSkipped[jump] = 1;
     return walks;
 }
 
@@ -251,6 +258,14 @@ AmplitudeSmoother::Walk AmplitudeSmoother::findJumps() const
     return walk;
 }
 
+Series<char> AmplitudeSmoother::findPresent(const Series<int>& jumps) const
+{
+    const Walk walk = findWalk(jumps);
+    return findPresentLines(
+        getWalkEvidence(makeWalksBesideJumps(jumps), getStepVariances(walk), isSkipped),
+        jumps.size());
+}
+
 SmoothAmplitudes AmplitudeSmoother::smooth() const
 {
     return smooth(findJumps(), Caution::AllLines);
@@ -263,20 +278,14 @@ SmoothAmplitudes AmplitudeSmoother::smooth(const Series<int>& jumps, Caution cau
 
 SmoothAmplitudes AmplitudeSmoother::smooth(const Walk& walk, Caution caution) const
 {
-    // Frames that hold a jump are neither what was before nor what comes after.
-    Walks walks = makeWalks(walk.jumps);
-    for (const int jump : walk.jumps)
-        walks.isSkipped[jump - 1] = walks.isSkipped[jump] = 1;
-    WalkEstimates estimates = smoothWalks(walks, getStepVariances(walk), isSkipped);
+    WalkEstimates estimates =
+        smoothWalks(makeWalksBesideJumps(walk.jumps), getStepVariances(walk), isSkipped);
     SmoothAmplitudes result{Series<Complex>(lines.noise.size()),
                             Series<double>(lines.noise.size()),
                             {},
                             std::move(estimates.evidence),
                             walk.jumps};
-    const double least =
-        presentEvidence + presentEvidencePerJump * static_cast<double>(walk.jumps.size());
-    for (const double evidence : result.evidence)
-        result.isPresent.push_back(evidence > least ? 1 : 0);
+    result.isPresent = findPresentLines(result.evidence, walk.jumps.size());
     Series<double> doubts;
     for (const double evidence : result.evidence)
     {
@@ -284,33 +293,29 @@ SmoothAmplitudes AmplitudeSmoother::smooth(const Walk& walk, Caution caution) co
         doubts.push_back(isClear ? doubtfulEvidence / evidence : 1.0);
     }
     for (int first = 0; first < numLines; first += PackedLines::width)
-        unpack(estimates, first, &doubts[first], result);
+        unpack(estimates, first, doubts, result);
     return result;
 }
 
 /// The lines of a pack; the less sure an amplitude is, the less of it is taken, if its line is in
 /// doubt.
-void AmplitudeSmoother::unpack(const WalkEstimates& estimates, int first, const double* doubts,
-                               SmoothAmplitudes& result) const
+void AmplitudeSmoother::unpack(const WalkEstimates& estimates, int first,
+                               const Series<double>& doubts, SmoothAmplitudes& result) const
 {
-    const int count = std::min(PackedLines::width, numLines - first);
-    const char* const isPresent = &result.isPresent[first];
-    for (int frame = 0; frame < lines.numFrames; ++frame)
+    const std::size_t from = packed.at(first);
+    PackEstimates pack{&estimates.real[from],
+                       &estimates.imaginary[from],
+                       &estimates.variances[from],
+                       lines.numFrames,
+                       std::min(PackedLines::width, numLines - first),
+                       {},
+                       {}};
+    for (int i = 0; i < pack.numLines; ++i)
     {
-        const std::size_t from = packed.at(first) + indexOf(frame, PackedLines::width);
-        Complex* const amplitudes = &result.amplitudes[lines.at(frame, first)];
-        double* const variances = &result.variances[lines.at(frame, first)];
-        for (int i = 0; i < count; ++i)
-        {
-            const double real = estimates.real[from + static_cast<std::size_t>(i)];
-            const double imaginary = estimates.imaginary[from + static_cast<std::size_t>(i)];
-            const double variance = estimates.variances[from + static_cast<std::size_t>(i)];
-            const double power = real * real + imaginary * imaginary;
-            const double share = power / (power + doubts[i] * variance + tiny);
-            amplitudes[i] = isPresent[i] != 0 ? Complex(share * real, share * imaginary) : 0.0;
-            variances[i] = isPresent[i] != 0 ? variance : 0.0;
-        }
+        pack.doubts[static_cast<std::size_t>(i)] = doubts[first + i];
+        pack.isPresent[static_cast<std::size_t>(i)] = result.isPresent[first + i];
     }
+    precise::unpack(pack, numLines, &result.amplitudes[first], &result.variances[first]);
 }
 
 } // namespace orvo::audio::precise

@@ -50,6 +50,9 @@ public:
     /// With the jumps that are known, in order.
     SmoothAmplitudes smooth(const Series<int>& jumps, Caution caution) const;
 
+    /// Which lines hold hum, with the jumps that are known.
+    Series<char> findPresent(const Series<int>& jumps) const;
+
 private:
     struct Walk
     {
@@ -61,15 +64,15 @@ private:
     double getStepVariance(std::size_t size, int line) const;
     Series<float> getStepVariances(const Walk& walk) const;
     Walks makeWalks(const Series<int>& jumps) const;
+    Walks makeWalksBesideJumps(const Series<int>& jumps) const;
     Series<PerWalkSize> getLikelihoods(const Series<int>& jumps) const;
-    double getMedianNoise(int line) const;
     void findLines(const Series<LineStatistics>& statistics);
     Walk findWalk(const Series<int>& jumps) const;
     int findDisagreement(const Walk& walk, const Series<int>& tried) const;
     Walk addJump(const Walk& walk, int frame) const;
     Walk findJumps() const;
     SmoothAmplitudes smooth(const Walk& walk, Caution caution) const;
-    void unpack(const WalkEstimates& estimates, int first, const double* doubts,
+    void unpack(const WalkEstimates& estimates, int first, const Series<double>& doubts,
                 SmoothAmplitudes& result) const;
 
     const HarmonicLines& lines;

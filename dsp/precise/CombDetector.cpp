@@ -2,12 +2,123 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <numbers>
 #include <utility>
 
+#ifndef KALIM_COMB
+#define KALIM_COMB
+
 namespace orvo::audio::precise
 {
+
+/// Power of a spectrum, the sums of it before each bin, and where a bin is compared with what lies
+/// beside it.
+struct CombSpectrum
+{
+    const double* power;
+    const double* sums;
+    std::size_t numBins;
+    std::size_t near; // bins from a tooth
+    std::size_t far;
+    double mostPerHarmonic;
+};
+
+/// Combs whose fundamentals are `step` Hz apart, over bins that are `resolution` Hz apart.
+struct Combs
+{
+    double lowest;
+    double step;
+    double resolution;
+    int numHarmonics;
+};
+
+} // namespace orvo::audio::precise
+
+#endif
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "dsp/precise/CombDetector.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+
+namespace orvo::audio::precise::HWY_NAMESPACE
+{
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// Calls `step` with the tag of whole vectors and then of single values, and their first indices.
+template <typename Step>
+HWY_INLINE void forEach(std::size_t from, std::size_t to, const Step& step)
+{
+    const hn::ScalableTag<double> whole;
+    std::size_t i = from;
+    for (; i + hn::Lanes(whole) <= to; i += hn::Lanes(whole))
+        step(whole, i);
+    for (; i < to; ++i)
+        step(hn::CappedTag<double, 1>(), i);
+}
+
+/// The power of each bin and its neighbours over that beside it, from 1 to a limit; 1 at the ends.
+HWY_ATTR void getRatiosKernel(const CombSpectrum& spectrum, double* ratios)
+{
+    const auto& s = spectrum;
+    std::fill_n(ratios, s.far, 1.0);
+    std::fill_n(ratios + s.numBins - s.far, s.far, 1.0);
+    const auto width = static_cast<double>(s.far - s.near);
+    forEach(s.far, s.numBins - s.far,
+            [&](auto d, std::size_t bin) HWY_ATTR
+            {
+                const auto at = [&](const double* values) HWY_ATTR
+                { return hn::LoadU(d, values + bin); };
+                const auto below = hn::Sub(at(s.sums - s.near), at(s.sums - s.far));
+                const auto above = hn::Sub(at(s.sums + s.far), at(s.sums + s.near));
+                const auto beside = hn::Div(hn::Max(below, above), hn::Set(d, width));
+                const auto peak = hn::Max(at(s.power), hn::Max(at(s.power - 1), at(s.power + 1)));
+                const auto ratio = hn::Max(hn::Div(peak, beside), hn::Set(d, 1.0));
+                hn::StoreU(hn::Min(ratio, hn::Set(d, s.mostPerHarmonic)), d, ratios + bin);
+            });
+}
+
+/// The product of the ratios at the teeth of each comb.
+HWY_ATTR void getProductsKernel(const Combs& combs, const Series<double>& ratios,
+                                Series<double>& products)
+{
+    const auto last = static_cast<std::int64_t>(ratios.size()) - 1;
+    forEach(0, products.size(),
+            [&](auto d, std::size_t i) HWY_ATTR
+            {
+                const hn::Rebind<std::int64_t, decltype(d)> i64;
+                const auto index = hn::Iota(d, static_cast<double>(i));
+                const auto fundamental =
+                    hn::Add(hn::Set(d, combs.lowest), hn::Mul(index, hn::Set(d, combs.step)));
+                const auto bins = hn::Div(fundamental, hn::Set(d, combs.resolution));
+                auto product = hn::Set(d, 1.0);
+                for (int harmonic = 1; harmonic <= combs.numHarmonics; ++harmonic)
+                {
+                    const auto place = hn::Mul(bins, hn::Set(d, static_cast<double>(harmonic)));
+                    const auto bin = hn::ConvertTo(i64, hn::Add(place, hn::Set(d, 0.5)));
+                    product = hn::Mul(product, hn::GatherIndex(d, ratios.data(),
+                                                               hn::Min(bin, hn::Set(i64, last))));
+                }
+                hn::StoreU(product, d, &products[i]);
+            });
+}
+
+} // namespace orvo::audio::precise::HWY_NAMESPACE
+
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace orvo::audio::precise
+{
+HWY_EXPORT(getRatiosKernel);
+HWY_EXPORT(getProductsKernel);
+
 namespace
 {
 
@@ -100,10 +211,19 @@ void CombDetector::addWindow(const float* samples, int count)
         power[i] = static_cast<double>(std::norm(bins[i]) + silence);
         sums[i + 1] = sums[i] + power[i];
     }
+    const bool isRated = findRatios();
     for (Range& range : ranges)
-        for (std::size_t i = 0; i < range.scores.size(); ++i)
-            range.scores[i] += rate(range.limits.lowest + static_cast<double>(i) * range.step);
+        if (isRated)
+            rate(range);
     ++numWindows;
+}
+
+void CombDetector::add(const CombDetector& other)
+{
+    numWindows += other.numWindows;
+    for (std::size_t i = 0; i < ranges.size(); ++i)
+        for (std::size_t k = 0; k < ranges[i].scores.size(); ++k)
+            ranges[i].scores[k] += other.ranges[i].scores[k];
 }
 
 void CombDetector::forget()
@@ -113,29 +233,29 @@ void CombDetector::forget()
         std::fill(range.scores.begin(), range.scores.end(), 0.0);
 }
 
-double CombDetector::getMeanPower(int from, int to) const
-{
-    return (sums[to] - sums[from]) / (to - from);
-}
-
-double CombDetector::rate(double fundamental) const
+/// False where the spectrum is too short to compare anything.
+bool CombDetector::findRatios()
 {
     const double resolution = sampleRate / size;
-    const double bins = fundamental / resolution;
     const int near = std::max(2, static_cast<int>(nearestBeside / resolution));
     const int far = std::max(near + 1, static_cast<int>(farthestBeside / resolution));
-    double product = 1.0;
-    for (int harmonic = 1; harmonic <= numHarmonics; ++harmonic)
-    {
-        const auto bin = static_cast<int>(bins * harmonic + 0.5);
-        if (bin < far || bin + far >= static_cast<int>(power.size()))
-            continue;
-        const double beside =
-            std::max(getMeanPower(bin - far, bin - near), getMeanPower(bin + near, bin + far));
-        const double peak = std::max({power[bin - 1], power[bin], power[bin + 1]});
-        product *= std::clamp(peak / beside, 1.0, mostPerHarmonic);
-    }
-    return std::log(product);
+    if (power.size() <= 2 * static_cast<std::size_t>(far))
+        return false;
+    ratios.resize(power.size());
+    HWY_DYNAMIC_DISPATCH(getRatiosKernel)
+    ({power.data(), sums.data(), power.size(), static_cast<std::size_t>(near),
+      static_cast<std::size_t>(far), mostPerHarmonic},
+     ratios.data());
+    return true;
+}
+
+void CombDetector::rate(Range& range)
+{
+    products.resize(range.scores.size());
+    HWY_DYNAMIC_DISPATCH(getProductsKernel)
+    ({range.limits.lowest, range.step, sampleRate / size, numHarmonics}, ratios, products);
+    for (std::size_t i = 0; i < products.size(); ++i)
+        range.scores[i] += std::log(products[i]);
 }
 
 void CombDetector::addPeaks(const Range& range, Series<CombPeak>& peaks) const
@@ -178,3 +298,5 @@ Series<CombPeak> CombDetector::getPeaks() const
 }
 
 } // namespace orvo::audio::precise
+
+#endif

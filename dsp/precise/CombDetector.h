@@ -42,6 +42,9 @@ public:
 
     void addWindow(const float* samples, int count);
 
+    /// Takes over what another one of the same kind has heard.
+    void add(const CombDetector& other);
+
     /// Forgets all windows.
     void forget();
 
@@ -56,8 +59,8 @@ private:
         Series<double> scores;
     };
 
-    double getMeanPower(int from, int to) const;
-    double rate(double fundamental) const;
+    bool findRatios();
+    void rate(Range& range);
     void addPeaks(const Range& range, Series<CombPeak>& peaks) const;
 
     double sampleRate;
@@ -67,6 +70,8 @@ private:
     Series<Range> ranges;
     Series<double> power;
     Series<double> sums;
+    Series<double> ratios;   // [bin], to what lies beside it
+    Series<double> products; // of a range
     FourierTransform transform;
     Signal32 frame;
     ComplexSignal32 spectrum;

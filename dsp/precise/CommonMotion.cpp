@@ -3,7 +3,9 @@
 #include "dsp/precise/GridKernels.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdlib>
 
 namespace orvo::audio::precise
 {
@@ -29,6 +31,18 @@ constexpr double levelStep = 0.1;
 constexpr int numGains = 96;
 constexpr double levelMove = 0.1;
 constexpr int levelReach = 5;
+
+/// What a move of the gain costs by the number of its steps, either way.
+constexpr auto gainCosts = []
+{
+    std::array<double, levelReach + 1> costs{};
+    for (int steps = 0; steps <= levelReach; ++steps)
+    {
+        const double move = steps * levelStep / levelMove;
+        costs[static_cast<std::size_t>(steps)] = 0.5 * move * move;
+    }
+    return costs;
+}();
 
 /// A pattern is never exact.
 constexpr double patternError = 1e-3;
@@ -60,9 +74,14 @@ public:
     {
         for (int line = 0; line < lines.getNumLines(); ++line)
             if (smooth.isPresent[line] != 0)
+            {
                 used.push_back(line);
+                turnOf.push_back(lines.getHarmonic(line) - 1);
+            }
         stride = (static_cast<int>(used.size()) + FrameLines::group - 1) / FrameLines::group *
                  FrameLines::group;
+        turns.resize(static_cast<std::size_t>(lines.numHarmonics));
+        factors = SplitComplex<float>(static_cast<std::size_t>(stride));
         collectReadings();
         for (int level = 0; level < numGains; ++level)
             levels.push_back(std::exp(getLevel(level)));
@@ -146,17 +165,15 @@ private:
         double turnWeights = 1e-12;
         double growth = 0.0;
         double growthWeights = 1e-12;
-        for (int line = 0; line < lines.getNumLines(); ++line)
+        for (std::size_t i = 0; i < used.size(); ++i)
         {
-            if (smooth.isPresent[line] == 0)
-                continue;
-            const std::size_t now = lines.at(frame, line);
-            const std::size_t before = lines.at(frame - 1, line);
+            const std::size_t now = lines.at(frame, used[i]);
+            const std::size_t before = lines.at(frame - 1, used[i]);
             const double weight = std::min(getWeight(now), getWeight(before));
             const Complex step =
                 multiplyConjugate(smooth.amplitudes[now], smooth.amplitudes[before]);
             const double size = std::sqrt(getPower(step)) + tiny;
-            const int harmonic = lines.getHarmonic(line);
+            const int harmonic = turnOf[i] + 1;
             turn += harmonic * weight * step.imag() / size;
             turnWeights += static_cast<double>(harmonic) * harmonic * weight;
             if (hasGain)
@@ -189,13 +206,12 @@ private:
         double sum = 0.0;
         double weights = tiny;
         for (int frame = first; frame < last; ++frame)
-            for (int line = 0; isSkipped[frame] == 0 && line < lines.getNumLines(); ++line)
-                if (smooth.isPresent[line] != 0)
-                {
-                    const double weight = getWeight(lines.at(frame, line));
-                    sum += weight * logGain[frame];
-                    weights += weight;
-                }
+            for (std::size_t i = 0; isSkipped[frame] == 0 && i < used.size(); ++i)
+            {
+                const double weight = getWeight(lines.at(frame, used[i]));
+                sum += weight * logGain[frame];
+                weights += weight;
+            }
         for (int frame = first; frame < last; ++frame)
             logGain[frame] -= sum / weights;
     }
@@ -209,14 +225,13 @@ private:
             if (isSkipped[frame] != 0)
                 continue;
             const double shrink = std::exp(-logGain[frame]);
-            const Series<Complex> turns = getTurns(frame);
+            findTurns(frame);
             for (std::size_t i = 0; i < used.size(); ++i)
             {
                 const std::size_t at = lines.at(frame, used[i]);
                 const double weight = 1.0 / (smooth.variances[at] * shrink * shrink + tiny);
                 means[i] +=
-                    weight * shrink *
-                    multiplyConjugate(smooth.amplitudes[at], turns[lines.getHarmonic(used[i]) - 1]);
+                    weight * shrink * multiplyConjugate(smooth.amplitudes[at], turns[turnOf[i]]);
                 weights[i] += weight;
             }
         }
@@ -258,7 +273,8 @@ private:
             {
                 int& origin = origins[indexOf(frame, numGains, level)];
                 origin = findOrigin(best, level);
-                next[level] = here[level] + best[origin] - getGainCost(level - origin);
+                next[level] = here[level] + best[origin] -
+                              gainCosts[static_cast<std::size_t>(std::abs(level - origin))];
             }
             best = std::move(next);
         }
@@ -272,12 +288,6 @@ private:
 
     static double getLevel(int level) { return lowestLevel + level * levelStep; }
 
-    static constexpr double getGainCost(int steps)
-    {
-        const double move = steps * levelStep / levelMove;
-        return 0.5 * move * move;
-    }
-
     static int findOrigin(const Series<double>& best, int level)
     {
         int origin = level;
@@ -285,7 +295,8 @@ private:
         for (int from = std::max(0, level - levelReach);
              from <= std::min(numGains - 1, level + levelReach); ++from)
         {
-            const double score = best[from] - getGainCost(level - from);
+            const double score =
+                best[from] - gainCosts[static_cast<std::size_t>(std::abs(level - from))];
             if (score > most)
             {
                 most = score;
@@ -296,20 +307,20 @@ private:
     }
 
     /// Logarithm of the likelihood of each level in a frame.
-    Series<double> rateGains(int frame) const
+    Series<double> rateGains(int frame)
     {
         Series<double> scores(numGains);
         if (isSkipped[frame] != 0)
             return scores;
         Series<double> products(numGains, 1.0);
-        const Series<Complex> turns = getTurns(frame);
+        findTurns(frame);
         for (std::size_t i = 0; i < used.size(); ++i)
         {
             const std::size_t at = lines.at(frame, used[i]);
             const std::size_t place = indexOf(frame, stride) + i;
             const Complex value = lines.amplitudes[at];
-            const Complex expected = multiply({pattern.real[place], pattern.imaginary[place]},
-                                              turns[lines.getHarmonic(used[i]) - 1]);
+            const Complex expected =
+                multiply({pattern.real[place], pattern.imaginary[place]}, turns[turnOf[i]]);
             multiplyGainErrors({getPower(value), getPower(expected),
                                 multiplyConjugate(value, expected).real(),
                                 freedom * lines.noise[at], patternError},
@@ -322,28 +333,26 @@ private:
     }
 
     /// By what the present phase turns each harmonic in a frame, the first at 0.
-    Series<Complex> getTurns(int frame) const
+    void findTurns(int frame)
     {
         const Complex turn = std::polar(1.0, phase[frame]);
-        Series<Complex> turns(static_cast<std::size_t>(lines.numHarmonics), turn);
+        turns[0] = turn;
         for (int h = 1; h < lines.numHarmonics; ++h)
             turns[h] = multiply(turns[h - 1], turn);
-        return turns;
     }
 
     /// One Gauss-Newton step from the present phase and gain.
     void measureFrame(int frame)
     {
         const double gain = std::exp(std::clamp(logGain[frame], -largestLogGain, largestLogGain));
-        const Series<Complex> turns = getTurns(frame);
-        SplitComplex<float> grown(static_cast<std::size_t>(stride));
+        findTurns(frame);
         for (std::size_t i = 0; i < used.size(); ++i)
-            grown.set(i, gain * turns[lines.getHarmonic(used[i]) - 1]);
+            factors.set(i, gain * turns[turnOf[i]]);
         const std::size_t at = indexOf(frame, stride);
         const MotionStep step =
             measureStep({&readings.real[at], &readings.imaginary[at], &noise[at], &pattern.real[at],
                          &pattern.imaginary[at], harmonics.data(), stride},
-                        grown, leastNoiseShare);
+                        factors, leastNoiseShare);
         const double turnInformation = step.turnInformation + leastInformation;
         const double growthInformation = step.growthInformation + leastInformation;
         phase[frame] +=
@@ -370,7 +379,10 @@ private:
     Series<float> noise;
     SplitComplex<float> pattern;
     Series<float> harmonics;
-    Series<double> levels; // of the gain
+    Series<double> levels;       // of the gain
+    Series<Complex> turns;       // of the frame that is worked on, [harmonic - 1]
+    Series<int> turnOf;          // which of them each used line has
+    SplitComplex<float> factors; // what they are with the gain
 };
 
 } // namespace

@@ -16,13 +16,13 @@ namespace orvo::audio::precise::HWY_NAMESPACE
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-using Floats = hn::CappedTag<float, 16>;
+using Floats = hn::CappedTag<float, FrameSums::rowGroup>;
 
 /// Sums of `length` values times waves [value][width], for as many frequencies as a vector holds
-/// and eight channels, whose values follow each other: so often every wave that is read is used.
+/// and a group of channels, whose values follow each other.
 HWY_ATTR void sumGroup(const float* values, const float* waves, int length, int width, float* sums)
 {
-    constexpr int group = 8;
+    constexpr int group = FrameSums::channelGroup;
     const Floats d;
     hn::Vec<Floats> totals[group];
     for (auto& total : totals)
@@ -44,11 +44,29 @@ HWY_ATTR void sumKernel(const float* values, const float* waves, int length, int
         sumGroup(values, waves + i, length, width, sums + i);
 }
 
+/// Sums and differences of what lies after the middle and before it, for `length` values of either
+/// half, which is no less than a vector holds: the last vector takes some values again.
+HWY_ATTR void foldKernel(const float* middle, int length, float* sums, float* differences)
+{
+    const Floats d;
+    const auto lanes = static_cast<int>(hn::Lanes(d));
+    for (int i = 0; i < length; i += lanes)
+    {
+        const int first = std::min(i, length - lanes);
+        const auto after = hn::LoadU(d, middle + first);
+        const auto before = hn::Reverse(d, hn::LoadU(d, middle - first - (lanes - 1)));
+        hn::StoreU(hn::Add(after, before), d, sums + first);
+        hn::StoreU(hn::Sub(after, before), d, differences + first);
+    }
+    sums[0] = middle[0];
+    differences[0] = 0.0F;
+}
+
 /// Puts values times a weight into a row of waves and turns them on.
 HWY_ATTR void turnKernel(const SplitComplex<double>& turns, float weight,
                          SplitComplex<double>& values, float* cosines, float* sines)
 {
-    const hn::CappedTag<double, 8> d;
+    const hn::CappedTag<double, FrameSums::rowGroup> d;
     const hn::Rebind<float, decltype(d)> single;
     const auto scale = hn::Set(d, static_cast<double>(weight));
     for (std::size_t i = 0; i < values.real.size(); i += hn::Lanes(d))
@@ -72,14 +90,17 @@ HWY_AFTER_NAMESPACE();
 
 namespace orvo::audio::precise
 {
+HWY_EXPORT(foldKernel);
 HWY_EXPORT(sumKernel);
 HWY_EXPORT(turnKernel);
 
 namespace
 {
 
-constexpr std::size_t channelGroup = 8;
-constexpr int widest = 16; // no vector holds more
+constexpr std::size_t roundUp(std::size_t count, std::size_t group)
+{
+    return (count + group - 1) / group * group;
+}
 
 } // namespace
 
@@ -91,7 +112,7 @@ FrameSums::FrameSums(Series<float> windowToUse)
 
 void FrameSums::makeWaves(const Series<double>& frequencies)
 {
-    width = (static_cast<int>(frequencies.size()) + widest - 1) / widest * widest;
+    width = static_cast<int>(roundUp(frequencies.size(), rowGroup));
     waves.real.resize(indexOf(length, width));
     waves.imaginary.resize(waves.real.size());
     turns = SplitComplex<double>(static_cast<std::size_t>(width));
@@ -114,6 +135,11 @@ void FrameSums::fold(const float* samples, int numSamples, int centre, std::size
     const float* const middle = samples + centre;
     const int before = std::min(centre, length - 1);
     const int after = std::min(numSamples - 1 - centre, length - 1);
+    if (before == length - 1 && after == length - 1 && length >= rowGroup)
+    {
+        HWY_DYNAMIC_DISPATCH(foldKernel)(middle, length, sumsOfHalves, differences);
+        return;
+    }
     std::fill_n(sumsOfHalves, length, 0.0F);
     std::fill_n(differences, length, 0.0F);
     for (int i = 0; i <= after; ++i)
@@ -130,7 +156,7 @@ void FrameSums::read(const Series<const float*>& channels, int numSamples, int c
                      const Series<double>& frequencies)
 {
     makeWaves(frequencies);
-    const std::size_t padded = (channels.size() + channelGroup - 1) / channelGroup * channelGroup;
+    const std::size_t padded = roundUp(channels.size(), channelGroup);
     even.resize(padded * window.size());
     odd.resize(even.size());
     sums.real.resize(padded * static_cast<std::size_t>(width));

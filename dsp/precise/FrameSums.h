@@ -13,6 +13,12 @@ namespace orvo::audio::precise
 class FrameSums
 {
 public:
+    /// Channels that are summed up together, so that every wave that is read is used as often.
+    static constexpr int channelGroup = 8;
+
+    /// Rows of waves are made up to a multiple of so many: no vector holds more.
+    static constexpr int rowGroup = 16;
+
     /// For frames with this window, of which the half from the centre on is given.
     explicit FrameSums(Series<float> window);
 

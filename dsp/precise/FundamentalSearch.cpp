@@ -65,6 +65,7 @@ public:
         , window(makeHannWindow(length))
         , meanPower(static_cast<std::size_t>(lines.getNumLines()))
         , scores(indexOf(getNumWindows(), grid.width))
+        , readings(indexOf(TurnedReadings::group, length))
     {
         for (std::size_t at = 0; at < lines.amplitudes.size(); ++at)
             meanPower[at % meanPower.size()] += getPower(lines.amplitudes[at]) / lines.numFrames;
@@ -75,8 +76,7 @@ public:
             if (harmonic > 1)
                 multiplyInPlace(turns, first);
             for (int channel = 0; channel < lines.numChannels; ++channel)
-                for (int index = 0; index < getNumWindows(); ++index)
-                    addLine(channel * lines.numHarmonics + harmonic - 1, index, turns);
+                addLine(channel * lines.numHarmonics + harmonic - 1, turns);
         }
         // Frames overlap by half, and windows by more the closer they lie.
         const float share = static_cast<float>(stride) / static_cast<float>(length) / 0.75F;
@@ -108,24 +108,53 @@ private:
         return turns;
     }
 
-    void addLine(int line, int index, const SplitComplex<float>& turns)
+    int getStart(int index) const { return index * stride - length / 2; }
+
+    bool isInside(int index) const
     {
-        const int start = index * stride - length / 2;
-        const int first = std::max(0, start);
-        const int last = std::min(lines.numFrames, start + length);
-        SplitComplex<float> readings(static_cast<std::size_t>(last - first));
-        double weights = 0.0;
-        for (int frame = first; frame < last; ++frame)
+        return getStart(index) >= 0 && getStart(index) + length <= lines.numFrames;
+    }
+
+    void addLine(int line, const SplitComplex<float>& turns)
+    {
+        for (int index = 0; index < getNumWindows();)
         {
-            const std::size_t at = lines.at(frame, line);
+            const int last = index + TurnedReadings::group - 1;
+            const bool isGroup = last < getNumWindows() && isInside(index) && isInside(last);
+            addLine(line, index, isGroup, turns);
+            index = isGroup ? last + 1 : index + 1;
+        }
+    }
+
+    void addLine(int line, int index, bool isGroup, const SplitComplex<float>& turns)
+    {
+        const int first = std::max(0, getStart(index));
+        const int last = std::min(lines.numFrames, getStart(index) + length);
+        std::array<double, TurnedReadings::group> weights{};
+        for (int i = 0; i < (isGroup ? TurnedReadings::group : 1); ++i)
+            weights[static_cast<std::size_t>(i)] =
+                weigh(line, first + i * stride, last - first, first - getStart(index),
+                      indexOf(i, last - first));
+        addScores(
+            {readings, turns, indexOf(first - getStart(index), grid.width), weights, mostPerLine},
+            isGroup, last - first, grid.width, &scores[indexOf(index, grid.width)]);
+    }
+
+    /// Puts readings from a frame on to a place, weighted by the window from `inWindow` on; gives
+    /// the sum of weights.
+    double weigh(int line, int first, int count, int inWindow, std::size_t place)
+    {
+        double weights = 0.0;
+        for (int i = 0; i < count; ++i)
+        {
+            const std::size_t at = lines.at(first + i, line);
             const double floor =
                 leastNoiseShare * (getPower(lines.amplitudes[at]) + meanPower[line]);
-            const double weight = window[frame - start] / std::max(lines.noise[at], floor);
-            readings.set(static_cast<std::size_t>(frame - first), weight * lines.amplitudes[at]);
+            const double weight = window[inWindow + i] / std::max(lines.noise[at], floor);
+            readings.set(place + static_cast<std::size_t>(i), weight * lines.amplitudes[at]);
             weights += weight;
         }
-        addScores({readings, turns, indexOf(first - start, grid.width), weights, mostPerLine},
-                  last - first, grid.width, &scores[indexOf(index, grid.width)]);
+        return weights;
     }
 
     const HarmonicLines& lines;
@@ -134,7 +163,8 @@ private:
     int stride;
     Series<double> window;
     Series<double> meanPower;
-    Series<float> scores; // [window][deviation]
+    Series<float> scores;         // [window][deviation]
+    SplitComplex<float> readings; // [window of a group][frame]
 };
 
 /// The top of the parabola through a value and its neighbours, from -0.5 to 0.5.

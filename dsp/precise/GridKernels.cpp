@@ -48,45 +48,55 @@ HWY_ATTR void multiplyInPlaceKernel(float* real, float* imaginary, const float* 
             });
 }
 
-HWY_ATTR void addWeightedKernel(const double* values, double weight, int count, double* sums)
-{
-    forEach(Doubles(), count,
-            [=](auto d, int i) HWY_ATTR
-            {
-                const auto value = hn::Mul(hn::LoadU(d, values + i), hn::Set(d, weight));
-                hn::StoreU(hn::Add(hn::LoadU(d, sums + i), value), d, sums + i);
-            });
-}
-
-HWY_ATTR void addScoresKernel(const TurnedReadings& turned, int numReadings, int count,
-                              float* scores)
+template <int numWindows>
+HWY_ATTR void addScoresOf(const TurnedReadings& turned, int numReadings, int count, float* scores)
 {
     const float* const a = turned.readings.real.data();
     const float* const b = turned.readings.imaginary.data();
     const float* const cosines = &turned.turns.real[turned.first];
     const float* const sines = &turned.turns.imaginary[turned.first];
-    const auto scale = static_cast<float>(1.0 / turned.weights);
     const auto perMost = static_cast<float>(1.0 / turned.most);
     forEach(Floats(), count,
-            [=](auto d, int i) HWY_ATTR
+            [&](auto d, int i) HWY_ATTR
             {
-                auto real = hn::Zero(d);
-                auto imaginary = hn::Zero(d);
+                hn::Vec<decltype(d)> real[numWindows];
+                hn::Vec<decltype(d)> imaginary[numWindows];
+                for (int w = 0; w < numWindows; ++w)
+                    real[w] = imaginary[w] = hn::Zero(d);
                 for (int k = 0; k < numReadings; ++k)
                 {
                     const auto c = hn::LoadU(d, cosines + k * count + i);
                     const auto s = hn::LoadU(d, sines + k * count + i);
-                    const auto x = hn::Set(d, a[k]);
-                    const auto y = hn::Set(d, b[k]);
-                    real = hn::NegMulAdd(y, s, hn::MulAdd(x, c, real));
-                    imaginary = hn::MulAdd(y, c, hn::MulAdd(x, s, imaginary));
+                    for (int w = 0; w < numWindows; ++w)
+                    {
+                        const auto x = hn::Set(d, a[w * numReadings + k]);
+                        const auto y = hn::Set(d, b[w * numReadings + k]);
+                        real[w] = hn::NegMulAdd(y, s, hn::MulAdd(x, c, real[w]));
+                        imaginary[w] = hn::MulAdd(y, c, hn::MulAdd(x, s, imaginary[w]));
+                    }
                 }
-                const auto power = hn::MulAdd(real, real, hn::Mul(imaginary, imaginary));
-                const auto clear = hn::Mul(power, hn::Set(d, scale));
-                const auto score =
-                    hn::Div(clear, hn::MulAdd(clear, hn::Set(d, perMost), hn::Set(d, 1.0F)));
-                hn::StoreU(hn::Add(hn::LoadU(d, scores + i), score), d, scores + i);
+                for (int w = 0; w < numWindows; ++w)
+                {
+                    float* const score = scores + w * count + i;
+                    const auto scale =
+                        static_cast<float>(1.0 / turned.weights[static_cast<std::size_t>(w)]);
+                    const auto power =
+                        hn::MulAdd(real[w], real[w], hn::Mul(imaginary[w], imaginary[w]));
+                    const auto clear = hn::Mul(power, hn::Set(d, scale));
+                    const auto limited =
+                        hn::Div(clear, hn::MulAdd(clear, hn::Set(d, perMost), hn::Set(d, 1.0F)));
+                    hn::StoreU(hn::Add(hn::LoadU(d, score), limited), d, score);
+                }
             });
+}
+
+HWY_ATTR void addScoresKernel(const TurnedReadings& turned, bool isGroup, int numReadings,
+                              int count, float* scores)
+{
+    if (isGroup)
+        addScoresOf<TurnedReadings::group>(turned, numReadings, count, scores);
+    else
+        addScoresOf<1>(turned, numReadings, count, scores);
 }
 
 template <typename Tag>
@@ -248,7 +258,6 @@ namespace orvo::audio::precise
 {
 
 HWY_EXPORT(multiplyInPlaceKernel);
-HWY_EXPORT(addWeightedKernel);
 HWY_EXPORT(addScoresKernel);
 HWY_EXPORT(findOriginsKernel);
 HWY_EXPORT(findPhaseOriginsKernel);
@@ -264,14 +273,10 @@ void multiplyInPlace(SplitComplex<float>& values, const SplitComplex<float>& fac
      static_cast<int>(values.real.size()));
 }
 
-void addWeighted(const double* values, double weight, int count, double* sums)
+void addScores(const TurnedReadings& turned, bool isGroup, int numReadings, int count,
+               float* scores)
 {
-    HWY_DYNAMIC_DISPATCH(addWeightedKernel)(values, weight, count, sums);
-}
-
-void addScores(const TurnedReadings& turned, int numReadings, int count, float* scores)
-{
-    HWY_DYNAMIC_DISPATCH(addScoresKernel)(turned, numReadings, count, scores);
+    HWY_DYNAMIC_DISPATCH(addScoresKernel)(turned, isGroup, numReadings, count, scores);
 }
 
 void findOrigins(const Series<double>& gains, double cost, Series<double>& best, float* origins)

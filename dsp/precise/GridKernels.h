@@ -3,6 +3,8 @@
 #include "dsp/precise/HarmonicLines.h"
 #include "dsp/precise/Series.h"
 
+#include <array>
+
 namespace orvo::audio::precise
 {
 
@@ -29,22 +31,26 @@ struct SplitComplex
 /// Multiplies values by others, one by one.
 void multiplyInPlace(SplitComplex<float>& values, const SplitComplex<float>& factors);
 
-/// Adds `weight` times each of `count` values to the sums.
-void addWeighted(const double* values, double weight, int count, double* sums);
-
 /// How well readings, each over its noise, add up when they are turned back: adds to each of
 /// `count` scores s / (1 + s / most), s being the power of the sum of readings[i] turns[i][index],
 /// over `weights`. Turns are from `first` on, [reading][index].
+///
+/// One window or a group of them: their readings are [window][reading], their scores
+/// [window][index]. The turns take more memory than the processor has near it, and are read once
+/// for a group.
 struct TurnedReadings
 {
+    static constexpr int group = 4;
+
     const SplitComplex<float>& readings;
     const SplitComplex<float>& turns;
     std::size_t first;
-    double weights;
+    std::array<double, group> weights; ///< [window]
     double most;
 };
 
-void addScores(const TurnedReadings& turned, int numReadings, int count, float* scores);
+void addScores(const TurnedReadings& turned, bool isGroup, int numReadings, int count,
+               float* scores);
 
 /// For each place of `best` the origin among `gains` that gains most where a move costs `cost`
 /// times its square, and what it gains.

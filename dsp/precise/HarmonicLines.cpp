@@ -1,9 +1,10 @@
 #include "dsp/precise/HarmonicLines.h"
 
-#include "dsp/precise/GridKernels.h"
+#include "dsp/precise/RowKernels.h"
 #include "dsp/precise/Windows.h"
 
 #include <algorithm>
+#include <array>
 #include <numeric>
 
 namespace orvo::audio::precise
@@ -25,41 +26,40 @@ int mirror(int frame, int numFrames)
     return std::clamp(last, 0, numFrames - 1);
 }
 
-/// Complex values as their parts, which the standard lays side by side.
-double* getParts(Complex* values)
-{
-    return reinterpret_cast<double*>(values);
-}
+/// Lines that are worked on together, so that what is needed of them stays near the processor.
+constexpr int blockLines = 64;
 
-const double* getParts(const Complex* values)
+/// Writes how far each of some lines is from the mean of the frames around it.
+class DistanceFromMean
 {
-    return reinterpret_cast<const double*>(values);
-}
-
-Series<double> getDistanceFromMean(const HarmonicLines& lines)
-{
-    Series<double> weights = makeHannWindow(meanFrames);
-    const double sum = std::accumulate(weights.begin(), weights.end(), 0.0);
-    for (double& weight : weights)
-        weight /= sum;
-    const int numLines = lines.getNumLines();
-    Series<double> distance(lines.noise.size());
-    Series<Complex> mean(static_cast<std::size_t>(numLines));
-    for (int frame = 0; frame < lines.numFrames; ++frame)
+public:
+    explicit DistanceFromMean(const HarmonicLines& linesToUse)
+        : lines(linesToUse)
+        , weights(makeHannWindow(meanFrames))
     {
-        std::fill(mean.begin(), mean.end(), Complex{});
+        const double sum = std::accumulate(weights.begin(), weights.end(), 0.0);
+        for (double& weight : weights)
+            weight /= sum;
+    }
+
+    void write(int frame, int first, int count, double* powers) const
+    {
+        std::array<const double*, meanFrames> rows;
         for (int i = 0; i < meanFrames; ++i)
         {
             const int other = mirror(frame + i - meanFrames / 2, lines.numFrames);
-            const Complex* const values = &lines.amplitudes[lines.at(other, 0)];
-            addWeighted(getParts(values), weights[i], 2 * numLines, getParts(mean.data()));
+            // The standard lays the parts of complex values side by side.
+            rows[static_cast<std::size_t>(i)] =
+                reinterpret_cast<const double*>(&lines.amplitudes[lines.at(other, first)]);
         }
-        for (int line = 0; line < numLines; ++line)
-            distance[lines.at(frame, line)] =
-                getPower(lines.amplitudes[lines.at(frame, line)] - mean[line]);
+        getDistances({rows.data(), weights.data(), meanFrames},
+                     &lines.amplitudes[lines.at(frame, first)], count, powers);
     }
-    return distance;
-}
+
+private:
+    const HarmonicLines& lines;
+    Series<double> weights;
+};
 
 } // namespace
 
@@ -92,36 +92,50 @@ void addMovingNoise(HarmonicLines& lines)
 {
     if (lines.numFrames <= meanFrames + 5)
         return;
-    const Series<double> power = smoothPower(
-        lines, getDistanceFromMean(lines), Series<char>(static_cast<std::size_t>(lines.numFrames)));
-    for (std::size_t i = 0; i < power.size(); ++i)
-        lines.noise[i] = std::max(lines.noise[i], shareOfMean * power[i]);
+    const DistanceFromMean distance(lines);
+    smoothPower(
+        lines, Series<char>(static_cast<std::size_t>(lines.numFrames)),
+        [&](int frame, int first, int count, double* powers)
+        { distance.write(frame, first, count, powers); },
+        [&](int frame, int first, int count, const double* powers)
+        {
+            double* const noise = &lines.noise[lines.at(frame, first)];
+            for (int i = 0; i < count; ++i)
+                noise[i] = std::max(noise[i], shareOfMean * powers[i]);
+        });
 }
 
-Series<double> smoothPower(const HarmonicLines& shape, const Series<double>& power,
-                           const Series<char>& isSkipped)
+void smoothPower(const HarmonicLines& shape, const Series<char>& isSkipped,
+                 const WritePowers& write, const TakePowers& take)
 {
-    const Series<double> weights = makeHannWindow(powerFrames);
-    const int numLines = shape.getNumLines();
-    Series<double> smooth(power.size());
-    for (int frame = 0; frame < shape.numFrames; ++frame)
+    const Series<double> window = makeHannWindow(powerFrames);
+    Series<double> powers(indexOf(shape.numFrames, blockLines));
+    std::array<double, blockLines> smooth;
+    std::array<const double*, powerFrames> rows;
+    std::array<double, powerFrames> weights;
+    for (int first = 0; first < shape.getNumLines(); first += blockLines)
     {
-        double sum = 0.0;
-        double* const result = &smooth[shape.at(frame, 0)];
-        for (int i = 0; i < powerFrames; ++i)
+        const int count = std::min(blockLines, shape.getNumLines() - first);
+        for (int frame = 0; frame < shape.numFrames; ++frame)
+            write(frame, first, count, &powers[indexOf(frame, blockLines)]);
+        for (int frame = 0; frame < shape.numFrames; ++frame)
         {
-            const int other = mirror(frame + i - powerFrames / 2, shape.numFrames);
-            if (isSkipped[other] != 0)
-                continue;
-            sum += weights[i];
-            const double* const values = &power[shape.at(other, 0)];
-            addWeighted(values, weights[i], numLines, result);
+            int numRows = 0;
+            double sum = 0.0;
+            for (int i = 0; i < powerFrames; ++i)
+            {
+                const int other = mirror(frame + i - powerFrames / 2, shape.numFrames);
+                if (isSkipped[other] != 0)
+                    continue;
+                rows[static_cast<std::size_t>(numRows)] = &powers[indexOf(other, blockLines)];
+                weights[static_cast<std::size_t>(numRows++)] = window[i];
+                sum += window[i];
+            }
+            sumRows({rows.data(), weights.data(), numRows}, numRows > 0 ? sum : 1.0, count,
+                    smooth.data());
+            take(frame, first, count, smooth.data());
         }
-        if (sum > 0.0)
-            for (int line = 0; line < numLines; ++line)
-                result[line] /= sum;
     }
-    return smooth;
 }
 
 } // namespace orvo::audio::precise

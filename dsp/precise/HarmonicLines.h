@@ -4,6 +4,7 @@
 #include "dsp/precise/Series.h"
 
 #include <cstddef>
+#include <functional>
 
 namespace orvo::audio::precise
 {
@@ -49,8 +50,13 @@ HarmonicLines keepHarmonics(const HarmonicLines& lines, int numHarmonics);
 /// frame from the weighted mean of the 15 around it, smoothed over 13.
 void addMovingNoise(HarmonicLines& lines);
 
-/// Mean power over 13 frames around each, those marked as skipped left out; where all are, 0.
-Series<double> smoothPower(const HarmonicLines& shape, const Series<double>& power,
-                           const Series<char>& isSkipped);
+/// Writes the power in a frame of `count` lines from `first` on, or takes it.
+using WritePowers = std::function<void(int frame, int first, int count, double* powers)>;
+using TakePowers = std::function<void(int frame, int first, int count, const double* powers)>;
+
+/// Gives the mean power over 13 frames around each, those marked as skipped left out; where all
+/// are, 0. Some lines at a time: of each all frames are written before any is taken.
+void smoothPower(const HarmonicLines& shape, const Series<char>& isSkipped,
+                 const WritePowers& write, const TakePowers& take);
 
 } // namespace orvo::audio::precise

@@ -203,6 +203,27 @@ void HumModel::updateAmplitudes(Caution caution)
     smooth = prepare().smoother.smooth(smooth.jumps, caution);
 }
 
+int HumModel::findHighest() const
+{
+    const Series<char> isPresent = prepare().smoother.findPresent(smooth.jumps);
+    int highest = 1;
+    for (int line = 0; line < lines.getNumLines(); ++line)
+        if (isPresent[line] != 0)
+            highest = std::max(highest, lines.getHarmonic(line));
+    return highest;
+}
+
+HarmonicLines HumModel::getReadLines(int numHarmonics) const
+{
+    HarmonicLines read = keepHarmonics(lines, numHarmonics);
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+        for (int channel = 0; channel < lines.numChannels; ++channel)
+            std::copy_n(&readNoise[lines.at(frame, channel * lines.numHarmonics)],
+                        read.numHarmonics,
+                        &read.noise[read.at(frame, channel * read.numHarmonics)]);
+    return read;
+}
+
 /// Radians by which the track runs ahead of a constant frequency, per frame.
 Series<double> HumModel::getLead(double meanFrequency) const
 {
@@ -270,19 +291,26 @@ void HumModel::takeNoiseFromResidual()
     Series<char> isSkipped = aligned.isSkipped;
     for (const int jump : smooth.jumps)
         isSkipped[jump - 1] = isSkipped[jump] = 1;
-    Series<double> residual(readNoise.size());
-    for (int frame = 0; frame < lines.numFrames; ++frame)
-    {
-        const double gain = std::exp(2.0 * logGain[frame]);
-        for (int line = 0; line < lines.getNumLines(); ++line)
+    Series<double> gains;
+    for (const double gain : logGain)
+        gains.push_back(std::exp(2.0 * gain));
+    smoothPower(
+        lines, isSkipped,
+        [&](int frame, int first, int count, double* powers)
         {
-            const std::size_t at = lines.at(frame, line);
-            residual[at] = gain * getPower(aligned.lines.amplitudes[at] - smooth.amplitudes[at]);
-        }
-    }
-    residual = smoothPower(lines, residual, isSkipped);
-    for (std::size_t at = 0; at < residual.size(); ++at)
-        lines.noise[at] = std::max(readNoise[at], shareOfResidual * residual[at]);
+            const std::size_t at = lines.at(frame, first);
+            for (int i = 0; i < count; ++i)
+                powers[i] = gains[frame] *
+                            getPower(aligned.lines.amplitudes[at + static_cast<std::size_t>(i)] -
+                                     smooth.amplitudes[at + static_cast<std::size_t>(i)]);
+        },
+        [&](int frame, int first, int count, const double* powers)
+        {
+            const std::size_t at = lines.at(frame, first);
+            for (int i = 0; i < count; ++i)
+                lines.noise[at + static_cast<std::size_t>(i)] = std::max(
+                    readNoise[at + static_cast<std::size_t>(i)], shareOfResidual * powers[i]);
+        });
     prepared.reset();
 }
 

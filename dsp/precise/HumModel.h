@@ -81,6 +81,13 @@ public:
     /// that are 0 throughout are left out.
     void setAmplitudes(Series<Complex> amplitudes);
 
+    /// Number of the highest harmonic that is there, 1 if none is; amplitudes need not be known
+    /// yet.
+    int findHighest() const;
+
+    /// The first harmonics as they were read.
+    HarmonicLines getReadLines(int numHarmonics) const;
+
     /// The same hum on other lines, which were read along getTrack(): more harmonics, say. Their
     /// noise is raised by what moves beside them.
     HumModel moveTo(HarmonicLines otherLines) const;

@@ -113,6 +113,7 @@ void HumSummary::addLines(const HumModel& model, double start, double from, doub
     const Series<Complex> amplitudes = model.getAmplitudes();
     channels.resize(static_cast<std::size_t>(lines.numChannels));
     const double share = std::min(1.0, (to - from) / (lines.numFrames * lines.frameTime));
+    Series<int> present;
     for (int line = 0; line < lines.getNumLines(); ++line)
     {
         if (model.getSmooth().isPresent[line] == 0)
@@ -121,6 +122,7 @@ void HumSummary::addLines(const HumModel& model, double start, double from, doub
         const int harmonic = lines.getHarmonic(line);
         if (static_cast<int>(channel.size()) < harmonic)
             channel.resize(static_cast<std::size_t>(harmonic));
+        present.push_back(line);
         Line& sum = channel[harmonic - 1];
         sum.evidence += share * model.getSmooth().evidence[line];
     }
@@ -129,10 +131,8 @@ void HumSummary::addLines(const HumModel& model, double start, double from, doub
         const double time = start + lines.getTime(frame);
         if (time < from || time >= to || !model.isOn(frame))
             continue;
-        for (int line = 0; line < lines.getNumLines(); ++line)
+        for (const int line : present)
         {
-            if (model.getSmooth().isPresent[line] == 0)
-                continue;
             const int harmonic = lines.getHarmonic(line);
             Line& sum = channels[line / lines.numHarmonics][harmonic - 1];
             const std::size_t at = lines.at(frame, line);

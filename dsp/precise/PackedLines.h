@@ -2,6 +2,8 @@
 
 #include "dsp/precise/HarmonicLines.h"
 
+#include <array>
+
 namespace orvo::audio::precise
 {
 
@@ -31,5 +33,27 @@ struct PackedLines
     Series<float> imaginary;
     Series<float> noise;
 };
+
+/// Medians of the noise of each line of the pack that begins with line `first`, over the frames
+/// that are not skipped; of two middle values the larger one. 0 where all are.
+std::array<float, PackedLines::width> getMedianNoise(const PackedLines& lines,
+                                                     const Series<char>& isSkipped, int first);
+
+/// Estimates of one pack, as they lie in it, and how they are taken: where `isPresent` is 0 as
+/// silence, otherwise the less sure the less is taken, namely the share of the power in the sum of
+/// it and `doubts` times the variance.
+struct PackEstimates
+{
+    const float* real;
+    const float* imaginary;
+    const float* variances;
+    int numFrames;
+    int numLines; ///< of the pack
+    std::array<double, PackedLines::width> doubts;
+    std::array<double, PackedLines::width> isPresent; ///< 0 or 1
+};
+
+/// Writes them to rows of silence that lie `stride` values apart.
+void unpack(const PackEstimates& estimates, int stride, Complex* amplitudes, double* variances);
 
 } // namespace orvo::audio::precise

@@ -1,8 +1,8 @@
 #include "dsp/precise/PathSmoother.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <limits>
 #include <utility>
 
 namespace orvo::audio::precise
@@ -10,7 +10,10 @@ namespace orvo::audio::precise
 namespace
 {
 
+/// Sizes of the wander that are tried, powers of ten.
 constexpr int smallestExponent = -7;
+constexpr std::size_t numTrials = 10;
+
 constexpr double freedom = 4.0;
 constexpr double smallestNoiseFactor = 0.7;
 constexpr double leapVariance = 1.0;
@@ -29,8 +32,6 @@ struct Filtered
 {
     Series<State> states;
     Series<State> predictions;
-    double likelihood = -std::numeric_limits<double>::infinity();
-    double wander = 0.0;
 };
 
 State predict(const State& s, double t, double wander)
@@ -42,48 +43,14 @@ State predict(const State& s, double t, double wander)
             s.speedVariance + wander * t};
 }
 
-/// Sum of logarithms, which are taken of products of a few values.
-class Logarithms
+/// Takes a measurement in; gives what the likelihood is made of.
+struct Evidence
 {
-public:
-    void add(double value)
-    {
-        product *= value;
-        if (++count % valuesPerLogarithm == 0)
-            collect();
-    }
-
-    double get()
-    {
-        collect();
-        return sum;
-    }
-
-private:
-    static constexpr int valuesPerLogarithm = 8; // products of so many stay within range
-
-    void collect()
-    {
-        sum += std::log(product);
-        product = 1.0;
-    }
-
-    double product = 1.0;
-    double sum = 0.0;
-    int count = 0;
+    double total;
+    double tail;
 };
 
-/// What the likelihood of a path is made of.
-struct Likelihood
-{
-    Logarithms totals;
-    Logarithms tails;
-
-    double get() { return -0.5 * totals.get() - 0.5 * (freedom + 1.0) * tails.get(); }
-};
-
-/// Takes a measurement in.
-void update(State& s, double measured, double variance, Likelihood& likelihood)
+Evidence update(State& s, double measured, double variance)
 {
     const double total = s.valueVariance + variance;
     const double error = measured - s.value;
@@ -97,27 +64,87 @@ void update(State& s, double measured, double variance, Likelihood& likelihood)
     s.speedVariance -= speedGain * s.covariance;
     s.covariance -= valueGain * s.covariance;
     s.valueVariance -= valueGain * s.valueVariance;
-    likelihood.totals.add(total);
-    likelihood.tails.add(1.0 + ratio / freedom);
+    return {total, 1.0 + ratio / freedom};
 }
+
+constexpr State getStart(double measured)
+{
+    return {measured, 0.0, 1.0, 0.0, 5.0};
+}
+
+/// All sizes of the wander at once: each waits for its divisions alone, but not for those of the
+/// others. Logarithms are taken of products of a few values.
+class Trials
+{
+public:
+    Trials(double start, double frameTimeToUse)
+        : frameTime(frameTimeToUse)
+    {
+        states.fill(getStart(start));
+        totals.fill(1.0);
+        tails.fill(1.0);
+        for (std::size_t i = 0; i < numTrials; ++i)
+            wanders[i] = std::pow(10.0, smallestExponent + static_cast<int>(i));
+    }
+
+    void add(double measured, double variance, bool isRestarted)
+    {
+        const double leap = isRestarted ? leapVariance : 0.0;
+        for (std::size_t i = 0; i < numTrials; ++i)
+        {
+            State state = predict(states[i], frameTime, wanders[i]);
+            state.valueVariance += leap;
+            const Evidence evidence = update(state, measured, variance);
+            states[i] = state;
+            totals[i] *= evidence.total;
+            tails[i] *= evidence.tail;
+        }
+        if (++count % valuesPerLogarithm == 0)
+            collect();
+    }
+
+    /// The likeliest of the first `count` sizes.
+    double findWander(std::size_t numTried)
+    {
+        collect();
+        const auto end = likelihoods.begin() + static_cast<std::ptrdiff_t>(numTried);
+        const auto best = std::max_element(likelihoods.begin(), end) - likelihoods.begin();
+        return wanders[static_cast<std::size_t>(best)];
+    }
+
+private:
+    static constexpr int valuesPerLogarithm = 8; // products of so many stay within range
+
+    void collect()
+    {
+        for (std::size_t i = 0; i < numTrials; ++i)
+            likelihoods[i] -= 0.5 * std::log(std::exchange(totals[i], 1.0)) +
+                              0.5 * (freedom + 1.0) * std::log(std::exchange(tails[i], 1.0));
+    }
+
+    double frameTime;
+    std::array<State, numTrials> states;
+    std::array<double, numTrials> wanders{};
+    std::array<double, numTrials> totals;
+    std::array<double, numTrials> tails;
+    std::array<double, numTrials> likelihoods{};
+    int count = 0;
+};
 
 Filtered filter(const Series<double>& measured, const Series<double>& variances,
                 const Series<char>& isRestarted, double frameTime, double wander)
 {
     Filtered result;
-    result.wander = wander;
-    Likelihood likelihood;
-    State state{measured[0], 0.0, 1.0, 0.0, 5.0};
+    State state = getStart(measured[0]);
     for (std::size_t k = 0; k < measured.size(); ++k)
     {
         state = predict(state, frameTime, wander);
         if (isRestarted[k] != 0)
             state.valueVariance += leapVariance;
         result.predictions.push_back(state);
-        update(state, measured[k], variances[k], likelihood);
+        update(state, measured[k], variances[k]);
         result.states.push_back(state);
     }
-    result.likelihood = likelihood.get();
     return result;
 }
 
@@ -147,16 +174,13 @@ State smoothOne(const State& s, const State& prediction, const State& next, doub
 SmoothPath smoothPath(const Series<double>& measured, const Series<double>& variances,
                       const Series<char>& isRestarted, double frameTime, int largestExponent)
 {
-    Filtered best;
-    for (int exponent = smallestExponent; exponent <= largestExponent; ++exponent)
-    {
-        Filtered trial =
-            filter(measured, variances, isRestarted, frameTime, std::pow(10.0, exponent));
-        if (trial.likelihood > best.likelihood)
-            best = std::move(trial);
-    }
+    Trials trials(measured[0], frameTime);
+    for (std::size_t k = 0; k < measured.size(); ++k)
+        trials.add(measured[k], variances[k], isRestarted[k] != 0);
     SmoothPath path;
-    path.wander = best.wander;
+    path.wander =
+        trials.findWander(static_cast<std::size_t>(largestExponent - smallestExponent) + 1);
+    const Filtered best = filter(measured, variances, isRestarted, frameTime, path.wander);
     path.values.resize(measured.size());
     path.speeds.resize(measured.size());
     State state = best.states.back();

@@ -26,8 +26,10 @@ constexpr double fadeShare = 0.4; // of the overlap
 /// tapes nearly always.
 constexpr double learnedReach = 0.01;
 
-/// Stretches that are analysed at the same time.
-constexpr std::size_t mostRunning = 2;
+/// Stretches that are analysed at the same time. With two more than there are cores these stay busy
+/// while the first of them is waited for.
+constexpr std::size_t usuallyRunning = 2;
+constexpr std::size_t mostRunning = 4;
 
 constexpr int chunk = 1 << 16; // samples that go to the sink at once
 
@@ -65,8 +67,13 @@ bool isSound(float sample)
 bool isAllSound(const ChannelView& view)
 {
     for (const float* const samples : view.channels)
-        if (!std::all_of(samples, samples + view.numSamples, isSound))
+    {
+        int numOther = 0; // counted to the end: several are looked at together then
+        for (int i = 0; i < view.numSamples; ++i)
+            numOther += isSound(samples[i]) ? 0 : 1;
+        if (numOther > 0)
             return false;
+    }
     return true;
 }
 
@@ -98,8 +105,9 @@ std::optional<PreciseSettings> learnHum(ChannelView view, const PreciseSettings&
 HumSurvey::HumSurvey(double sampleRate, int numberOfChannels, const PreciseSettings& settingsToUse)
     : settings(settingsToUse)
     , decimator(chooseSurveyFactor(sampleRate, settings))
-    , detector(sampleRate / decimator.getFactor(), settings.ranges)
-    , windowLength(static_cast<std::size_t>(detector.getWindowLength()) *
+    , halves{Half{{sampleRate / decimator.getFactor(), settings.ranges}},
+             Half{{sampleRate / decimator.getFactor(), settings.ranges}}}
+    , windowLength(static_cast<std::size_t>(halves[0].detector.getWindowLength()) *
                    static_cast<std::size_t>(decimator.getFactor()))
     , numChannels(static_cast<std::size_t>(numberOfChannels))
 {
@@ -128,23 +136,18 @@ void HumSurvey::add(const float* const* channels, int numSamples)
         start += count;
         if (getFilled() < windowLength)
             break;
-        ready.push_back(std::move(window));
-        firstChannel = (firstChannel + ready.back().size()) % numChannels;
+        firstChannel = (firstChannel + window.size()) % numChannels;
+        Half& half = halves[turn];
+        turn = 1 - turn;
+        if (half.measuring.valid())
+            half.measuring.get();
+        half.measuring = std::async(choosePolicy(settings), [this, &half, heard = std::move(window)]
+                                    { measure(heard, half.detector); });
         startWindow();
     }
-    if (ready.empty())
-        return;
-    if (measuring.valid())
-        measuring.get();
-    measuring = std::async(choosePolicy(settings),
-                           [this, windows = std::exchange(ready, {})]
-                           {
-                               for (const Window& heard : windows)
-                                   measure(heard);
-                           });
 }
 
-void HumSurvey::measure(const Window& heard)
+void HumSurvey::measure(const Window& heard, CombDetector& detector) const
 {
     for (const Series<float>& samples : heard)
     {
@@ -154,13 +157,21 @@ void HumSurvey::measure(const Window& heard)
     }
 }
 
+void HumSurvey::wait()
+{
+    for (Half& half : halves)
+        if (half.measuring.valid())
+            half.measuring.get();
+}
+
 PreciseSettings HumSurvey::finish()
 {
-    if (measuring.valid())
-        measuring.get();
+    wait();
+    CombDetector& detector = halves[0].detector;
+    detector.add(halves[1].detector);
     const auto numHeard = static_cast<int>(window.size());
     if (getFilled() > 0)
-        measure(window);
+        measure(window, detector);
     const Series<CombPeak> peaks = detector.getPeaks();
     const auto isInside = [](const FundamentalRange& range, const CombPeak& peak)
     { return peak.fundamental >= range.lowest && peak.fundamental <= range.highest; };
@@ -189,6 +200,8 @@ PreciseRemover::PreciseRemover(double rate, int numChannels, PreciseSettings set
     , buffers(static_cast<std::size_t>(numChannels))
     , tail(static_cast<std::size_t>(numChannels))
 {
+    if (settings.keepsMemory)
+        reuse.emplace();
     const double seconds = std::clamp(longestStretch * usualSampleRate / (rate * numChannels),
                                       shortestStretch, longestStretch);
     length = static_cast<int>(seconds * rate);
@@ -226,7 +239,7 @@ void PreciseRemover::add(const float* const* channels, int numSamples)
 /// one is still analysed, so that two threads are busy without a third stretch.
 void PreciseRemover::makeRoom()
 {
-    if (running.size() == mostRunning)
+    if (running.size() == (settings.keepsMemory ? mostRunning : usuallyRunning))
         deliverNext(false);
 }
 
@@ -328,9 +341,11 @@ void PreciseRemover::keepTail(const Stretch& stretch, int start)
 void PreciseRemover::send(Stretch& stretch, int start, int end)
 {
     const Series<float> nothing(stretch.hum.empty() ? chunk : 0);
-    for (auto& values : stretch.hum)
-        for (float& value : values)
-            value *= static_cast<float>(settings.strength);
+    const auto strength = static_cast<float>(settings.strength);
+    if (strength != 1.0F)
+        for (auto& values : stretch.hum)
+            for (float& value : values)
+                value *= strength;
     for (; start < end; start += chunk)
     {
         Series<const float*> samples;

@@ -5,6 +5,7 @@
 #include "dsp/precise/Series.h"
 #include "dsp/precise/StretchRemover.h"
 
+#include <array>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -27,6 +28,10 @@ struct PreciseSettings
     /// Two threads beside the caller's; all work is done in the caller's own where many recordings
     /// are worked on at the same time. The result is the same.
     bool usesThreads = true;
+
+    /// Large blocks of memory are kept from stretch to stretch, and four stretches are under way at
+    /// a time. It is faster where channels are many, and takes more memory.
+    bool keepsMemory = false;
 };
 
 /// Where a fundamental can be looked for: from railway mains to aircraft.
@@ -46,7 +51,7 @@ std::optional<PreciseSettings> learnHum(ChannelView view, const PreciseSettings&
 
 /// First reading of a recording: which fundamental its hum has, if it has any. Where there are more
 /// than four channels they are heard in turns, four at a time. Memory is that of some seconds. One
-/// thread at a time; what was added is measured by another one meanwhile.
+/// thread at a time; what was added is measured by two others meanwhile.
 class HumSurvey
 {
 public:
@@ -66,26 +71,33 @@ private:
     /// What is heard of some seconds.
     using Window = Series<Series<float>>;
 
+    /// Measures every other window.
+    struct Half
+    {
+        CombDetector detector;
+        std::future<void> measuring{}; // ends before the other goes
+    };
+
     std::size_t getFilled() const { return window.front().size(); }
 
     void startWindow();
-    void measure(const Window& heard);
+    void measure(const Window& heard, CombDetector& detector) const;
+    void wait();
 
     PreciseSettings settings;
     Decimator decimator;
-    CombDetector detector;
+    std::array<Half, 2> halves;
     std::size_t windowLength; // samples before decimation
     std::size_t numChannels;
     std::size_t firstChannel = 0; // of those that are heard
+    std::size_t turn = 0;         // of the halves
     Window window;
-    Series<Window> ready;
-    std::future<void> measuring; // of what came before, beside reading; ends before the others go
 };
 
 /// Second reading: removes hum from a recording of any length, by overlapping stretches of 20
-/// seconds and less where there are many channels, two of which are analysed at the same time,
-/// beside the caller's thread unless the settings say otherwise. Memory does not grow with the
-/// length but for the course of the summary. Where there is no hum nothing changes.
+/// seconds and less where there are many channels, two or four of which are analysed at the same
+/// time, beside the caller's thread unless the settings say otherwise. Memory does not grow with
+/// the length but for the course of the summary. Where there is no hum nothing changes.
 class PreciseRemover
 {
 public:
@@ -136,6 +148,7 @@ private:
     void keepTail(const Stretch& stretch, int start);
     void send(Stretch& stretch, int start, int end);
 
+    std::optional<LargeBlockReuse> reuse;
     double sampleRate;
     PreciseSettings settings;
     Sink sink;
@@ -148,7 +161,7 @@ private:
     Series<Series<float>> buffers; // as they came in, from the next stretch on
     Series<Series<float>> tail;    // hum of the stretch before, over the fade
     bool hasTail = false;
-    std::deque<std::future<Stretch>> running; // at most two; end before the others go
+    std::deque<std::future<Stretch>> running; // end before the others go
 };
 
 } // namespace orvo::audio::precise

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "dsp/precise/LargeBlocks.h"
+
 #include <concepts>
 #include <cstddef>
 #include <vector>
@@ -17,19 +19,21 @@ constexpr std::size_t indexOf(int row, int width, int column = 0)
 /// A vector that is indexed by any integer: frames, lines and samples are counted by int, since
 /// their differences may be negative.
 template <typename T>
-class Series : public std::vector<T>
+class Series : public std::vector<T, BlockAllocator<T>>
 {
+    using Base = std::vector<T, BlockAllocator<T>>;
+
 public:
-    using std::vector<T>::vector;
+    using Base::Base;
 
     T& operator[](std::integral auto index)
     {
-        return std::vector<T>::operator[](static_cast<std::size_t>(index));
+        return Base::operator[](static_cast<std::size_t>(index));
     }
 
     const T& operator[](std::integral auto index) const
     {
-        return std::vector<T>::operator[](static_cast<std::size_t>(index));
+        return Base::operator[](static_cast<std::size_t>(index));
     }
 };
 

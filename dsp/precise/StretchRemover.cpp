@@ -6,6 +6,7 @@
 #include "dsp/precise/LineDoubts.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <numbers>
 #include <numeric>
@@ -200,11 +201,19 @@ double getHumPower(const HumModel& model)
 
 double getSoundPower(const ChannelView& view)
 {
-    double sum = 0.0;
+    constexpr int lanes = 8; // additions wait for each other
+    std::array<double, lanes> sums{};
     for (const float* const samples : view.channels)
-        for (int i = 0; i < view.numSamples; ++i)
-            sum += static_cast<double>(samples[i]) * samples[i];
-    return sum / std::max(1, view.numSamples);
+    {
+        int i = 0;
+        for (; i + lanes <= view.numSamples; i += lanes)
+            for (int lane = 0; lane < lanes; ++lane)
+                sums[static_cast<std::size_t>(lane)] +=
+                    static_cast<double>(samples[i + lane]) * samples[i + lane];
+        for (; i < view.numSamples; ++i)
+            sums[0] += static_cast<double>(samples[i]) * samples[i];
+    }
+    return std::accumulate(sums.begin(), sums.end(), 0.0) / std::max(1, view.numSamples);
 }
 
 /// Whether hum is no nearer to the mains frequencies than notes are.
@@ -257,29 +266,16 @@ bool isBursts(const HumModel& model)
     return densest > burstShare * total;
 }
 
-/// Number of the highest harmonic that is there, 1 if none is.
-int findHighest(const HumModel& model)
-{
-    const Series<double> evidence = collectEvidence(model);
-    const auto found =
-        std::find_if(evidence.rbegin(), evidence.rend(), [](double value) { return value > 0.0; });
-    return std::max(1, static_cast<int>(evidence.rend() - found));
-}
-
 /// The hum with all harmonics of a view, of which those above the highest are left out.
 HumModel extend(const HumModel& model, const ChannelView& view, const FrameGrid& grid,
                 double fundamental, int numHarmonics)
 {
-    HarmonicLines lines = LineReader(view, grid, fundamental).read(model.getTrack(), numHarmonics);
-    HumModel extended = model.moveTo(lines);
-    extended.updateAmplitudes();
-    const int highest = findHighest(extended);
+    HumModel extended =
+        model.moveTo(LineReader(view, grid, fundamental).read(model.getTrack(), numHarmonics));
+    const int highest = extended.findHighest();
     if (highest < numHarmonics)
-    {
-        lines = keepHarmonics(lines, highest);
-        extended = model.moveTo(std::move(lines));
-        extended.updateAmplitudes();
-    }
+        extended = model.moveTo(extended.getReadLines(highest));
+    extended.updateAmplitudes();
     for (int round = 0; round < noiseRounds; ++round)
     {
         extended.takeNoiseFromResidual();

@@ -66,6 +66,10 @@ struct WalkEstimates
 WalkEstimates smoothWalks(const Walks& walks, const Series<float>& steps,
                           const Series<char>& isLeftOut);
 
+/// Only their evidence.
+Series<double> getWalkEvidence(const Walks& walks, const Series<float>& steps,
+                               const Series<char>& isLeftOut);
+
 /// How far the estimates from two frames before and from one after differ, against their variance,
 /// for each frame but those at the ends: the sum over lines, each `most` at most and times its
 /// weight.

@@ -1,5 +1,7 @@
 #include "dsp/precise/WalkKernel.h"
 
+#include <utility>
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "dsp/precise/WalkSmoothing.cpp"
 // The first of these must come first.
@@ -162,9 +164,12 @@ HWY_ATTR void storeEstimates(const PackedLines& lines, const char* isLeftOut, in
     {
         const std::size_t at = start + indexOf(frame, PackedLines::width);
         const Filter here = track.get(frame);
-        hn::StoreU(here.real, d, &estimates.real[at]);
-        hn::StoreU(here.imaginary, d, &estimates.imaginary[at]);
-        hn::StoreU(here.variance, d, &estimates.variances[at]);
+        if (!estimates.real.empty()) // more than the evidence is asked for
+        {
+            hn::StoreU(here.real, d, &estimates.real[at]);
+            hn::StoreU(here.imaginary, d, &estimates.imaginary[at]);
+            hn::StoreU(here.variance, d, &estimates.variances[at]);
+        }
         if (isLeftOut[frame] != 0)
             continue;
         const Reading reading(lines, at);
@@ -223,6 +228,16 @@ WalkEstimates smoothWalks(const Walks& walks, const Series<float>& steps,
     HWY_DYNAMIC_DISPATCH(smoothWalksKernel)(walks, steps.data(), isLeftOut.data(), estimates);
     estimates.evidence.resize(static_cast<std::size_t>(walks.lines.numLines));
     return estimates;
+}
+
+Series<double> getWalkEvidence(const Walks& walks, const Series<float>& steps,
+                               const Series<char>& isLeftOut)
+{
+    WalkEstimates estimates{
+        {}, {}, {}, Series<double>(static_cast<std::size_t>(walks.lines.getNumLanes()))};
+    HWY_DYNAMIC_DISPATCH(smoothWalksKernel)(walks, steps.data(), isLeftOut.data(), estimates);
+    estimates.evidence.resize(static_cast<std::size_t>(walks.lines.numLines));
+    return std::move(estimates.evidence);
 }
 
 Series<double> getDisagreements(const Walks& walks, const Series<float>& steps,

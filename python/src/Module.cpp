@@ -76,6 +76,7 @@ struct PreciseArguments
             task.settings.distrustsOthers = false;
         }
         task.settings.strength = strength;
+        task.settings.keepsMemory = true;
         if (learned)
             task.learned = Part{learned->first, learned->second};
         task.residual = residual;
@@ -117,6 +118,12 @@ py::array_t<Sample> removeTracking(const py::array_t<Sample>& array, const Engin
     return output;
 }
 
+template <typename Value>
+std::vector<Value> toVector(const precise::Series<Value>& values)
+{
+    return {values.begin(), values.end()};
+}
+
 py::dict describe(const precise::HumSummary& hum, const std::vector<Normal>& normals)
 {
     constexpr std::array kinds{"none",     "steady",    "tape",
@@ -140,10 +147,9 @@ py::dict describe(const precise::HumSummary& hum, const std::vector<Normal>& nor
         arg("fundamental") = hum.getMeanFrequency(), arg("uncertainty") = hum.getUncertainty(),
         arg("lowest") = hum.getLowestFrequency(), arg("highest") = hum.getHighestFrequency(),
         arg("drift") = hum.getDrift(), arg("seconds_of_hum") = hum.getSecondsOfHum(),
-        arg("changes") = static_cast<const std::vector<double>&>(hum.getChanges()),
-        arg("harmonics") = harmonics, arg("course") = course,
-        arg("unsure") = static_cast<const std::vector<int>&>(doubts.unsure),
-        arg("notes") = static_cast<const std::vector<int>&>(doubts.notes));
+        arg("changes") = toVector(hum.getChanges()), arg("harmonics") = harmonics,
+        arg("course") = course, arg("unsure") = toVector(doubts.unsure),
+        arg("notes") = toVector(doubts.notes));
 }
 
 template <typename Sample>

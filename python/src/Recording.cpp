@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <future>
 #include <type_traits>
 
 namespace kalim::python
@@ -17,6 +18,9 @@ constexpr double loudestPeak = 8.0;
 /// Sound has hardly any offset; electrodes have one far above what they measure.
 constexpr double mostOffset = 3.0; // standard deviations
 
+/// Samples that one thread measures before another could have begun.
+constexpr std::int64_t longestAlone = 1 << 18;
+
 struct Level
 {
     double mean = 0.0;
@@ -25,38 +29,89 @@ struct Level
     double highest = 0.0;
 };
 
-/// Four sums side by side, for additions that wait for each other take most of the time.
+/// Adds samples up, four sums side by side: additions that wait for each other take most of the
+/// time.
+class Measurement
+{
+public:
+    explicit Measurement(double firstSample)
+        : first(std::isfinite(firstSample) ? firstSample : 0.0)
+    {
+    }
+
+    template <typename Sample>
+    void add(const Sample* samples, std::int64_t count)
+    {
+        Sums local = sums; // in registers
+        std::int64_t n = 0;
+        for (; n + lanes <= count; n += lanes)
+        {
+            double probe = 0.0; // which only numbers that are finite leave alone
+            for (int lane = 0; lane < lanes; ++lane)
+                probe += 0.0 * static_cast<double>(samples[n + lane]);
+            if (probe == 0.0)
+                for (int lane = 0; lane < lanes; ++lane)
+                    local.take(static_cast<double>(samples[n + lane]) - first, lane);
+            else
+                for (int lane = 0; lane < lanes; ++lane)
+                    takeFinite(static_cast<double>(samples[n + lane]), lane, local);
+        }
+        for (; n < count; ++n)
+            takeFinite(static_cast<double>(samples[n]), static_cast<int>(n % lanes), local);
+        sums = local;
+        numTaken += count;
+    }
+
+    Level get() const
+    {
+        const auto count = static_cast<double>(std::max<std::int64_t>(numTaken - numOther, 1));
+        const auto add = [](const double* s) { return s[0] + s[1] + s[2] + s[3]; };
+        const double mean = add(sums.values) / count;
+        const double square = add(sums.squares) / count;
+        return {first + mean, std::sqrt(std::max(square - mean * mean, 0.0)),
+                first + *std::min_element(sums.lows, sums.lows + lanes),
+                first + *std::max_element(sums.highs, sums.highs + lanes)};
+    }
+
+private:
+    static constexpr int lanes = 4;
+
+    struct Sums
+    {
+        void take(double value, int lane)
+        {
+            values[lane] += value;
+            squares[lane] += value * value;
+            lows[lane] = std::min(lows[lane], value);
+            highs[lane] = std::max(highs[lane], value);
+        }
+
+        double values[lanes] = {};
+        double squares[lanes] = {};
+        double lows[lanes] = {};
+        double highs[lanes] = {};
+    };
+
+    void takeFinite(double sample, int lane, Sums& local)
+    {
+        if (std::isfinite(sample))
+            local.take(sample - first, lane);
+        else
+            ++numOther;
+    }
+
+    double first; // far from an offset squares lose their digits
+    Sums sums;
+    std::int64_t numTaken = 0;
+    std::int64_t numOther = 0; // that are not finite
+};
+
 template <typename Sample>
 Level measure(const Sample* samples, std::int64_t length)
 {
-    constexpr std::int64_t lanes = 4;
-    const double first = length > 0 && std::isfinite(samples[0]) ? samples[0] : 0.0;
-    double sums[lanes] = {};
-    double squares[lanes] = {};
-    double lows[lanes] = {};
-    double highs[lanes] = {};
-    std::int64_t numFinite = length;
-    for (std::int64_t n = 0; n < length; ++n)
-    {
-        const double sample = samples[n];
-        if (!std::isfinite(sample))
-        {
-            --numFinite;
-            continue;
-        }
-        const auto lane = static_cast<std::size_t>(n % lanes);
-        const double value = sample - first; // far from an offset squares lose their digits
-        sums[lane] += value;
-        squares[lane] += value * value;
-        lows[lane] = std::min(lows[lane], value);
-        highs[lane] = std::max(highs[lane], value);
-    }
-    const auto count = static_cast<double>(std::max<std::int64_t>(numFinite, 1));
-    const double mean = (sums[0] + sums[1] + sums[2] + sums[3]) / count;
-    const double square = (squares[0] + squares[1] + squares[2] + squares[3]) / count;
-    return {first + mean, std::sqrt(std::max(square - mean * mean, 0.0)),
-            first + *std::min_element(lows, lows + lanes),
-            first + *std::max_element(highs, highs + lanes)};
+    Measurement measurement(length > 0 ? static_cast<double>(samples[0]) : 0.0);
+    measurement.add(samples, length);
+    return measurement.get();
 }
 
 bool looksLikeSound(const std::vector<Level>& levels)
@@ -84,9 +139,17 @@ Normal normalise(const Level& level)
 template <typename Sample>
 std::vector<Normal> findNormals(const Recording<Sample>& recording, bool always)
 {
-    std::vector<Level> levels;
-    for (int channel = 0; channel < recording.channels; ++channel)
-        levels.push_back(measure(recording.row(channel), recording.length));
+    std::vector<Level> levels(static_cast<std::size_t>(recording.channels));
+    const auto measureFrom = [&](int first)
+    {
+        for (int channel = first; channel < recording.channels; channel += 2)
+            levels[static_cast<std::size_t>(channel)] =
+                measure(recording.row(channel), recording.length);
+    };
+    const bool isLong = recording.channels * recording.length > longestAlone;
+    auto others = std::async(isLong ? std::launch::async : std::launch::deferred, measureFrom, 1);
+    measureFrom(0);
+    others.get();
     std::vector<Normal> normals;
     if (always || !looksLikeSound(levels))
         for (const Level& level : levels)
