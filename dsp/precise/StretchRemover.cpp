@@ -3,6 +3,7 @@
 #include "dsp/precise/ClearestChannels.h"
 #include "dsp/precise/Decimator.h"
 #include "dsp/precise/HumFitter.h"
+#include "dsp/precise/LevelDoubts.h"
 #include "dsp/precise/LineDoubts.h"
 
 #include <algorithm>
@@ -342,6 +343,7 @@ std::optional<HumModel> StretchRemover::find(const Views& views, double fundamen
     const bool isInDoubt =
         settings.distrustsOthers && (isShort(extended) || isBesideMains(extended));
     leaveOutNotes(extended, isInDoubt, !settings.distrustsOthers);
+    lowerDoubtfulMoments(extended);
     if (!isHum(extended, views.full))
         return {};
     result.fundamental = found;
