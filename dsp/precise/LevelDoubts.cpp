@@ -10,7 +10,8 @@ namespace orvo::audio::precise
 namespace
 {
 
-/// A third of a second holds enough to tell; moments overlap by half.
+/// A third of a second holds enough to tell; moments overlap by half. Products of powers over half
+/// of one stay within range.
 constexpr int momentFrames = 10;
 constexpr int momentHop = momentFrames / 2;
 
@@ -35,6 +36,9 @@ struct Verdict
     bool isRefuted = false; ///< whether no hum at all is far likelier than what was fitted
 };
 
+/// By how much each level makes readings likelier than no hum does (logarithm).
+using Ratings = std::array<double, levels.size()>;
+
 class LevelTest
 {
 public:
@@ -43,15 +47,61 @@ public:
         , lines(model.getLines())
         , amplitudes(model.getAmplitudes())
     {
-    }
-
-    Verdict judge(int first) const
-    {
-        const int last = std::min(first + momentFrames, lines.numFrames);
-        std::array<double, levels.size()> sums{};
         for (int line = 0; line < lines.getNumLines(); ++line)
             if (model.getSmooth().isPresent[line] != 0)
-                addLine(line, first, last, sums);
+                used.push_back(line);
+    }
+
+    /// A verdict for every moment.
+    Series<Verdict> judge() const
+    {
+        Series<Verdict> verdicts;
+        Series<Ratings> before = rate(0);
+        for (int first = momentHop; verdicts.empty() || first < lines.numFrames; first += momentHop)
+        {
+            Series<Ratings> here = rate(first);
+            verdicts.push_back(judge(before, here));
+            before = std::move(here);
+        }
+        return verdicts;
+    }
+
+private:
+    /// Ratings of every line that is used over half a moment.
+    Series<Ratings> rate(int first) const
+    {
+        Series<Ratings> ratings;
+        for (const int line : used)
+            ratings.push_back(rate(line, first, std::min(first + momentHop, lines.numFrames)));
+        return ratings;
+    }
+
+    Ratings rate(int line, int first, int last) const
+    {
+        double none = 1.0;
+        Ratings products;
+        products.fill(1.0);
+        for (int frame = first; frame < last; ++frame)
+        {
+            const std::size_t at = lines.at(frame, line);
+            const double noise = freedom * model.getReadNoise()[at] + tiny;
+            const Complex value = lines.amplitudes[at];
+            none *= noise + getPower(value);
+            for (std::size_t i = 0; i < levels.size(); ++i)
+                products[i] *= noise + getPower(value - levels[i] * amplitudes[at]);
+        }
+        Ratings ratings;
+        for (std::size_t i = 0; i < levels.size(); ++i)
+            ratings[i] = (0.5 * freedom + 1.0) * std::log(none / products[i]);
+        return ratings;
+    }
+
+    static Verdict judge(const Series<Ratings>& before, const Series<Ratings>& here)
+    {
+        Ratings sums{};
+        for (std::size_t line = 0; line < here.size(); ++line)
+            for (std::size_t i = 0; i < levels.size(); ++i)
+                sums[i] += std::clamp(before[line][i] + here[line][i], -mostPerLine, mostPerLine);
         const auto* const best = std::max_element(sums.begin(), sums.end());
         if (*best <= sums.front() + margin)
             return {};
@@ -59,38 +109,17 @@ public:
                 sums.back() > sums.front() + margin};
     }
 
-private:
-    /// Adds how much likelier each level makes the readings than no hum does.
-    void addLine(int line, int first, int last, std::array<double, levels.size()>& sums) const
-    {
-        std::array<double, levels.size()> ratios;
-        ratios.fill(1.0);
-        for (int frame = first; frame < last; ++frame)
-        {
-            const std::size_t at = lines.at(frame, line);
-            const double noise = freedom * model.getReadNoise()[at] + tiny;
-            const double none = noise + getPower(lines.amplitudes[at]);
-            for (std::size_t i = 0; i < levels.size(); ++i)
-                ratios[i] *=
-                    none / (noise + getPower(lines.amplitudes[at] - levels[i] * amplitudes[at]));
-        }
-        for (std::size_t i = 0; i < levels.size(); ++i)
-            sums[i] +=
-                std::clamp((0.5 * freedom + 1.0) * std::log(ratios[i]), -mostPerLine, mostPerLine);
-    }
-
     const HumModel& model;
     const HarmonicLines& lines;
     Series<Complex> amplitudes;
+    Series<int> used; // lines that are present
 };
 
 /// Shares of all moments. A chord may speak for less in a single moment: only beside one in which
 /// the fit is refuted is that believed.
-Series<double> findShares(const LevelTest& test, int numFrames)
+Series<double> findShares(const LevelTest& test)
 {
-    Series<Verdict> verdicts;
-    for (int first = 0; first == 0 || first + momentHop < numFrames; first += momentHop)
-        verdicts.push_back(test.judge(first));
+    Series<Verdict> verdicts = test.judge();
     const auto isSure = [](const Verdict& verdict) { return verdict.share == 1.0; };
     for (auto from = verdicts.begin(); from != verdicts.end();)
     {
@@ -121,7 +150,7 @@ double interpolate(const Series<double>& shares, int frame)
 void lowerDoubtfulMoments(HumModel& model)
 {
     const HarmonicLines& lines = model.getLines();
-    const Series<double> shares = findShares(LevelTest(model), lines.numFrames);
+    const Series<double> shares = findShares(LevelTest(model));
     if (std::all_of(shares.begin(), shares.end(), [](double share) { return share == 1.0; }))
         return;
     Series<Complex> amplitudes = model.getSmooth().amplitudes;
