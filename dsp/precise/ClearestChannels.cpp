@@ -17,8 +17,6 @@ constexpr int enoughLines = 16;
 constexpr int fewestClearest = 2;
 constexpr int mostClearest = 4;
 
-constexpr double highestShareOfRate = 0.45;
-
 std::size_t countClearest(const ChannelView& view, double fundamental)
 {
     const int numHarmonics = std::clamp(

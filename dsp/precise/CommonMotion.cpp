@@ -23,10 +23,9 @@ constexpr int rounds = 5;
 constexpr int roughRounds = 2; // in which the phase is not smoothed yet
 constexpr double largestPhaseStep = 0.3;
 constexpr double largestGainStep = 0.5;
-constexpr double largestLogGain = 7.0; // 60 dB: recordings are faded out to nothing
 /// Levels of the gain for a first path, from -60 dB to 20 dB, and how far it moves from frame to
 /// frame (one sigma).
-constexpr double lowestLevel = -7.0;
+constexpr double lowestLevel = -largestLogGain;
 constexpr double levelStep = 0.1;
 constexpr int numGains = 96;
 constexpr double levelMove = 0.1;

@@ -7,6 +7,9 @@
 namespace orvo::audio::precise
 {
 
+/// Either way, natural logarithm; 60 dB, for recordings are faded out to nothing.
+inline constexpr double largestLogGain = 7.0;
+
 /// What all harmonics do together, frame by frame.
 struct CommonMotion
 {

@@ -9,6 +9,9 @@
 namespace orvo::audio::precise
 {
 
+/// Harmonics above this share of the sample rate are left alone.
+inline constexpr double highestShareOfRate = 0.45;
+
 /// What frames of a stretch hold at the harmonics of a track, for all channels: complex amplitudes
 /// against the phase of the track (a harmonic that follows it stands still), and the power of
 /// everything else near them.

@@ -102,8 +102,8 @@ bool improve(HumModel& model, bool hasGain, double margin)
 
 HumFitter::HumFitter(const ChannelView& view, const FrameGrid& grid, double fundamentalToUse)
     : fundamental(fundamentalToUse)
-    , usedHarmonics(
-          std::clamp(static_cast<int>(0.45 * view.sampleRate / fundamental), 1, numHarmonics))
+    , usedHarmonics(std::clamp(static_cast<int>(highestShareOfRate * view.sampleRate / fundamental),
+                               1, numHarmonics))
     , reader(view, grid, fundamentalToUse, usedHarmonics)
 {
 }

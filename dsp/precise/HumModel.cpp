@@ -15,10 +15,21 @@ namespace
 constexpr double pi = std::numbers::pi;
 constexpr double segmentCost = 25.0;
 constexpr int sameEvent = 3; // frames
-constexpr double largestLogGain = 7.0;
+constexpr double tiny = 1e-30;
 
 /// The residual is a little less than the noise, since the amplitudes followed some of it.
 constexpr double shareOfResidual = 1.2;
+
+/// The partials of a chord may lie half-way between harmonics, where noise is read. Where the model
+/// leaves less than a quarter of that, no more is taken; but a 30th at least.
+constexpr double mostDoubtfulShare = 0.25;
+constexpr double leastShareOfNoise = 0.03;
+
+/// Of powers of noise.
+constexpr double meanOverMedian = 1.44;
+
+/// The amplitudes may have followed no more than this share of the noise.
+constexpr double mostFollowed = 0.7;
 
 /// Multiplies harmonic h of a frame by size exp(i h phase), given amplitudes of the same shape.
 void turnFrame(const HarmonicLines& shape, Series<Complex>& values, int frame, double size,
@@ -35,11 +46,6 @@ void turnFrame(const HarmonicLines& shape, Series<Complex>& values, int frame, d
     for (int channel = 0; channel < shape.numChannels; ++channel)
         for (int h = 0; h < shape.numHarmonics; ++h, ++amplitude)
             *amplitude = multiply(*amplitude, turns[h]);
-}
-
-void turnFrame(HarmonicLines& lines, int frame, double size, double phase)
-{
-    turnFrame(lines, lines.amplitudes, frame, size, phase);
 }
 
 void scaleNoise(HarmonicLines& lines, int frame, double factor)
@@ -59,7 +65,7 @@ void turnLines(HarmonicLines& lines, const PhaseTrack& from, const PhaseTrack& t
     {
         const double time = lines.getTime(frame);
         const double cycles = to.getPhase(time) - from.getPhase(time);
-        turnFrame(lines, frame, 1.0, -2.0 * pi * (cycles - std::floor(cycles)));
+        turnFrame(lines, lines.amplitudes, frame, 1.0, -2.0 * pi * (cycles - std::floor(cycles)));
     }
 }
 
@@ -135,7 +141,7 @@ HumModel::Aligned HumModel::align() const
         for (int frame = segment.first; frame < segment.last; ++frame)
         {
             const double shrink = std::exp(-logGain[frame]);
-            turnFrame(aligned.lines, frame, shrink, -segment.phase);
+            turnFrame(lines, aligned.lines.amplitudes, frame, shrink, -segment.phase);
             scaleNoise(aligned.lines, frame, shrink * shrink);
             if (!segment.isOn)
                 aligned.isSkipped[frame] = 1;
@@ -285,31 +291,75 @@ void HumModel::setTrack(PhaseTrack newTrack)
     track = std::move(newTrack);
 }
 
-void HumModel::takeNoiseFromResidual()
+/// The common gain of power in each frame.
+Series<double> HumModel::getPowerGains() const
 {
-    const Aligned& aligned = prepare().aligned;
-    Series<char> isSkipped = aligned.isSkipped;
-    for (const int jump : smooth.jumps)
-        isSkipped[jump - 1] = isSkipped[jump] = 1;
     Series<double> gains;
     for (const double gain : logGain)
         gains.push_back(std::exp(2.0 * gain));
+    return gains;
+}
+
+/// Power of what the model leaves, laid out as the lines.
+Series<double> HumModel::getResidual(const Series<double>& gains) const
+{
+    const HarmonicLines& aligned = prepare().aligned.lines;
+    Series<double> residual(readNoise.size());
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+        for (int line = 0; line < lines.getNumLines(); ++line)
+        {
+            const std::size_t at = lines.at(frame, line);
+            residual[at] = gains[frame] * getPower(aligned.amplitudes[at] - smooth.amplitudes[at]);
+        }
+    return residual;
+}
+
+/// How much of the noise that was read beside a line lies on it, going by what the model leaves and
+/// by what its amplitudes followed.
+double HumModel::getShareOfNoise(int line, const Series<double>& gains,
+                                 const Series<double>& residual,
+                                 const Series<char>& isSkipped) const
+{
+    Series<double> shares;
+    for (int frame = 0; smooth.isPresent[line] != 0 && frame < lines.numFrames; ++frame)
+    {
+        if (isSkipped[frame] != 0)
+            continue;
+        const std::size_t at = lines.at(frame, line);
+        const double followed = gains[frame] * smooth.variances[at];
+        const double left = readNoise[at] - std::min(followed, mostFollowed * readNoise[at]);
+        shares.push_back(residual[at] / (left + tiny));
+    }
+    if (shares.empty())
+        return 1.0;
+    const auto middle = shares.begin() + static_cast<std::ptrdiff_t>(shares.size() / 2);
+    std::nth_element(shares.begin(), middle, shares.end());
+    const double share = meanOverMedian * shareOfResidual * *middle;
+    return share < mostDoubtfulShare ? std::max(share, leastShareOfNoise) : 1.0;
+}
+
+void HumModel::takeNoiseFromResidual()
+{
+    Series<char> isSkipped = prepare().aligned.isSkipped;
+    for (const int jump : smooth.jumps)
+        isSkipped[jump - 1] = isSkipped[jump] = 1;
+    const Series<double> gains = getPowerGains();
+    const Series<double> residual = getResidual(gains);
+    Series<double> shares;
+    for (int line = 0; line < lines.getNumLines(); ++line)
+        shares.push_back(getShareOfNoise(line, gains, residual, isSkipped));
     smoothPower(
         lines, isSkipped,
         [&](int frame, int first, int count, double* powers)
-        {
-            const std::size_t at = lines.at(frame, first);
-            for (int i = 0; i < count; ++i)
-                powers[i] = gains[frame] *
-                            getPower(aligned.lines.amplitudes[at + static_cast<std::size_t>(i)] -
-                                     smooth.amplitudes[at + static_cast<std::size_t>(i)]);
-        },
+        { std::copy_n(&residual[lines.at(frame, first)], count, powers); },
         [&](int frame, int first, int count, const double* powers)
         {
-            const std::size_t at = lines.at(frame, first);
             for (int i = 0; i < count; ++i)
-                lines.noise[at + static_cast<std::size_t>(i)] = std::max(
-                    readNoise[at + static_cast<std::size_t>(i)], shareOfResidual * powers[i]);
+            {
+                const std::size_t at = lines.at(frame, first + i);
+                lines.noise[at] =
+                    std::max(shares[first + i] * readNoise[at], shareOfResidual * powers[i]);
+            }
         });
     prepared.reset();
 }

@@ -68,7 +68,8 @@ public:
     /// amplitudes must be found anew. Needs a present line.
     HumModel followMotion(bool hasGain) const;
 
-    /// Takes as noise what the model leaves, where that is more than was read beside the harmonics.
+    /// Takes as noise what the model leaves, where that is more than was read beside the harmonics,
+    /// or far less for the whole of a line.
     void takeNoiseFromResidual();
 
     /// Leaves a harmonic out of the hum, in all channels.
@@ -125,6 +126,10 @@ private:
     bool isAligned() const;
     Aligned align() const;
     Series<double> getLineScores() const;
+    Series<double> getPowerGains() const;
+    Series<double> getResidual(const Series<double>& gains) const;
+    double getShareOfNoise(int line, const Series<double>& gains, const Series<double>& residual,
+                           const Series<char>& isSkipped) const;
     Series<double> getLead(double meanFrequency) const;
     void moveLeapsToSegments(SmoothPath& path);
     void setTrack(PhaseTrack newTrack);

@@ -1,5 +1,7 @@
 #include "dsp/precise/LiveRemover.h"
 
+#include "dsp/precise/HarmonicLines.h"
+
 #include <algorithm>
 #include <stdexcept>
 
@@ -47,9 +49,9 @@ void LiveRemover::prepare(double sampleRate, int numChannels, const Settings& ne
     layout.sampleRate = sampleRate;
     layout.nominal = settings.fundamental;
     layout.hop = static_cast<int>(std::lround(2.0 * sampleRate / settings.fundamental));
-    layout.numHarmonics =
-        std::max(1, std::min(settings.numHarmonics,
-                             static_cast<int>(0.45 * sampleRate / (1.02 * settings.fundamental))));
+    layout.numHarmonics = std::max(
+        1, std::min(settings.numHarmonics, static_cast<int>(highestShareOfRate * sampleRate /
+                                                            (1.02 * settings.fundamental))));
     layout.numChannels = numChannels;
     latency = static_cast<int>(std::lround(settings.lookAhead * sampleRate));
     fade = std::min(static_cast<int>(fadeSeconds * sampleRate), layout.hop / 4);

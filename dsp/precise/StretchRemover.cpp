@@ -3,6 +3,7 @@
 #include "dsp/precise/ClearestChannels.h"
 #include "dsp/precise/Decimator.h"
 #include "dsp/precise/HumFitter.h"
+#include "dsp/precise/LevelDoubts.h"
 #include "dsp/precise/LineDoubts.h"
 
 #include <algorithm>
@@ -20,7 +21,6 @@ namespace
 /// Half the rate of the analysis over its highest harmonic, given the flat part of the decimator.
 constexpr double analysisMargin = 1.4;
 
-constexpr double highestShareOfRate = 0.45;
 constexpr int firstHarmonics = 80;
 constexpr int topHarmonics = 20;
 constexpr int noiseRounds = 2;
@@ -338,6 +338,7 @@ std::optional<HumModel> StretchRemover::find(const Views& views, double fundamen
     const bool isInDoubt =
         settings.distrustsOthers && (isShort(extended) || isBesideMains(extended));
     leaveOutNotes(extended, isInDoubt, !settings.distrustsOthers);
+    lowerDoubtfulMoments(extended);
     if (!isHum(extended, views.full))
         return {};
     result.fundamental = found;

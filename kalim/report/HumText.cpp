@@ -36,7 +36,7 @@ double roundTo(double value, double step)
     return std::round(value / step) * step;
 }
 
-std::set<int> numbersOf(const std::vector<HarmonicSummary>& harmonics)
+std::set<int> numbersOf(std::span<const HarmonicSummary> harmonics)
 {
     std::set<int> numbers;
     for (const HarmonicSummary& harmonic : harmonics)
@@ -111,7 +111,7 @@ std::vector<std::string> findDoubts(const HumSummary& hum)
     return doubts;
 }
 
-std::string changesToText(const std::vector<double>& times)
+std::string changesToText(std::span<const double> times)
 {
     const std::size_t shown = std::min(times.size(), mostChanges);
     std::vector<std::string> texts;

@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -24,7 +25,7 @@ nlohmann::ordered_json humToJson(const orvo::audio::precise::HumSummary& hum);
 std::vector<std::string> findDoubts(const orvo::audio::precise::HumSummary& hum);
 
 /// The first few of some times in seconds, and how many there are beside: "1.2 s, 3.4 s".
-std::string changesToText(const std::vector<double>& times);
+std::string changesToText(std::span<const double> times);
 
 /// Harmonics by channel, for people.
 std::string harmonicsToText(const orvo::audio::precise::HumSummary& hum);

@@ -7,6 +7,8 @@
 #include <nlohmann/json.hpp>
 
 #include <cmath>
+#include <complex>
+#include <numbers>
 #include <tuple>
 
 namespace kalim::test
@@ -126,6 +128,34 @@ TEST_F(Program, findsHumByItselfTakesItOffAndLeavesTheRestAlone)
     EXPECT_THAT(runKalim({path("plain.wav"), path("x.wav"), "--learn=1:2"}).errors,
                 HasSubstr("plain.wav: no hum was found"));
     EXPECT_TRUE(clean(path("plain.wav"), {})["fundamental"].is_null());
+}
+
+/// A chord has partials half-way between harmonics, where noise is read.
+TEST_F(Program, takesHumOutOfTheDecayOfARealChord)
+{
+    clean(exampleRecording(), {});
+    const std::vector<float> before = readAll(exampleRecording());
+    const std::vector<float> after = readAll(output());
+    constexpr double rate = 44100.0;
+    constexpr double start = 7.9;
+    constexpr double length = 1.9;
+    for (std::size_t channel = 0; channel < 2; ++channel)
+    {
+        const auto measure = [&](const std::vector<float>& samples)
+        {
+            std::complex<double> sum;
+            for (int n = 0; n < static_cast<int>(length * rate); ++n)
+            {
+                const double time = start + n / rate;
+                const double window = 1.0 - std::cos(2.0 * std::numbers::pi * n / length / rate);
+                const auto at = static_cast<std::size_t>(std::lround(time * rate));
+                sum += window * samples[2 * at + channel] *
+                       std::polar(1.0, -2.0 * std::numbers::pi * 300.0 * time);
+            }
+            return std::norm(sum);
+        };
+        EXPECT_LT(10.0 * std::log10(measure(after) / measure(before)), -25.0) << channel;
+    }
 }
 
 TEST_F(Program, drawsWhatItMeasuresOverTimeTooWhenThatIsLong)

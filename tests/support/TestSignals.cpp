@@ -3,15 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <numbers>
 #include <random>
 
 namespace testing_support
 {
 namespace
 {
-
-constexpr double fullTurn = 2.0 * std::numbers::pi;
 
 double amplitudeOf(double levelDb)
 {

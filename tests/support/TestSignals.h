@@ -2,10 +2,14 @@
 
 #include "dsp/signal/Signals.h"
 
+#include <numbers>
+
 /// Signals that the engine's tests listen to. Levels are in dBFS; the amplitude of a tone at 0 dB
 /// is 1.
 namespace testing_support
 {
+
+inline constexpr double fullTurn = 2.0 * std::numbers::pi;
 
 using orvo::audio::Signal32;
 

@@ -14,11 +14,11 @@ using orvo::audio::BlockAnalysis;
 namespace
 {
 
-constexpr double sampleRate = 48000.0;
+constexpr double analysisRate = 48000.0;
 constexpr int blockSize = 4096;
-constexpr int hop = 2048;
+constexpr int analysisHop = 2048;
 constexpr int numBins = blockSize / 2 + 1;
-constexpr double binSpacing = sampleRate / blockSize;
+constexpr double binSpacing = analysisRate / blockSize;
 constexpr BlockAnalysis::Tracking usual{50.0F, 15.0F};
 
 /// Magnitudes that are 1 in the given bins.
@@ -35,7 +35,7 @@ class Analysis : public testing::Test
 protected:
     Analysis()
     {
-        const BlockAnalysis::Format format{1, sampleRate, blockSize, hop};
+        const BlockAnalysis::Format format{1, analysisRate, blockSize, analysisHop};
         analysis.setFormat(format, analysis.prepare(format, blockSize));
     }
 
@@ -48,7 +48,7 @@ protected:
     /// The estimate near 47 Hz, with these bins as peaks.
     float estimateFor(std::initializer_list<int> peaks, const Signal32& phaseDifferences) const
     {
-        return analysis.estimateFundamental(peaksAt(peaks), phaseDifferences, hop, 47.0F);
+        return analysis.estimateFundamental(peaksAt(peaks), phaseDifferences, analysisHop, 47.0F);
     }
 
     BlockAnalysis analysis;
@@ -63,10 +63,12 @@ TEST_F(Analysis, refinesTheStrongestBinByItsPhaseAdvanceAndWrapsOnlyTheNegativeS
                                   {-3.0, -3.0}, {5.0, 5.0}, {-5.0, turn - 5.0}};
     for (const auto& [advance, taken] : advances)
     {
-        // Half a block per hop: half a turn per bin is expected.
+        // Half a block per analysisHop: half a turn per bin is expected.
         const Signal32 differences(1, numBins, static_cast<float>(4 * std::numbers::pi + advance));
-        EXPECT_NEAR(estimateFor({4}, differences),
-                    static_cast<float>(4 * binSpacing + taken * sampleRate / (hop * turn)), 1e-4F);
+        EXPECT_NEAR(
+            estimateFor({4}, differences),
+            static_cast<float>(4 * binSpacing + taken * analysisRate / (analysisHop * turn)),
+            1e-4F);
     }
 }
 
@@ -93,7 +95,7 @@ TEST_F(Analysis, leavesFrequenciesOutsideTheBinsAlone)
 {
     const Signal32 zeros(1, numBins, 0.0F);
     for (const float frequency : {17.0F, 0.0F, -50.0F, 23998.0F, 1.0e20F})
-        EXPECT_EQ(analysis.estimateFundamental(zeros, zeros, hop, frequency), frequency);
+        EXPECT_EQ(analysis.estimateFundamental(zeros, zeros, analysisHop, frequency), frequency);
 }
 
 TEST_F(Analysis, refusesAnEstimateExactlyAtTheLargestStep)
@@ -102,10 +104,11 @@ TEST_F(Analysis, refusesAnEstimateExactlyAtTheLargestStep)
     const Signal32 silence(1, blockSize, 0.0F);
     const Signal32 zeros(1, numBins, 0.0F);
     const float fundamental = 48.0F;
-    const float estimate = analysis.estimateFundamental(zeros, zeros, hop, fundamental);
+    const float estimate = analysis.estimateFundamental(zeros, zeros, analysisHop, fundamental);
     const float step = std::fabs(fundamental - estimate);
-    const float adaptivity = static_cast<float>(static_cast<double>(step) * sampleRate / hop);
-    ASSERT_EQ(static_cast<double>(static_cast<float>(hop) * adaptivity) / sampleRate,
+    const float adaptivity =
+        static_cast<float>(static_cast<double>(step) * analysisRate / analysisHop);
+    ASSERT_EQ(static_cast<double>(static_cast<float>(analysisHop) * adaptivity) / analysisRate,
               static_cast<double>(step));
     EXPECT_NE(analyse(silence, fundamental, {100.0F, adaptivity}), estimate);
     analysis.reset();
@@ -115,7 +118,7 @@ TEST_F(Analysis, refusesAnEstimateExactlyAtTheLargestStep)
 
 TEST_F(Analysis, neverChangesASpectrumThatItHasHandedOut)
 {
-    const Signal32 noise = makeNoise(-20.0, sampleRate, 1.0);
+    const Signal32 noise = makeNoise(-20.0, analysisRate, 1.0);
     analyse(cut(noise, 0, blockSize), 50.0F, usual);
     const Signal32 handedOut = analysis.getInputMagnitudes();
     const Signal32 before = cut(handedOut, 0, handedOut.getNumSamples());

@@ -22,12 +22,12 @@ using orvo::audio::Kalimmer;
 namespace
 {
 
-constexpr double sampleRate = 48000.0;
+constexpr double engineRate = 48000.0;
 
 Signal32 makeProgram()
 {
-    return mix(makeHum({.startFrequency = 50.1, .endFrequency = 50.1}, sampleRate, 2.0, 2),
-               makeNoise(-40.0, sampleRate, 2.0, 2));
+    return mix(makeHum({.startFrequency = 50.1, .endFrequency = 50.1}, engineRate, 2.0, 2),
+               makeNoise(-40.0, engineRate, 2.0, 2));
 }
 
 } // namespace
@@ -79,12 +79,12 @@ TEST(Kalimmer, refusesFormatsThatDoNotMatchAndGoesOnAsBefore)
     const Signal32 program = makeProgram();
     run(engine, program);
     run(undisturbed, program);
-    EXPECT_FALSE(engine.setFormat(makeFormat(2, sampleRate), makeFormat(1, sampleRate)));
+    EXPECT_FALSE(engine.setFormat(makeFormat(2, engineRate), makeFormat(1, engineRate)));
     EXPECT_EQ(engine.getOutputFormat().getNumChannels(), 1);
-    EXPECT_FALSE(engine.setFormat(makeFormat(0, sampleRate), makeFormat(0, sampleRate)));
-    EXPECT_FALSE(engine.setFormat(makeFormat(2, sampleRate), makeFormat(2, 44100.0)));
+    EXPECT_FALSE(engine.setFormat(makeFormat(0, engineRate), makeFormat(0, engineRate)));
+    EXPECT_FALSE(engine.setFormat(makeFormat(2, engineRate), makeFormat(2, 44100.0)));
     EXPECT_TRUE(areIdentical(run(engine, program), run(undisturbed, program)));
-    EXPECT_TRUE(engine.setFormat(makeFormat(2, sampleRate), makeFormat(2, sampleRate)));
+    EXPECT_TRUE(engine.setFormat(makeFormat(2, engineRate), makeFormat(2, engineRate)));
 }
 
 TEST(Kalimmer, goesOnAsBeforeWhenThereIsNoMemoryForAFormat)
@@ -129,10 +129,10 @@ TEST(Kalimmer, leavesTheHeapAloneFromTheFirstBlockOn)
                 apply({.harmonics = 96, .aggressive = aggressive, .residual = blockSize % 64 == 0},
                       engine);
                 engine.maximumBlockSize = blockSize;
-                const auto format = makeFormat(numChannels, sampleRate);
+                const auto format = makeFormat(numChannels, engineRate);
                 engine.setFormat(format, format);
                 const Signal32 block =
-                    cut(makeNoise(-20.0, sampleRate, 0.3, numChannels), 0, blockSize);
+                    cut(makeNoise(-20.0, engineRate, 0.3, numChannels), 0, blockSize);
                 const int numBlocks = std::min(24000 / blockSize, 3000) + 2;
                 const HeapCount heap;
                 for (int n = 0; n < numBlocks; ++n)
@@ -155,8 +155,8 @@ TEST(Kalimmer, isLockedByWhatWouldDisturbIt)
     };
 
     Open engine;
-    const auto format = makeFormat(1, sampleRate);
-    const Signal32 block = makeTone(50.0, 0.1, sampleRate, 0.1);
+    const auto format = makeFormat(1, engineRate);
+    const Signal32 block = makeTone(50.0, 0.1, engineRate, 0.1);
     const std::vector<std::function<void()>> calls = {
         [&] { engine.process(block, false); }, [&] { engine.reset(); },
         [&] { engine.setParameterValue(0, 60.0F, false); },
@@ -186,7 +186,7 @@ TEST(Kalimmer, takesSteadyAndDriftingHumAwayAndNothingOfASilentChannel)
     for (const bool aggressive : {false, true})
         for (const double drift : {0.0, 0.5})
         {
-            Signal32 hum = makeHum({50.0 - drift, 50.0 + drift}, sampleRate, 7.0, 2);
+            Signal32 hum = makeHum({50.0 - drift, 50.0 + drift}, engineRate, 7.0, 2);
             orvo::vo::setToZero(hum.getWriteChannelPtr(1), hum.getNumSamples());
             const Signal32 output = run({.aggressive = aggressive}, hum);
             const int settled = 4 * 48000;

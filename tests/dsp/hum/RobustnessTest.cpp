@@ -15,9 +15,9 @@ using orvo::audio::Kalimmer;
 namespace
 {
 
-constexpr double sampleRate = 48000.0;
+constexpr double usualRate = 48000.0;
 constexpr float infinity = std::numeric_limits<float>::infinity();
-constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
+constexpr float noNumber = std::numeric_limits<float>::quiet_NaN();
 
 Signal32 withBurst(const Signal32& program, float value)
 {
@@ -31,9 +31,9 @@ Signal32 withBurst(const Signal32& program, float value)
 
 TEST(Robustness, recoversFromSamplesThatAreNoAudio)
 {
-    const Signal32 program = makeHum({}, sampleRate, 6.0, 2);
+    const Signal32 program = makeHum({}, usualRate, 6.0, 2);
     for (const bool aggressive : {false, true})
-        for (const float value : {notANumber, infinity, -infinity, 3.0e38F, 1.0e30F, -1.0e7F})
+        for (const float value : {noNumber, infinity, -infinity, 3.0e38F, 1.0e30F, -1.0e7F})
         {
             const EngineSettings settings{.aggressive = aggressive};
             PreparedEngine engine(settings, 2);
@@ -49,14 +49,14 @@ TEST(Robustness, recoversFromSamplesThatAreNoAudio)
 
 TEST(Robustness, countsNotANumberAsSilenceOrAsTheDefaultOfAParameter)
 {
-    const Signal32 program = makeHum({}, sampleRate, 2.0);
+    const Signal32 program = makeHum({}, usualRate, 2.0);
     for (const bool aggressive : {false, true})
     {
         const EngineSettings settings{.aggressive = aggressive};
-        EXPECT_TRUE(areIdentical(run(settings, withBurst(program, notANumber)),
+        EXPECT_TRUE(areIdentical(run(settings, withBurst(program, noNumber)),
                                  run(settings, withBurst(program, 0.0F))));
         EXPECT_TRUE(areIdentical(
-            run({.fundamental = notANumber, .adaptivity = notANumber, .aggressive = aggressive},
+            run({.fundamental = noNumber, .adaptivity = noNumber, .aggressive = aggressive},
                 program),
             run(settings, program)));
     }
@@ -64,7 +64,7 @@ TEST(Robustness, countsNotANumberAsSilenceOrAsTheDefaultOfAParameter)
 
 TEST(Robustness, survivesEverySampleRate)
 {
-    const Signal32 program = makeHum({.numHarmonics = 3}, sampleRate, 0.5, 1);
+    const Signal32 program = makeHum({.numHarmonics = 3}, usualRate, 0.5, 1);
     for (const bool aggressive : {false, true})
         for (const double rate : {0.0, -48000.0, 1.0, 25.0, 26.0, 100.0, 1000.0, 8000.0, 11025.0,
                                   37800.0, 384000.0, 1.0e9, 1.0e300, HUGE_VAL})
@@ -82,18 +82,18 @@ TEST(Robustness, survivesAFundamentalTrackedBelowOnePeriodPerFrame)
     // A tone that glides down takes the tracking with it, as far as 17 Hz; fresh trackers that
     // start there have to prime with a period that is longer than their frame.
     const Signal32 glide =
-        makeHum({.startFrequency = 40.0, .endFrequency = 15.0, .numHarmonics = 1}, sampleRate, 4.0);
+        makeHum({.startFrequency = 40.0, .endFrequency = 15.0, .numHarmonics = 1}, usualRate, 4.0);
     PreparedEngine engine({.fundamental = 40.0F, .adaptivity = 80.0F, .harmonics = 1}, 1);
     run(engine, glide);
-    ASSERT_LT(engine.getCurrentFundamental(), sampleRate / 2048.0);
+    ASSERT_LT(engine.getCurrentFundamental(), usualRate / 2048.0);
     ASSERT_GT(engine.getCurrentFundamental(), 0.0F);
     engine.setParameterValue(Kalimmer::NumberOfHarmonics, 96.0F, false);
-    EXPECT_TRUE(isFinite(run(engine, makeNoise(-20.0, sampleRate, 1.0))));
+    EXPECT_TRUE(isFinite(run(engine, makeNoise(-20.0, usualRate, 1.0))));
 }
 
 TEST(Robustness, isReadAndSetFromOtherThreadsWhileOthersPlayComeAndGo)
 {
-    const Signal32 program = makeHum({}, sampleRate, 2.0, 2);
+    const Signal32 program = makeHum({}, usualRate, 2.0, 2);
     const auto play = [&](Kalimmer& engine, int blockSize)
     {
         for (int position = 0; position + blockSize <= program.getNumSamples();
@@ -142,7 +142,7 @@ TEST(Robustness, isReadAndSetFromOtherThreadsWhileOthersPlayComeAndGo)
                 PreparedEngine guest({}, 1, 8000.0);
                 guest.process(makeTone(50.0, 0.1, 8000.0, 0.3), false);
                 guest.setFormat(makeFormat(3, 48000.0), makeFormat(3, 48000.0));
-                guest.process(cut(makeNoise(-20.0, sampleRate, 0.2, 3), 0, 5000), false);
+                guest.process(cut(makeNoise(-20.0, usualRate, 0.2, 3), 0, 5000), false);
                 kept = guest.getInputMagnitudes(); // longer than the guest is there
             } while (isRunning);
             sumOfGuests = kept.getReadChannelPtr(0)[0];

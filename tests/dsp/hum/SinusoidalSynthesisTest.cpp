@@ -13,7 +13,7 @@ using orvo::audio::SinusoidalSynthesis;
 namespace
 {
 
-constexpr double sampleRate = 48000.0;
+constexpr double synthesisRate = 48000.0;
 constexpr int frameLength = 2048;
 
 } // namespace
@@ -27,12 +27,12 @@ TEST(SinusoidalSynthesis, followsOneHarmonicByItsDefinition)
                    {
                        const int part = channel == 0 ? n / (6 * frameLength) : 0;
                        const double amplitude = part == 1 ? 0.3 : 0.02;
-                       return amplitude *
-                              std::cos(6.283185307179586 * 150.1 * n / sampleRate + part / 3 * 2.2);
+                       return amplitude * std::cos(6.283185307179586 * 150.1 * n / synthesisRate +
+                                                   part / 3 * 2.2);
                    });
     SinusoidalSynthesis tracker;
-    tracker.setFormat(2, sampleRate);
-    PlainTracker plain(2, sampleRate);
+    tracker.setFormat(2, synthesisRate);
+    PlainTracker plain(2, synthesisRate);
     for (int frame = 0; frame < 30; ++frame)
     {
         const Signal32 input = cut(program, frame * frameLength, frameLength);
@@ -80,7 +80,7 @@ TEST(SinusoidalSynthesis, countsAsPresentAtTheThresholdButLearnsItsAmplitudeOnly
           Case{std::nextafter(1.0F, 2.0F), false, 0.0F}})
     {
         SinusoidalSynthesis tracker; // silent so far, and foresees the phase 0
-        tracker.setFormat(1, sampleRate);
+        tracker.setFormat(1, synthesisRate);
         tracker.finishFrame();
         const auto measurement = tracker.measure(0, 50.0F, frameLength, binAt(deviation));
         ASSERT_EQ(measurement.deviation, deviation);
@@ -94,7 +94,7 @@ TEST(SinusoidalSynthesis, countsAsPresentAtTheThresholdButLearnsItsAmplitudeOnly
 TEST(SinusoidalSynthesis, endsItsPrimingForPeriodsLongerThanTheFrame)
 {
     SinusoidalSynthesis tracker;
-    tracker.setFormat(1, sampleRate);
+    tracker.setFormat(1, synthesisRate);
     EXPECT_EQ(tracker.getNumPrimingPasses(960, frameLength), 25); // 25 * 1920 reach one second
     EXPECT_EQ(tracker.getPrimingPeriod(20.0F, frameLength), frameLength);
     EXPECT_EQ(tracker.getNumPrimingPasses(frameLength, frameLength), 24);

@@ -17,7 +17,7 @@ using orvo::audio::precise::LiveRemover;
 namespace
 {
 
-constexpr double sampleRate = 48000.0;
+constexpr double liveRate = 48000.0;
 
 Signal32 run(LiveRemover& remover, Signal32 signal, const std::vector<int>& blockSizes = {512})
 {
@@ -39,7 +39,7 @@ Signal32 clean(const Signal32& signal, const LiveRemover::Settings& settings = {
                const std::vector<int>& blockSizes = {512})
 {
     LiveRemover remover;
-    remover.prepare(sampleRate, signal.getNumChannels(), settings);
+    remover.prepare(liveRate, signal.getNumChannels(), settings);
     return run(remover, signal, blockSizes);
 }
 
@@ -53,19 +53,19 @@ double getLevelDb(const Signal32& signal, int channel)
 Signal32 makeMixture(double seconds, int numChannels = 2)
 {
     const Hum hum = {.startFrequency = 50.03, .endFrequency = 50.02};
-    return mix(makeHum(hum, sampleRate, seconds, numChannels),
-               makeNoise(-50.0, sampleRate, seconds, numChannels));
+    return mix(makeHum(hum, liveRate, seconds, numChannels),
+               makeNoise(-50.0, liveRate, seconds, numChannels));
 }
 
 } // namespace
 
 TEST(LiveRemover, removesSteadyHumOfTwoPatterns)
 {
-    const auto hum = makeHum({.startFrequency = 59.97, .endFrequency = 59.98}, sampleRate, 4.0, 2);
-    const auto noise = makeNoise(-50.0, sampleRate, 4.0, 2);
+    const auto hum = makeHum({.startFrequency = 59.97, .endFrequency = 59.98}, liveRate, 4.0, 2);
+    const auto noise = makeNoise(-50.0, liveRate, 4.0, 2);
     for (const double lookAhead : {0.0, 0.05, 0.2})
     {
-        const auto latency = static_cast<int>(lookAhead * sampleRate);
+        const auto latency = static_cast<int>(lookAhead * liveRate);
         const auto output = clean(mix(hum, noise), {.fundamental = 60.0, .lookAhead = lookAhead});
         const int start = 96000;
         const auto rest = difference(cut(output, start + latency, 72000), cut(noise, start, 72000));
@@ -93,12 +93,12 @@ TEST(LiveRemover, doesNotDependOnBlocks)
 TEST(LiveRemover, delaysSoundWithoutHumAndNothingElse)
 {
     const auto sound =
-        mix(makeNoise(-30.0, sampleRate, 3.0, 2), makeTone(440.0, 0.1, sampleRate, 3.0, 2));
+        mix(makeNoise(-30.0, liveRate, 3.0, 2), makeTone(440.0, 0.1, liveRate, 3.0, 2));
     for (const double lookAhead : {0.0, 0.05, 0.2})
     {
         LiveRemover remover;
-        remover.prepare(sampleRate, 2, {.lookAhead = lookAhead});
-        const int latency = static_cast<int>(std::lround(lookAhead * sampleRate));
+        remover.prepare(liveRate, 2, {.lookAhead = lookAhead});
+        const int latency = static_cast<int>(std::lround(lookAhead * liveRate));
         EXPECT_EQ(remover.getLatency(), latency);
         const auto output = run(remover, sound);
         EXPECT_EQ(remover.getFundamental(), 0.0);
@@ -110,7 +110,7 @@ TEST(LiveRemover, delaysSoundWithoutHumAndNothingElse)
 TEST(LiveRemover, leavesTheHeapAlone)
 {
     LiveRemover remover;
-    remover.prepare(sampleRate, 1, {.lookAhead = 0.2});
+    remover.prepare(liveRate, 1, {.lookAhead = 0.2});
     auto mixture = makeMixture(3.0, 1);
     float* const channel = mixture.getWriteChannelPtr(0);
     const HeapCount heap;
@@ -149,5 +149,5 @@ TEST(LiveRemover, worksAtTheLimits)
         EXPECT_LT(getLevelDb(cut(run(remover, hum), 3 * count, count), 0), -66.0);
     }
     EXPECT_THROW(remover.prepare(4000.0, 1, {}), std::invalid_argument);
-    EXPECT_THROW(remover.prepare(sampleRate, 9, {}), std::invalid_argument);
+    EXPECT_THROW(remover.prepare(liveRate, 9, {}), std::invalid_argument);
 }

@@ -2,11 +2,11 @@
 
 #include "dsp/precise/PreciseRemover.h"
 #include "tests/support/Sanitizers.h"
+#include "tests/support/TestSignals.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <numbers>
 #include <random>
 #include <vector>
 
@@ -15,8 +15,6 @@ namespace testing_support
 {
 
 using Channels = std::vector<std::vector<float>>;
-
-inline constexpr double fullTurn = 2.0 * std::numbers::pi;
 
 /// Random numbers that are the same everywhere, unlike those of the standard's distributions.
 struct Dice
