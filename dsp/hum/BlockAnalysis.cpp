@@ -29,8 +29,6 @@ constexpr int numDisplays = 6;
 /// heap.
 constexpr std::size_t lag = std::size_t{1} << 20;
 
-constexpr double fullTurn = 2.0 * std::numbers::pi;
-
 /// The strongest of bin k and its neighbours, the lower one on a tie.
 int findPeak(const float* magnitudes, int k)
 {

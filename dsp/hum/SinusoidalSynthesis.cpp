@@ -13,8 +13,6 @@ namespace orvo::audio
 namespace
 {
 
-constexpr double fullTurn = 2.0 * std::numbers::pi;
-
 /// How fast an amplitude may rise from frame to frame, and the step that a silent tracker starts
 /// with.
 constexpr float largestRise = 1.5F;

@@ -30,8 +30,6 @@ constexpr std::array<WalkSize, numWalkSizes> walkSizes{{{0.001, 0.0},
                                                         {0.04, 0.002},
                                                         {0.12, 0.0}}};
 
-constexpr double tiny = 1e-30;
-
 /// A jump may change an amplitude by about itself.
 constexpr double jumpPowers = 2.0;
 

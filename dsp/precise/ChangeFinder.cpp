@@ -23,7 +23,7 @@ constexpr double leapCost = 30.0;
 constexpr double switchCost = 20.0;
 constexpr double driftCost = 2.0;
 
-constexpr int mostHarmonics = 16;
+constexpr int comparedHarmonics = 16;
 constexpr int fewestFrames = 20;
 constexpr int patternFrames = 50;
 constexpr int patternStep = 12;
@@ -34,10 +34,7 @@ constexpr int improvements = 3;
 /// Where so many of the clearest patterns last through a stretch no other is tried.
 constexpr int fewestLasting = 2;
 
-/// A pattern is never exact.
-constexpr double patternError = 1e-3;
-constexpr double tiny = 1e-30;
-constexpr int linesPerLogarithm = 16; // products of so many errors stay within range
+constexpr int errorsPerLogarithm = 16; // products of so many errors stay within range
 
 /// What lasts for fewer frames between two others is the moment of a change.
 constexpr int shortestSegment = 4;
@@ -81,7 +78,7 @@ public:
         , smooth(smoothToUse)
     {
         for (int line = 0; line < lines.getNumLines(); ++line)
-            if (smooth.isPresent[line] != 0 && lines.getHarmonic(line) <= mostHarmonics)
+            if (smooth.isPresent[line] != 0 && lines.getHarmonic(line) <= comparedHarmonics)
                 used.push_back(line);
     }
 
@@ -172,7 +169,7 @@ private:
             const double scale = 0.5 / (lines.noise[at] + patternError * getPower(pattern[i]));
             multiplyErrors(value, turned, i * numPhases, numPhases, scale, products.data());
             products[absent] *= 1.0 + getPower(value) * scale;
-            if (i % linesPerLogarithm == linesPerLogarithm - 1 || i + 1 == used.size())
+            if (i % errorsPerLogarithm == errorsPerLogarithm - 1 || i + 1 == used.size())
                 collectLogarithms(3.0, numStates, products.data(), scores);
         }
     }

@@ -125,11 +125,11 @@ namespace
 constexpr double windowSeconds = 3.0;
 constexpr double hopSeconds = 1.5;
 constexpr int padding = 4; // but for coarse ones
-constexpr int numHarmonics = 12;
+constexpr int combHarmonics = 12;
 constexpr double mostPerHarmonic = 148.4131591; // exp(5)
 constexpr double nearestBeside = 1.0;           // Hz
 constexpr double farthestBeside = 5.0;
-constexpr float silence = 1e-14F;
+constexpr float silentPower = 1e-14F;
 
 /// Steps of 0.01 Hz at 50 Hz; what lies within 0.3 Hz of a peak belongs to it.
 constexpr double stepShare = 0.0002;
@@ -208,7 +208,7 @@ void CombDetector::addWindow(const float* samples, int count)
     const std::complex<float>* const bins = spectrum.getReadChannelPtr(0);
     for (std::size_t i = 0; i < power.size(); ++i)
     {
-        power[i] = static_cast<double>(std::norm(bins[i]) + silence);
+        power[i] = static_cast<double>(std::norm(bins[i]) + silentPower);
         sums[i + 1] = sums[i] + power[i];
     }
     const bool isRated = findRatios();
@@ -253,7 +253,7 @@ void CombDetector::rate(Range& range)
 {
     products.resize(range.scores.size());
     HWY_DYNAMIC_DISPATCH(getProductsKernel)
-    ({range.limits.lowest, range.step, sampleRate / size, numHarmonics}, ratios, products);
+    ({range.limits.lowest, range.step, sampleRate / size, combHarmonics}, ratios, products);
     for (std::size_t i = 0; i < products.size(); ++i)
         range.scores[i] += std::log(products[i]);
 }

@@ -12,12 +12,9 @@ namespace orvo::audio::precise
 namespace
 {
 
-constexpr double tiny = 1e-30;
-
 /// Hum is never known better than this share of its power.
 constexpr double surestShare = 1e-6;
 constexpr float leastNoiseShare = 1e-5F;
-constexpr double freedom = 2.0;
 
 constexpr int rounds = 5;
 constexpr int roughRounds = 2; // in which the phase is not smoothed yet
@@ -42,9 +39,6 @@ constexpr auto gainCosts = []
     }
     return costs;
 }();
-
-/// A pattern is never exact.
-constexpr double patternError = 1e-3;
 
 constexpr double leastInformation = 1e-9;
 

@@ -1,9 +1,15 @@
 #pragma once
 
 #include <complex>
+#include <numbers>
 
 namespace orvo::audio::precise
 {
+
+inline constexpr double pi = std::numbers::pi;
+
+/// Added to powers by which is divided, which may be silence.
+inline constexpr double tiny = 1e-30;
 
 using Complex = std::complex<double>;
 

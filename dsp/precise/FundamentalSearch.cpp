@@ -27,13 +27,13 @@ constexpr double nearMove = 0.00016;
 constexpr std::array<double, 3> constantWindows{2.0, 4.0, 8.0};
 constexpr double movingWindow = 1.0;
 constexpr int candidatesPerWindow = 4;
-constexpr int candidateDistance = 4; // in steps
+constexpr int candidateSteps = 4;
 
 /// One loud line must not decide alone.
-constexpr double mostPerLine = 400.0;
+constexpr double mostPerCandidateLine = 400.0;
 
 /// A line is not trusted beyond 40 dB, however silent its surroundings are.
-constexpr double leastNoiseShare = 1e-4;
+constexpr double leastCandidateNoise = 1e-4;
 
 constexpr int rowGroup = 16;
 
@@ -135,9 +135,9 @@ private:
             weights[static_cast<std::size_t>(i)] =
                 weigh(line, first + i * stride, last - first, first - getStart(index),
                       indexOf(i, last - first));
-        addScores(
-            {readings, turns, indexOf(first - getStart(index), grid.width), weights, mostPerLine},
-            isGroup, last - first, grid.width, &scores[indexOf(index, grid.width)]);
+        addScores({readings, turns, indexOf(first - getStart(index), grid.width), weights,
+                   mostPerCandidateLine},
+                  isGroup, last - first, grid.width, &scores[indexOf(index, grid.width)]);
     }
 
     /// Puts readings from a frame on to a place, weighted by the window from `inWindow` on; gives
@@ -149,7 +149,7 @@ private:
         {
             const std::size_t at = lines.at(first + i, line);
             const double floor =
-                leastNoiseShare * (getPower(lines.amplitudes[at]) + meanPower[line]);
+                leastCandidateNoise * (getPower(lines.amplitudes[at]) + meanPower[line]);
             const double weight = window[inWindow + i] / std::max(lines.noise[at], floor);
             readings.set(place + static_cast<std::size_t>(i), weight * lines.amplitudes[at]);
             weights += weight;
@@ -190,8 +190,8 @@ void addPeaks(const Series<double>& scores, const DeviationGrid& grid, Series<do
             return;
         deviations.push_back(grid.getDeviation(top) +
                              grid.step * getTop(scores.data(), top, grid.count));
-        for (int d = std::max(0, top - candidateDistance);
-             d <= std::min(grid.count - 1, top + candidateDistance); ++d)
+        for (int d = std::max(0, top - candidateSteps);
+             d <= std::min(grid.count - 1, top + candidateSteps); ++d)
             left[d] = 0.0;
     }
 }

@@ -12,6 +12,13 @@ namespace orvo::audio::precise
 /// Harmonics above this share of the sample rate are left alone.
 inline constexpr double highestShareOfRate = 0.45;
 
+/// Share of its power by which the pattern of a line is never exact.
+inline constexpr double patternError = 1e-3;
+
+/// Of Student's t distribution, whose density of a complex value falls with the power
+/// -(freedom / 2 + 1).
+inline constexpr double freedom = 2.0;
+
 /// What frames of a stretch hold at the harmonics of a track, for all channels: complex amplitudes
 /// against the phase of the track (a harmonic that follows it stands still), and the power of
 /// everything else near them.

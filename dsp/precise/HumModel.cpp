@@ -12,10 +12,8 @@ namespace orvo::audio::precise
 namespace
 {
 
-constexpr double pi = std::numbers::pi;
 constexpr double segmentCost = 25.0;
 constexpr int sameEvent = 3; // frames
-constexpr double tiny = 1e-30;
 
 /// The residual is a little less than the noise, since the amplitudes followed some of it.
 constexpr double shareOfResidual = 1.2;

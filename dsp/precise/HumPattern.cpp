@@ -9,9 +9,7 @@ namespace
 {
 
 /// Phases of the fundamental that are tried: a 40th of a cycle of the hundredth harmonic.
-constexpr int numPhases = 4000;
-
-constexpr double tiny = 1e-30;
+constexpr int phasesPerPeriod = 4000;
 
 /// Mean of the smooth amplitudes of each line, against track, gain and phase of the segments.
 Series<Complex> getMeans(const HumModel& model, Part part)
@@ -63,9 +61,9 @@ Place findPlace(const HumModel& model, Part part, const Series<Complex>& pattern
         power += weight * getPower(pattern[line]);
     }
     Place best;
-    for (int i = 0; i < numPhases; ++i)
+    for (int i = 0; i < phasesPerPeriod; ++i)
     {
-        const double phase = 2.0 * std::numbers::pi * i / numPhases;
+        const double phase = 2.0 * std::numbers::pi * i / phasesPerPeriod;
         const Complex turn = std::polar(1.0, -phase);
         Complex turned = 1.0;
         double likeness = 0.0;

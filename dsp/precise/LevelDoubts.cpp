@@ -23,12 +23,6 @@ constexpr double margin = 8.0;
 /// A note on one line must not speak for all.
 constexpr double mostPerLine = 3.0;
 
-/// Of Student's t distribution, whose density of a complex value falls with the power
-/// -(freedom / 2 + 1).
-constexpr double freedom = 2.0;
-
-constexpr double tiny = 1e-30;
-
 /// What is likeliest in a moment.
 struct Verdict
 {

@@ -35,8 +35,6 @@ constexpr double goneShare = 0.06;
 constexpr double mostGone = 0.03; // of all frames
 constexpr int fewGone = 2;        // frames
 
-constexpr double tiny = 1e-30;
-
 double getSeconds(const HarmonicLines& lines)
 {
     return lines.numFrames * lines.frameTime;

@@ -12,8 +12,6 @@ namespace orvo::audio::precise
 namespace
 {
 
-constexpr double pi = std::numbers::pi;
-
 /// Frames of 80 ms and more tell a harmonic from what lies 25 Hz beside it.
 constexpr double longFundamental = 60.0;
 constexpr int fewestPeriods = 4;

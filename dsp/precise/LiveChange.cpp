@@ -13,8 +13,8 @@ namespace
 constexpr int framesAfter = 2;
 
 /// What one line can say, in units of log likelihood, and what all together must say.
-constexpr double mostPerLine = 8.0;
-constexpr double margin = 20.0;
+constexpr double mostPerLiveLine = 8.0;
+constexpr double changeMargin = 20.0;
 constexpr double priceOfJump = 6.0;
 
 /// A prediction that beats silence by more is not in doubt.
@@ -42,9 +42,9 @@ bool LiveTracker::considerChange(const LiveHistory& history, LiveTracker* before
         weighShifts(history[back], change);
     const auto best = std::max_element(change.shifts.begin(), change.shifts.end());
     const double jumped = *best - priceOfJump;
-    if (change.silence > margin && jumped - change.silence < margin)
+    if (change.silence > changeMargin && jumped - change.silence < changeMargin)
         evidence.fallSilent();
-    else if (jumped - std::max(0.0, change.silence - 4.0) > margin)
+    else if (jumped - std::max(0.0, change.silence - 4.0) > changeMargin)
     {
         if (before != nullptr)
             *before = *this;
@@ -78,14 +78,14 @@ void LiveTracker::weighSilence(const LiveObservation& observation, Change& chang
         if (evidence.isOpen(i))
             change.silence += std::clamp(
                 compareErrors(getPower(aligned[i]), getPower(aligned[i] - expected[i]), noise[i]),
-                -mostPerLine, mostPerLine);
+                -mostPerLiveLine, mostPerLiveLine);
 }
 
 void LiveTracker::weighShifts(const LiveObservation& observation, Change& change)
 {
     expect(observation);
     std::array<double, numShifts> odds{};
-    const double most = std::exp(mostPerLine / 3.0);
+    const double most = std::exp(mostPerLiveLine / 3.0);
     int numOdds = 0;
     const auto collect = [&]
     {

@@ -31,9 +31,9 @@ constexpr int ageOfFresh = 25;
 constexpr double leastOfFresh = 4.0;
 
 /// What is expected of the fundamental in Hz: nothing, a little, what the search found.
-constexpr double unknown = 0.08;
-constexpr double known = 0.03;
-constexpr double searched = 0.05;
+constexpr double unknownSpread = 0.08;
+constexpr double knownSpread = 0.03;
+constexpr double searchedSpread = 0.05;
 
 /// Seconds that those who start late take in.
 constexpr double secondsOfCompanion = 3.0;
@@ -68,7 +68,7 @@ void LiveContest::prepare(const LiveLayout& newLayout, int numRecords)
 
 void LiveContest::reset()
 {
-    leader->start(0.0, unknown, false);
+    leader->start(0.0, unknownSpread, false);
     for (auto& challenger : challengers)
         challenger.isRunning = false;
     numFrames = 0;
@@ -172,7 +172,7 @@ void LiveContest::launchNew(const LiveHistory& history)
 {
     const bool isKnown = leader->isAudible();
     const double deviation = isKnown ? leader->getDeviation() : 0.0;
-    const double uncertainty = isKnown ? known : unknown;
+    const double uncertainty = isKnown ? knownSpread : unknownSpread;
     const double seconds = layout.getHopSeconds();
     if (numFrames > 3 && !challengers[companion].isRunning)
         launch(companion, history, deviation, uncertainty, !leader->isSteady(),
@@ -229,7 +229,7 @@ void LiveContest::useFinding(const LiveHistory& history)
 {
     const auto [deviation, margin] = detector.find(leader->getDeviation());
     if (margin > detectorMargin && std::abs(deviation - leader->getDeviation()) > leastDistance)
-        launch(detected, history, deviation, searched, false,
+        launch(detected, history, deviation, searchedSpread, false,
                static_cast<int>(secondsOfSearch / layout.getHopSeconds()));
 }
 

@@ -8,7 +8,7 @@ namespace orvo::audio::precise
 namespace
 {
 
-constexpr int mostHarmonics = 10;
+constexpr int detectedHarmonics = 10;
 constexpr int numBlocks = 4;
 
 /// Frames of a block, which is a second long where these allow.
@@ -16,19 +16,19 @@ constexpr int shortestBlock = 6;
 constexpr int longestBlock = 30;
 
 /// Share of the nominal to either side, and the step as a share of it: 0.02 Hz of 50.
-constexpr double range = 0.018;
-constexpr double step = 0.0004;
+constexpr double searchRange = 0.018;
+constexpr double searchStep = 0.0004;
 constexpr int numCandidates = 91;
 
 /// No single harmonic of a block may say more than this.
-constexpr double mostPerHarmonic = 60.0;
+constexpr double mostPerLiveHarmonic = 60.0;
 
 } // namespace
 
 void LiveDetector::prepare(const LiveLayout& newLayout)
 {
     layout = newLayout;
-    numHarmonics = std::min(mostHarmonics, layout.numHarmonics);
+    numHarmonics = std::min(detectedHarmonics, layout.numHarmonics);
     blockLength = std::clamp(static_cast<int>(std::lround(1.0 / layout.getHopSeconds())),
                              shortestBlock, longestBlock);
     scores.assign(numCandidates, 0.0);
@@ -69,13 +69,13 @@ void LiveDetector::searchBlock(const LiveHistory& history, int harmonic, std::si
     }
     for (int candidate = 0; candidate < numCandidates; ++candidate)
     {
-        const double deviation = (step * candidate - range) * layout.nominal;
+        const double deviation = (searchStep * candidate - searchRange) * layout.nominal;
         const Complex turn = makePhasor(2.0 * pi * harmonic * deviation * layout.getHopSeconds());
         Complex sum;
         for (int i = count; i-- > 0;)
             sum = multiply(sum, turn) + weighted[static_cast<std::size_t>(i)];
         const double score = getPower(sum) / total;
-        scores[static_cast<std::size_t>(candidate)] += score / (1.0 + score / mostPerHarmonic);
+        scores[static_cast<std::size_t>(candidate)] += score / (1.0 + score / mostPerLiveHarmonic);
     }
 }
 
@@ -88,9 +88,9 @@ LiveDetector::Finding LiveDetector::find(double current) const
         const auto i = static_cast<std::size_t>(inside);
         return scores[i] + (inside - static_cast<double>(i)) * (scores[i + 1] - scores[i]);
     };
-    const double unit = step * layout.nominal;
+    const double unit = searchStep * layout.nominal;
     double place = static_cast<double>(best - scores.begin());
-    const double followed = (current / layout.nominal + range) / step;
+    const double followed = (current / layout.nominal + searchRange) / searchStep;
     double near = 0.0;
     for (const double offset : {-0.06, -0.03, 0.0, 0.03, 0.06})
         near = std::max(near, at(followed + offset / unit));
@@ -99,7 +99,7 @@ LiveDetector::Finding LiveDetector::find(double current) const
     const double curvature = left - 2.0 * *best + right;
     if (curvature < 0.0 && place > 0.0 && place < numCandidates - 1.0)
         place += std::clamp(0.5 * (left - right) / curvature, -0.5, 0.5);
-    return {place * unit - range * layout.nominal, *best - near};
+    return {place * unit - searchRange * layout.nominal, *best - near};
 }
 
 } // namespace orvo::audio::precise

@@ -19,7 +19,7 @@ constexpr double leastForgotten = 0.1;
 /// What one frame can add to the evidence of a line, take from it, and where the sum is held.
 constexpr double mostPerFrame = 12.0;
 constexpr double leastPerFrame = -6.0;
-constexpr double mostEvidence = 30.0;
+constexpr double mostLiveEvidence = 30.0;
 constexpr double leastEvidence = -12.0;
 
 /// Lines with so much evidence make the score, each up to the limit.
@@ -40,7 +40,7 @@ constexpr double evidenceAlone = 25.0;
 
 /// So must a line above the lowest that is stronger by this factor of power than all in the octave
 /// below it: it may be the overtone of a note.
-constexpr std::size_t lowHarmonics = 6;
+constexpr std::size_t lowLiveHarmonics = 6;
 constexpr double prominence = 4.0;
 
 /// Share of the nominal beyond which it is some other tone.
@@ -90,7 +90,7 @@ void LiveEvidence::add(const std::vector<Complex>& aligned, const std::vector<Co
         if (!isFirst)
             evidence[i] =
                 std::clamp(evidence[i] * kept + std::clamp(gained, leastPerFrame, mostPerFrame),
-                           leastEvidence, mostEvidence);
+                           leastEvidence, mostLiveEvidence);
     }
     recentScore = recentScore * std::exp(-layout.getHopSeconds() / memoryOfScore) + score;
 }
@@ -149,7 +149,7 @@ void LiveEvidence::judgeProminence(const std::vector<Complex>& amplitudes)
     {
         trusted[i] = open[i];
         const std::size_t h = i % count + 1;
-        if (open[i] == 0 || h <= lowHarmonics || isLasting(i))
+        if (open[i] == 0 || h <= lowLiveHarmonics || isLasting(i))
             continue;
         double strongest = 0.0;
         for (std::size_t j = i - h / 2; j < i; ++j)

@@ -16,17 +16,17 @@ constexpr double firstGuess = 0.1;
 /// opposite by more than is usual, and comes back when it is found again.
 constexpr double shareToLeave = 0.4;
 constexpr double shareToReturn = 0.7;
-constexpr double leastLikeness = 0.5;
+constexpr double leastLiveLikeness = 0.5;
 constexpr double timesUsual = 2.0;
 
-constexpr double fadeSeconds = 0.002;
+constexpr double guardFadeSeconds = 0.002;
 
 } // namespace
 
 void LiveGuard::prepare(double sampleRate, int newPeriod)
 {
     period = newPeriod;
-    step = static_cast<float>(1.0 / std::max(1.0, fadeSeconds * sampleRate));
+    step = static_cast<float>(1.0 / std::max(1.0, guardFadeSeconds * sampleRate));
     reset();
 }
 
@@ -56,7 +56,7 @@ void LiveGuard::judge()
         if (isWithheld)
             isWithheld = found < shareToReturn;
         else
-            isWithheld = found < shareToLeave && -likeness > leastLikeness + timesUsual * usual;
+            isWithheld = found < shareToLeave && -likeness > leastLiveLikeness + timesUsual * usual;
         if (!isWithheld)
             usual += (std::abs(likeness) - usual) / periodsToLearn;
     }

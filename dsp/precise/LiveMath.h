@@ -10,8 +10,6 @@
 namespace orvo::audio::precise
 {
 
-inline constexpr double pi = 3.14159265358979323846;
-
 inline Complex makePhasor(double angle)
 {
     return {std::cos(angle), std::sin(angle)};

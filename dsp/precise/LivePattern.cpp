@@ -9,16 +9,16 @@ namespace
 {
 
 /// Random walk of an amplitude in one frame, as a share of it.
-constexpr std::array<double, LivePattern::numModels> walkSizes = {0.0015, 0.005, 0.015, 0.05};
+constexpr std::array<double, LivePattern::numModels> liveWalkSizes = {0.0015, 0.005, 0.015, 0.05};
 
 /// A line that has not been found yet may still move by this share of the noise.
-constexpr double leastShareOfNoise = 1e-3;
+constexpr double leastMovingShare = 1e-3;
 
 /// Degrees of freedom of the noise: loud sound near a harmonic counts little.
-constexpr double freedom = 2.0;
+constexpr double liveFreedom = 2.0;
 
 /// So many likelihoods can be multiplied without leaving the range of numbers.
-constexpr std::size_t linesPerLogarithm = 8;
+constexpr std::size_t liveLinesPerLogarithm = 8;
 
 /// Evidence that a line must have to judge the walks.
 constexpr double evidenceToJudge = 3.0;
@@ -46,7 +46,7 @@ void LivePattern::setSpread(const std::vector<Complex>& lines, const std::vector
 {
     for (auto& walk : walks)
         for (std::size_t i = 0; i < lines.size(); ++i)
-            walk.variances[i] = 4.0 * getPower(lines[i]) + leastShareOfNoise * noise[i];
+            walk.variances[i] = 4.0 * getPower(lines[i]) + leastMovingShare * noise[i];
 }
 
 void LivePattern::favourSteady()
@@ -57,7 +57,7 @@ void LivePattern::favourSteady()
 
 double LivePattern::getGrowth(std::size_t model, double power, double noise)
 {
-    return walkSizes[model] * walkSizes[model] * std::max(power, leastShareOfNoise * noise);
+    return liveWalkSizes[model] * liveWalkSizes[model] * std::max(power, leastMovingShare * noise);
 }
 
 void LivePattern::predict(const std::vector<double>& noise, double noiseScale)
@@ -89,15 +89,15 @@ void LivePattern::update(const std::vector<Complex>& lines, const std::vector<do
             const double distance = getPower(error) / spread;
             if (evidence[i] > evidenceToJudge)
             {
-                const double t = 1.0 + distance / freedom;
+                const double t = 1.0 + distance / liveFreedom;
                 odds *= spread * t * t * t;
             }
-            if (i % linesPerLogarithm == 0)
+            if (i % liveLinesPerLogarithm == 0)
             {
                 sum -= std::log(odds);
                 odds = 1.0;
             }
-            const double trust = std::max((freedom + distance) / (freedom + 1.0), 0.5);
+            const double trust = std::max((liveFreedom + distance) / (liveFreedom + 1.0), 0.5);
             const double gain = variances[i] / (variances[i] + own * trust);
             amplitudes[i] += gain * error;
             variances[i] *= 1.0 - gain;

@@ -21,7 +21,7 @@ constexpr double quietestNoise = 1e-14;
 
 /// The kernel's width of pass band against its depth of stop band for transforms twice as long as
 /// the window.
-constexpr double kernelShape = 2.34 * numTaps;
+constexpr double liveKernelShape = 2.34 * numTaps;
 
 } // namespace
 
@@ -36,15 +36,15 @@ void LiveReader::prepare(const LiveLayout& newLayout)
     window.assign(width, 0.0F);
     correction.resize(width);
     for (int n = -reach; n <= reach; ++n)
-        correction[static_cast<std::size_t>(n + reach)] =
-            static_cast<float>(1.0 / getKaiserTransform(2.0 * pi * n / size, numTaps, kernelShape));
+        correction[static_cast<std::size_t>(n + reach)] = static_cast<float>(
+            1.0 / getKaiserTransform(2.0 * pi * n / size, numTaps, liveKernelShape));
     kernel.resize((kernelSteps + 1) * numTaps);
     for (int step = 0; step <= kernelSteps; ++step)
         for (int tap = 0; tap < numTaps; ++tap)
         {
             const double d = static_cast<double>(step) / kernelSteps + numTaps / 2 - 1 - tap;
             kernel[static_cast<std::size_t>(step * numTaps + tap)] =
-                static_cast<float>(getKaiserWindow(2.0 * d / numTaps, kernelShape));
+                static_cast<float>(getKaiserWindow(2.0 * d / numTaps, liveKernelShape));
         }
     between.resize(static_cast<std::size_t>(layout.numHarmonics + 1));
     transform.allocate(size, true);

@@ -34,7 +34,7 @@ constexpr double gainCaution = 1.5;
 /// Share of the new frame in the noise beside the lines.
 constexpr double sideNoiseStep = 2.0 / 7.0;
 
-constexpr double largestLogGain = 3.0;
+constexpr double largestLiveLogGain = 3.0;
 
 } // namespace
 
@@ -89,7 +89,7 @@ double LiveTracker::getDeviation() const
 
 double LiveTracker::getLevel(const LiveVector<2>& logGain)
 {
-    return std::exp(std::clamp(logGain[0], -largestLogGain, largestLogGain));
+    return std::exp(std::clamp(logGain[0], -largestLiveLogGain, largestLiveLogGain));
 }
 
 const LiveRecord& LiveTracker::getRecord(int back) const

@@ -14,7 +14,7 @@ namespace
 constexpr int smallestExponent = -7;
 constexpr std::size_t numTrials = 10;
 
-constexpr double freedom = 4.0;
+constexpr double stepFreedom = 4.0;
 constexpr double smallestNoiseFactor = 0.7;
 constexpr double leapVariance = 1.0;
 
@@ -55,7 +55,8 @@ Evidence update(State& s, double measured, double variance)
     const double total = s.valueVariance + variance;
     const double error = measured - s.value;
     const double ratio = error * error / total;
-    const double factor = std::max((freedom + ratio) / (freedom + 1.0), smallestNoiseFactor);
+    const double factor =
+        std::max((stepFreedom + ratio) / (stepFreedom + 1.0), smallestNoiseFactor);
     const double robust = s.valueVariance + variance * factor;
     const double valueGain = s.valueVariance / robust;
     const double speedGain = s.covariance / robust;
@@ -64,7 +65,7 @@ Evidence update(State& s, double measured, double variance)
     s.speedVariance -= speedGain * s.covariance;
     s.covariance -= valueGain * s.covariance;
     s.valueVariance -= valueGain * s.valueVariance;
-    return {total, 1.0 + ratio / freedom};
+    return {total, 1.0 + ratio / stepFreedom};
 }
 
 constexpr State getStart(double measured)
@@ -119,7 +120,7 @@ private:
     {
         for (std::size_t i = 0; i < numTrials; ++i)
             likelihoods[i] -= 0.5 * std::log(std::exchange(totals[i], 1.0)) +
-                              0.5 * (freedom + 1.0) * std::log(std::exchange(tails[i], 1.0));
+                              0.5 * (stepFreedom + 1.0) * std::log(std::exchange(tails[i], 1.0));
     }
 
     double frameTime;

@@ -23,7 +23,7 @@ constexpr double analysisMargin = 1.4;
 
 constexpr int firstHarmonics = 80;
 constexpr int topHarmonics = 20;
-constexpr int noiseRounds = 2;
+constexpr int noiseRoundsOfAll = 2;
 
 /// Evidence (natural logarithm of a likelihood ratio) that a stretch needs: of all lines but the
 /// clearest, since one line alone may be a held note; or of one line that is very clear and steady,
@@ -51,7 +51,7 @@ constexpr int burstPoints = 1000;
 constexpr double burstShare = 0.85;
 
 /// Candidates that lie nearer together are one, since the fit covers both.
-constexpr double candidateDistance = 0.3;
+constexpr double leastCandidateDistance = 0.3;
 constexpr std::size_t mostPeaks = 2;
 
 /// What a harmonic counts at most, and the share of the multiples of one, when notes are told from
@@ -106,7 +106,7 @@ Series<double> chooseCandidates(const Series<CombPeak>& peaks,
     {
         if (std::none_of(candidates.begin(), candidates.end(),
                          [&](double other)
-                         { return std::abs(other - fundamental) < candidateDistance; }))
+                         { return std::abs(other - fundamental) < leastCandidateDistance; }))
             candidates.push_back(fundamental);
     };
     for (std::size_t i = 0; i < std::min(peaks.size(), mostPeaks); ++i)
@@ -276,7 +276,7 @@ HumModel extend(const HumModel& model, const ChannelView& view, const FrameGrid&
     if (highest < numHarmonics)
         extended = model.moveTo(extended.getReadLines(highest));
     extended.updateAmplitudes();
-    for (int round = 0; round < noiseRounds; ++round)
+    for (int round = 0; round < noiseRoundsOfAll; ++round)
     {
         extended.takeNoiseFromResidual();
         extended.updateAmplitudes(Caution::DoubtfulLines);

@@ -46,7 +46,6 @@ int MathEx::log2(int n)
 
 float MathEx::toMinusPiToPi(float phase)
 {
-    constexpr double fullTurn = 2.0 * std::numbers::pi;
     const double turns = std::nearbyint(static_cast<double>(phase) / fullTurn);
     return phase - static_cast<float>(turns * fullTurn);
 }

@@ -1,7 +1,12 @@
 #pragma once
 
+#include <numbers>
+
 namespace orvo
 {
+
+/// In radians.
+inline constexpr double fullTurn = 2.0 * std::numbers::pi;
 
 /// Scalar helpers for levels, powers of two and phases.
 class MathEx
