@@ -1,6 +1,7 @@
 #include "dsp/precise/HumModel.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <numbers>
@@ -22,6 +23,8 @@ constexpr double shareOfResidual = 1.2;
 /// leaves less than a quarter of that, no more is taken; but a 30th at least.
 constexpr double mostDoubtfulShare = 0.25;
 constexpr double leastShareOfNoise = 0.03;
+
+constexpr std::size_t linesAtATime = 8;
 
 /// Of powers of noise.
 constexpr double meanOverMedian = 1.44;
@@ -53,6 +56,17 @@ void scaleNoise(HarmonicLines& lines, int frame, double factor)
     double* const noise = &lines.noise[lines.at(frame, 0)];
     for (int line = 0; line < lines.getNumLines(); ++line)
         noise[line] *= factor;
+}
+
+/// By what is left of the noise that was read, frame by frame.
+double toShareOfNoise(Series<double>& ratios)
+{
+    if (ratios.empty())
+        return 1.0;
+    const auto middle = ratios.begin() + static_cast<std::ptrdiff_t>(ratios.size() / 2);
+    std::nth_element(ratios.begin(), middle, ratios.end());
+    const double share = meanOverMedian * shareOfResidual * *middle;
+    return share < mostDoubtfulShare ? std::max(share, leastShareOfNoise) : 1.0;
 }
 
 } // namespace
@@ -312,28 +326,38 @@ Series<double> HumModel::getResidual(const Series<double>& gains) const
     return residual;
 }
 
-/// How much of the noise that was read beside a line lies on it, going by what the model leaves and
-/// by what its amplitudes followed.
-double HumModel::getShareOfNoise(int line, const Series<double>& gains,
-                                 const Series<double>& residual,
-                                 const Series<char>& isSkipped) const
+/// How much of the noise that was read beside each line lies on it, going by what the model leaves
+/// and by what its amplitudes followed.
+Series<double> HumModel::getSharesOfNoise(const Series<double>& gains,
+                                          const Series<double>& residual,
+                                          const Series<char>& isSkipped) const
 {
-    Series<double> shares;
-    for (int frame = 0; smooth.isPresent[line] != 0 && frame < lines.numFrames; ++frame)
+    Series<double> shares(lines.getNumLines(), 1.0);
+    Series<int> present;
+    for (int line = 0; line < lines.getNumLines(); ++line)
+        if (smooth.isPresent[line] != 0)
+            present.push_back(line);
+    // Some lines at a time: those of a frame lie side by side.
+    std::array<Series<double>, linesAtATime> ratios;
+    for (std::size_t first = 0; first < present.size(); first += linesAtATime)
     {
-        if (isSkipped[frame] != 0)
-            continue;
-        const std::size_t at = lines.at(frame, line);
-        const double followed = gains[frame] * smooth.variances[at];
-        const double left = readNoise[at] - std::min(followed, mostFollowed * readNoise[at]);
-        shares.push_back(residual[at] / (left + tiny));
+        const std::size_t count = std::min(linesAtATime, present.size() - first);
+        for (int frame = 0; frame < lines.numFrames; ++frame)
+            for (std::size_t i = 0; isSkipped[frame] == 0 && i < count; ++i)
+            {
+                const std::size_t at = lines.at(frame, present[first + i]);
+                const double followed = gains[frame] * smooth.variances[at];
+                const double left =
+                    readNoise[at] - std::min(followed, mostFollowed * readNoise[at]);
+                ratios[i].push_back(residual[at] / (left + tiny));
+            }
+        for (std::size_t i = 0; i < count; ++i)
+        {
+            shares[present[first + i]] = toShareOfNoise(ratios[i]);
+            ratios[i].clear();
+        }
     }
-    if (shares.empty())
-        return 1.0;
-    const auto middle = shares.begin() + static_cast<std::ptrdiff_t>(shares.size() / 2);
-    std::nth_element(shares.begin(), middle, shares.end());
-    const double share = meanOverMedian * shareOfResidual * *middle;
-    return share < mostDoubtfulShare ? std::max(share, leastShareOfNoise) : 1.0;
+    return shares;
 }
 
 void HumModel::takeNoiseFromResidual()
@@ -343,9 +367,7 @@ void HumModel::takeNoiseFromResidual()
         isSkipped[jump - 1] = isSkipped[jump] = 1;
     const Series<double> gains = getPowerGains();
     const Series<double> residual = getResidual(gains);
-    Series<double> shares;
-    for (int line = 0; line < lines.getNumLines(); ++line)
-        shares.push_back(getShareOfNoise(line, gains, residual, isSkipped));
+    const Series<double> shares = getSharesOfNoise(gains, residual, isSkipped);
     smoothPower(
         lines, isSkipped,
         [&](int frame, int first, int count, double* powers)

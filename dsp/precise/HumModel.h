@@ -128,8 +128,8 @@ private:
     Series<double> getLineScores() const;
     Series<double> getPowerGains() const;
     Series<double> getResidual(const Series<double>& gains) const;
-    double getShareOfNoise(int line, const Series<double>& gains, const Series<double>& residual,
-                           const Series<char>& isSkipped) const;
+    Series<double> getSharesOfNoise(const Series<double>& gains, const Series<double>& residual,
+                                    const Series<char>& isSkipped) const;
     Series<double> getLead(double meanFrequency) const;
     void moveLeapsToSegments(SmoothPath& path);
     void setTrack(PhaseTrack newTrack);
