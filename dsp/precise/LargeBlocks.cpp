@@ -69,6 +69,24 @@ Store& getStore()
     return store;
 }
 
+/// Whether a block could be put aside: not where nobody reuses it, nor where memory is at its end.
+bool keep(std::byte* block, std::size_t size) noexcept
+{
+    Store& store = getStore();
+    const std::lock_guard lock(store.mutex);
+    if (store.numUsers == 0)
+        return false;
+    try
+    {
+        store.blocks[size].push_back(block);
+        return true;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return false;
+    }
+}
+
 } // namespace
 
 LargeBlockReuse::LargeBlockReuse()
@@ -112,16 +130,8 @@ std::byte* takeLargeBlock(std::size_t numBytes)
 void giveLargeBlock(std::byte* block, std::size_t numBytes) noexcept
 {
     const std::size_t size = roundUp(numBytes);
-    {
-        Store& store = getStore();
-        const std::lock_guard lock(store.mutex);
-        if (store.numUsers > 0)
-        {
-            store.blocks[size].push_back(block);
-            return;
-        }
-    }
-    release(block, size);
+    if (!keep(block, size))
+        release(block, size);
 }
 
 } // namespace orvo::audio::precise
