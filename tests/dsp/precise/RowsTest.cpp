@@ -193,8 +193,8 @@ TEST(FrameSums, areTheirDefinitionAtTheEndsTooForEveryInstructionSet)
                         Complex sum;
                         for (int t = -40; t <= 40; ++t)
                             if (centre + t >= 0 && centre + t < numSamples)
-                                sum += std::polar(0.5 * pointers[channel][centre + t],
-                                                  -fullTurn * frequencies[f] * t);
+                                sum += 0.5 * pointers[channel][centre + t] *
+                                       std::polar(1.0, -fullTurn * frequencies[f] * t);
                         EXPECT_NEAR(std::abs(sums.get(channel, f) - sum), 0.0, 1e-5);
                     }
             }
