@@ -332,7 +332,7 @@ Series<double> HumModel::getSharesOfNoise(const Series<double>& gains,
                                           const Series<double>& residual,
                                           const Series<char>& isSkipped) const
 {
-    Series<double> shares(lines.getNumLines(), 1.0);
+    Series<double> shares(static_cast<std::size_t>(lines.getNumLines()), 1.0);
     Series<int> present;
     for (int line = 0; line < lines.getNumLines(); ++line)
         if (smooth.isPresent[line] != 0)
