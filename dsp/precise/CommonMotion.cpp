@@ -53,12 +53,13 @@ constexpr int largestGainExponent = 2;
 class Measurement
 {
 public:
-    Measurement(const HarmonicLines& linesToUse, const Series<char>& skipped,
-                const SmoothAmplitudes& smoothToUse, bool withGain)
+    Measurement(Motion motion, const HarmonicLines& linesToUse, const Series<char>& skipped,
+                const SmoothAmplitudes& smoothToUse)
         : lines(linesToUse)
         , isSkipped(skipped)
         , smooth(smoothToUse)
-        , hasGain(withGain)
+        , hasPhase(motion != Motion::Gain)
+        , hasGain(motion != Motion::Phase)
         , isJump(static_cast<std::size_t>(lines.numFrames))
         , phase(isJump.size())
         , logGain(isJump.size())
@@ -93,7 +94,7 @@ public:
         for (int round = 0; round < rounds; ++round)
         {
             measureFrames();
-            if (round >= roughRounds)
+            if (hasPhase && round >= roughRounds)
             {
                 for (std::size_t k = 0; k < phase.size(); ++k)
                     phase[k] += base[k];
@@ -175,12 +176,14 @@ private:
                                    (getPower(smooth.amplitudes[before]) + tiny));
             growthWeights += weight;
         }
-        phase[frame] += turn / turnWeights;
+        if (hasPhase)
+            phase[frame] += turn / turnWeights;
         if (hasGain)
             logGain[frame] += std::clamp(growth / growthWeights, -largestGainStep, largestGainStep);
     }
 
-    /// Between jumps the lines keep one pattern; without a gain their sizes may change.
+    /// Between jumps the lines keep one pattern; without a gain their sizes may change, and without
+    /// a phase their phases.
     void formPattern()
     {
         int first = 0;
@@ -223,8 +226,9 @@ private:
             {
                 const std::size_t at = lines.at(frame, used[i]);
                 const double weight = 1.0 / (smooth.variances[at] * shrink * shrink + tiny);
-                means[i] +=
-                    weight * shrink * multiplyConjugate(smooth.amplitudes[at], turns[turnOf[i]]);
+                means[i] += weight * shrink *
+                            (hasPhase ? multiplyConjugate(smooth.amplitudes[at], turns[turnOf[i]])
+                                      : Complex(std::sqrt(getPower(smooth.amplitudes[at]))));
                 weights[i] += weight;
             }
         }
@@ -237,9 +241,12 @@ private:
         for (int frame = first; frame < last; ++frame)
             for (std::size_t i = 0; i < used.size(); ++i)
             {
-                const double power = getPower(smooth.amplitudes[lines.at(frame, used[i])]);
-                const double grown = hasGain || sizes[i] == 0.0 ? 1.0 : std::sqrt(power) / sizes[i];
-                pattern.set(indexOf(frame, stride) + i, grown * means[i]);
+                const Complex amplitude = smooth.amplitudes[lines.at(frame, used[i])];
+                const double size = std::sqrt(getPower(amplitude));
+                const double grown = hasGain || sizes[i] == 0.0 ? 1.0 : size / sizes[i];
+                const Complex expected =
+                    hasPhase || size == 0.0 ? grown * means[i] : sizes[i] / size * amplitude;
+                pattern.set(indexOf(frame, stride) + i, expected);
             }
     }
 
@@ -348,8 +355,9 @@ private:
                         factors, leastNoiseShare);
         const double turnInformation = step.turnInformation + leastInformation;
         const double growthInformation = step.growthInformation + leastInformation;
-        phase[frame] +=
-            std::clamp(step.turn / turnInformation, -largestPhaseStep, largestPhaseStep);
+        if (hasPhase)
+            phase[frame] +=
+                std::clamp(step.turn / turnInformation, -largestPhaseStep, largestPhaseStep);
         phaseVariances[frame] = 0.5 / turnInformation;
         if (hasGain)
             logGain[frame] +=
@@ -360,6 +368,7 @@ private:
     const HarmonicLines& lines;
     const Series<char>& isSkipped;
     const SmoothAmplitudes& smooth;
+    bool hasPhase;
     bool hasGain;
     Series<char> isJump;
     Series<double> phase;
@@ -380,11 +389,11 @@ private:
 
 } // namespace
 
-CommonMotion measureMotion(const HarmonicLines& lines, const Series<char>& isSkipped,
+CommonMotion measureMotion(Motion motion, const HarmonicLines& lines, const Series<char>& isSkipped,
                            const SmoothAmplitudes& smooth, const Series<int>& restarts,
-                           const Series<double>& base, bool hasGain)
+                           const Series<double>& base)
 {
-    return Measurement(lines, isSkipped, smooth, hasGain).measure(restarts, base);
+    return Measurement(motion, lines, isSkipped, smooth).measure(restarts, base);
 }
 
 } // namespace orvo::audio::precise

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <utility>
 
 namespace orvo::audio::precise
@@ -24,6 +25,12 @@ constexpr double gainMargin = 20.0;
 constexpr double mostGainPerLine = 30.0;
 constexpr double phaseMargin = -20.0;
 constexpr double movingMargin = 40.0;
+
+/// The share of the evidence that one harmonic must have for a track to be its own doing.
+constexpr double soloShare = 0.8;
+
+/// Nearly all the time mains are that near to 50 or 60 Hz.
+constexpr double steadyOffset = 0.06;
 constexpr double nearShare = 0.0008; // of the fundamental
 constexpr int gainRounds = 2;
 constexpr int finalRounds = 3;
@@ -32,6 +39,13 @@ constexpr int noiseRounds = 2;
 /// No line is trusted beyond this share of its power: one that is loud but trembles by itself must
 /// not outweigh all others.
 constexpr double trustedShare = 0.01;
+
+/// Whether a frequency is one that mains keep for some seconds. What stands still elsewhere is more
+/// often a held note.
+bool isOfMains(double frequency)
+{
+    return std::min(std::abs(frequency - 50.0), std::abs(frequency - 60.0)) < steadyOffset;
+}
 
 void limitTrust(HarmonicLines& lines)
 {
@@ -61,34 +75,13 @@ bool isNear(const PhaseTrack& track, const HumModel& model)
     return true;
 }
 
-/// Gives whether there is a gain that makes the hum likelier.
-bool improveGain(HumModel& model)
-{
-    int round = 0;
-    while (round < gainRounds && improve(model, true, gainMargin))
-        ++round;
-    return round > 0;
-}
-
-/// Takes the model with the changes that are found in it, if there are any and it is likelier.
-void tryChanges(HumModel& best, HumModel changed)
-{
-    if (!changed.addChanges())
-        return;
-    changed.findAmplitudes();
-    improve(changed, false, -infinity);
-    improveGain(changed);
-    if (changed.getScore() > best.getScore())
-        best = std::move(changed);
-}
-
-} // namespace
-
-bool improve(HumModel& model, bool hasGain, double margin)
+/// Follows the motion of the model if that makes it likelier by `margin`; false if not.
+bool improve(HumModel& model, Motion motion, double margin)
 {
     if (!model.isAnyPresent())
         return false;
-    HumModel moved = model.followMotion(hasGain);
+    HumModel moved = model.followMotion(motion);
+    const bool hasGain = motion != Motion::Phase;
     if (moved.getAdvantage(model, hasGain ? mostGainPerLine : infinity) < margin)
         return false;
     model = std::move(moved);
@@ -100,6 +93,48 @@ bool improve(HumModel& model, bool hasGain, double margin)
     return true;
 }
 
+/// The harmonic that has nearly all of the evidence, 0 if none has.
+int findSoloist(const HumModel& model)
+{
+    const HarmonicLines& lines = model.getLines();
+    Series<double> evidence(static_cast<std::size_t>(lines.numHarmonics));
+    for (int line = 0; line < lines.getNumLines(); ++line)
+        evidence[lines.getHarmonic(line) - 1] += std::max(0.0, model.getSmooth().evidence[line]);
+    const auto most = std::max_element(evidence.begin(), evidence.end());
+    const double all = std::accumulate(evidence.begin(), evidence.end(), 0.0);
+    return *most > soloShare * all ? static_cast<int>(most - evidence.begin()) + 1 : 0;
+}
+
+void silence(HarmonicLines& lines, int harmonic)
+{
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+        for (int line = harmonic - 1; line < lines.getNumLines(); line += lines.numHarmonics)
+            lines.amplitudes[lines.at(frame, line)] = 0.0;
+}
+
+/// Gives whether there is a gain that makes the hum likelier.
+bool improveGain(HumModel& model, Motion motion = Motion::PhaseAndGain)
+{
+    int round = 0;
+    while (round < gainRounds && improve(model, motion, gainMargin))
+        ++round;
+    return round > 0;
+}
+
+/// Takes the model with the changes that are found in it, if there are any and it is likelier.
+void tryChanges(HumModel& best, HumModel changed)
+{
+    if (!changed.addChanges())
+        return;
+    changed.findAmplitudes();
+    improve(changed, Motion::Phase, -infinity);
+    improveGain(changed);
+    if (changed.getScore() > best.getScore())
+        best = std::move(changed);
+}
+
+} // namespace
+
 HumFitter::HumFitter(const ChannelView& view, const FrameGrid& grid, double fundamentalToUse)
     : fundamental(fundamentalToUse)
     , usedHarmonics(std::clamp(static_cast<int>(highestShareOfRate * view.sampleRate / fundamental),
@@ -108,14 +143,20 @@ HumFitter::HumFitter(const ChannelView& view, const FrameGrid& grid, double fund
 {
 }
 
-PhaseTrack HumFitter::findConstantTrack(const HarmonicLines& lines) const
+Series<double> HumFitter::findDeviations(const HarmonicLines& lines) const
+{
+    return findConstantDeviations(keepHarmonics(lines, searchHarmonics), fundamental);
+}
+
+/// The likeliest of tracks that deviate by a constant each.
+PhaseTrack HumFitter::findConstantTrack(const HarmonicLines& lines,
+                                        const Series<double>& deviations) const
 {
     const PhaseTrack nominal(fundamental);
     PhaseTrack best = nominal;
     double most = -infinity;
     const Series<char> isSkipped(static_cast<std::size_t>(lines.numFrames));
-    for (const double deviation :
-         findConstantDeviations(keepHarmonics(lines, searchHarmonics), fundamental))
+    for (const double deviation : deviations)
     {
         const PhaseTrack track(fundamental + deviation);
         HarmonicLines turned = lines;
@@ -152,10 +193,11 @@ HumModel HumFitter::develop(const PhaseTrack& track)
     HarmonicLines lines = reader.read(track, usedHarmonics);
     HumModel rough(track, keepHarmonics(lines, roughHarmonics));
     rough.findAmplitudes();
-    const PhaseTrack refined = rough.isAnyPresent() ? rough.followMotion(false).getTrack() : track;
+    const PhaseTrack refined =
+        rough.isAnyPresent() ? rough.followMotion(Motion::Phase).getTrack() : track;
     HumModel model(refined, reader.read(refined, usedHarmonics));
     model.findAmplitudes();
-    if (improve(model, false, phaseMargin))
+    if (improve(model, Motion::Phase, phaseMargin))
     {
         // Beside a track that is a little off the harmonics themselves look like noise.
         model = model.moveTo(reader.read(model.getTrack(), usedHarmonics));
@@ -171,12 +213,36 @@ HumModel HumFitter::develop(const PhaseTrack& track)
     return best;
 }
 
+/// Mains hardly move, but a loud harmonic may turn by itself and lead the track away from all
+/// others, and a fade may pass for motion: then the hum is likelier with a fundamental that stands
+/// still and lines that turn as they will.
+void HumFitter::trySteady(HumModel& best, HarmonicLines lines, Series<double> deviations)
+{
+    if (const int soloist = findSoloist(best); soloist != 0)
+    {
+        silence(lines, soloist);
+        deviations = findDeviations(lines);
+    }
+    const double frequency = fundamental + deviations.front();
+    if (!isOfMains(frequency))
+        return;
+    const PhaseTrack track(frequency);
+    if (isNear(track, best))
+        return;
+    HumModel steady(track, reader.read(track, usedHarmonics));
+    steady.updateAmplitudes();
+    improveGain(steady, Motion::Gain);
+    if (steady.getScore() > best.getScore() + movingMargin)
+        best = std::move(steady);
+}
+
 HumModel HumFitter::fit()
 {
     HarmonicLines lines = reader.read(PhaseTrack(fundamental), usedHarmonics);
     limitTrust(lines);
     addMovingNoise(lines);
-    HumModel best = develop(findConstantTrack(lines));
+    const Series<double> deviations = findDeviations(lines);
+    HumModel best = develop(findConstantTrack(lines, deviations));
     const PhaseTrack movingTrack = findMovingTrack(lines);
     if (!best.getChanges().empty() || !isNear(movingTrack, best))
     {
@@ -184,10 +250,11 @@ HumModel HumFitter::fit()
         if (moving.getScore() > best.getScore() + movingMargin)
             best = std::move(moving);
     }
+    trySteady(best, std::move(lines), deviations);
     bool hasGain = true;
     for (int round = 0; round < finalRounds; ++round)
     {
-        hasGain = hasGain && improve(best, true, gainMargin);
+        hasGain = hasGain && improve(best, Motion::PhaseAndGain, gainMargin);
         if (round < noiseRounds)
         {
             best.takeNoiseFromResidual();

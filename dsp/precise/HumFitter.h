@@ -6,8 +6,8 @@ namespace orvo::audio::precise
 {
 
 /// Fits a hum of a fundamental that is known to 0.7 % to a stretch: a constant and a moving
-/// fundamental are both followed, with one level, with a level that breathes, and with changes, and
-/// the likeliest is improved.
+/// fundamental are both followed, with one level, with a level that breathes, and with changes; a
+/// constant one also with lines that turn by themselves. The likeliest is improved.
 class HumFitter
 {
 public:
@@ -20,16 +20,16 @@ public:
     HumModel fit();
 
 private:
-    PhaseTrack findConstantTrack(const HarmonicLines& lines) const;
+    Series<double> findDeviations(const HarmonicLines& lines) const;
+    PhaseTrack findConstantTrack(const HarmonicLines& lines,
+                                 const Series<double>& deviations) const;
     PhaseTrack findMovingTrack(const HarmonicLines& lines);
     HumModel develop(const PhaseTrack& track);
+    void trySteady(HumModel& best, HarmonicLines lines, Series<double> deviations);
 
     double fundamental;
     int usedHarmonics;
     LineReader reader;
 };
-
-/// Follows the motion of the model if that makes it likelier by `margin`; false if not.
-bool improve(HumModel& model, bool hasGain, double margin);
 
 } // namespace orvo::audio::precise

@@ -113,18 +113,6 @@ HumModel::HumModel(const HumModel& other, HarmonicLines linesToUse)
     lines.noise = std::move(aligned.noise);
 }
 
-HumModel::HumModel(const HumModel& other, SmoothPath& path)
-    : track(other.track)
-    , lines(other.lines)
-    , readNoise(other.readNoise)
-    , segments(other.segments)
-    , logGain(other.logGain)
-    , wander(path.wander)
-{
-    smooth.jumps = other.smooth.jumps;
-    moveLeapsToSegments(path);
-}
-
 bool HumModel::isAnyPresent() const
 {
     return std::find(smooth.isPresent.begin(), smooth.isPresent.end(), 1) != smooth.isPresent.end();
@@ -269,31 +257,58 @@ void HumModel::moveLeapsToSegments(SmoothPath& path)
     }
 }
 
-HumModel HumModel::followMotion(bool hasGain) const
+double HumModel::getMeanFrequency() const
+{
+    double mean = 0.0;
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+        mean += track.getFrequency(lines.getTime(frame)) / lines.numFrames;
+    return mean;
+}
+
+CommonMotion HumModel::measure(Motion motion, double meanFrequency) const
 {
     const Aligned& aligned = prepare().aligned;
     Series<int> restarts;
     for (std::size_t i = 1; i < segments.size(); ++i)
         restarts.push_back(segments[i].first);
-    double meanFrequency = 0.0;
+    return measureMotion(motion, aligned.lines, aligned.isSkipped, smooth, restarts,
+                         getLead(meanFrequency));
+}
+
+void HumModel::addGain(const Series<double>& moreLogGain)
+{
     for (int frame = 0; frame < lines.numFrames; ++frame)
-        meanFrequency += track.getFrequency(lines.getTime(frame)) / lines.numFrames;
-    CommonMotion motion = measureMotion(aligned.lines, aligned.isSkipped, smooth, restarts,
-                                        getLead(meanFrequency), hasGain);
-    HumModel model(*this, motion.phase);
+        logGain[frame] =
+            std::clamp(logGain[frame] + moreLogGain[frame], -largestLogGain, largestLogGain);
+}
+
+void HumModel::addPhase(SmoothPath& path, double meanFrequency)
+{
+    wander = path.wander;
+    moveLeapsToSegments(path);
     Series<double> phases;
     Series<double> frequencies;
     const double start = track.getPhase(lines.firstTime);
     for (int frame = 0; frame < lines.numFrames; ++frame)
     {
         phases.push_back(start + meanFrequency * frame * lines.frameTime +
-                         motion.phase.values[frame] / (2.0 * pi));
-        frequencies.push_back(meanFrequency + motion.phase.speeds[frame] / (2.0 * pi));
-        if (hasGain)
-            model.logGain[frame] =
-                std::clamp(logGain[frame] + motion.logGain[frame], -largestLogGain, largestLogGain);
+                         path.values[frame] / (2.0 * pi));
+        frequencies.push_back(meanFrequency + path.speeds[frame] / (2.0 * pi));
     }
-    model.setTrack({lines.firstTime, lines.frameTime, std::move(phases), std::move(frequencies)});
+    setTrack({lines.firstTime, lines.frameTime, std::move(phases), std::move(frequencies)});
+}
+
+HumModel HumModel::followMotion(Motion motion) const
+{
+    const double meanFrequency = getMeanFrequency();
+    CommonMotion measured = measure(motion, meanFrequency);
+    HumModel model = *this;
+    model.prepared.reset();
+    model.smooth = {{}, {}, {}, {}, smooth.jumps};
+    if (motion != Motion::Phase)
+        model.addGain(measured.logGain);
+    if (motion != Motion::Gain)
+        model.addPhase(measured.phase, meanFrequency);
     return model;
 }
 

@@ -66,7 +66,7 @@ public:
 
     /// Measures the motion that all lines share, and gives the model that follows it; its
     /// amplitudes must be found anew. Needs a present line.
-    HumModel followMotion(bool hasGain) const;
+    HumModel followMotion(Motion motion) const;
 
     /// Takes as noise what the model leaves, where that is more than was read beside the harmonics,
     /// or far less for the whole of a line.
@@ -104,7 +104,6 @@ public:
 
 private:
     HumModel(const HumModel& other, HarmonicLines lines);
-    HumModel(const HumModel& other, SmoothPath& path);
 
     struct Aligned
     {
@@ -130,7 +129,11 @@ private:
     Series<double> getResidual(const Series<double>& gains) const;
     Series<double> getSharesOfNoise(const Series<double>& gains, const Series<double>& residual,
                                     const Series<char>& isSkipped) const;
+    double getMeanFrequency() const;
     Series<double> getLead(double meanFrequency) const;
+    CommonMotion measure(Motion motion, double meanFrequency) const;
+    void addGain(const Series<double>& moreLogGain);
+    void addPhase(SmoothPath& path, double meanFrequency);
     void moveLeapsToSegments(SmoothPath& path);
     void setTrack(PhaseTrack newTrack);
     const Segment& getSegment(int frame) const;

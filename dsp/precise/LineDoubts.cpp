@@ -25,8 +25,8 @@ constexpr double leastLikeness = 0.3;
 constexpr double steadySeconds = 3.0 * lag;
 constexpr double leastSteadiness = 0.7;
 
-/// What is louder than the median of its line by this (6 dB) while no more than half of all lines
-/// are, is something else.
+/// What is louder than the median of its line by this (6 dB), and louder than its gain accounts
+/// for, while no more than half of all lines are, is something else.
 constexpr double outstandingPower = 4.0;
 
 /// A line is gone where it is 12 dB below its mean while the noise beside it is, too. Hum is not,
@@ -79,18 +79,23 @@ void leaveOutLoud(HumModel& model, bool isDoubtful)
     }
 }
 
-/// How much of a line's power is in its mean: 1 for what never changes.
-double getSteadiness(const HarmonicLines& lines, const Series<Complex>& amplitudes, int line)
+/// How much of a line's power is in its mean: 1 for what never changes but for the gain that all
+/// lines share. `amplitudes` are with that gain.
+double getSteadiness(const HumModel& model, const Series<Complex>& amplitudes, int line)
 {
+    const HarmonicLines& lines = model.getLines();
     Complex sum;
+    double weights = tiny;
     double power = tiny;
     for (int frame = 0; frame < lines.numFrames; ++frame)
     {
         const Complex amplitude = amplitudes[lines.at(frame, line)];
-        sum += amplitude;
+        const double gain = std::exp(model.getLogGain()[frame]);
+        sum += gain * amplitude;
+        weights += gain * gain;
         power += getPower(amplitude);
     }
-    return getPower(sum) / (power * lines.numFrames);
+    return getPower(sum) / (power * weights);
 }
 
 /// How much each line is like what it was a while before, where there is hum at both times, from 0
@@ -130,7 +135,7 @@ void leaveOutUnsteady(HumModel& model, bool isTrusted)
     const Series<double> likenesses = isBrief ? Series<double>{} : getLikenesses(model);
     for (int line = 0; line < lines.getNumLines(); ++line)
         if (model.getSmooth().isPresent[line] != 0 &&
-            (isBrief ? getSteadiness(lines, amplitudes, line) < leastSteadiness
+            (isBrief ? getSteadiness(model, amplitudes, line) < leastSteadiness
                      : likenesses[line] < leastLikeness))
             model.leaveOutLine(line);
 }
@@ -207,7 +212,10 @@ public:
     {
         for (int frame = 0; frame < lines.numFrames; ++frame)
             if (model.isOn(frame))
+            {
                 framesOn.push_back(frame);
+                gains.push_back(std::exp(2.0 * model.getLogGain()[frame]));
+            }
         for (int line = 0; line < lines.getNumLines(); ++line)
             if (model.getSmooth().isPresent[line] != 0)
                 used.push_back(line);
@@ -235,6 +243,13 @@ private:
         return getPower(model.getSmooth().amplitudes[lines.at(frame, line)]);
     }
 
+    static double getMedian(Series<double> values)
+    {
+        const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+        std::nth_element(values.begin(), middle, values.end());
+        return *middle;
+    }
+
     void find(std::size_t first, std::size_t last)
     {
         std::array<Series<double>, linesAtOnce> powers;
@@ -247,13 +262,14 @@ private:
 
     void find(int line, const Series<double>& powers)
     {
-        Series<double> sorted = powers;
-        const auto middle = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
-        std::nth_element(sorted.begin(), middle, sorted.end());
-        const double most = outstandingPower * *middle;
+        Series<double> heard;
+        for (std::size_t i = 0; i < powers.size(); ++i)
+            heard.push_back(gains[i] * powers[i]);
+        const double most = outstandingPower * getMedian(powers);
+        const double mostHeard = outstandingPower * getMedian(heard);
         bool isAny = false;
         for (std::size_t i = 0; i < powers.size(); ++i)
-            if (powers[i] > most)
+            if (powers[i] > most && heard[i] > mostHeard)
             {
                 isAny = true;
                 isOutstanding[lines.at(framesOn[i], line)] = 1;
@@ -285,6 +301,7 @@ private:
     Series<char> isOutstanding; // [frame][line]
     Series<int> counts;         // [frame], of lines that are
     Series<int> framesOn;
+    Series<double> gains; // of power, in them
     Series<int> used;
     Series<int> outstanding; // lines that are somewhere
 };

@@ -23,7 +23,6 @@ constexpr double analysisMargin = 1.4;
 
 constexpr int firstHarmonics = 80;
 constexpr int topHarmonics = 20;
-constexpr int noiseRoundsOfAll = 2;
 
 /// Evidence (natural logarithm of a likelihood ratio) that a stretch needs: of all lines but the
 /// clearest, since one line alone may be a held note; or of one line that is very clear and steady,
@@ -276,11 +275,8 @@ HumModel extend(const HumModel& model, const ChannelView& view, const FrameGrid&
     if (highest < numHarmonics)
         extended = model.moveTo(extended.getReadLines(highest));
     extended.updateAmplitudes();
-    for (int round = 0; round < noiseRoundsOfAll; ++round)
-    {
-        extended.takeNoiseFromResidual();
-        extended.updateAmplitudes(Caution::DoubtfulLines);
-    }
+    extended.takeNoiseFromResidual();
+    extended.updateAmplitudes(Caution::DoubtfulLines);
     return extended;
 }
 

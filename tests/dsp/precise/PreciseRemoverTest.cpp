@@ -127,6 +127,36 @@ TEST(PreciseRemover, takesOffEveryKindOfHum)
     }
 }
 
+/// A guitar's pick-up does that: the loudest harmonic gains half a turn on the others while all
+/// that is on the tape fades.
+TEST(PreciseRemover, followsAHarmonicThatTurnsByItselfThroughAFade)
+{
+    const double rate = 8000.0;
+    const double seconds = 6.0;
+    Dice dice;
+    Channels clean = makeSilence(1, rate, seconds);
+    addNoise(clean, rate, 0.0, seconds, 0.003, dice);
+    Channels hum = makeSilence(1, rate, seconds);
+    addTone(hum, rate, {.fundamental = 60.0, .amplitude = 0.01}, dice);
+    const auto decayStart = static_cast<std::size_t>(3.5 * rate);
+    for (std::size_t i = 0; i < hum[0].size(); ++i)
+    {
+        const double time = static_cast<double>(i) / rate;
+        const double turn = 0.25 * std::sin(0.5 * pi * (time - 3.0) / 3.0);
+        hum[0][i] += static_cast<float>(0.1 * std::cos(fullTurn * (60.0 * time + turn)));
+        const auto fade = static_cast<float>(std::exp(-1.4 * std::max(0.0, time - 2.5)));
+        clean[0][i] *= fade;
+        hum[0][i] *= fade;
+    }
+    const Channels mixed = add(clean, hum);
+    const Removal removal = removeHum(mixed, rate);
+    Channels left = add(hum, removal.hum, -1.0); // of the hum, from the middle of the fade on
+    for (Channels* part : {&left, &hum})
+        (*part)[0].erase((*part)[0].begin(),
+                         (*part)[0].begin() + static_cast<std::ptrdiff_t>(decayStart));
+    EXPECT_LT(getEnergy(left), 3e-4 * getEnergy(hum));
+}
+
 /// Below the rates of sound few harmonics are left, and the bands beside the last of them reach
 /// over half the rate.
 TEST(PreciseRemover, takesOffTheHarmonicsThatALowRateHolds)
