@@ -223,10 +223,9 @@ void HumFitter::trySteady(HumModel& best, HarmonicLines lines, Series<double> de
         silence(lines, soloist);
         deviations = findDeviations(lines);
     }
-    const double frequency = fundamental + deviations.front();
-    if (!isOfMains(frequency))
+    if (deviations.empty() || !isOfMains(fundamental + deviations.front()))
         return;
-    const PhaseTrack track(frequency);
+    const PhaseTrack track(fundamental + deviations.front());
     if (isNear(track, best))
         return;
     HumModel steady(track, reader.read(track, usedHarmonics));
