@@ -148,15 +148,13 @@ Series<double> HumFitter::findDeviations(const HarmonicLines& lines) const
     return findConstantDeviations(keepHarmonics(lines, searchHarmonics), fundamental);
 }
 
-/// The likeliest of tracks that deviate by a constant each.
-PhaseTrack HumFitter::findConstantTrack(const HarmonicLines& lines,
-                                        const Series<double>& deviations) const
+PhaseTrack HumFitter::findConstantTrack(const HarmonicLines& lines) const
 {
     const PhaseTrack nominal(fundamental);
     PhaseTrack best = nominal;
     double most = -infinity;
     const Series<char> isSkipped(static_cast<std::size_t>(lines.numFrames));
-    for (const double deviation : deviations)
+    for (const double deviation : findDeviations(lines))
     {
         const PhaseTrack track(fundamental + deviation);
         HarmonicLines turned = lines;
@@ -214,15 +212,15 @@ HumModel HumFitter::develop(const PhaseTrack& track)
 }
 
 /// Mains hardly move, but a loud harmonic may turn by itself and lead the track away from all
-/// others, and a fade may pass for motion: then the hum is likelier with a fundamental that stands
-/// still and lines that turn as they will.
-void HumFitter::trySteady(HumModel& best, HarmonicLines lines, Series<double> deviations)
+/// others: then the hum is likelier with a fundamental that stands still, which the others tell,
+/// and with lines that turn as they will.
+void HumFitter::trySteady(HumModel& best, HarmonicLines lines)
 {
-    if (const int soloist = findSoloist(best); soloist != 0)
-    {
-        silence(lines, soloist);
-        deviations = findDeviations(lines);
-    }
+    const int soloist = findSoloist(best);
+    if (soloist == 0)
+        return;
+    silence(lines, soloist);
+    const Series<double> deviations = findDeviations(lines);
     if (deviations.empty() || !isOfMains(fundamental + deviations.front()))
         return;
     const PhaseTrack track(fundamental + deviations.front());
@@ -240,8 +238,7 @@ HumModel HumFitter::fit()
     HarmonicLines lines = reader.read(PhaseTrack(fundamental), usedHarmonics);
     limitTrust(lines);
     addMovingNoise(lines);
-    const Series<double> deviations = findDeviations(lines);
-    HumModel best = develop(findConstantTrack(lines, deviations));
+    HumModel best = develop(findConstantTrack(lines));
     const PhaseTrack movingTrack = findMovingTrack(lines);
     if (!best.getChanges().empty() || !isNear(movingTrack, best))
     {
@@ -249,7 +246,7 @@ HumModel HumFitter::fit()
         if (moving.getScore() > best.getScore() + movingMargin)
             best = std::move(moving);
     }
-    trySteady(best, std::move(lines), deviations);
+    trySteady(best, std::move(lines));
     bool hasGain = true;
     for (int round = 0; round < finalRounds; ++round)
     {

@@ -7,7 +7,7 @@ namespace orvo::audio::precise
 
 /// Fits a hum of a fundamental that is known to 0.7 % to a stretch: a constant and a moving
 /// fundamental are both followed, with one level, with a level that breathes, and with changes; a
-/// constant one also with lines that turn by themselves. The likeliest is improved.
+/// constant one also with a loud line that turns by itself. The likeliest is improved.
 class HumFitter
 {
 public:
@@ -21,11 +21,10 @@ public:
 
 private:
     Series<double> findDeviations(const HarmonicLines& lines) const;
-    PhaseTrack findConstantTrack(const HarmonicLines& lines,
-                                 const Series<double>& deviations) const;
+    PhaseTrack findConstantTrack(const HarmonicLines& lines) const;
     PhaseTrack findMovingTrack(const HarmonicLines& lines);
     HumModel develop(const PhaseTrack& track);
-    void trySteady(HumModel& best, HarmonicLines lines, Series<double> deviations);
+    void trySteady(HumModel& best, HarmonicLines lines);
 
     double fundamental;
     int usedHarmonics;
