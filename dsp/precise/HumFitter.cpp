@@ -29,6 +29,9 @@ constexpr double movingMargin = 40.0;
 /// The share of the evidence that one harmonic must have for a track to be its own doing.
 constexpr double soloShare = 0.8;
 
+/// A fundamental that stands still while lines turn must make each of them that much likelier.
+constexpr double stillMargin = 30.0;
+
 /// Nearly all the time mains are that near to 50 or 60 Hz.
 constexpr double steadyOffset = 0.06;
 constexpr double nearShare = 0.0008; // of the fundamental
@@ -105,6 +108,12 @@ int findSoloist(const HumModel& model)
     return *most > soloShare * all ? static_cast<int>(most - evidence.begin()) + 1 : 0;
 }
 
+int countPresent(const HumModel& model)
+{
+    const Series<char>& isPresent = model.getSmooth().isPresent;
+    return static_cast<int>(std::count(isPresent.begin(), isPresent.end(), 1));
+}
+
 void silence(HarmonicLines& lines, int harmonic)
 {
     for (int frame = 0; frame < lines.numFrames; ++frame)
@@ -148,13 +157,14 @@ Series<double> HumFitter::findDeviations(const HarmonicLines& lines) const
     return findConstantDeviations(keepHarmonics(lines, searchHarmonics), fundamental);
 }
 
-PhaseTrack HumFitter::findConstantTrack(const HarmonicLines& lines) const
+PhaseTrack HumFitter::findConstantTrack(const HarmonicLines& lines,
+                                        const Series<double>& deviations) const
 {
     const PhaseTrack nominal(fundamental);
     PhaseTrack best = nominal;
     double most = -infinity;
     const Series<char> isSkipped(static_cast<std::size_t>(lines.numFrames));
-    for (const double deviation : findDeviations(lines))
+    for (const double deviation : deviations)
     {
         const PhaseTrack track(fundamental + deviation);
         HarmonicLines turned = lines;
@@ -212,15 +222,15 @@ HumModel HumFitter::develop(const PhaseTrack& track)
 }
 
 /// Mains hardly move, but a loud harmonic may turn by itself and lead the track away from all
-/// others: then the hum is likelier with a fundamental that stands still, which the others tell,
-/// and with lines that turn as they will.
-void HumFitter::trySteady(HumModel& best, HarmonicLines lines)
+/// others: then the hum is far likelier with a fundamental that stands still and lines that turn as
+/// they will.
+void HumFitter::trySteady(HumModel& best, HarmonicLines lines, Series<double> deviations)
 {
-    const int soloist = findSoloist(best);
-    if (soloist == 0)
-        return;
-    silence(lines, soloist);
-    const Series<double> deviations = findDeviations(lines);
+    if (const int soloist = findSoloist(best); soloist != 0)
+    {
+        silence(lines, soloist);
+        deviations = findDeviations(lines);
+    }
     if (deviations.empty() || !isOfMains(fundamental + deviations.front()))
         return;
     const PhaseTrack track(fundamental + deviations.front());
@@ -229,7 +239,7 @@ void HumFitter::trySteady(HumModel& best, HarmonicLines lines)
     HumModel steady(track, reader.read(track, usedHarmonics));
     steady.updateAmplitudes();
     improveGain(steady, Motion::Gain);
-    if (steady.getScore() > best.getScore() + movingMargin)
+    if (steady.getScore() > best.getScore() + stillMargin * countPresent(steady))
         best = std::move(steady);
 }
 
@@ -238,7 +248,8 @@ HumModel HumFitter::fit()
     HarmonicLines lines = reader.read(PhaseTrack(fundamental), usedHarmonics);
     limitTrust(lines);
     addMovingNoise(lines);
-    HumModel best = develop(findConstantTrack(lines));
+    const Series<double> deviations = findDeviations(lines);
+    HumModel best = develop(findConstantTrack(lines, deviations));
     const PhaseTrack movingTrack = findMovingTrack(lines);
     if (!best.getChanges().empty() || !isNear(movingTrack, best))
     {
@@ -246,7 +257,7 @@ HumModel HumFitter::fit()
         if (moving.getScore() > best.getScore() + movingMargin)
             best = std::move(moving);
     }
-    trySteady(best, std::move(lines));
+    trySteady(best, std::move(lines), deviations);
     bool hasGain = true;
     for (int round = 0; round < finalRounds; ++round)
     {

@@ -20,11 +20,13 @@ public:
     HumModel fit();
 
 private:
+    /// Constant ones of the fundamental, the better ones first.
     Series<double> findDeviations(const HarmonicLines& lines) const;
-    PhaseTrack findConstantTrack(const HarmonicLines& lines) const;
+    PhaseTrack findConstantTrack(const HarmonicLines& lines,
+                                 const Series<double>& deviations) const;
     PhaseTrack findMovingTrack(const HarmonicLines& lines);
     HumModel develop(const PhaseTrack& track);
-    void trySteady(HumModel& best, HarmonicLines lines);
+    void trySteady(HumModel& best, HarmonicLines lines, Series<double> deviations);
 
     double fundamental;
     int usedHarmonics;
