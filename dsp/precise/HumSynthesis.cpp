@@ -178,7 +178,8 @@ public:
     {
         for (int i = 0; i < count; ++i)
         {
-            const Complex turn = std::polar(1.0, 2.0 * std::numbers::pi * phases[i]);
+            const Complex turn =
+                std::polar(1.0, 2.0 * std::numbers::pi * phases[static_cast<std::size_t>(i)]);
             Complex wave = turn;
             for (int h = 0; h < score.highest; ++h)
             {
