@@ -262,8 +262,7 @@ void CombDetector::addPeaks(const Range& range, Series<CombPeak>& peaks) const
 {
     const Series<double> scores = smoothScores(range.scores);
     Series<double> sorted = scores;
-    const auto middle = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
-    std::nth_element(sorted.begin(), middle, sorted.end());
+    const double median = takeMedian(sorted);
     const auto last = static_cast<int>(scores.size()) - 1;
     Series<double> left = scores;
     for (int peak = 0; peak < peaksPerRange; ++peak)
@@ -281,7 +280,7 @@ void CombDetector::addPeaks(const Range& range, Series<CombPeak>& peaks) const
             weights += weight;
         }
         peaks.push_back({range.limits.lowest + range.step * moment / weights,
-                         (scores[top] - *middle) / std::max(numWindows, 1)});
+                         (scores[top] - median) / std::max(numWindows, 1)});
         for (int i = std::max(0, top - peakDistance); i <= std::min(last, top + peakDistance); ++i)
             left[i] = 0.0;
     }

@@ -26,14 +26,15 @@ constexpr double mostGainPerLine = 30.0;
 constexpr double phaseMargin = -20.0;
 constexpr double movingMargin = 40.0;
 
-/// The share of the evidence that one harmonic must have for a track to be its own doing.
+/// The share of the evidence that a harmonic must have for a track to be its own doing.
 constexpr double soloShare = 0.8;
 
 /// A fundamental that stands still while lines turn must make each of them that much likelier.
-constexpr double stillMargin = 30.0;
+constexpr double steadyMargin = 30.0;
 
 /// Nearly all the time mains are that near to 50 or 60 Hz.
 constexpr double steadyOffset = 0.06;
+
 constexpr double nearShare = 0.0008; // of the fundamental
 constexpr int gainRounds = 2;
 constexpr int finalRounds = 3;
@@ -239,7 +240,7 @@ void HumFitter::trySteady(HumModel& best, HarmonicLines lines, Series<double> de
     HumModel steady(track, reader.read(track, usedHarmonics));
     steady.updateAmplitudes();
     improveGain(steady, Motion::Gain);
-    if (steady.getScore() > best.getScore() + stillMargin * countPresent(steady))
+    if (steady.getScore() > best.getScore() + steadyMargin * countPresent(steady))
         best = std::move(steady);
 }
 

@@ -25,8 +25,8 @@ constexpr double leastLikeness = 0.3;
 constexpr double steadySeconds = 3.0 * lag;
 constexpr double leastSteadiness = 0.7;
 
-/// What is louder than the median of its line by this (6 dB), and louder than its gain accounts
-/// for, while no more than half of all lines are, is something else.
+/// What is louder than the median of its line by this (6 dB), with the gain of all as without it,
+/// while no more than half of all lines are, is something else.
 constexpr double outstandingPower = 4.0;
 
 /// A line is gone where it is 12 dB below its mean while the noise beside it is, too. Hum is not,
@@ -80,19 +80,18 @@ void leaveOutLoud(HumModel& model, bool isDoubtful)
 }
 
 /// How much of a line's power is in its mean: 1 for what never changes but for the gain that all
-/// lines share. `amplitudes` are with that gain.
-double getSteadiness(const HumModel& model, const Series<Complex>& amplitudes, int line)
+/// lines share. `amplitudes` are with those gains, one per frame.
+double getSteadiness(const HarmonicLines& lines, const Series<double>& gains,
+                     const Series<Complex>& amplitudes, int line)
 {
-    const HarmonicLines& lines = model.getLines();
     Complex sum;
     double weights = tiny;
     double power = tiny;
     for (int frame = 0; frame < lines.numFrames; ++frame)
     {
         const Complex amplitude = amplitudes[lines.at(frame, line)];
-        const double gain = std::exp(model.getLogGain()[frame]);
-        sum += gain * amplitude;
-        weights += gain * gain;
+        sum += gains[frame] * amplitude;
+        weights += gains[frame] * gains[frame];
         power += getPower(amplitude);
     }
     return getPower(sum) / (power * weights);
@@ -132,10 +131,13 @@ void leaveOutUnsteady(HumModel& model, bool isTrusted)
     if (isBrief && isTrusted)
         return;
     const Series<Complex> amplitudes = isBrief ? model.getAmplitudes() : Series<Complex>{};
+    Series<double> gains;
+    for (const double gain : model.getLogGain())
+        gains.push_back(std::exp(gain));
     const Series<double> likenesses = isBrief ? Series<double>{} : getLikenesses(model);
     for (int line = 0; line < lines.getNumLines(); ++line)
         if (model.getSmooth().isPresent[line] != 0 &&
-            (isBrief ? getSteadiness(model, amplitudes, line) < leastSteadiness
+            (isBrief ? getSteadiness(lines, gains, amplitudes, line) < leastSteadiness
                      : likenesses[line] < leastLikeness))
             model.leaveOutLine(line);
 }
@@ -243,13 +245,6 @@ private:
         return getPower(model.getSmooth().amplitudes[lines.at(frame, line)]);
     }
 
-    static double getMedian(Series<double> values)
-    {
-        const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-        std::nth_element(values.begin(), middle, values.end());
-        return *middle;
-    }
-
     void find(std::size_t first, std::size_t last)
     {
         std::array<Series<double>, linesAtOnce> powers;
@@ -265,8 +260,10 @@ private:
         Series<double> heard;
         for (std::size_t i = 0; i < powers.size(); ++i)
             heard.push_back(gains[i] * powers[i]);
-        const double most = outstandingPower * getMedian(powers);
-        const double mostHeard = outstandingPower * getMedian(heard);
+        Series<double> room = powers;
+        const double most = outstandingPower * takeMedian(room);
+        room = heard;
+        const double mostHeard = outstandingPower * takeMedian(room);
         bool isAny = false;
         for (std::size_t i = 0; i < powers.size(); ++i)
             if (powers[i] > most && heard[i] > mostHeard)

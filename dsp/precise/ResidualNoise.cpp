@@ -30,9 +30,7 @@ double toShareOfNoise(Series<double>& ratios)
 {
     if (ratios.empty())
         return 1.0;
-    const auto middle = ratios.begin() + static_cast<std::ptrdiff_t>(ratios.size() / 2);
-    std::nth_element(ratios.begin(), middle, ratios.end());
-    const double share = meanOverMedian * shareOfResidual * *middle;
+    const double share = meanOverMedian * shareOfResidual * takeMedian(ratios);
     return share < mostDoubtfulShare ? std::max(share, leastShareOfNoise) : 1.0;
 }
 

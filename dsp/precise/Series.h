@@ -2,6 +2,7 @@
 
 #include "dsp/precise/LargeBlocks.h"
 
+#include <algorithm>
 #include <concepts>
 #include <cstddef>
 #include <vector>
@@ -36,5 +37,13 @@ public:
         return Base::operator[](static_cast<std::size_t>(index));
     }
 };
+
+/// The upper median of some values, which are left in another order; there must be one at least.
+inline double takeMedian(Series<double>& values)
+{
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
 
 } // namespace orvo::audio::precise
