@@ -7,8 +7,8 @@ namespace orvo::audio::precise
 {
 
 /// Constant deviations in Hz from the track of `lines` at which the harmonics stand still best over
-/// windows of 2, 4 and 8 seconds: some for each, the better ones first within it; none where there is
-/// silence. Deviations reach 0.7 % of `fundamental`.
+/// windows of 2, 4 and 8 seconds: some for each, the better ones first within it; none where there
+/// is silence. Deviations reach 0.7 % of `fundamental`.
 Series<double> findConstantDeviations(const HarmonicLines& lines, double fundamental);
 
 /// How a moving fundamental deviates from the track, in Hz per frame.

@@ -105,6 +105,22 @@ void addMovingNoise(HarmonicLines& lines)
         });
 }
 
+double getSteadiness(const HarmonicLines& shape, const Series<double>& gains,
+                     const Series<Complex>& amplitudes, int line)
+{
+    Complex sum;
+    double weights = tiny;
+    double power = tiny;
+    for (int frame = 0; frame < shape.numFrames; ++frame)
+    {
+        const Complex amplitude = amplitudes[shape.at(frame, line)];
+        sum += gains[frame] * amplitude;
+        weights += gains[frame] * gains[frame];
+        power += getPower(amplitude);
+    }
+    return getPower(sum) / (power * weights);
+}
+
 void smoothPower(const HarmonicLines& shape, const Series<char>& isSkipped,
                  const WritePowers& write, const TakePowers& take)
 {

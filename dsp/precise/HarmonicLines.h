@@ -60,6 +60,11 @@ HarmonicLines keepHarmonics(const HarmonicLines& lines, int numHarmonics);
 /// frame from the weighted mean of the 15 around it, smoothed over 13.
 void addMovingNoise(HarmonicLines& lines);
 
+/// How much of a line's power is in its mean, from 0 to 1: 1 for what never changes but for the
+/// gain that all lines share. `amplitudes`, [frame][line], are with those gains, one per frame.
+double getSteadiness(const HarmonicLines& shape, const Series<double>& gains,
+                     const Series<Complex>& amplitudes, int line);
+
 /// Writes the power in a frame of `count` lines from `first` on, or takes it.
 using WritePowers = std::function<void(int frame, int first, int count, double* powers)>;
 using TakePowers = std::function<void(int frame, int first, int count, const double* powers)>;

@@ -30,7 +30,7 @@ constexpr double movingMargin = 40.0;
 constexpr double soloShare = 0.8;
 
 /// A fundamental that stands still while lines turn must make each of them that much likelier.
-constexpr double steadyMargin = 30.0;
+constexpr double steadyMargin = 15.0;
 
 /// Nearly all the time mains are that near to 50 or 60 Hz.
 constexpr double steadyOffset = 0.06;

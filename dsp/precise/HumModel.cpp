@@ -303,6 +303,17 @@ void HumModel::leaveOutLine(int line)
         smooth.amplitudes[lines.at(frame, line)] = 0.0;
 }
 
+void HumModel::takeLine(int line, const LineEstimate& estimate)
+{
+    smooth.isPresent[line] = 1;
+    smooth.evidence[line] = estimate.evidence;
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+    {
+        smooth.amplitudes[lines.at(frame, line)] = estimate.amplitudes[frame];
+        smooth.variances[lines.at(frame, line)] = estimate.variances[frame];
+    }
+}
+
 void HumModel::setAmplitudes(Series<Complex> amplitudes)
 {
     std::fill(smooth.isPresent.begin(), smooth.isPresent.end(), 0);

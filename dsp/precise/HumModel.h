@@ -17,6 +17,14 @@ struct Part
     int last;
 };
 
+/// What is known of a line, frame by frame.
+struct LineEstimate
+{
+    Series<Complex> amplitudes;
+    Series<double> variances;
+    double evidence; ///< natural logarithm of the likelihood ratio to no hum
+};
+
 /// The hum of a stretch: the sum over all harmonics h of the real part of
 /// a_h(t) g(t) exp(i h (2 pi p(t) + q)), where p is the track in cycles, g the common gain, q the
 /// phase of the segment and a_h an amplitude that hardly moves.
@@ -38,6 +46,9 @@ public:
     const Series<double>& getLogGain() const { return logGain; }
 
     const SmoothAmplitudes& getSmooth() const { return smooth; }
+
+    /// Lines as they would be with one phase and a gain of 1, until the model changes.
+    const HarmonicLines& getAlignedLines() const { return prepare().aligned.lines; }
 
     /// Variance that the frequency gained per second, in (rad/s)^2; 0 before any motion was
     /// measured.
@@ -77,6 +88,9 @@ public:
 
     /// Leaves a harmonic out of the hum of one channel.
     void leaveOutLine(int line);
+
+    /// Takes a line from another estimate, against track, gain and phase of the segments.
+    void takeLine(int line, const LineEstimate& estimate);
 
     /// Replaces the amplitudes, [frame][line] against track, gain and phase of the segments; lines
     /// that are 0 throughout are left out.

@@ -79,24 +79,6 @@ void leaveOutLoud(HumModel& model, bool isDoubtful)
     }
 }
 
-/// How much of a line's power is in its mean: 1 for what never changes but for the gain that all
-/// lines share. `amplitudes` are with those gains, one per frame.
-double getSteadiness(const HarmonicLines& lines, const Series<double>& gains,
-                     const Series<Complex>& amplitudes, int line)
-{
-    Complex sum;
-    double weights = tiny;
-    double power = tiny;
-    for (int frame = 0; frame < lines.numFrames; ++frame)
-    {
-        const Complex amplitude = amplitudes[lines.at(frame, line)];
-        sum += gains[frame] * amplitude;
-        weights += gains[frame] * gains[frame];
-        power += getPower(amplitude);
-    }
-    return getPower(sum) / (power * weights);
-}
-
 /// How much each line is like what it was a while before, where there is hum at both times, from 0
 /// to 1: a phase that goes on turning is no matter.
 Series<double> getLikenesses(const HumModel& model)

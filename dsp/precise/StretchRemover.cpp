@@ -1,6 +1,7 @@
 #include "dsp/precise/StretchRemover.h"
 
 #include "dsp/precise/ClearestChannels.h"
+#include "dsp/precise/CoveredLines.h"
 #include "dsp/precise/Decimator.h"
 #include "dsp/precise/HumFitter.h"
 #include "dsp/precise/LevelDoubts.h"
@@ -150,8 +151,19 @@ bool isShort(const HumModel& model)
     return getSeconds(model) < sureSeconds;
 }
 
-/// Evidence of each harmonic in the channel where it is clearest, the first at 0.
-Series<double> collectEvidence(const HumModel& model)
+/// Evidence of every line that is there.
+Series<double> getEvidence(const SmoothAmplitudes& smooth)
+{
+    Series<double> evidence = smooth.evidence;
+    for (std::size_t line = 0; line < evidence.size(); ++line)
+        if (smooth.isPresent[line] == 0)
+            evidence[line] = 0.0;
+    return evidence;
+}
+
+/// Evidence of each harmonic in the channel where it is clearest, the first at 0, given that of the
+/// lines. What is left out of the model by now counts no more.
+Series<double> collectEvidence(const HumModel& model, const Series<double>& ofLines)
 {
     const HarmonicLines& lines = model.getLines();
     Series<double> evidence(static_cast<std::size_t>(lines.numHarmonics));
@@ -159,7 +171,7 @@ Series<double> collectEvidence(const HumModel& model)
         if (model.getSmooth().isPresent[line] != 0)
         {
             double& most = evidence[lines.getHarmonic(line) - 1];
-            most = std::max(most, model.getSmooth().evidence[line]);
+            most = std::max(most, ofLines[line]);
         }
     return evidence;
 }
@@ -287,7 +299,8 @@ StretchRemover::StretchRemover(StretchSettings settingsToUse)
 {
 }
 
-bool StretchRemover::isHum(const HumModel& model, const ChannelView& view) const
+bool StretchRemover::isHum(const HumModel& model, const Series<double>& evidenceOfLines,
+                           const ChannelView& view) const
 {
     const double share = getHumPower(model) / std::max(getSoundPower(view), 1e-30);
     if (share < leastShare)
@@ -296,7 +309,7 @@ bool StretchRemover::isHum(const HumModel& model, const ChannelView& view) const
     if (settings.distrustsOthers && isBeside &&
         (isShort(model) || (share < mainShare && !isLasting(model))))
         return false;
-    const Series<double> evidence = collectEvidence(model);
+    const Series<double> evidence = collectEvidence(model, evidenceOfLines);
     const double largest = *std::max_element(evidence.begin(), evidence.end());
     const double rest = std::accumulate(evidence.begin(), evidence.end(), 0.0) - largest;
     if (isNoteOnComb(evidence, isBeside || isShort(model)) ||
@@ -333,9 +346,12 @@ std::optional<HumModel> StretchRemover::find(const Views& views, double fundamen
         extended = extend(model, views.full, grid, fundamental, most);
     const bool isInDoubt =
         settings.distrustsOthers && (isShort(extended) || isBesideMains(extended));
+    // Only hum that is heard makes it likely that there is more beneath the sound.
+    const Series<double> evidence = getEvidence(extended.getSmooth());
+    addCoveredLines(extended);
     leaveOutNotes(extended, isInDoubt, !settings.distrustsOthers);
     lowerDoubtfulMoments(extended);
-    if (!isHum(extended, views.full))
+    if (!isHum(extended, evidence, views.full))
         return {};
     result.fundamental = found;
     if (settings.pattern)

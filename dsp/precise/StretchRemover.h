@@ -54,7 +54,8 @@ private:
 
     std::optional<HumModel> find(const Views& views, double fundamental,
                                  StretchResult& result) const;
-    bool isHum(const HumModel& model, const ChannelView& view) const;
+    bool isHum(const HumModel& model, const Series<double>& evidenceOfLines,
+               const ChannelView& view) const;
 
     StretchSettings settings;
 };
