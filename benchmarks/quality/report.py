@@ -19,7 +19,7 @@ NOTES = (
     "Hum-free files: how far the change lies below the sound. Tools that cut wherever they are told"
     " cannot leave a file alone.",
     "All tools but Kalim's precise method are told whether the mains have 50 or 60 Hz, and remove"
-    " 12 harmonics.",
+    " 12 harmonics. Its live form is told the mains, and finds the harmonics itself.",
 )
 NOTES_ON_RECORDINGS = (
     "speech_woman holds a line of its own at 59.955 Hz, 25 dB under the speech, which counts"

@@ -2,7 +2,7 @@
 
 All but Kalim's precise method, which finds everything itself, are told whether the mains have 50
 or 60 Hz and take out the first 12 harmonics: of exactly that frequency, but for Kalim's tracking,
-which starts there.
+which starts there. The live form of the precise method is told the mains and finds the rest.
 """
 from __future__ import annotations
 
@@ -12,6 +12,7 @@ import pathlib
 import shlex
 import shutil
 import subprocess
+import sys
 from dataclasses import dataclass
 from functools import partial
 from typing import Callable
@@ -21,6 +22,7 @@ import scipy
 import soundfile
 from scipy.signal import get_window, iirnotch, sosfiltfilt, tf2sos
 
+PACKAGES = pathlib.Path(__file__).resolve().parents[2] / "build/release/python"
 HARMONICS = 12
 TIMEOUT = 900  # seconds; a mixture has 20 at most
 
@@ -93,6 +95,18 @@ def spectrum_fit(samples: np.ndarray, rate: int, hz: int) -> np.ndarray:
                                    method="spectrum_fit", filter_length="2s", verbose="error").T
 
 
+def live(look_ahead: float, samples: np.ndarray, rate: int, hz: int) -> np.ndarray:
+    """Kalim's live form, block by block; its output is shifted back by the latency."""
+    import kalim
+    remover = kalim.Remover(rate, samples.shape[1], method="precise", mains=hz,
+                            look_ahead=look_ahead)
+    mixed = samples.T.astype(np.float32)
+    blocks = [remover.process(block) for block in np.array_split(mixed, mixed.shape[1] // 4096 + 1,
+                                                                 axis=1)]
+    cleaned = np.concatenate([*blocks, remover.flush()], axis=1)
+    return cleaned[:, remover.latency:].T
+
+
 def kalim_command(program: str, options: list[str], hz: int) -> list[str]:
     settings = [option.replace("{hz}", str(hz)) for option in options]
     return [program, "--quiet", "--force", *settings, "{in}", "{out}"]
@@ -141,6 +155,19 @@ def _kalim_tools(program: str) -> list[Tool]:
             for name, title, options in ways]
 
 
+def _live_tools() -> list[Tool]:
+    """What can be had only as a library: the Python package, where it is installed or built."""
+    sys.path.append(str(PACKAGES))
+    package = importlib.util.find_spec("kalim")
+    if not package or not package.submodule_search_locations:
+        return []
+    folder = pathlib.Path(package.submodule_search_locations[0])
+    identity = _digest(__file__, *map(str, sorted(folder.glob("_core*.so"))))
+    return [Tool(name, title, identity + str(seconds), partial(live, seconds))
+            for name, title, seconds in (("live", "Kalim, live, no latency", 0.0),
+                                         ("live200", "Kalim, live, 200 ms late", 0.2))]
+
+
 def _program_tools() -> list[Tool]:
     found = []
     for name, title, command, option in (
@@ -162,14 +189,15 @@ def _library_tools() -> list[Tool]:
     return found
 
 
-NAMES = ("precise", "tracking", "aggressive", "ffmpeg", "sox", "mne", "notches", "regression")
+NAMES = ("precise", "live200", "live", "tracking", "aggressive", "ffmpeg", "sox", "mne", "notches",
+         "regression")
 
 
 def present(kalim: str | None, given: dict[str, str]) -> list[Tool]:
     """The tools of this machine. A command line that is given replaces the tool of its name, or
     joins them as a new one."""
     found = {tool.name: tool for tool in
-             (_kalim_tools(kalim) if kalim else []) + _program_tools() + _library_tools()}
+             (_kalim_tools(kalim) if kalim else []) + _live_tools() + _program_tools() + _library_tools()}
     for name, line in given.items():
         words = shlex.split(line)
         program = shutil.which(words[0]) if words else None
