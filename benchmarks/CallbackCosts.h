@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <numeric>
 #include <vector>
 
 namespace benchmarks
@@ -38,6 +39,12 @@ public:
             static_cast<std::ptrdiff_t>(part * static_cast<double>(sorted.size() - 1));
         std::nth_element(sorted.begin(), sorted.begin() + position, sorted.end());
         return sorted[static_cast<std::size_t>(position)];
+    }
+
+    double getMean() const
+    {
+        return std::accumulate(shares.begin(), shares.end(), 0.0) /
+               static_cast<double>(shares.size());
     }
 
     /// Keeps the lesser time of each callback of two runs of the very same callbacks: what the

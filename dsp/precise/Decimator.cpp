@@ -80,16 +80,20 @@ HWY_EXPORT(decimateKernel);
 namespace
 {
 
-constexpr int halfPeriods = 12;
 constexpr double kaiserShape = 8.0;
 constexpr double edge = 0.95; // of half the new rate
 
+int getHalf(int factor)
+{
+    return factor > 1 ? decimationReach * factor : 0;
+}
+
 } // namespace
 
-Decimator::Decimator(int factorToUse)
-    : factor(factorToUse)
-    , half(factor > 1 ? halfPeriods * factor : 0)
+Series<float> makeDecimationTaps(int factor)
 {
+    const int half = getHalf(factor);
+    Series<float> taps;
     double sum = 0.0;
     for (int i = -half; i <= half; ++i)
     {
@@ -103,6 +107,14 @@ Decimator::Decimator(int factorToUse)
     for (float& tap : taps)
         tap /= static_cast<float>(sum);
     taps.resize((taps.size() + tapGroup - 1) / tapGroup * tapGroup);
+    return taps;
+}
+
+Decimator::Decimator(int factorToUse)
+    : factor(factorToUse)
+    , half(getHalf(factor))
+    , taps(makeDecimationTaps(factor))
+{
 }
 
 Series<float> Decimator::process(const float* samples, int count) const

@@ -17,6 +17,9 @@ constexpr double mostPerLiveLine = 8.0;
 constexpr double changeMargin = 20.0;
 constexpr double priceOfJump = 6.0;
 
+/// Of more lines the lower ones speak for all, lest a change be more work than one callback takes.
+constexpr int mostWeighedLines = 96;
+
 /// A prediction that beats silence by more is not in doubt.
 constexpr double marginOfDoubt = 2.0;
 
@@ -26,7 +29,19 @@ constexpr double relativeNoise = 1e-3;
 /// So many bounded odds can be multiplied without leaving the range of numbers.
 constexpr int mostOdds = 64;
 
+/// The points of a circle at which jumps are looked for.
+template <std::size_t size>
+std::array<Complex, size> makeCircle()
+{
+    std::array<Complex, size> circle;
+    for (std::size_t k = 0; k < size; ++k)
+        circle[k] = makePhasor(2.0 * pi * static_cast<double>(k) / size);
+    return circle;
+}
+
 } // namespace
+
+const std::array<Complex, LiveTracker::numShifts> LiveTracker::turns = makeCircle<numShifts>();
 
 bool LiveTracker::considerChange(const LiveHistory& history, LiveTracker* before)
 {
@@ -71,11 +86,17 @@ void LiveTracker::expect(const LiveObservation& observation)
     }
 }
 
+bool LiveTracker::isWeighed(std::size_t line) const
+{
+    const int harmonic = static_cast<int>(line) % layout.numHarmonics + 1;
+    return evidence.isOpen(line) && harmonic <= mostWeighedLines / layout.numChannels;
+}
+
 void LiveTracker::weighSilence(const LiveObservation& observation, Change& change)
 {
     expect(observation);
     for (std::size_t i = 0; i < noise.size(); ++i)
-        if (evidence.isOpen(i))
+        if (isWeighed(i))
             change.silence += std::clamp(
                 compareErrors(getPower(aligned[i]), getPower(aligned[i] - expected[i]), noise[i]),
                 -mostPerLiveLine, mostPerLiveLine);
@@ -97,17 +118,17 @@ void LiveTracker::weighShifts(const LiveObservation& observation, Change& change
     odds.fill(1.0);
     for (std::size_t i = 0; i < noise.size(); ++i)
     {
-        if (!evidence.isOpen(i))
+        if (!isWeighed(i))
             continue;
-        const auto h = static_cast<double>(i % static_cast<std::size_t>(layout.numHarmonics) + 1);
-        const double still = 2.0 * noise[i] + getPower(aligned[i] - expected[i]);
-        const Complex turn = makePhasor(2.0 * pi * h / numShifts);
-        Complex moved = expected[i];
-        for (double& value : odds)
+        const std::size_t h = i % static_cast<std::size_t>(layout.numHarmonics) + 1;
+        const double apart = 2.0 * noise[i] + getPower(aligned[i]) + getPower(expected[i]);
+        const Complex shared = 2.0 * multiplyConjugate(expected[i], aligned[i]);
+        const double still = apart - shared.real();
+        for (std::size_t k = 0; k < odds.size(); ++k)
         {
-            const double error = 2.0 * noise[i] + getPower(aligned[i] - moved);
-            value *= std::clamp(still / error, 1.0 / most, most);
-            moved = multiply(moved, turn);
+            const Complex& turn = turns[h * k % numShifts];
+            const double error = apart - shared.real() * turn.real() + shared.imag() * turn.imag();
+            odds[k] *= std::clamp(still / error, 1.0 / most, most);
         }
         if (++numOdds == mostOdds)
             collect();

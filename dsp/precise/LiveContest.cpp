@@ -45,9 +45,6 @@ constexpr int stepsPerFrame = 3;
 /// Less than the history holds, which goes on while they catch up.
 constexpr int mostReplayed = 100;
 
-/// Parts in which the harmonics are searched.
-constexpr int numSearchParts = 10;
-
 /// How much better than the present frequency, and how far from it in Hz, a finding must be.
 constexpr double detectorMargin = 15.0;
 constexpr double leastDistance = 0.06;
@@ -95,7 +92,7 @@ void LiveContest::considerChange(const LiveHistory& history)
 
 int LiveContest::getNumParts() const
 {
-    return stepsPerFrame * numKinds + 3 + numSearchParts;
+    return stepsPerFrame * numKinds + 3 + detector.getNumParts();
 }
 
 void LiveContest::runPart(int part, const LiveHistory& history)
@@ -111,9 +108,9 @@ void LiveContest::runPart(int part, const LiveHistory& history)
         part -= stepsPerFrame * numKinds + 2;
         if (part == 0)
             detector.begin();
-        for (int h = part + 1; h <= detector.getNumHarmonics(); h += numSearchParts)
-            detector.search(history, h);
-        if (part == numSearchParts)
+        if (part < detector.getNumParts())
+            detector.search(history, part);
+        else
             useFinding(history);
     }
 }

@@ -40,16 +40,15 @@ void LiveDetector::begin()
     std::fill(scores.begin(), scores.end(), 0.0);
 }
 
-void LiveDetector::search(const LiveHistory& history, int harmonic)
+void LiveDetector::search(const LiveHistory& history, int part)
 {
+    const int harmonic = part / layout.numChannels + 1;
+    const int channel = part % layout.numChannels;
+    const auto line = static_cast<std::size_t>(channel * layout.numHarmonics + harmonic - 1);
     const int available = std::min(history.getSize(), numBlocks * blockLength);
-    for (int channel = 0; channel < layout.numChannels; ++channel)
-    {
-        const auto line = static_cast<std::size_t>(channel * layout.numHarmonics + harmonic - 1);
-        searchBlock(history, harmonic, line, 0, std::min(blockLength, available));
-        for (int end = 2 * blockLength; end <= available; end += blockLength)
-            searchBlock(history, harmonic, line, end - blockLength, blockLength);
-    }
+    searchBlock(history, harmonic, line, 0, std::min(blockLength, available));
+    for (int end = 2 * blockLength; end <= available; end += blockLength)
+        searchBlock(history, harmonic, line, end - blockLength, blockLength);
 }
 
 void LiveDetector::searchBlock(const LiveHistory& history, int harmonic, std::size_t line,

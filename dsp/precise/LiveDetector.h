@@ -22,12 +22,13 @@ public:
         double margin = 0.0;
     };
 
-    /// Starts a new search / searches one harmonic of all / tells the result.
+    /// Starts a new search / searches one harmonic of one channel, to be done in order / tells the
+    /// result.
     void begin();
-    void search(const LiveHistory& history, int harmonic);
+    void search(const LiveHistory& history, int part);
     Finding find(double current) const;
 
-    int getNumHarmonics() const { return numHarmonics; }
+    int getNumParts() const { return numHarmonics * layout.numChannels; }
 
 private:
     void searchBlock(const LiveHistory& history, int harmonic, std::size_t line, int begin,

@@ -1,9 +1,12 @@
 #include "dsp/precise/LiveReader.h"
 
+#include "dsp/precise/Decimator.h"
 #include "dsp/precise/Windows.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <numeric>
 
 namespace orvo::audio::precise
 {
@@ -23,12 +26,34 @@ constexpr double quietestNoise = 1e-14;
 /// the window.
 constexpr double liveKernelShape = 2.34 * numTaps;
 
+/// Rates that are twice as high or more are halved, as far as the pass band of the decimator holds
+/// what is between the harmonics, too.
+constexpr double leastLowRate = 40000.0;
+constexpr double passShare = 0.37;
+
+/// As many sums side by side as vectors may hold.
+constexpr std::int64_t numSums = 16;
+
 } // namespace
+
+int LiveReader::chooseFactor(const LiveLayout& layout)
+{
+    const double highest = 1.02 * (layout.numHarmonics + 0.5) * layout.nominal;
+    const double needed = std::max(leastLowRate, highest / passShare);
+    int factor = 1;
+    while (layout.sampleRate >= 2.0 * factor * needed)
+        factor *= 2;
+    return factor;
+}
 
 void LiveReader::prepare(const LiveLayout& newLayout)
 {
     layout = newLayout;
-    const double period = layout.sampleRate / layout.nominal;
+    factor = chooseFactor(layout);
+    delay = factor > 1 ? decimationReach : 0;
+    lowRate = layout.sampleRate / factor;
+    taps = makeDecimationTaps(factor);
+    const double period = lowRate / layout.nominal;
     reach = static_cast<int>(std::ceil(reachInPeriods * period));
     for (size = 1; size < 4.0 * reachInPeriods * period;)
         size *= 2;
@@ -50,13 +75,46 @@ void LiveReader::prepare(const LiveLayout& newLayout)
     transform.allocate(size, true);
     input = Signal32(1, size);
     spectrum = ComplexSignal32(1, size / 2 + 1);
+    std::int64_t ringSize = 1;
+    while (ringSize < 2 * (reach + layout.hop / factor))
+        ringSize *= 2;
+    lowMask = ringSize - 1;
+    lowRings.assign(static_cast<std::size_t>(factor > 1 ? layout.numChannels : 0),
+                    std::vector<float>(static_cast<std::size_t>(ringSize)));
     tune(layout.nominal);
+}
+
+void LiveReader::reset()
+{
+    for (auto& ring : lowRings)
+        std::fill(ring.begin(), ring.end(), 0.0F);
+}
+
+float LiveReader::lowPass(const float* ring, std::int64_t mask, std::int64_t last) const
+{
+    // All taps but the last are a whole number of groups; zeros follow, for samples yet to come.
+    const std::int64_t before = 2 * decimationReach * factor;
+    std::array<float, numSums> sums{};
+    for (std::int64_t i = 0; i < before; i += numSums)
+        for (std::int64_t j = 0; j < numSums; ++j)
+            sums[static_cast<std::size_t>(j)] += taps[i + j] * ring[(last - before + i + j) & mask];
+    return std::accumulate(sums.begin(), sums.end(), taps[before] * ring[last & mask]);
+}
+
+void LiveReader::follow(const float* ring, std::int64_t mask, int channel, std::int64_t begin,
+                        std::int64_t end)
+{
+    if (factor == 1)
+        return;
+    auto& lowRing = lowRings[static_cast<std::size_t>(channel)];
+    for (std::int64_t place = (begin + factor - 1) / factor; place * factor < end; ++place)
+        lowRing[static_cast<std::size_t>(place & lowMask)] = lowPass(ring, mask, place * factor);
 }
 
 void LiveReader::tune(double fundamental)
 {
     frequency = fundamental;
-    const double length = 4.0 * layout.sampleRate / fundamental;
+    const double length = 4.0 * lowRate / fundamental;
     const Complex turn = makePhasor(2.0 * pi / length);
     Complex phasor = 1.0;
     windowSum = 0.0;
@@ -111,14 +169,17 @@ Complex LiveReader::readAt(double bin) const
 void LiveReader::read(const float* ring, std::int64_t mask, int channel,
                       LiveObservation& observation)
 {
-    if (!fill(ring, mask, observation.centre))
+    const bool isFilled = factor == 1 ? fill(ring, mask, observation.centre)
+                                      : fill(lowRings[static_cast<std::size_t>(channel)].data(),
+                                             lowMask, observation.centre / factor + delay);
+    if (!isFilled)
     {
         observation.isValid = false;
         return;
     }
     transform.forwardReal(input, spectrum);
     const int count = layout.numHarmonics;
-    const double bin = frequency * size / layout.sampleRate;
+    const double bin = frequency * size / lowRate;
     const double scale = 2.0 / windowSum;
     for (int h = 0; h <= count; ++h)
         between[static_cast<std::size_t>(h)] = getPower(scale * readAt((h + 0.5) * bin));

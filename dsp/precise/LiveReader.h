@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dsp/precise/LiveMath.h"
+#include "dsp/precise/Series.h"
 #include "dsp/signal/FourierTransform.h"
 
 #include <cstdint>
@@ -11,15 +12,26 @@ namespace orvo::audio::precise
 
 /// Reads the amplitudes of all harmonics and the noise between them out of one frame: a Hann
 /// window of four periods, one transform, and Kaiser-Bessel interpolation between its bins
-/// (J. Keiner, S. Kunis and D. Potts, "Using NFFT 3", 2009).
+/// (J. Keiner, S. Kunis and D. Potts, "Using NFFT 3", 2009). Of high rates it keeps a low-passed
+/// copy at 40 kHz or more, as long as that holds all harmonics.
 class LiveReader
 {
 public:
+    /// What the hop and the centres of frames must be multiples of.
+    static int chooseFactor(const LiveLayout& layout);
+
     /// Not for the audio thread.
     void prepare(const LiveLayout& newLayout);
 
+    /// Forgets all sound.
+    void reset();
+
     /// Samples that a frame needs to either side of its centre.
-    int getReach() const { return reach; }
+    int getReach() const { return factor * (reach + delay); }
+
+    /// Takes in what a channel's ring of `mask` + 1 samples holds new, from `begin` to `end` - 1.
+    void follow(const float* ring, std::int64_t mask, int channel, std::int64_t begin,
+                std::int64_t end);
 
     /// Fits the window to the fundamental (Hz), for the reads that follow.
     void tune(double fundamental);
@@ -29,10 +41,17 @@ public:
     void read(const float* ring, std::int64_t mask, int channel, LiveObservation& observation);
 
 private:
+    float lowPass(const float* ring, std::int64_t mask, std::int64_t last) const;
     Complex readAt(double bin) const;
     bool fill(const float* ring, std::int64_t mask, std::int64_t centre);
 
     LiveLayout layout;
+    int factor = 1;
+    int delay = 0; // of the copy, in its samples
+    double lowRate = 48000.0;
+    Series<float> taps;
+    std::int64_t lowMask = 0;
+    std::vector<std::vector<float>> lowRings; // [channel], of the copy
     double frequency = 50.0;
     double windowSum = 1.0;
     int reach = 0;

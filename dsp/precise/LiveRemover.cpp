@@ -17,6 +17,9 @@ constexpr int mostChannels = 8;
 constexpr double urgentShare = 0.12;
 constexpr double latestShare = 0.95;
 
+/// What it takes to read a channel's frame, against the other parts that the next plan needs.
+constexpr int workOfReading = 8;
+
 constexpr double fadeSeconds = 0.008;
 
 /// So many zeros on end are digital silence, which holds no hum: its removal fades.
@@ -48,11 +51,13 @@ void LiveRemover::prepare(double sampleRate, int numChannels, const Settings& ne
     settings = newSettings;
     layout.sampleRate = sampleRate;
     layout.nominal = settings.fundamental;
-    layout.hop = static_cast<int>(std::lround(2.0 * sampleRate / settings.fundamental));
     layout.numHarmonics = std::max(
         1, std::min(settings.numHarmonics, static_cast<int>(highestShareOfRate * sampleRate /
                                                             (1.02 * settings.fundamental))));
     layout.numChannels = numChannels;
+    const int step = LiveReader::chooseFactor(layout);
+    layout.hop =
+        step * static_cast<int>(std::lround(2.0 * sampleRate / settings.fundamental / step));
     latency = static_cast<int>(std::lround(settings.lookAhead * sampleRate));
     fade = std::min(static_cast<int>(fadeSeconds * sampleRate), layout.hop / 4);
     reader.prepare(layout);
@@ -78,8 +83,13 @@ void LiveRemover::scheduleParts()
     const int numUrgent = getNumUrgentParts();
     const int numLater = contest.getNumParts();
     schedule.clear();
+    const double lastUrgent = urgentShare * layout.hop * (numUrgent - 1) / numUrgent;
+    const int all = (workOfReading - 1) * layout.numChannels + numUrgent - 1;
     for (int part = 0; part < numUrgent; ++part)
-        schedule.push_back(static_cast<int>(urgentShare * layout.hop * part / numUrgent));
+    {
+        const int before = part + (workOfReading - 1) * std::min(part, layout.numChannels);
+        schedule.push_back(static_cast<int>(lastUrgent * before / all));
+    }
     for (int part = 0; part < numLater; ++part)
         schedule.push_back(static_cast<int>(
             layout.hop * (urgentShare + (latestShare - urgentShare) * part / numLater)));
@@ -94,6 +104,7 @@ void LiveRemover::reset()
         channel.presence = 1.0F;
     }
     history.clear();
+    reader.reset();
     contest.reset();
     guard.reset();
     plannedSegment = 0;
@@ -238,6 +249,9 @@ void LiveRemover::render(float* const* channels, int offset, int numSamples)
             sample = settings.residual ? removed : source - removed;
         }
     }
+    for (int channel = 0; channel < layout.numChannels; ++channel)
+        reader.follow(channelStates[static_cast<std::size_t>(channel)].ring.data(), mask, channel,
+                      position - numSamples, position);
 }
 
 } // namespace orvo::audio::precise

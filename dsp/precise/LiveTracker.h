@@ -93,6 +93,7 @@ private:
     void remember(std::int64_t centre);
     /// How much better than the prediction silence and each phase shift explain the last frames.
     static constexpr std::size_t numShifts = 128;
+    static const std::array<Complex, numShifts> turns;
 
     struct Change
     {
@@ -101,6 +102,7 @@ private:
     };
 
     void expect(const LiveObservation& observation);
+    bool isWeighed(std::size_t line) const;
     void weighSilence(const LiveObservation& observation, Change& change);
     void weighShifts(const LiveObservation& observation, Change& change);
     void jump(double shift, const LiveHistory& history);

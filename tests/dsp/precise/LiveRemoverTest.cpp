@@ -19,6 +19,9 @@ namespace
 
 constexpr double liveRate = 48000.0;
 
+/// Of high rates frames are read from a low-passed copy.
+constexpr double highRate = 192000.0;
+
 Signal32 run(LiveRemover& remover, Signal32 signal, const std::vector<int>& blockSizes = {512})
 {
     const int last = signal.getNumChannels() - 1;
@@ -36,10 +39,10 @@ Signal32 run(LiveRemover& remover, Signal32 signal, const std::vector<int>& bloc
 }
 
 Signal32 clean(const Signal32& signal, const LiveRemover::Settings& settings = {},
-               const std::vector<int>& blockSizes = {512})
+               const std::vector<int>& blockSizes = {512}, double rate = liveRate)
 {
     LiveRemover remover;
-    remover.prepare(liveRate, signal.getNumChannels(), settings);
+    remover.prepare(rate, signal.getNumChannels(), settings);
     return run(remover, signal, blockSizes);
 }
 
@@ -50,43 +53,49 @@ double getLevelDb(const Signal32& signal, int channel)
     return 10.0 * std::log10(std::inner_product(x, x + count, x, 1e-20) / count);
 }
 
-Signal32 makeMixture(double seconds, int numChannels = 2)
+Signal32 makeMixture(double seconds, int numChannels = 2, double rate = liveRate)
 {
     const Hum hum = {.startFrequency = 50.03, .endFrequency = 50.02};
-    return mix(makeHum(hum, liveRate, seconds, numChannels),
-               makeNoise(-50.0, liveRate, seconds, numChannels));
+    return mix(makeHum(hum, rate, seconds, numChannels),
+               makeNoise(-50.0, rate, seconds, numChannels));
 }
 
 } // namespace
 
 TEST(LiveRemover, removesSteadyHumOfTwoPatterns)
 {
-    const auto hum = makeHum({.startFrequency = 59.97, .endFrequency = 59.98}, liveRate, 4.0, 2);
-    const auto noise = makeNoise(-50.0, liveRate, 4.0, 2);
-    for (const double lookAhead : {0.0, 0.05, 0.2})
+    for (const auto& [rate, lookAhead] :
+         {std::pair{liveRate, 0.0}, {liveRate, 0.05}, {liveRate, 0.2}, {highRate, 0.0}})
     {
-        const auto latency = static_cast<int>(lookAhead * liveRate);
-        const auto output = clean(mix(hum, noise), {.fundamental = 60.0, .lookAhead = lookAhead});
-        const int start = 96000;
-        const auto rest = difference(cut(output, start + latency, 72000), cut(noise, start, 72000));
+        const auto hum = makeHum({.startFrequency = 59.97, .endFrequency = 59.98}, rate, 4.0, 2);
+        const auto noise = makeNoise(-50.0, rate, 4.0, 2);
+        const auto latency = static_cast<int>(lookAhead * rate);
+        const auto output =
+            clean(mix(hum, noise), {.fundamental = 60.0, .lookAhead = lookAhead}, {512}, rate);
+        const auto start = static_cast<int>(2.0 * rate);
+        const auto count = static_cast<int>(1.5 * rate);
+        const auto rest = difference(cut(output, start + latency, count), cut(noise, start, count));
         for (int channel : {0, 1})
-            EXPECT_LT(getLevelDb(rest, channel), getLevelDb(hum, channel) - 35.0) << lookAhead;
+            EXPECT_LT(getLevelDb(rest, channel), getLevelDb(hum, channel) - 35.0)
+                << lookAhead << " s at " << rate;
     }
 }
 
 TEST(LiveRemover, doesNotDependOnBlocks)
 {
-    const auto mixture = makeMixture(1.5);
     std::mt19937 generator(7);
     std::vector<int> random(100);
     std::generate(random.begin(), random.end(),
                   [&] { return 1 + static_cast<int>(generator() % 3000); });
-    for (const double lookAhead : {0.0, 0.2})
+    for (const auto& [rate, lookAhead] :
+         {std::pair{liveRate, 0.0}, {liveRate, 0.2}, {highRate, 0.0}})
     {
-        const auto expected = clean(mixture, {.lookAhead = lookAhead});
+        const auto mixture = makeMixture(1.5, 2, rate);
+        const auto expected = clean(mixture, {.lookAhead = lookAhead}, {512}, rate);
         EXPECT_FALSE(areIdentical(expected, mixture));
         for (const auto& sizes : {std::vector{1}, {7}, {64}, {441}, {4096}, random})
-            EXPECT_TRUE(areIdentical(clean(mixture, {.lookAhead = lookAhead}, sizes), expected));
+            EXPECT_TRUE(
+                areIdentical(clean(mixture, {.lookAhead = lookAhead}, sizes, rate), expected));
     }
 }
 
@@ -121,12 +130,17 @@ TEST(LiveRemover, leavesTheHeapAlone)
 
 TEST(LiveRemover, survivesWhatIsNoNumber)
 {
-    auto mixture = makeMixture(4.0, 1);
-    mixture.getWriteChannelPtr(0)[60000] = std::nanf("");
-    mixture.getWriteChannelPtr(0)[60001] = INFINITY;
-    const auto output = clean(mixture);
-    EXPECT_TRUE(std::isnan(output.getReadChannelPtr(0)[60000]));
-    EXPECT_LT(getLevelDb(cut(output, 60002, 130000), 0), -45.0);
+    for (const double rate : {liveRate, highRate})
+    {
+        auto mixture = makeMixture(4.0, 1, rate);
+        const auto at = static_cast<int>(1.25 * rate);
+        mixture.getWriteChannelPtr(0)[at] = std::nanf("");
+        mixture.getWriteChannelPtr(0)[at + 1] = INFINITY;
+        const auto output = clean(mixture, {}, {512}, rate);
+        EXPECT_TRUE(std::isnan(output.getReadChannelPtr(0)[at]));
+        const auto count = static_cast<int>(2.7 * rate);
+        EXPECT_LT(getLevelDb(cut(output, at + 2, count), 0), -45.0) << rate;
+    }
 }
 
 TEST(LiveRemover, isSilentInSilenceAndPlaysWhatIsRemoved)
