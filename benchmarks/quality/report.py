@@ -14,8 +14,8 @@ Results = Mapping[str, Mapping[str, Result]]  # by mixture, then by tool
 NOTES = (
     "Gain: of the scale-invariant signal-to-distortion ratio over the mixture's own, in dB; below 0"
     " the tool did more harm than the hum.",
-    "Nearest: mixtures with hum where no other tool came nearer to the original. Worse: where the"
-    " mixture had better been left as it was.",
+    "Nearest: mixtures with hum where no other tool came nearer to the original; Kalim's ways are not"
+    " compared with each other. Worse: where the mixture had better been left as it was.",
     "Hum-free files: how far the change lies below the sound. Tools that cut wherever they are told"
     " cannot leave a file alone.",
     "All tools but Kalim's precise method are told whether the mains have 50 or 60 Hz, and remove"
@@ -77,20 +77,22 @@ def _overall(hum: Sequence[Recipe], tools: Sequence[Tool], results: Results) -> 
             continue
         by_level = [_median(_gains([r for r in hum if r.level == level], tool, results))
                     for level in levels]
-        nearest = _share(_times_nearest(hum, tool, results), len(hum)) if len(tools) > 1 else "-"
+        rivals = [rival for rival in tools if not (rival.is_kalim and tool.is_kalim)]
+        nearest = _share(_times_nearest(hum, tool, rivals, results), len(hum)) if rivals else "-"
         rows.append([tool.title, _median(gains), f"{np.percentile(gains, 10):.1f}",
                      f"{min(gains):.1f}", *by_level, nearest,
                      str(sum(gain < 0 for gain in gains))])
     return _table(head, rows)
 
 
-def _times_nearest(hum: Sequence[Recipe], tool: Tool, results: Results) -> int:
+def _times_nearest(hum: Sequence[Recipe], tool: Tool, rivals: Sequence[Tool],
+                   results: Results) -> int:
     """A mixture that two tools leave equally near counts for both."""
     times = 0
     for recipe in hum:
-        after = {name: result.after for name, result in results[recipe.name].items()
-                 if not result.failure}
-        times += tool.name in after and after[tool.name] >= max(after.values())
+        by_tool = results[recipe.name]
+        others = [by_tool[rival.name].after for rival in rivals if not by_tool[rival.name].failure]
+        times += not by_tool[tool.name].failure and by_tool[tool.name].after >= max(others, default=-np.inf)
     return times
 
 

@@ -41,6 +41,7 @@ class Tool:
     identity: str  # changes whenever the tool may give another result
     function: Function | None = None
     command: Command | None = None
+    is_kalim: bool = False  # ways of one program are no rivals
 
     def describe(self, hz: int) -> str:
         """What tells this tool with its settings from every other."""
@@ -151,7 +152,8 @@ def _kalim_tools(program: str) -> list[Tool]:
     if "--method" in usage:
         ways.insert(0, ("precise", "Kalim, precise", []))
     identity = _digest(program)
-    return [Tool(name, title, identity, command=partial(kalim_command, program, options))
+    return [Tool(name, title, identity, command=partial(kalim_command, program, options),
+                 is_kalim=True)
             for name, title, options in ways]
 
 
@@ -163,7 +165,7 @@ def _live_tools() -> list[Tool]:
         return []
     folder = pathlib.Path(package.submodule_search_locations[0])
     identity = _digest(__file__, *map(str, sorted(folder.glob("_core*.so"))))
-    return [Tool(name, title, identity + str(seconds), partial(live, seconds))
+    return [Tool(name, title, identity + str(seconds), partial(live, seconds), is_kalim=True)
             for name, title, seconds in (("live", "Kalim, live, no latency", 0.0),
                                          ("live200", "Kalim, live, 200 ms late", 0.2))]
 
