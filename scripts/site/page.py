@@ -35,7 +35,7 @@ def _quality(table: Table, caption: str, label: str) -> str:
         median = float(cells[1])
         bar = f'<span class="bar" style="width:{max(median, 0) / 10:.2f}rem"></span>{median:.1f}'
         rows.append([html.escape(cells[0]), bar, *map(html.escape, cells[2:])])
-    columns = ["tool", "median gain, dB", "tenth percentile", "worst", "nearest of all", "did harm"]
+    columns = ["tool", "median gain, dB", "tenth percentile", "worst", "nothing else nearer", "did harm"]
     return _table(columns, rows, caption, label)
 
 
