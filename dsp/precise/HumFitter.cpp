@@ -1,6 +1,7 @@
 #include "dsp/precise/HumFitter.h"
 
 #include "dsp/precise/FundamentalSearch.h"
+#include "dsp/precise/Mains.h"
 
 #include <algorithm>
 #include <cmath>
@@ -48,7 +49,7 @@ constexpr double trustedShare = 0.01;
 /// often a held note.
 bool isOfMains(double frequency)
 {
-    return std::min(std::abs(frequency - 50.0), std::abs(frequency - 60.0)) < steadyOffset;
+    return getMainsOffset(frequency) < steadyOffset;
 }
 
 void limitTrust(HarmonicLines& lines)

@@ -1,5 +1,7 @@
 #include "dsp/precise/HumSummary.h"
 
+#include "dsp/precise/Mains.h"
+
 #include <algorithm>
 #include <cmath>
 #include <numbers>
@@ -14,7 +16,6 @@ constexpr double coursePeriod = 0.2; // seconds
 /// Mains stay within 0.2 Hz of their nominal frequency and within 0.1 Hz of themselves for minutes.
 constexpr double largestMainsOffset = 0.25;
 constexpr double largestMainsSpread = 0.08;
-constexpr double nominals[] = {50.0, 60.0};
 
 /// One decibel of standard deviation.
 constexpr double steadyLogGain = 0.115;
@@ -194,10 +195,7 @@ HumKind HumSummary::getKind() const
     if (!hasHum())
         return secondsOfBursts > 0.0 ? HumKind::Bursts : HumKind::None;
     const double mean = getMeanFrequency();
-    double offset = mean;
-    for (const double nominal : nominals)
-        offset = std::min(offset, std::abs(mean - nominal));
-    if (offset > largestMainsOffset ||
+    if (getMainsOffset(mean) > largestMainsOffset ||
         2.0 * getDeviation(collect(course, getFrequency)) > largestMainsSpread)
         return HumKind::Tape;
     const bool isAlwaysOn = std::all_of(course.begin(), course.end(),

@@ -6,6 +6,7 @@
 #include "dsp/precise/HumFitter.h"
 #include "dsp/precise/LevelDoubts.h"
 #include "dsp/precise/LineDoubts.h"
+#include "dsp/precise/Mains.h"
 
 #include <algorithm>
 #include <array>
@@ -111,7 +112,7 @@ Series<double> chooseCandidates(const Series<CombPeak>& peaks,
     };
     for (std::size_t i = 0; i < std::min(peaks.size(), mostPeaks); ++i)
         add(peaks[i].fundamental);
-    for (const double mains : {50.0, 60.0})
+    for (const double mains : mainsFrequencies)
         if (std::any_of(ranges.begin(), ranges.end(),
                         [&](const FundamentalRange& range)
                         { return range.lowest <= mains && mains <= range.highest; }))
@@ -230,8 +231,7 @@ double getSoundPower(const ChannelView& view)
 /// Whether hum is no nearer to the mains frequencies than notes are.
 bool isBesideMains(const HumModel& model)
 {
-    const double frequency = getMeanFrequency(model);
-    return std::min(std::abs(frequency - 50.0), std::abs(frequency - 60.0)) > mainsOffset;
+    return getMainsOffset(getMeanFrequency(model)) > mainsOffset;
 }
 
 /// Whether hum is there all the time and hardly ever changes.
