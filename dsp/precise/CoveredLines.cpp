@@ -30,6 +30,9 @@ constexpr double leastSteadiness = 0.5;
 /// them if it were even.
 constexpr double mostCoveredShare = 0.25;
 
+/// Keeps ratios finite in digital silence; far below the least bit of 24.
+constexpr double quietestNoise = 1e-14;
+
 /// Frames overlap by half, so that their noise does not average out as quickly.
 constexpr double overlapNoise = 1.33;
 
@@ -61,6 +64,7 @@ public:
     {
         for (int look = 0; look < looks.numFrames; ++look)
             sumFrames(look, window, &looks.amplitudes[looks.at(look, 0)]);
+        std::fill(looks.noise.begin(), looks.noise.end(), quietestNoise);
         for (const double distance : distances)
             readBeside(distance);
         smooth = AmplitudeSmoother(looks, isSkipped).smooth(findJumps(), Caution::AllLines);
