@@ -40,7 +40,8 @@ constexpr unsigned long numMixtures = isSanitized ? 3 : 100;
 
 /// These were harmed once: tones exactly on the harmonics of a hum 20 dB below them, chords that
 /// are held on high harmonics for seconds, a note that covers a leap of the phase for half of 0.8 s
-/// (286), and notes that passed for a louder moment of a breathing hum 34 dB under them (693).
+/// (286), notes that passed for a louder moment of a breathing hum 34 dB under them (693), and hum
+/// that begins in digital silence, where no noise is (684).
 constexpr unsigned int onceHarmed[] = {286, 295, 319, 635, 684, 693, 858};
 
 constexpr const char* soundNames[] = {"speech", "notes", "chords", "tones", "hiss", "silence"};

@@ -184,11 +184,9 @@ TEST(PreciseRemover, takesOffHarmonicsThatLouderPartialsCover)
         for (std::size_t i = 0; i < hum[0].size(); ++i)
         {
             const double time = static_cast<double>(i) / rate;
-            const auto sineOf = [time](double frequency)
-            { return std::sin(fullTurn * frequency * time); };
-            double notes = 0.01 * sineOf(lonelyPartial);
+            double notes = 0.01 * std::sin(fullTurn * lonelyPartial * time);
             for (const double frequency : covered)
-                notes += 0.1 * sineOf(frequency - 11.0 - 0.02 * (frequency - 120.0));
+                notes += 0.1 * std::sin(fullTurn * time * (0.98 * frequency - 8.6));
             clean[0][i] += static_cast<float>(notes);
             double sum = 0.0;
             for (const double frequency : {60.0, 120.0, 180.0, 240.0, 300.0, 420.0, 540.0})
