@@ -158,8 +158,8 @@ def _kalim_tools(program: str) -> list[Tool]:
 
 
 def _live_tools() -> list[Tool]:
-    """What can be had only as a library: the Python package, where it is installed or built."""
-    sys.path.append(str(PACKAGES))
+    """What can be had only as a library: the Python package, where it is built or installed."""
+    sys.path.insert(0, str(PACKAGES))  # what is built here, rather than what is installed
     package = importlib.util.find_spec("kalim")
     if not package or not package.submodule_search_locations:
         return []

@@ -11,6 +11,9 @@ inline constexpr double pi = std::numbers::pi;
 /// Added to powers by which is divided, which may be silence.
 inline constexpr double tiny = 1e-30;
 
+/// Power of the noise that is read in digital silence: far below the least bit of 24.
+inline constexpr double quietestNoise = 1e-14;
+
 using Complex = std::complex<double>;
 
 /// a b. The product of the standard library also mends infinities, which costs a branch per value.

@@ -8,7 +8,6 @@
 #include <cmath>
 #include <cstddef>
 #include <numeric>
-#include <utility>
 
 namespace orvo::audio::precise
 {
@@ -23,15 +22,12 @@ constexpr std::array<double, 2> distances{2.0, 3.0};
 
 /// Looks are few and hold little noise: lines need this evidence, or as much more than they have,
 /// and half of their power in their mean, which what beats has not.
-constexpr double leastEvidence = 10.0;
-constexpr double leastSteadiness = 0.5;
+constexpr double leastLookEvidence = 10.0;
+constexpr double leastLookSteadiness = 0.5;
 
 /// A line is covered where looks hold less than a quarter of the noise that frames would leave in
 /// them if it were even.
 constexpr double mostCoveredShare = 0.25;
-
-/// Keeps ratios finite in digital silence; far below the least bit of 24.
-constexpr double quietestNoise = 1e-14;
 
 /// Frames overlap by half, so that their noise does not average out as quickly.
 constexpr double overlapNoise = 1.33;
@@ -75,10 +71,11 @@ public:
     {
         const SmoothAmplitudes& known = model.getSmooth();
         if (known.isPresent[line] != 0)
-            return smooth.evidence[line] > known.evidence[line] + leastEvidence && isCovered(line);
+            return smooth.evidence[line] > known.evidence[line] + leastLookEvidence &&
+                   isCovered(line);
         const Series<double> gains(static_cast<std::size_t>(looks.numFrames), 1.0);
-        return smooth.evidence[line] > leastEvidence &&
-               getSteadiness(looks, gains, smooth.amplitudes, line) > leastSteadiness;
+        return smooth.evidence[line] > leastLookEvidence &&
+               getSteadiness(looks, gains, smooth.amplitudes, line) > leastLookSteadiness;
     }
 
     /// What the looks say of a line, frame by frame of the model.
@@ -216,12 +213,9 @@ void addCoveredLines(HumModel& model)
     if (!looks.areEnough())
         return;
     looks.read();
-    Series<std::pair<int, LineEstimate>> better;
     for (int line = 0; line < model.getLines().getNumLines(); ++line)
         if (looks.isBetter(line))
-            better.emplace_back(line, looks.getEstimate(line));
-    for (const auto& [line, estimate] : better)
-        model.takeLine(line, estimate);
+            model.takeLine(line, looks.getEstimate(line));
 }
 
 } // namespace orvo::audio::precise

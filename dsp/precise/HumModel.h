@@ -47,7 +47,8 @@ public:
 
     const SmoothAmplitudes& getSmooth() const { return smooth; }
 
-    /// Lines as they would be with one phase and a gain of 1, until the model changes.
+    /// Lines as they would be with one phase and a gain of 1; not to be used any more once track,
+    /// gain or segments have changed.
     const HarmonicLines& getAlignedLines() const { return prepare().aligned.lines; }
 
     /// Variance that the frequency gained per second, in (rad/s)^2; 0 before any motion was

@@ -24,8 +24,6 @@ constexpr double kernelShape = 2.34 * taps;
 /// No track leads farther from where it was looked for.
 constexpr double trackReach = 1.05;
 
-constexpr double smallestPower = 1e-14;
-
 /// Of two powers of the same noise, the product over the sum is a third in the mean. A note on one
 /// side counts little there.
 constexpr double unbiased = 3.0;
@@ -63,7 +61,7 @@ Series<float> makeKernel()
 /// The noise on a harmonic, given the powers below and above it.
 double combine(double below, double above)
 {
-    return unbiased * below * above / (below + above + smallestPower);
+    return unbiased * below * above / (below + above + quietestNoise);
 }
 
 const Series<float>& getKernel()
@@ -210,7 +208,7 @@ void LineReader::rateNoise(int count, double total, double* noise) const
 {
     for (int h = 0; h < count; ++h)
         noise[h] = combine(beside[h], beside[h + 1]);
-    smoothOverHarmonics(noise, count, smallestPower + smallestShare * total);
+    smoothOverHarmonics(noise, count, quietestNoise + smallestShare * total);
 }
 
 const LineReader::Bin* LineReader::getSpectrum(int index, int channel, int centre)
@@ -281,7 +279,7 @@ void LineReader::readFrame(const Bin* bins, double frequency, double phase, int 
         noise[h] = combine(beside[h], above);
         beside[h + 1] = above;
     }
-    smoothOverHarmonics(noise, numHarmonics, smallestPower + smallestShare * total);
+    smoothOverHarmonics(noise, numHarmonics, quietestNoise + smallestShare * total);
 }
 
 } // namespace orvo::audio::precise

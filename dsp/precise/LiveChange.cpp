@@ -29,19 +29,15 @@ constexpr double relativeNoise = 1e-3;
 /// So many bounded odds can be multiplied without leaving the range of numbers.
 constexpr int mostOdds = 64;
 
-/// The points of a circle at which jumps are looked for.
-template <std::size_t size>
-std::array<Complex, size> makeCircle()
-{
-    std::array<Complex, size> circle;
-    for (std::size_t k = 0; k < size; ++k)
-        circle[k] = makePhasor(2.0 * pi * static_cast<double>(k) / size);
-    return circle;
-}
-
 } // namespace
 
-const std::array<Complex, LiveTracker::numShifts> LiveTracker::turns = makeCircle<numShifts>();
+const std::array<Complex, LiveTracker::numShifts> LiveTracker::turns = []
+{
+    std::array<Complex, numShifts> circle;
+    for (std::size_t k = 0; k < numShifts; ++k)
+        circle[k] = makePhasor(2.0 * pi * static_cast<double>(k) / numShifts);
+    return circle;
+}();
 
 bool LiveTracker::considerChange(const LiveHistory& history, LiveTracker* before)
 {

@@ -19,9 +19,6 @@ constexpr int kernelSteps = 1024;
 /// A little over two periods, so that the window still fits when the fundamental is 2 % low.
 constexpr double reachInPeriods = 2.05;
 
-/// Keeps ratios finite in digital silence; far below the least bit of 24.
-constexpr double quietestNoise = 1e-14;
-
 /// The kernel's width of pass band against its depth of stop band for transforms twice as long as
 /// the window.
 constexpr double liveKernelShape = 2.34 * numTaps;

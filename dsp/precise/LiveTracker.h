@@ -91,10 +91,11 @@ private:
     Fit fitMotion() const;
     void updatePattern(const LiveObservation& observation);
     void remember(std::int64_t centre);
-    /// How much better than the prediction silence and each phase shift explain the last frames.
+    /// By so many parts of a circle jumps may turn the phase.
     static constexpr std::size_t numShifts = 128;
     static const std::array<Complex, numShifts> turns;
 
+    /// How much better than the prediction silence and each phase shift explain the last frames.
     struct Change
     {
         double silence = 0.0;
