@@ -4,18 +4,21 @@ set -eu
 . "$(dirname "$0")/common.sh"
 program=$1
 file=$2
-need Xvfb xvfb-run xauth openbox xdotool wmctrl import identify convert compare base64
-
-# What follows happens on a screen of its own.
-if [ "${KALIM_ON_OWN_SCREEN:-}" != yes ]; then
-    ! env -u DISPLAY "$program" >/dev/null 2>&1 || fail "starts without a screen"
-    KALIM_ON_OWN_SCREEN=yes exec xvfb-run -a -s "-screen 0 1280x900x24" "$0" "$@"
-fi
+need Xvfb openbox xdotool wmctrl import identify convert compare base64
 
 open_folder
 use_own_home
 export LC_ALL=C
 settings="$HOME/Orvotech/KalimStandalone.prop"
+! env -u DISPLAY "$program" >/dev/null 2>&1 || fail "starts without a screen"
+
+# What follows happens on a screen of its own. By itself the server starts anew whenever its last client
+# has gone, and turns away whoever comes meanwhile.
+number="$work/number"
+run screen sh -c 'exec Xvfb -displayfd 3 -noreset -nolisten tcp -screen 0 1280x900x24 3>"$1"' - "$number"
+has_screen() { [ -s "$number" ]; }
+wait_for 30 has_screen || fail "there is no screen"
+export DISPLAY=":$(cat "$number")"
 
 run manager openbox
 # A window that is there before its manager does not survive.

@@ -45,7 +45,7 @@ assert level < 0.0071' || fail "kalim.remove"
 
 say "hosts, pages, completions and the screen"
 quietly apt-get install -q -y --no-install-recommends lilv-utils sordi lv2-dev man-db desktop-file-utils appstream \
-    shared-mime-info bash-completion xvfb xauth openbox xdotool wmctrl imagemagick file
+    shared-mime-info bash-completion xvfb openbox xdotool wmctrl imagemagick file
 for uri in $(as_user env LV2_PATH=/usr/lib/lv2 lv2ls); do
     case "$uri" in urn:orvotech:*) echo "$uri" ;; esac
 done >"$work/uris"
