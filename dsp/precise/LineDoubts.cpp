@@ -16,6 +16,14 @@ constexpr int lowHarmonics = 6;
 constexpr int lowHarmonicsInDoubt = 3;
 constexpr double loudestShare = 4.0;
 
+/// A note brings its multiples with it, of which so many stand out by 6 dB from as many harmonics
+/// on either side. Rectifiers make every second, third, sixth and twelfth stand out.
+constexpr int numMultiples = 3;
+constexpr int numMultiplesInDoubt = 2;
+constexpr int numBeside = 2;
+constexpr int firstStep = 4;
+constexpr int stepOfRectifiers = 6;
+
 /// Lines must be like what they were so long before: notes and syllables hardly are.
 constexpr double lag = 2.0; // seconds
 constexpr double leastLikeness = 0.3;
@@ -56,6 +64,32 @@ Series<double> collectPowers(const HumModel& model)
         most = std::max(most, sums[line] / lines.numFrames);
     }
     return powers;
+}
+
+/// A harmonic is a note's where its multiples stand out as well.
+void leaveOutCombs(HumModel& model, bool isDoubtful)
+{
+    const Series<double> powers = collectPowers(model);
+    const auto count = static_cast<int>(powers.size());
+    const auto standsOut = [&](int harmonic)
+    {
+        double beside = 0.0;
+        for (int other = harmonic - numBeside; other <= std::min(harmonic + numBeside, count);
+             ++other)
+            if (other != harmonic)
+                beside = std::max(beside, powers[other - 1]);
+        return powers[harmonic - 1] > loudestShare * beside;
+    };
+    const int needed = isDoubtful ? numMultiplesInDoubt : numMultiples;
+    for (int step = firstStep; needed * step <= count; ++step)
+    {
+        bool isNote = step % stepOfRectifiers != 0;
+        for (int multiple = 1; isNote && multiple <= needed; ++multiple)
+            isNote = standsOut(multiple * step);
+        for (int harmonic = step; isNote && harmonic <= count; harmonic += step)
+            if (standsOut(harmonic))
+                model.leaveOutHarmonic(harmonic);
+    }
 }
 
 /// A high harmonic that is far louder than all low ones, or stands alone, is a note.
@@ -289,6 +323,7 @@ private:
 
 void leaveOutNotes(HumModel& model, bool isDoubtful, bool isTrusted)
 {
+    leaveOutCombs(model, isDoubtful);
     leaveOutLoud(model, isDoubtful);
     leaveOutPausing(model);
     leaveOutUnsteady(model, isTrusted);

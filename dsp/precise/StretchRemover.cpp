@@ -7,6 +7,7 @@
 #include "dsp/precise/LevelDoubts.h"
 #include "dsp/precise/LineDoubts.h"
 #include "dsp/precise/Mains.h"
+#include "dsp/precise/TapeHum.h"
 
 #include <algorithm>
 #include <array>
@@ -234,14 +235,19 @@ bool isBesideMains(const HumModel& model)
     return getMainsOffset(getMeanFrequency(model)) > mainsOffset;
 }
 
-/// Whether hum is there all the time and hardly ever changes.
-bool isLasting(const HumModel& model)
+/// Whether hum is there all the time.
+bool isNeverOff(const HumModel& model)
 {
     const auto& segments = model.getSegments();
     return std::all_of(segments.begin(), segments.end(),
-                       [](const Segment& segment) { return segment.isOn; }) &&
-           static_cast<double>(model.getChanges().size()) <=
-               1.0 + getSeconds(model) * mostChangesPerSecond;
+                       [](const Segment& segment) { return segment.isOn; });
+}
+
+/// Whether hum is there all the time and hardly ever changes.
+bool isLasting(const HumModel& model)
+{
+    return isNeverOff(model) && static_cast<double>(model.getChanges().size()) <=
+                                    1.0 + getSeconds(model) * mostChangesPerSecond;
 }
 
 /// Whether nearly all of the hum lies in a small part of its period, and it has no body otherwise.
@@ -307,7 +313,8 @@ bool StretchRemover::isHum(const HumModel& model, const Series<double>& evidence
         return false;
     const bool isBeside = isBesideMains(model);
     if (settings.distrustsOthers && isBeside &&
-        (isShort(model) || (share < mainShare && !isLasting(model))))
+        (isShort(model) || (share < mainShare && !isNeverOff(model)) ||
+         !isHumOfTape(model, {getMeanFrequency(model), getSpread(model)}, evidenceOfLines)))
         return false;
     const Series<double> evidence = collectEvidence(model, evidenceOfLines);
     const double largest = *std::max_element(evidence.begin(), evidence.end());

@@ -41,8 +41,9 @@ constexpr unsigned long numMixtures = isSanitized ? 3 : 100;
 /// These were harmed once: tones exactly on the harmonics of a hum 20 dB below them, chords that
 /// are held on high harmonics for seconds, a note that covers a leap of the phase for half of 0.8 s
 /// (286), notes that passed for a louder moment of a breathing hum 34 dB under them (693), and hum
-/// that begins in digital silence, where no noise is (684).
-constexpr unsigned int onceHarmed[] = {286, 295, 319, 635, 684, 693, 858};
+/// that begins in digital silence, where no noise is (684), a chord's note with seven times the
+/// mains frequency (1925), clipped chords with four times (1984) and chords on low G (2874).
+constexpr unsigned int onceHarmed[] = {286, 295, 319, 635, 684, 693, 858, 1925, 1984, 2874};
 
 constexpr const char* soundNames[] = {"speech", "notes", "chords", "tones", "hiss", "silence"};
 constexpr const char* humNames[] = {"steady", "breathing", "switched", "leaping", "tape"};

@@ -11,20 +11,6 @@ using namespace orvo::audio::precise;
 namespace
 {
 
-/// Music-like noise with a tone every 0.7 s.
-Channels makeSound(int numChannels, double sampleRate, double seconds)
-{
-    Dice dice;
-    Channels sound = makeSilence(numChannels, sampleRate, seconds);
-    addNoise(sound, sampleRate, 0.0, seconds, 0.1, dice);
-    for (double time = 0.1; time < seconds; time += 0.7)
-        addTone(
-            sound, sampleRate,
-            {.start = time, .length = 0.4, .fundamental = dice.uniform(90.0, 1000.0), .decay = 4.0},
-            dice);
-    return sound;
-}
-
 /// Sound and hum of the same energy.
 Channels makeMixture(int numChannels, double sampleRate, double seconds, const Tone& hum = {})
 {
@@ -49,29 +35,6 @@ double getLevel(const Channels& recording, double sampleRate, double frequency)
         sum += static_cast<double>(recording[0][i]) *
                std::polar(1.0, fullTurn * frequency * static_cast<double>(i) / sampleRate);
     return std::abs(sum);
-}
-
-/// A recording of 5 s that is the sum of `pulse(time)` over pulses at a steady rate, whose times
-/// are in seconds from the middle of each, and of a little noise.
-template <typename Pulse>
-Channels makePulses(double rate, double sampleRate, const Pulse& pulse)
-{
-    Dice dice;
-    Channels recording = makeSilence(1, sampleRate, 5.0);
-    addNoise(recording, sampleRate, 0.0, 5.0, 1e-4, dice);
-    for (std::size_t i = 0; i < recording[0].size(); ++i)
-    {
-        const double place = static_cast<double>(i) / sampleRate * rate;
-        const double number = std::round(place);
-        recording[0][i] += static_cast<float>(pulse((place - number) / rate, number));
-    }
-    return recording;
-}
-
-/// A hump of height 1, `width` seconds wide.
-double makeClick(double time, double width)
-{
-    return std::abs(time) < 0.5 * width ? 0.5 + 0.5 * std::cos(fullTurn * time / width) : 0.0;
 }
 
 struct Case
@@ -245,14 +208,6 @@ TEST(PreciseRemover, findsTheHumThatFewOfManyChannelsHold)
     }
 }
 
-TEST(PreciseRemover, leavesWhatCannotHoldTheFundamental)
-{
-    Dice dice;
-    Channels noise = makeSilence(2, 100.0, 20.0);
-    addNoise(noise, 100.0, 0.0, 20.0, 0.1, dice);
-    EXPECT_EQ(removeHum(noise, 100.0).hum, makeSilence(2, 100.0, 20.0));
-}
-
 TEST(PreciseRemover, takesOffTheShareThatIsAskedForHoweverTheRecordingIsCut)
 {
     const Channels mixed = makeMixture(2, 8000.0, 3.0);
@@ -285,58 +240,6 @@ TEST(PreciseRemover, keepsANoteOnAHarmonicOnceTheHumIsLearnt)
     EXPECT_LT(getGain({}), 10.0);
     EXPECT_GT(getGain(*learned), 20.0);
     EXPECT_FALSE(learnHum({{clean[0].data()}, 3 * 8000, 8000.0}, {}).has_value());
-}
-
-TEST(PreciseRemover, leavesWhatHasNoHum)
-{
-    const Removal removal = removeHum(makeSound(2, 44100.0, 3.0), 44100.0);
-    EXPECT_EQ(removal.hum, makeSilence(2, 44100.0, 3.0));
-    EXPECT_EQ(removal.summary.getKind(), HumKind::None);
-}
-
-TEST(PreciseRemover, leavesClicksAtASteadyRate)
-{
-    for (const auto& [rate, width] :
-         {std::pair(50.0, 0.0003), {64.7, 0.001}, {45.3, 0.0003}, {55.0, 0.001}, {60.0, 0.001}})
-    {
-        // A few will do where all is ten times slower.
-        if (isSanitized && rate < 60.0 && rate != 50.0)
-            continue;
-        const testing::ScopedTrace trace(__FILE__, __LINE__, std::to_string(rate));
-        PreciseSettings settings;
-        if (rate != 50.0 && rate != 60.0)
-            settings = {.ranges = {{rate - 1.0, rate + 1.3}}, .distrustsOthers = false};
-        const Channels clicks = makePulses(rate, 16000.0,
-                                           [clickWidth = width](double time, double)
-                                           { return makeClick(time, clickWidth); });
-        const Removal removal = removeHum(clicks, 16000.0, settings);
-        EXPECT_EQ(removal.summary.getKind(), HumKind::Bursts);
-        EXPECT_EQ(removal.hum, makeSilence(1, 16000.0, 5.0));
-    }
-}
-
-TEST(PreciseRemover, takesOffHumOfShortPulses)
-{
-    // A dimmer switches twice in a period, there and back, and has some of the mains themselves.
-    const Channels dimmer =
-        makePulses(100.0, 16000.0,
-                   [](double time, double number)
-                   {
-                       const double sinceSwitch = time < 0.0 ? time + 0.01 : time;
-                       const double swing =
-                           std::fmod(time < 0.0 ? number + 1.0 : number, 2.0) - 0.5;
-                       return swing * std::exp(-sinceSwitch / 0.0005) +
-                              0.05 * std::sin(fullTurn * 50.0 * (number / 100.0 + time));
-                   });
-    const Channels wide =
-        makePulses(60.0, 16000.0, [](double time, double) { return makeClick(time, 0.006) - 0.2; });
-    for (const Channels& hum : {dimmer, wide})
-    {
-        const Removal removal = removeHum(hum, 16000.0);
-        EXPECT_EQ(removal.summary.getKind(), HumKind::Steady);
-        // A switch makes harmonics up to half the sample rate, of which the last tenth stays.
-        EXPECT_LT(getEnergy(add(hum, removal.hum, -1.0)), 0.03 * getEnergy(hum));
-    }
 }
 
 TEST(PreciseRemover, takesRecordingsOfAnyLength)

@@ -124,6 +124,20 @@ inline void addNoise(Channels& recording, double sampleRate, double start, doubl
     }
 }
 
+/// Music-like noise with a tone every 0.7 s.
+inline Channels makeSound(int numChannels, double sampleRate, double seconds)
+{
+    Dice dice;
+    Channels sound = makeSilence(numChannels, sampleRate, seconds);
+    addNoise(sound, sampleRate, 0.0, seconds, 0.1, dice);
+    for (double time = 0.1; time < seconds; time += 0.7)
+        addTone(
+            sound, sampleRate,
+            {.start = time, .length = 0.4, .fundamental = dice.uniform(90.0, 1000.0), .decay = 4.0},
+            dice);
+    return sound;
+}
+
 inline double getEnergy(const Channels& channels)
 {
     double sum = 0.0;
