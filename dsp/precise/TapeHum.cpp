@@ -8,11 +8,11 @@ namespace orvo::audio::precise
 namespace
 {
 
-/// The least share of the power of lines that is in their means: of the whole stretch, or, where
-/// there are so few changes, of the parts between them. Bass notes reach 0.5 and between changes
-/// 0.8, hum of tapes 0.99.
-constexpr double leastConstancy = 0.7;
-constexpr double leastBetweenChanges = 0.9;
+/// The least share of the power of lines that is in their means over the stretch, or, where there
+/// are so few changes, would be if they did not turn at these. Notes reach 0.6 and 0.7 if they
+/// wander at all, hum of tapes 0.99, and 0.8 where its wavering is fast.
+constexpr double leastConstancy = 0.75;
+constexpr double leastTurnedBack = 0.9;
 constexpr std::size_t fewChanges = 2;
 
 /// What a line speaks with at most.
@@ -24,6 +24,7 @@ constexpr double leastWander = 0.01; // Hz
 constexpr double lowestPitch = 431.0;
 constexpr double highestPitch = 447.0;
 
+/// The mean over the lines; every part may have a phase of its own.
 double getConstancy(const HumModel& model, const Series<double>& evidence,
                     const Series<Part>& parts)
 {
@@ -36,7 +37,7 @@ double getConstancy(const HumModel& model, const Series<double>& evidence,
         if (model.getSmooth().isPresent[line] == 0)
             continue;
         double power = tiny;
-        double ofMeans = 0.0;
+        double sumOfMeans = 0.0;
         for (const Part& part : parts)
         {
             Complex sum;
@@ -45,10 +46,10 @@ double getConstancy(const HumModel& model, const Series<double>& evidence,
                 sum += amplitudes[lines.at(frame, line)];
                 power += getPower(amplitudes[lines.at(frame, line)]);
             }
-            ofMeans += getPower(sum) / std::max(1, part.last - part.first);
+            sumOfMeans += std::sqrt(getPower(sum));
         }
         const double weight = std::min(evidence[line], fullEvidence);
-        constancy += weight * ofMeans / power;
+        constancy += weight * sumOfMeans * sumOfMeans / (lines.numFrames * power);
         weights += weight;
     }
     return constancy / weights;
@@ -72,7 +73,7 @@ bool isHumOfTape(const HumModel& model, const OddFundamental& fundamental,
     const Part whole{0, model.getLines().numFrames};
     return getConstancy(model, evidence, {whole}) > leastConstancy ||
            (model.getChanges().size() <= fewChanges &&
-            getConstancy(model, evidence, model.getParts()) > leastBetweenChanges);
+            getConstancy(model, evidence, model.getParts()) > leastTurnedBack);
 }
 
 } // namespace orvo::audio::precise
