@@ -8,6 +8,7 @@
 #include "dsp/precise/LineDoubts.h"
 #include "dsp/precise/Mains.h"
 #include "dsp/precise/TapeHum.h"
+#include "dsp/precise/TurningLines.h"
 
 #include <algorithm>
 #include <array>
@@ -356,6 +357,7 @@ std::optional<HumModel> StretchRemover::find(const Views& views, double fundamen
     // Only hum that is heard makes it likely that there is more beneath the sound.
     const Series<double> evidence = getEvidence(extended.getSmooth());
     addCoveredLines(extended);
+    holdTurningLines(extended);
     leaveOutNotes(extended, isInDoubt, !settings.distrustsOthers);
     lowerDoubtfulMoments(extended);
     if (!isHum(extended, evidence, views.full))

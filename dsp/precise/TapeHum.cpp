@@ -11,7 +11,7 @@ namespace
 /// The least share of the power of lines that is in their means over the stretch, or, where there
 /// are so few changes, would be if they did not turn at these. Notes reach 0.6 and 0.7 if they
 /// wander at all, hum of tapes 0.99, and 0.8 where its wavering is fast.
-constexpr double leastConstancy = 0.75;
+constexpr double leastConstancy = 0.8;
 constexpr double leastTurnedBack = 0.9;
 constexpr std::size_t fewChanges = 2;
 

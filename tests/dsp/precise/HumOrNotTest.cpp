@@ -74,6 +74,18 @@ TEST(HumOrNot, leavesBassNotesBesideTheMains)
     }
 }
 
+/// An organ's low G is a hertz from the mains. What was reached is 0.023.
+TEST(HumOrNot, tellsHumFromALouderNoteAHertzAway)
+{
+    Dice dice;
+    Channels clean = makeSound(1, 8000.0, 14.0);
+    addTone(clean, 8000.0, {.fundamental = 48.999, .numHarmonics = 10, .amplitude = 0.3}, dice);
+    const Channels mixed = addHum(clean, 8000.0, {.fundamental = 50.01}, 0.05, dice);
+    const Channels hum = removeHum(mixed, 8000.0).hum;
+    const Channels added = add(mixed, clean, -1.0);
+    EXPECT_LT(getEnergy(add(hum, added, -1.0)), 0.05 * getEnergy(added));
+}
+
 TEST(HumOrNot, leavesClicksAtASteadyRate)
 {
     for (const auto& [rate, width] :
