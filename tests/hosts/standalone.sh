@@ -12,13 +12,22 @@ export LC_ALL=C
 settings="$HOME/Orvotech/KalimStandalone.prop"
 ! env -u DISPLAY "$program" >/dev/null 2>&1 || fail "starts without a screen"
 
-# What follows happens on a screen of its own. By itself the server starts anew whenever its last client
-# has gone, and turns away whoever comes meanwhile.
-number="$work/number"
-run screen sh -c 'exec Xvfb -displayfd 3 -noreset -nolisten tcp -screen 0 1280x900x24 3>"$1"' - "$number"
-has_screen() { [ -s "$number" ]; }
-wait_for 30 has_screen || fail "there is no screen"
-export DISPLAY=":$(cat "$number")"
+# What follows happens on a screen of its own, with a high number: 0 is where programs look that were told
+# of none. By itself the server starts anew whenever its last client has gone, and turns away whoever comes
+# meanwhile.
+ready="$work/ready"
+is_decided() { [ -s "$ready" ] || is_gone "$started"; }
+open_screen() {
+    run screen sh -c 'exec Xvfb ":$1" -displayfd 3 -noreset -nolisten tcp -screen 0 1280x900x24 3>"$2"' \
+        - "$1" "$ready"
+    wait_for 30 is_decided && [ -s "$ready" ]
+}
+number=99
+until open_screen "$number"; do
+    number=$((number + 1))
+    [ "$number" -lt 130 ] || fail "there is no screen: $(cat "$work/screen.said")"
+done
+export DISPLAY=":$number"
 
 run manager openbox
 # A window that is there before its manager does not survive.
