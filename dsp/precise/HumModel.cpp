@@ -303,6 +303,17 @@ void HumModel::leaveOutLine(int line)
         smooth.amplitudes[lines.at(frame, line)] = 0.0;
 }
 
+void HumModel::holdLine(int line, Complex still)
+{
+    smooth.isPresent[line] = still == Complex{} ? 0 : 1;
+    for (int frame = 0; frame < lines.numFrames; ++frame)
+    {
+        const std::size_t at = lines.at(frame, line);
+        readNoise[at] += getPower(smooth.amplitudes[at] - still);
+        smooth.amplitudes[at] = still;
+    }
+}
+
 void HumModel::takeLine(int line, const LineEstimate& estimate)
 {
     smooth.isPresent[line] = 1;

@@ -90,6 +90,9 @@ public:
     /// Leaves a harmonic out of the hum of one channel.
     void leaveOutLine(int line);
 
+    /// What a line is all the time; what it was besides counts as noise. 0 leaves it out.
+    void holdLine(int line, Complex still);
+
     /// Takes a line from another estimate, against track, gain and phase of the segments.
     void takeLine(int line, const LineEstimate& estimate);
 

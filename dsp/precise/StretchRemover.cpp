@@ -7,8 +7,8 @@
 #include "dsp/precise/LevelDoubts.h"
 #include "dsp/precise/LineDoubts.h"
 #include "dsp/precise/Mains.h"
+#include "dsp/precise/StillLines.h"
 #include "dsp/precise/TapeHum.h"
-#include "dsp/precise/TurningLines.h"
 
 #include <algorithm>
 #include <array>
@@ -357,7 +357,7 @@ std::optional<HumModel> StretchRemover::find(const Views& views, double fundamen
     // Only hum that is heard makes it likely that there is more beneath the sound.
     const Series<double> evidence = getEvidence(extended.getSmooth());
     addCoveredLines(extended);
-    holdTurningLines(extended);
+    holdLinesStill(extended);
     leaveOutNotes(extended, isInDoubt, !settings.distrustsOthers);
     lowerDoubtfulMoments(extended);
     if (!isHum(extended, evidence, views.full))
